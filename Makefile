@@ -1,0 +1,52 @@
+# The front of the build. Every target that needs packages has them installed first.
+BUILD ?= build
+TYPE  ?= RelWithDebInfo
+JOBS  ?= $(shell nproc)
+CMAKE_FLAGS ?=
+LISTEN ?= 127.0.0.1:9543
+
+.PHONY: all setup configure build demo run test bench format format-check lint sanitize clean
+
+all: build
+
+setup:
+	@scripts/setup.sh
+
+configure: setup
+	@cmake -G Ninja -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=$(TYPE) $(CMAKE_FLAGS) >$(BUILD).log 2>&1 || \
+	  { cat $(BUILD).log; rm -f $(BUILD).log; exit 1; }
+	@rm -f $(BUILD).log
+
+build: configure
+	@ninja -C $(BUILD) -j $(JOBS)
+
+demo: configure  ## a controller against the agent, played to the end
+	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc demo
+	@$(BUILD)/cli/demo/demo $(BUILD)/agent/VelmSdkRpc
+
+run: configure  ## the agent, until it is interrupted
+	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc
+	@$(BUILD)/agent/VelmSdkRpc --listen $(LISTEN)
+
+test: build  ## everything built, every test run
+	@ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+
+bench: configure  ## every benchmark beside its floor; tables on stdout, JSON in $(BUILD)/bench
+	@ninja -C $(BUILD) -j $(JOBS) --quiet benchmarks
+	@bench/run $(BUILD)
+
+format: setup
+	@scripts/sources | xargs clang-format -i
+
+format-check: setup
+	@scripts/sources | xargs clang-format --dry-run -Werror
+
+lint: configure
+	@scripts/lint $(BUILD)
+
+sanitize:  ## the whole test suite under AddressSanitizer and UndefinedBehaviorSanitizer
+	@$(MAKE) --no-print-directory BUILD=build-sanitize TYPE=Debug \
+	  CMAKE_FLAGS='-DVELM_SANITIZE=address,undefined -DVELM_BENCH=OFF -DCMAKE_CXX_FLAGS_DEBUG=-O1' test
+
+clean:
+	@rm -rf build build-sanitize

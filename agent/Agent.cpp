@@ -1,0 +1,133 @@
+// The process: an agent of the switch. The SDK's main loop has the main thread from almost the first moment; all else
+// happens in its callbacks and on the one server thread that on_initialized starts.
+//
+//   main thread      main, the SDK's main loop, every callback and task
+//   server thread    GrpcServer::run: the event loop and every request
+//
+// The server thread calls the SDK under velm::sdk_scoped_lock. Stopping joins it on the main thread, without that lock.
+
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <vector>
+
+#include "agent/Argv.h"
+#include "agent/GrpcServer.h"
+#include "native/VelmSdkRpcService.h"
+#include "platform/pesko/ProcessTrace.h"
+#include "platform/qor/Runtime.h"
+#include "platform/velm/agent.h"
+#include "platform/velm/errors.h"
+#include "platform/velm/sdk.h"
+#include "remote/VapiService.h"
+
+namespace VelmSdkRpc {
+namespace {
+
+constexpr auto className = "Agent";
+
+class Agent : public velm::agent_handler {
+ public:
+   Agent(velm::sdk& sdk, std::string_view listenAddress)
+      : velm::agent_handler(sdk.get_agent_mgr()),
+        listenAddress_(listenAddress),
+        aclMgr_(sdk.get_acl_mgr()),
+        agentMgr_(sdk.get_agent_mgr()),
+        bfdSessionMgr_(sdk.get_bfd_session_mgr()),
+        bgpPathMgr_(sdk.get_bgp_path_mgr()),
+        classMapMgr_(sdk.get_class_map_mgr()),
+        vapiMgr_(sdk.get_vapi_mgr()),
+        ethLagIntfMgr_(sdk.get_eth_lag_intf_mgr()),
+        intfMgr_(sdk.get_intf_mgr()),
+        intfCounterMgr_(sdk.get_intf_counter_mgr()),
+        ipIntfMgr_(sdk.get_ip_intf_mgr()),
+        ipRouteMgr_(sdk.get_ip_route_mgr()),
+        macsecMgr_(sdk.get_macsec_mgr()),
+        mplsRouteMgr_(sdk.get_mpls_route_mgr()),
+        mplsVrfLabelMgr_(sdk.get_mpls_vrf_label_mgr()),
+        nexthopGroupMgr_(sdk.get_nexthop_group_mgr()),
+        nexthopGroupTunnelMgr_(sdk.get_nexthop_group_tunnel_mgr()),
+        policyMapMgr_(sdk.get_policy_map_mgr()) {
+      trace(1, className, "Agent constructed");
+   }
+
+   // Services register with the SDK as they are made, so their order here is not that of their indexes.
+   void on_initialized() override {
+      trace(1, className, "Agent Initialized");
+      std::unique_ptr<VelmSdkRpcService> native(
+         new VelmSdkRpcService(aclMgr_, agentMgr_, bfdSessionMgr_, intfMgr_, classMapMgr_, ipRouteMgr_, mplsRouteMgr_,
+                               mplsVrfLabelMgr_, nexthopGroupMgr_, nexthopGroupTunnelMgr_, policyMapMgr_));
+      Test::btestHelper = native.get();
+      std::unique_ptr<VapiService> vapi(new VapiService(vapiMgr_));
+      server_ = std::make_unique<GrpcServer>(listenAddress_, native, std::move(vapi));
+      serverThread_ = std::thread([server = server_.get()] { server->run(); });
+      // Says what is intended: the thread binds the port, and reports for itself when it cannot.
+      trace(1, className, "Server listening on {}", listenAddress_);
+   }
+
+   void on_agent_enabled(bool enabled) override {
+      if (enabled) return;
+      trace(1, className, "Shutting down agent");
+      if (serverThread_.joinable()) {
+         server_->stop();
+         serverThread_.join();
+      }
+      trace(1, className, "Shutdown complete");
+      get_mgr()->shutdown_complete_is(true);
+   }
+
+   static void panicHandler(velm::error const& e) {
+      trace(5, className, "panic msg {}", e.msg());
+      e.raise();
+   }
+
+ private:
+   std::string listenAddress_;
+   // In the order in which they are fetched. Some wait for the services that will take them.
+   velm::acl_mgr* aclMgr_;
+   velm::agent_mgr* agentMgr_;
+   velm::bfd_session_mgr* bfdSessionMgr_;
+   [[maybe_unused]] velm::bgp_path_mgr* bgpPathMgr_;
+   velm::class_map_mgr* classMapMgr_;
+   velm::vapi_mgr* vapiMgr_;
+   [[maybe_unused]] velm::eth_lag_intf_mgr* ethLagIntfMgr_;
+   velm::intf_mgr* intfMgr_;
+   [[maybe_unused]] velm::intf_counter_mgr* intfCounterMgr_;
+   [[maybe_unused]] velm::ip_intf_mgr* ipIntfMgr_;
+   velm::ip_route_mgr* ipRouteMgr_;
+   [[maybe_unused]] velm::macsec_mgr* macsecMgr_;
+   velm::mpls_route_mgr* mplsRouteMgr_;
+   velm::mpls_vrf_label_mgr* mplsVrfLabelMgr_;
+   velm::nexthop_group_mgr* nexthopGroupMgr_;
+   velm::nexthop_group_tunnel_mgr* nexthopGroupTunnelMgr_;
+   velm::policy_map_mgr* policyMapMgr_;
+   std::unique_ptr<GrpcServer> server_;  // empty until on_initialized
+   std::thread serverThread_;
+};
+
+// gRPC reads its environment when it starts, so this comes before anything that touches it. An empty value is set, too.
+void setFromOption(std::vector<char*>& args, std::string_view option, char const* variable) {
+   auto const value = argv::getOptionValue(args, option, {});
+   if (value.data() != nullptr) setenv(variable, value.data(), 1);
+}
+
+}  // namespace
+}  // namespace VelmSdkRpc
+
+int main(int argc, char** argv) {
+   Qor::VFPtrInterface::threadSafePointersIs(true);  // the server thread shares counted objects with this one
+   auto& activity = Qor::ActivityFacility::activityManagerConfig();
+   activity.useEpollIs(true);
+   activity.allEpollCtlFailuresAreFatalIs(true);
+   auto args = VelmSdkRpc::argv::vectorize(argc, argv);
+   VelmSdkRpc::setFromOption(args, "--grpc-trace", "GRPC_TRACE");
+   VelmSdkRpc::setFromOption(args, "--grpc-verbosity", "GRPC_VERBOSITY");
+   velm::sdk sdk;
+   auto const listenAddress = VelmSdkRpc::argv::getOptionValue(args, "--listen", "127.0.0.1:9543");
+   VelmSdkRpc::Agent agent(sdk, listenAddress);
+   velm::exception_handler_is(VelmSdkRpc::Agent::panicHandler);
+   sdk.main_loop(static_cast<int>(args.size()), args.data());
+   return 0;
+}

@@ -1,0 +1,25 @@
+# What every target of the project shares. Sources include each other by their path from the root.
+add_library(velm_options INTERFACE)
+target_include_directories(velm_options INTERFACE ${PROJECT_SOURCE_DIR})
+target_compile_options(velm_options INTERFACE -Wall -Wextra -Werror)
+if(VELM_SANITIZE)
+  add_compile_options(-fsanitize=${VELM_SANITIZE} -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${VELM_SANITIZE})
+  if(VELM_SANITIZE MATCHES "undefined")
+    add_compile_options(-fno-sanitize-recover=undefined)
+  endif()
+endif()
+
+# velm_library(NAME SOURCES... LINK LIBRARIES...): one layer of the project as a static library.
+function(velm_library name)
+  cmake_parse_arguments(ARG "" "" "LINK" ${ARGN})
+  add_library(${name} STATIC ${ARG_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PUBLIC velm_options ${ARG_LINK})
+endfunction()
+
+# velm_executable(NAME SOURCES... LINK LIBRARIES...)
+function(velm_executable name)
+  cmake_parse_arguments(ARG "" "" "LINK" ${ARGN})
+  add_executable(${name} ${ARG_UNPARSED_ARGUMENTS})
+  target_link_libraries(${name} PRIVATE velm_options ${ARG_LINK})
+endfunction()

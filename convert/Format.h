@@ -1,0 +1,43 @@
+#pragma once
+
+// Makes every message an argument of any format string: a native message in its text form, any other as one line.
+
+#include <concepts>
+#include <fmt/format.h>
+#include <google/protobuf/text_format.h>
+#include <string>
+
+#include "convert/Utils.h"
+
+namespace VelmSdkRpc {
+
+/// Prints messages of one type as one line. Fields named "cak" hold the keys of Macsec: they print as *** at any depth,
+/// and fields that this build does not know are left out, since they might hold such a key.
+class LinePrinter {
+ public:
+   explicit LinePrinter(google::protobuf::Descriptor const* type);
+   std::string line(google::protobuf::Message const& message) const;
+
+ private:
+   google::protobuf::TextFormat::Printer printer_;
+};
+
+}  // namespace VelmSdkRpc
+
+template <std::derived_from<google::protobuf::Message> Message>
+struct fmt::formatter<Message> : fmt::formatter<fmt::string_view> {
+   template <class Context>
+   auto format(Message const& message, Context& context) const {
+      return fmt::formatter<fmt::string_view>::format(text(message), context);
+   }
+
+ private:
+   static std::string text(Message const& message) {
+      if constexpr (VelmSdkRpc::pb::Rendered<Message>) {
+         return toString(message);
+      } else {
+         static VelmSdkRpc::LinePrinter const printer(Message::descriptor());
+         return printer.line(message);
+      }
+   }
+};

@@ -1,0 +1,49 @@
+#pragma once
+
+#include <memory>
+
+#include "rpc/GenericRequestHandler.h"
+
+namespace VelmSdkRpc {
+
+class VelmSdkRpcService;
+
+/// A unary call of the native service: a member function of an owner, which knows nothing of gRPC, answers the request.
+/// The gRPC status is always OK; failure stands in the response. What the owner throws ends the process.
+///
+/// `Name` is the address of a constant that no other instantiation has; it only keeps handlers of like types apart.
+template <class Request, class Response, class Owner, char const* Name>
+class CallbackRequestHandler
+   : public GenericRequestHandler<CallbackRequestHandler<Request, Response, Owner, Name>, Request, Response,
+                                  VelmSdkRpcService, false> {
+   using Base = GenericRequestHandler<CallbackRequestHandler, Request, Response, VelmSdkRpcService, false>;
+
+ public:
+   using AsyncService = pb::velmsdk_service::AsyncService;
+   using RequestFn = void (AsyncService::*)(grpc::ServerContext*, Request*, grpc::ServerAsyncResponseWriter<Response>*,
+                                            grpc::CompletionQueue*, grpc::ServerCompletionQueue*, void*);
+   using Callback = void (Owner::*)(Request const&, Response&);
+
+   CallbackRequestHandler(HandlerSeat const& seat, VelmSdkRpcService& service, RequestFn requestFn, Owner* owner,
+                          Callback callback)
+      : Base(seat, service), requestFn_(requestFn), owner_(owner), callback_(callback) {}
+
+   RequestFn requestFn() const { return requestFn_; }
+
+   void process() override {
+      Response response;
+      (owner_->*callback_)(this->request(), response);
+      this->responder().Finish(response, grpc::Status::OK, this->id());
+   }
+
+   std::unique_ptr<RequestHandler> chain(void* id) override {
+      return armed<CallbackRequestHandler>(this->successorSeat(id), this->service(), requestFn_, owner_, callback_);
+   }
+
+ private:
+   RequestFn requestFn_;  // asks gRPC for the method's next call
+   Owner* owner_;         // not owned
+   Callback callback_;
+};
+
+}  // namespace VelmSdkRpc

@@ -1,0 +1,109 @@
+#include "native/ClientInit.h"
+
+#include <fmt/format.h>
+
+#include <limits>
+#include <string>
+
+#include "cbf/CbfNexthopGroupRedirect.h"
+#include "native/IpRoute.h"
+#include "native/Programmer.h"
+#include "native/VelmSdkRpcService.h"
+#include "platform/pesko/ProcessTrace.h"
+#include "platform/qor/Assert.h"
+#include "platform/velm/errors.h"
+#include "platform/velm/ip_route.h"
+#include "platform/velm/mpls_route.h"
+#include "platform/velm/nexthop_group.h"
+#include "platform/velm/nexthop_group_tunnel.h"
+#include "sbfd/Bfd.h"
+
+namespace VelmSdkRpc {
+namespace {
+
+constexpr auto className = "ClientInit";
+
+// Does the work; a failure becomes the status, in the words that clients know.
+template <class Work>
+void reportFailure(pb::rpc_status_msg& status, Work&& work) {
+   try {
+      work();
+      status.set_status(pb::rpc_status_msg::STATUS_SUCCESS);
+   } catch (velm::error const& e) {
+      status.set_status(pb::rpc_status_msg::STATUS_ERROR);
+      refuse(className, *status.mutable_debug_string(), fmt::format("Error: exception {}", e.what()));
+   }
+}
+
+}  // namespace
+
+ClientInit::ClientInit(VelmSdkRpcService& service, velm::ip_route_mgr* ipRouteMgr, velm::mpls_route_mgr* mplsRouteMgr,
+                       velm::mpls_vrf_label_mgr* mplsVrfLabelMgr, velm::nexthop_group_mgr* nexthopGroupMgr,
+                       velm::nexthop_group_tunnel_mgr* nexthopGroupTunnelMgr)
+   : service_(service),
+     ipRouteMgr_(ipRouteMgr),
+     mplsRouteMgr_(mplsRouteMgr),
+     mplsVrfLabelMgr_(mplsVrfLabelMgr),
+     nexthopGroupMgr_(nexthopGroupMgr),
+     nexthopGroupTunnelMgr_(nexthopGroupTunnelMgr) {}
+
+void ClientInit::processInitRequest(pb::rpc_server_config_msg const& config, pb::rpc_server_init_status_msg& status) {
+   service_.ipRouteProgrammer().ipRouteTagIs(config.ip_route_tag());
+   bool const policyMapExists =
+      service_.cbfNhgRedirectProgrammer().cbrPolicyMapNameIs(config.cbf_nexthop_group_redirect_policy_map_name());
+   reportFailure(*status.mutable_status(), [&] {
+      probe(status);
+      status.set_cbf_policy_map_exists(policyMapExists);
+      initialized_ = true;
+   });
+}
+
+void ClientInit::probe(pb::rpc_server_init_status_msg& status) {
+   status.set_ip_routes_exist(static_cast<bool>(ipRouteMgr_->ip_route_iter()));
+   status.set_mpls_routes_exist(static_cast<bool>(mplsRouteMgr_->mpls_route_iter()) ||
+                                static_cast<bool>(mplsVrfLabelMgr_->mpls_vrf_label_iter()));
+   status.set_nexthop_groups_exist(static_cast<bool>(nexthopGroupMgr_->nexthop_group_iter()));
+   status.set_nexthop_group_tunnels_exist(static_cast<bool>(nexthopGroupTunnelMgr_->nexthop_group_tunnel_iter()));
+}
+
+void ClientInit::processResync(pb::rpc_server_resync_msg const& request, pb::rpc_status_msg& status) {
+   auto const state = request.resync_state();
+   Qor::assertThat(state != std::numeric_limits<std::int32_t>::min() && state != std::numeric_limits<std::int32_t>::max(),
+                   "false");
+   if (state == pb::RESYNC_START) {
+      reportFailure(status, [&] { startResync(); });
+   } else if (resyncActive_) {
+      reportFailure(status, [&] { endResync(); });
+   } else {
+      status.set_status(pb::rpc_status_msg::STATUS_ERROR);
+      refuse(className, *status.mutable_debug_string(),
+             fmt::format("Error: resync state is already {}", resyncActive_));
+   }
+}
+
+void ClientInit::startResync() {
+   resyncActive_ = true;
+   trace(0, className, "Resync start");
+   ipRouteMgr_->resync_init();
+   mplsRouteMgr_->resync_init();
+   mplsVrfLabelMgr_->resync_init();
+   nexthopGroupMgr_->resync_init();
+   nexthopGroupTunnelMgr_->resync_init();
+   service_.cbfNhgRedirectProgrammer().resyncStart();
+   service_.bfdProgrammer().resyncStart();
+}
+
+void ClientInit::endResync() {
+   resyncActive_ = false;
+   trace(0, className, "Resync end");
+   ipRouteMgr_->resync_complete();
+   mplsRouteMgr_->resync_complete();
+   mplsVrfLabelMgr_->resync_complete();
+   nexthopGroupTunnelMgr_->resync_complete();
+   service_.cbfNhgRedirectProgrammer().resyncEnd();
+   service_.bfdProgrammer().resyncEnd();
+   // Last, behind everything that can refer to a group.
+   nexthopGroupMgr_->resync_complete();
+}
+
+}  // namespace VelmSdkRpc

@@ -1,0 +1,71 @@
+#include "native/IpRoute.h"
+
+#include <fmt/format.h>
+
+#include "convert/Utils.h"
+#include "native/Programmer.h"
+#include "platform/pesko/ProcessTrace.h"
+#include "platform/velm/format.h"
+#include "platform/velm/ip_route.h"
+
+namespace VelmSdkRpc {
+namespace {
+
+constexpr auto className = "IpRouteProgrammer";
+
+}  // namespace
+
+IpRouteProgrammer::IpRouteProgrammer(ClientInit const& clientInit, velm::ip_route_mgr* ipRouteMgr)
+   : clientInit_(clientInit), ipRouteMgr_(ipRouteMgr) {}
+
+void IpRouteProgrammer::ipRouteTagIs(std::uint32_t tag) {
+   ipRouteTag_ = tag;
+   if (tag != 0) ipRouteMgr_->tag_is(tag);
+}
+
+void IpRouteProgrammer::processIpRouteRequest(pb::ip_route_msg const& request, pb::rpc_status_msg& status) {
+   answer(clientInit_, className, request, status, [&](std::string& error) {
+      return request.nexthop_group().empty() ? delRibRoute(request, error) : addRibRoute(request, error);
+   });
+}
+
+void IpRouteProgrammer::processIpRouteBulkRequest(pb::ip_route_bulk_msg const& request,
+                                                  pb::rpc_status_bulk_msg& status) {
+   answerEach(request.ip_route(), status,
+              [&](auto const& element, auto& answered) { processIpRouteRequest(element, answered); });
+}
+
+std::uint32_t IpRouteProgrammer::addRibRoute(pb::ip_route_msg const& request, std::string& error) {
+   auto const prefix = ipPrefixToPrefix(request.prefix());
+   if (ipRouteTag_ != 0 && request.tag() != ipRouteTag_) {
+      return refuse(className, error,
+                    fmt::format("Error: Create {} route with tag {} != rpc_server_init::ip_route_tag {}",
+                                prefix, request.tag(), ipRouteTag_));
+   }
+   trace(1, className, "create {} route", prefix);
+   velm::ip_route_t route{velm::ip_route_key_t(prefix)};
+   route.tag_is(request.tag());
+   velm::ip_route_via_t via(route.key());
+   if (request.forwarding_nexthop_case() == pb::ip_route_msg::FORWARDING_NEXTHOP_NOT_SET) {
+      return refuse(className, error,
+                    fmt::format("Error: ip route {} must specify Forwarding nexthop", prefix));
+   }
+   via.nexthop_group_is(request.nexthop_group());
+   velm::sdk_scoped_lock const lock;
+   ipRouteMgr_->ip_route_set(route, velm::ip_route_action_t::nexthop_group);
+   ipRouteMgr_->ip_route_via_set(via);
+   return pb::rpc_status_msg::STATUS_SUCCESS;
+}
+
+std::uint32_t IpRouteProgrammer::delRibRoute(pb::ip_route_msg const& request, std::string& /*error*/) {
+   auto const prefix = ipPrefixToPrefix(request.prefix());
+   trace(1, className, "delete {} route", prefix);
+   velm::ip_route_key_t const key(prefix);
+   if (!ipRouteMgr_->ip_route_exists(key)) return pb::rpc_status_msg::STATUS_NOT_FOUND;
+   velm::sdk_scoped_lock const lock;
+   ipRouteMgr_->ip_route_via_del(velm::ip_route_via_t(key));
+   ipRouteMgr_->ip_route_del(key);
+   return pb::rpc_status_msg::STATUS_SUCCESS;
+}
+
+}  // namespace VelmSdkRpc

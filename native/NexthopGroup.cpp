@@ -1,0 +1,100 @@
+#include "native/NexthopGroup.h"
+
+#include <fmt/format.h>
+
+#include <forward_list>
+
+#include "convert/Utils.h"
+#include "native/Programmer.h"
+#include "platform/pesko/ProcessTrace.h"
+#include "platform/qor/Assert.h"
+#include "platform/velm/nexthop_group.h"
+
+namespace VelmSdkRpc {
+namespace {
+
+constexpr auto className = "NexthopGroupProgrammer";
+constexpr std::uint32_t implicitNull = 3;
+
+velm::nexthop_group_encap_t encapOf(pb::nexthop_group_msg const& request) {
+   Qor::assertThat(request.nexthop_group_type() == pb::nexthop_group_msg::NEXTHOP_GROUP_TYPE_MPLS, "false");
+   return velm::nexthop_group_encap_t::mpls;
+}
+
+velm::nexthop_group_mpls_action_t actionOf(pb::nexthop_msg const& nexthop) {
+   velm::nexthop_group_mpls_action_t action;
+   action.action_type_is(mplsOpToMplsAction(nexthop.mpls_operation()));
+   if (nexthop.labels().empty()) return action;
+   if (nexthop.labels_size() == 1 && nexthop.labels(0) == implicitNull) {
+      // Implicit null asks for no label on the packet, whatever the operation says.
+      action.action_type_is(velm::mpls_action_t::none);
+      return action;
+   }
+   // The client's last label is the switch's first.
+   std::forward_list<velm::mpls_label_t> stack;
+   for (auto const label : nexthop.labels()) stack.push_front(velm::mpls_label_t(label));
+   action.label_stack_is(stack);
+   return action;
+}
+
+velm::nexthop_group_entry_t entryOf(pb::nexthop_msg const& nexthop) {
+   velm::nexthop_group_entry_t entry;
+   entry.mpls_action_is(actionOf(nexthop));
+   entry.nexthop_is(ipAddressToIpAddr(nexthop.nexthop_ip()));
+   entry.intf_is(velm::intf_id_t(nexthop.nexthop_interface()));
+   return entry;
+}
+
+}  // namespace
+
+NexthopGroupProgrammer::NexthopGroupProgrammer(ClientInit const& clientInit, velm::nexthop_group_mgr* nexthopGroupMgr)
+   : clientInit_(clientInit), nexthopGroupMgr_(nexthopGroupMgr) {}
+
+void NexthopGroupProgrammer::processNexthopGroupRequest(pb::nexthop_group_msg const& request,
+                                                        pb::rpc_status_msg& status) {
+   answer(clientInit_, className, request, status, [&](std::string& error) {
+      velm::sdk_scoped_lock const lock;
+      return request.request_delete() ? deleteNhg(request, error) : addUpdateNhg(request, error);
+   });
+}
+
+void NexthopGroupProgrammer::processNexthopGroupBulkRequest(pb::nexthop_group_bulk_msg const& request,
+                                                            pb::rpc_status_bulk_msg& status) {
+   trace(1, className, "processNexthopGroupBulkRequest NHGs");
+   answerEach(request.nexthop_group(), status,
+              [&](auto const& element, auto& answered) { processNexthopGroupRequest(element, answered); });
+}
+
+std::uint32_t NexthopGroupProgrammer::deleteNhg(pb::nexthop_group_msg const& request, std::string& error) {
+   if (!nexthopGroupMgr_->exists(request.name())) {
+      trace(1, className, "Delete NHG {} ignored, not found", request.name());
+      error = fmt::format("NHG {} not found", request.name());
+      return pb::rpc_status_msg::STATUS_NOT_FOUND;
+   }
+   trace(1, className, "Delete NHG {}", request.name());
+   nexthopGroupMgr_->nexthop_group_del(request.name());
+   return pb::rpc_status_msg::STATUS_SUCCESS;
+}
+
+std::uint32_t NexthopGroupProgrammer::addUpdateNhg(pb::nexthop_group_msg const& request, std::string& error) {
+   if (request.name().empty()) {
+      return refuse(className, error, fmt::format("Error: NHG name required, request {}", request));
+   }
+   if (request.nexthop().empty()) {
+      return refuse(className, error,
+                    fmt::format("Error: NHG {} has no nexthops, request {}", request.name(), request));
+   }
+   trace(1, className, "Programming {}", request);
+   velm::nexthop_group_t group(request.name(), encapOf(request));
+   group.counters_unshared_is(request.counters_unshared());
+   group.autosize_is(request.autosize());
+   std::uint16_t index = 0;  // past 65535 it wraps and overwrites, unchecked
+   for (auto const& nexthop : request.nexthop()) {
+      auto const entry = entryOf(nexthop);
+      for (std::uint32_t n = nexthop.replicate_count(); n > 0; --n) group.nexthop_set(index++, entry);
+   }
+   nexthopGroupMgr_->nexthop_group_set(group);
+   return pb::rpc_status_msg::STATUS_SUCCESS;
+}
+
+}  // namespace VelmSdkRpc

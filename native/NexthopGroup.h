@@ -1,0 +1,36 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "velmsdk.pb.h"
+
+namespace velm {
+class nexthop_group_mgr;
+}
+
+namespace VelmSdkRpc {
+
+class ClientInit;
+
+/// Programs nexthop groups: MPLS groups, each replaced as a whole under its name. Keeps nothing; an update is as
+/// idempotent as the switch's set. Each request is one step under the SDK lock. Server thread only.
+class NexthopGroupProgrammer {
+ public:
+   /// The manager stays the caller's.
+   NexthopGroupProgrammer(ClientInit const& clientInit, velm::nexthop_group_mgr* nexthopGroupMgr);
+
+   /// Sets or deletes one group. Failures stand in the status. A value that the schema forbids ends the process.
+   void processNexthopGroupRequest(pb::nexthop_group_msg const& request, pb::rpc_status_msg& status);
+   /// Answers every element in order; none stops the others and nothing is rolled back.
+   void processNexthopGroupBulkRequest(pb::nexthop_group_bulk_msg const& request, pb::rpc_status_bulk_msg& status);
+
+ private:
+   std::uint32_t addUpdateNhg(pb::nexthop_group_msg const& request, std::string& error);
+   std::uint32_t deleteNhg(pb::nexthop_group_msg const& request, std::string& error);
+
+   ClientInit const& clientInit_;
+   velm::nexthop_group_mgr* nexthopGroupMgr_;
+};
+
+}  // namespace VelmSdkRpc

@@ -1,0 +1,19 @@
+#include "native/Programmer.h"
+
+#include <utility>
+
+#include "native/ClientInit.h"
+
+namespace VelmSdkRpc {
+
+bool isInitialized(ClientInit const& clientInit) { return clientInit.initialized(); }
+
+void traceError(std::string_view className, std::string_view text) { trace(0, className, "{}", text); }
+
+std::uint32_t refuse(std::string_view className, std::string& error, std::string text) {
+   traceError(className, text);
+   error = std::move(text);
+   return pb::rpc_status_msg::STATUS_ERROR;
+}
+
+}  // namespace VelmSdkRpc

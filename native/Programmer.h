@@ -1,0 +1,65 @@
+#pragma once
+
+#include <fmt/format.h>
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "convert/Format.h"
+#include "platform/pesko/ProcessTrace.h"
+#include "platform/velm/errors.h"
+#include "velmsdk.pb.h"
+
+/// What all programmers of the native service do alike: the check for rpc_server_init, the rendering of failures, the
+/// loop of a bulk request. A programmer's own work is a function that returns a status and may leave an error text.
+namespace VelmSdkRpc {
+
+class ClientInit;
+
+/// Whether rpc_server_init has succeeded.
+bool isInitialized(ClientInit const& clientInit);
+
+/// Traces a failure's text at level 0.
+void traceError(std::string_view className, std::string_view text);
+
+/// Leaves the text in `error`, traced, and returns STATUS_ERROR: the end of a refusal.
+std::uint32_t refuse(std::string_view className, std::string& error, std::string text);
+
+/// Answers one request: refuses it before rpc_server_init, else does work(error), which returns the status and may
+/// leave a text in `error`, and reports a velm::error that it throws. `className` labels the trace.
+template <class Request, class Work>
+void answer(ClientInit const& clientInit, std::string_view className, Request const& request,
+            pb::rpc_status_msg& status, Work&& work) {
+   std::string error;
+   std::uint32_t result = pb::rpc_status_msg::STATUS_NOT_INITIALIZED;
+   if (isInitialized(clientInit)) {
+      try {
+         result = work(error);
+      } catch (velm::error const& e) {
+         result = refuse(className, error, fmt::format("Error: request {} exception {}", request, e.what()));
+      }
+   } else {
+      refuse(className, error, fmt::format("Error: no prior rpc_server_init call, request {}", request));
+   }
+   status.set_status(static_cast<pb::rpc_status_msg_rpc_status_value_enum>(result));
+   if (!error.empty()) status.set_debug_string(std::move(error));
+}
+
+/// Answers each element of a bulk request in order with processOne(element, status); none stops the others.
+template <class Elements, class ProcessOne>
+void answerEach(Elements const& elements, pb::rpc_status_bulk_msg& statuses, ProcessOne&& processOne) {
+   statuses.mutable_status()->Reserve(elements.size());
+   for (auto const& element : elements) processOne(element, *statuses.add_status());
+}
+
+/// Answers for a programmer that this build does not have.
+template <class Request>
+void answerUnbuilt(ClientInit const& clientInit, std::string_view className, Request const& request,
+                   pb::rpc_status_msg& status, std::string_view what) {
+   answer(clientInit, className, request, status, [&](std::string& error) {
+      return refuse(className, error, fmt::format("Error: {} are not built into this agent, request {}", what, request));
+   });
+}
+
+}  // namespace VelmSdkRpc

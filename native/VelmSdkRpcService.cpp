@@ -1,0 +1,116 @@
+#include "native/VelmSdkRpcService.h"
+
+#include "cbf/CbfNexthopGroupRedirect.h"
+#include "native/CallbackRequestHandler.h"
+#include "native/ClientInit.h"
+#include "native/IpRoute.h"
+#include "native/MplsRoute.h"
+#include "native/NexthopGroup.h"
+#include "native/NhgTunnel.h"
+#include "native/Opaque.h"
+#include "rpc/Method.h"
+#include "rpc/UnimplementedStreamHandler.h"
+#include "sbfd/Bfd.h"
+
+namespace VelmSdkRpc {
+namespace {
+
+using AsyncService = VelmSdkRpcService::AsyncService;
+
+// A call that is held open for as long as the server lives: its end is how a client learns that the agent has gone. The
+// server never writes to it, never ends it and does not ask to be told of its end.
+class DetectServerAliveHandler
+   : public GenericRequestHandler<DetectServerAliveHandler, pb::rpc_server_alive_msg, pb::rpc_server_alive_msg,
+                                  VelmSdkRpcService, true> {
+ public:
+   using GenericRequestHandler::GenericRequestHandler;
+   static constexpr auto requestFn() { return &AsyncService::Requestwatch_rpc_server_alive; }
+   void process() override { stateIs(HandlerState::Active); }
+};
+
+constexpr char initHandlerName[] = "init";
+constexpr char resyncHandlerName[] = "resync";
+constexpr char opaqueSetHandlerName[] = "opaqueSet";
+constexpr char opaqueGetHandlerName[] = "opaqueGet";
+constexpr char nexthopGroupHandlerName[] = "nexthopGroup";
+constexpr char nexthopGroupBulkHandlerName[] = "nexthopGroupBulk";
+constexpr char ipRouteHandlerName[] = "ipRoute";
+constexpr char ipRouteBulkHandlerName[] = "ipRouteBulk";
+constexpr char nhgTunnelHandlerName[] = "nhgTunnel";
+constexpr char nhgTunnelBulkHandlerName[] = "nhgTunnelBulk";
+constexpr char mplsRouteHandlerName[] = "mplsRoute";
+constexpr char mplsRouteBulkHandlerName[] = "mplsRouteBulk";
+constexpr char cbfNexthopGroupRedirectName[] = "cbfNexthopGroupRedirect";
+constexpr char cbfNexthopGroupRedirectBulkName[] = "cbfNexthopGroupRedirectBulk";
+constexpr char sbfdEchoSessionHandlerName[] = "sbfdEchoSession";
+constexpr char sbfdEchoSessionBulkHandlerName[] = "sbfdEchoSessionBulk";
+
+// Arms the handler of a unary method; its messages follow from the generated member.
+template <char const* Name, auto post, class Owner>
+void bind(VelmSdkRpcService& service, Owner& owner,
+          void (Owner::*callback)(typename Method<post>::Request const&, typename Method<post>::Response&)) {
+   using Handler =
+      CallbackRequestHandler<typename Method<post>::Request, typename Method<post>::Response, Owner, Name>;
+   service.arm<Handler>(service, post, &owner, callback);
+}
+
+}  // namespace
+
+VelmSdkRpcService::VelmSdkRpcService(velm::acl_mgr* /*aclMgr*/, velm::agent_mgr* /*agentMgr*/,
+                                     velm::bfd_session_mgr* /*bfdSessionMgr*/, velm::intf_mgr* /*intfMgr*/,
+                                     velm::class_map_mgr* /*classMapMgr*/, velm::ip_route_mgr* ipRouteMgr,
+                                     velm::mpls_route_mgr* mplsRouteMgr, velm::mpls_vrf_label_mgr* mplsVrfLabelMgr,
+                                     velm::nexthop_group_mgr* nexthopGroupMgr,
+                                     velm::nexthop_group_tunnel_mgr* nexthopGroupTunnelMgr,
+                                     velm::policy_map_mgr* /*policyMapMgr*/)
+   : GrpcService("VelmSdkRpc"),
+     clientInit_(std::make_unique<ClientInit>(*this, ipRouteMgr, mplsRouteMgr, mplsVrfLabelMgr, nexthopGroupMgr,
+                                              nexthopGroupTunnelMgr)),
+     bfdProgrammer_(std::make_unique<BfdProgrammer>(*clientInit_)),
+     cbfNhgRedirectProgrammer_(std::make_unique<CbfNhgRedirectProgrammer>(*clientInit_)),
+     ipRouteProgrammer_(std::make_unique<IpRouteProgrammer>(*clientInit_, ipRouteMgr)),
+     mplsRouteProgrammer_(std::make_unique<MplsRouteProgrammer>(*clientInit_)),
+     nexthopGroupProgrammer_(std::make_unique<NexthopGroupProgrammer>(*clientInit_, nexthopGroupMgr)),
+     nhgTunnelProgrammer_(std::make_unique<NhgTunnelProgrammer>(*clientInit_)),
+     opaqueProgrammer_(std::make_unique<OpaqueProgrammer>(*clientInit_)) {}
+
+VelmSdkRpcService::~VelmSdkRpcService() = default;
+
+void VelmSdkRpcService::registerRpcService(grpc::ServerBuilder& builder) { builder.RegisterService(&asyncService_); }
+
+// clang-format off
+void VelmSdkRpcService::startHandlers() {
+   using Init = ClientInit;
+   using Opaque = OpaqueProgrammer;
+   using Group = NexthopGroupProgrammer;
+   using Route = IpRouteProgrammer;
+   using Tunnel = NhgTunnelProgrammer;
+   using Mpls = MplsRouteProgrammer;
+   using Cbf = CbfNhgRedirectProgrammer;
+   using Bfd = BfdProgrammer;
+   bind<initHandlerName, &AsyncService::Requestrpc_server_init>(*this, *clientInit_, &Init::processInitRequest);
+   bind<resyncHandlerName, &AsyncService::Requestrpc_server_resync>(*this, *clientInit_, &Init::processResync);
+   bind<opaqueSetHandlerName, &AsyncService::Requestrpc_server_state>(*this, *opaqueProgrammer_, &Opaque::processOpaqueStateSetRequest);
+   bind<opaqueGetHandlerName, &AsyncService::Requestget_rpc_server_state>(*this, *opaqueProgrammer_, &Opaque::processOpaqueStateGetRequest);
+   bind<nexthopGroupHandlerName, &AsyncService::Requestnexthop_group>(*this, *nexthopGroupProgrammer_, &Group::processNexthopGroupRequest);
+   bind<nexthopGroupBulkHandlerName, &AsyncService::Requestnexthop_group_bulk>(*this, *nexthopGroupProgrammer_, &Group::processNexthopGroupBulkRequest);
+   bind<ipRouteHandlerName, &AsyncService::Requestip_route>(*this, *ipRouteProgrammer_, &Route::processIpRouteRequest);
+   bind<ipRouteBulkHandlerName, &AsyncService::Requestip_route_bulk>(*this, *ipRouteProgrammer_, &Route::processIpRouteBulkRequest);
+   bind<nhgTunnelHandlerName, &AsyncService::Requestnexthop_group_tunnel>(*this, *nhgTunnelProgrammer_, &Tunnel::processNhgTunnelRequest);
+   bind<nhgTunnelBulkHandlerName, &AsyncService::Requestnexthop_group_tunnel_bulk>(*this, *nhgTunnelProgrammer_, &Tunnel::processNhgTunnelBulkRequest);
+   bind<mplsRouteHandlerName, &AsyncService::Requestmpls_route>(*this, *mplsRouteProgrammer_, &Mpls::processMPLSRouteRequest);
+   bind<mplsRouteBulkHandlerName, &AsyncService::Requestmpls_route_bulk>(*this, *mplsRouteProgrammer_, &Mpls::processMPLSRouteBulkRequest);
+   bind<cbfNexthopGroupRedirectName, &AsyncService::Requestcbf_nexthop_group_redirect>(*this, *cbfNhgRedirectProgrammer_, &Cbf::processCbfNhgRedirectRequest);
+   bind<cbfNexthopGroupRedirectBulkName, &AsyncService::Requestcbf_nexthop_group_redirect_bulk>(*this, *cbfNhgRedirectProgrammer_, &Cbf::processCbfNhgRedirectBulkRequest);
+   bind<sbfdEchoSessionHandlerName, &AsyncService::Requestsbfd_echo_session>(*this, *bfdProgrammer_, &Bfd::processSbfdEchoSessionRequest);
+   bind<sbfdEchoSessionBulkHandlerName, &AsyncService::Requestsbfd_echo_session_bulk>(*this, *bfdProgrammer_, &Bfd::processSbfdEchoSessionBulkRequest);
+   arm<DetectServerAliveHandler>(*this);
+   registerAdapter<UnimplementedStreamHandler, Method<&AsyncService::Requestwatch_sbfd_echo_session_status_msgs>>(*this);
+}
+// clang-format on
+
+namespace Test {
+VelmSdkRpcService* btestHelper = nullptr;
+}  // namespace Test
+
+}  // namespace VelmSdkRpc

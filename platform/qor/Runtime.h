@@ -1,0 +1,53 @@
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <typeinfo>
+
+namespace Qor {
+
+/// A run of bytes.
+class Bytes {
+ public:
+   Bytes() = default;
+   explicit Bytes(std::string_view bytes) : bytes_(bytes) {}
+   std::string const& stdString() const { return bytes_; }
+
+ private:
+   std::string bytes_;
+};
+
+/// The readable name of a type, for example "VelmSdkRpc::pb::ip_route_msg".
+std::string demangle(std::type_info const& type);
+
+/// Base of the runtime's counted objects.
+class VFPtrInterface {
+ public:
+   /// Whether reference counts are atomic. Set once, before the first counted object exists.
+   static void threadSafePointersIs(bool threadSafe) { threadSafePointers_ = threadSafe; }
+   static bool threadSafePointers() { return threadSafePointers_; }
+
+ private:
+   static inline bool threadSafePointers_ = false;
+};
+
+/// How the runtime's event loop waits. The loop of this platform always uses epoll and always treats a failure of
+/// epoll_ctl as fatal; the switches record what the process asked for.
+class ActivityManagerConfig {
+ public:
+   void useEpollIs(bool use) { useEpoll_ = use; }
+   bool useEpoll() const { return useEpoll_; }
+   void allEpollCtlFailuresAreFatalIs(bool fatal) { allEpollCtlFailuresAreFatal_ = fatal; }
+   bool allEpollCtlFailuresAreFatal() const { return allEpollCtlFailuresAreFatal_; }
+
+ private:
+   bool useEpoll_ = false;
+   bool allEpollCtlFailuresAreFatal_ = false;
+};
+
+class ActivityFacility {
+ public:
+   static ActivityManagerConfig& activityManagerConfig();
+};
+
+}  // namespace Qor

@@ -1,0 +1,189 @@
+#include "platform/switch/IpRouteMgr.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/switch/Iterators.h"
+
+namespace velm::embedded {
+namespace {
+
+// A via is told by all of its attributes but the metric.
+bool sameVia(ip_route_via_t const& a, ip_route_via_t const& b) {
+   if (a.metric() == b.metric()) return a == b;
+   ip_route_via_t other = b;
+   other.metric_is(a.metric());
+   return a == other;
+}
+
+auto findVia(IpRoute const& route, ip_route_via_t const& via) {
+   return std::ranges::find_if(route.vias, [&](auto const& stored) { return sameVia(stored.via, via); });
+}
+
+bool holdsVia(IpRouteTable const& table, ip_route_via_t const& via) {
+   IpRoute const* route = table.find(via.route_key());
+   return route != nullptr && findVia(*route, via) != route->vias.end();
+}
+
+void setVia(IpRouteTable& table, ip_route_via_t const& via) {
+   bool const found = table.amend(via.route_key(), [&](IpRoute& route) {
+      // A route leaves through one group or through vias of its own, never through both.
+      std::erase_if(route.vias, [&](auto const& stored) {
+         return via.nexthop_group().empty() ? !stored.via.nexthop_group().empty() : !sameVia(stored.via, via);
+      });
+      auto const it = std::ranges::find_if(route.vias, [&](auto const& stored) { return sameVia(stored.via, via); });
+      if (it == route.vias.end()) {
+         route.vias.push_back({via});
+      } else {
+         *it = {via};
+      }
+   });
+   if (!found) {
+      throw configuration_error(fmt::format("no such route {}", via.route_key().prefix().to_string()));
+   }
+}
+
+void delVia(IpRouteTable& table, ip_route_via_t const& via) {
+   if (!holdsVia(table, via)) return;
+   table.amend(via.route_key(), [&](IpRoute& route) {
+      std::erase_if(route.vias, [&](auto const& stored) { return sameVia(stored.via, via); });
+   });
+}
+
+ip_route_t routeOf(ip_route_key_t const& key, IpRoute const& row) {
+   ip_route_t route(key);
+   route.tag_is(row.tag);
+   return route;
+}
+
+ip_route_t readRoute(IpRouteTable const& table, ip_route_key_t const& key) {
+   IpRoute const* row = table.find(key);
+   if (row == nullptr) throw invalid_argument_error(fmt::format("no such route {}", key.prefix().to_string()));
+   return routeOf(key, *row);
+}
+
+}  // namespace
+
+IpRouteMgr::IpRouteMgr(CallLedger& ledger)
+   : defaultVrf_(vrfs_[""]),
+     op_tag_(ledger, "ip_route_mgr.tag"),
+     op_tag_is_(ledger, "ip_route_mgr.tag_is"),
+     op_resync_init_(ledger, "ip_route_mgr.resync_init"),
+     op_resync_complete_(ledger, "ip_route_mgr.resync_complete"),
+     op_iter_(ledger, "ip_route_mgr.ip_route_iter"),
+     op_via_iter_(ledger, "ip_route_mgr.ip_route_via_iter"),
+     op_exists_(ledger, "ip_route_mgr.exists"),
+     op_route_(ledger, "ip_route_mgr.ip_route"),
+     op_set_(ledger, "ip_route_mgr.ip_route_set"),
+     op_del_(ledger, "ip_route_mgr.ip_route_del"),
+     op_via_set_(ledger, "ip_route_mgr.ip_route_via_set"),
+     op_via_del_(ledger, "ip_route_mgr.ip_route_via_del") {}
+
+IpRouteTable const& IpRouteMgr::table(std::string const& vrf) const {
+   if (vrf.empty()) return defaultVrf_;
+   auto const it = vrfs_.find(vrf);
+   return it == vrfs_.end() ? noVrf_ : it->second;
+}
+
+IpRouteTable& IpRouteMgr::known(std::string const& vrf) { return const_cast<IpRouteTable&>(table(vrf)); }
+
+std::uint32_t IpRouteMgr::tag() const {
+   Call const call(op_tag_);
+   return tag_;
+}
+
+void IpRouteMgr::tag_is(std::uint32_t tag) {
+   Call const call(op_tag_is_);
+   tag_ = tag;
+}
+
+void IpRouteMgr::resync_init() {
+   Call const call(op_resync_init_);
+   resyncing_ = true;
+   for (auto& [vrf, table] : vrfs_) {
+      table.mark([&](ip_route_key_t const&, IpRoute& route) {
+         bool const mine = tag_ == 0 || route.tag == tag_;
+         markVias(route.vias, mine);
+         return mine;
+      });
+   }
+}
+
+void IpRouteMgr::resync_complete() {
+   Call const call(op_resync_complete_);
+   if (!std::exchange(resyncing_, false)) return;
+   for (auto& [vrf, table] : vrfs_) {
+      table.purge([](ip_route_key_t const&, IpRoute& route) { return purgeVias(route.vias); });
+   }
+}
+
+ip_route_iter_t IpRouteMgr::ip_route_iter() const {
+   Call const call(op_iter_);
+   return makeTableIter(defaultVrf_, routeOf);
+}
+
+ip_route_via_iter_t IpRouteMgr::ip_route_via_iter(ip_route_key_t const& key) const {
+   Call const call(op_via_iter_);
+   IpRoute const* route = defaultVrf_.find(key);
+   return makeSnapshotIter(route == nullptr ? std::vector<ip_route_via_t>() : plainVias(route->vias),
+                           [this](ip_route_via_t const& via) { return holdsVia(defaultVrf_, via); });
+}
+
+bool IpRouteMgr::exists(ip_route_key_t const& key) const { return exists(key, {}); }
+bool IpRouteMgr::exists(ip_route_key_t const& key, std::string const& vrf) const {
+   Call const call(op_exists_);
+   return table(vrf).contains(key);
+}
+
+bool IpRouteMgr::exists(ip_route_via_t const& via) const { return exists(via, {}); }
+bool IpRouteMgr::exists(ip_route_via_t const& via, std::string const& vrf) const {
+   Call const call(op_exists_);
+   return holdsVia(table(vrf), via);
+}
+
+ip_route_t IpRouteMgr::ip_route(ip_route_key_t const& key) const { return ip_route(key, {}); }
+ip_route_t IpRouteMgr::ip_route(ip_route_key_t const& key, std::string const& vrf) const {
+   Call const call(op_route_);
+   return readRoute(table(vrf), key);
+}
+
+void IpRouteMgr::set(IpRouteTable& table, ip_route_t const& route, ip_route_action_t const* action) {
+   table.update(route.key(), [&](IpRoute& row) {
+      row.tag = route.tag();
+      if (action != nullptr) row.action = *action;
+   });
+}
+
+void IpRouteMgr::ip_route_set(ip_route_t const& route) { ip_route_set(route, std::string()); }
+void IpRouteMgr::ip_route_set(ip_route_t const& route, ip_route_action_t action) {
+   Call const call(op_set_);
+   check_length(route.key().prefix());
+   set(defaultVrf_, route, &action);
+}
+void IpRouteMgr::ip_route_set(ip_route_t const& route, std::string const& vrf) {
+   Call const call(op_set_);
+   check_length(route.key().prefix());
+   set(vrf.empty() ? defaultVrf_ : vrfs_[vrf], route, nullptr);
+}
+
+void IpRouteMgr::ip_route_del(ip_route_key_t const& key) { ip_route_del(key, {}); }
+void IpRouteMgr::ip_route_del(ip_route_key_t const& key, std::string const& vrf) {
+   Call const call(op_del_);
+   known(vrf).del(key);
+}
+
+void IpRouteMgr::ip_route_via_set(ip_route_via_t const& via) { ip_route_via_set(via, {}); }
+void IpRouteMgr::ip_route_via_set(ip_route_via_t const& via, std::string const& vrf) {
+   Call const call(op_via_set_);
+   setVia(known(vrf), via);
+}
+
+void IpRouteMgr::ip_route_via_del(ip_route_via_t const& via) { ip_route_via_del(via, {}); }
+void IpRouteMgr::ip_route_via_del(ip_route_via_t const& via, std::string const& vrf) {
+   Call const call(op_via_del_);
+   delVia(known(vrf), via);
+}
+
+}  // namespace velm::embedded

@@ -1,0 +1,78 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+
+#include "platform/switch/CallLedger.h"
+#include "platform/switch/StoredVia.h"
+#include "platform/switch/Table.h"
+#include "platform/velm/ip_route.h"
+
+namespace velm::embedded {
+
+/// An IP route as the switch keeps it, under its key.
+struct IpRoute {
+   std::uint32_t tag = 0;
+   ip_route_action_t action = ip_route_action_t::none;
+   StoredVias<ip_route_via_t> vias;
+};
+using IpRouteTable = Table<ip_route_key_t, IpRoute>;
+
+/// IP routes, a table per VRF.
+class IpRouteMgr : public ip_route_mgr {
+ public:
+   explicit IpRouteMgr(CallLedger& ledger);
+
+   /// The table of a VRF; an empty one for a VRF without routes.
+   IpRouteTable const& table(std::string const& vrf) const;
+
+   std::uint32_t tag() const override;
+   void tag_is(std::uint32_t tag) override;
+   void resync_init() override;
+   void resync_complete() override;
+   ip_route_iter_t ip_route_iter() const override;
+   ip_route_via_iter_t ip_route_via_iter(ip_route_key_t const& key) const override;
+   bool exists(ip_route_key_t const& key) const override;
+   bool exists(ip_route_key_t const& key, std::string const& vrf) const override;
+   bool exists(ip_route_via_t const& via) const override;
+   bool exists(ip_route_via_t const& via, std::string const& vrf) const override;
+   ip_route_t ip_route(ip_route_key_t const& key) const override;
+   ip_route_t ip_route(ip_route_key_t const& key, std::string const& vrf) const override;
+   void ip_route_set(ip_route_t const& route) override;
+   void ip_route_set(ip_route_t const& route, ip_route_action_t action) override;
+   void ip_route_set(ip_route_t const& route, std::string const& vrf) override;
+   void ip_route_del(ip_route_key_t const& key) override;
+   void ip_route_del(ip_route_key_t const& key, std::string const& vrf) override;
+   void ip_route_via_set(ip_route_via_t const& via) override;
+   void ip_route_via_set(ip_route_via_t const& via, std::string const& vrf) override;
+   void ip_route_via_del(ip_route_via_t const& via) override;
+   void ip_route_via_del(ip_route_via_t const& via, std::string const& vrf) override;
+
+ private:
+   /// For changes to routes that exist: an unknown VRF has none.
+   IpRouteTable& known(std::string const& vrf);
+   static void set(IpRouteTable& table, ip_route_t const& route, ip_route_action_t const* action);
+
+   std::map<std::string, IpRouteTable, std::less<>> vrfs_;  // tables never go, so that iterators stay good
+   IpRouteTable& defaultVrf_;
+   IpRouteTable noVrf_;  // stands in for a VRF that was never set; nothing is ever put into it
+   std::uint32_t tag_ = 0;
+   bool resyncing_ = false;
+
+   mutable Operation op_tag_;
+   mutable Operation op_tag_is_;
+   mutable Operation op_resync_init_;
+   mutable Operation op_resync_complete_;
+   mutable Operation op_iter_;
+   mutable Operation op_via_iter_;
+   mutable Operation op_exists_;
+   mutable Operation op_route_;
+   mutable Operation op_set_;
+   mutable Operation op_del_;
+   mutable Operation op_via_set_;
+   mutable Operation op_via_del_;
+};
+
+}  // namespace velm::embedded

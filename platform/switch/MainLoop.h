@@ -1,0 +1,39 @@
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "platform/loom/TaskScheduler.h"
+
+namespace velm::embedded {
+
+/// The SDK's event loop, on libuv. A turn delivers the events that were queued when it began and then runs one task, each
+/// under the SDK lock, which is free between any two of them for whoever waits: a storm of events starves neither the
+/// tasks nor the server thread, and what one list of commands causes stays one burst.
+///
+/// From construction on the first SIGTERM or SIGINT asks for disabling; the next one ends the process.
+class MainLoop {
+ public:
+   using Event = std::function<void()>;
+
+   explicit MainLoop(Loom::TaskScheduler& scheduler);
+   ~MainLoop();
+   MainLoop(MainLoop const&) = delete;
+   MainLoop& operator=(MainLoop const&) = delete;
+
+   /// Queues an event, to run on the loop's thread under the SDK lock, in order. Any thread; never waits.
+   void post(Event event);
+   /// Asks for the disabling of the agent, behind what is queued. Any thread; once is enough.
+   void disable();
+   /// Makes run() return after the present turn. Loop's thread, or before run().
+   void stop();
+
+   /// Turns until stop(). onDisable runs once, on the loop's thread, without the SDK lock.
+   void run(std::function<void()> onDisable);
+
+ private:
+   struct Impl;
+   std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace velm::embedded

@@ -1,0 +1,64 @@
+#pragma once
+
+#include <string>
+
+#include "platform/switch/CallLedger.h"
+#include "platform/switch/Dataplane.h"
+#include "platform/switch/MainLoop.h"
+#include "platform/switch/Table.h"
+#include "platform/velm/nexthop_group.h"
+
+namespace velm::embedded {
+
+using NexthopGroupTable = Table<std::string, nexthop_group_t>;
+
+/// What the dataplane has made of a group.
+struct NexthopGroupStatus {
+   unsigned short version = 0;
+   bool active = false;
+};
+using NexthopGroupStatusTable = Table<std::string, NexthopGroupStatus>;
+
+/// Nexthop groups: what was asked for, and beside it what the dataplane reported.
+class NexthopGroupMgr : public nexthop_group_mgr, public DataplaneReports {
+ public:
+   explicit NexthopGroupMgr(CallLedger& ledger);
+
+   void dataplaneIs(Dataplane& dataplane);
+   NexthopGroupTable const& table() const { return table_; }
+   NexthopGroupStatusTable const& statuses() const { return statuses_; }
+
+   void resync_init() override;
+   void resync_complete() override;
+   nexthop_group_iter_t nexthop_group_iter() const override;
+   programmed_nexthop_group_iter_t programmed_nexthop_group_iter() const override;
+   bool exists(std::string const& name) const override;
+   nexthop_group_t nexthop_group(std::string const& name) const override;
+   bool active(std::string const& name) const override;
+   bool programmed_nexthop_group(std::string const& name) const override;
+   nexthop_group_entry_counter_t counter(std::string const& name, unsigned short entry) const override;
+   void nexthop_group_set(nexthop_group_t const& group) override;
+   void nexthop_group_del(std::string const& name) override;
+
+   void groupProgrammed(std::string const& name, unsigned short version) override;
+   void groupActive(std::string const& name, bool active) override;
+   void groupGone(std::string const& name) override;
+
+ private:
+   NexthopGroupTable table_;
+   NexthopGroupStatusTable statuses_;
+
+   mutable Operation resync_init_;
+   mutable Operation resync_complete_;
+   mutable Operation iter_;
+   mutable Operation programmed_iter_;
+   mutable Operation exists_;
+   mutable Operation group_;
+   mutable Operation active_;
+   mutable Operation programmed_;
+   mutable Operation counter_;
+   mutable Operation set_;
+   mutable Operation del_;
+};
+
+}  // namespace velm::embedded

@@ -1,0 +1,46 @@
+#include "platform/switch/NexthopGroupTunnelMgr.h"
+
+#include "platform/switch/Iterators.h"
+
+namespace velm::embedded {
+
+NexthopGroupTunnelMgr::NexthopGroupTunnelMgr(CallLedger& ledger)
+   : resync_init_(ledger, "nexthop_group_tunnel_mgr.resync_init"),
+     resync_complete_(ledger, "nexthop_group_tunnel_mgr.resync_complete"),
+     iter_(ledger, "nexthop_group_tunnel_mgr.nexthop_group_tunnel_iter"),
+     exists_(ledger, "nexthop_group_tunnel_mgr.exists"),
+     set_(ledger, "nexthop_group_tunnel_mgr.nexthop_group_tunnel_set"),
+     del_(ledger, "nexthop_group_tunnel_mgr.nexthop_group_tunnel_del") {}
+
+void NexthopGroupTunnelMgr::resync_init() {
+   Call const call(resync_init_);
+   table_.markAll();
+}
+
+void NexthopGroupTunnelMgr::resync_complete() {
+   Call const call(resync_complete_);
+   table_.purge();
+}
+
+nexthop_group_tunnel_iter_t NexthopGroupTunnelMgr::nexthop_group_tunnel_iter() const {
+   Call const call(iter_);
+   return makeTableIter(table_, [](ip_prefix_t const&, nexthop_group_tunnel_t const& tunnel) { return tunnel; });
+}
+
+bool NexthopGroupTunnelMgr::exists(ip_prefix_t const& endpoint) const {
+   Call const call(exists_);
+   return table_.contains(endpoint);
+}
+
+void NexthopGroupTunnelMgr::nexthop_group_tunnel_set(nexthop_group_tunnel_t const& tunnel) {
+   Call const call(set_);
+   check_length(tunnel.tunnel_endpoint());
+   table_.set(tunnel.tunnel_endpoint(), tunnel);
+}
+
+void NexthopGroupTunnelMgr::nexthop_group_tunnel_del(ip_prefix_t const& endpoint) {
+   Call const call(del_);
+   table_.del(endpoint);
+}
+
+}  // namespace velm::embedded

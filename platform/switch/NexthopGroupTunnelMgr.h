@@ -1,0 +1,35 @@
+#pragma once
+
+#include "platform/switch/CallLedger.h"
+#include "platform/switch/Table.h"
+#include "platform/velm/nexthop_group_tunnel.h"
+
+namespace velm::embedded {
+
+using NexthopGroupTunnelTable = Table<ip_prefix_t, nexthop_group_tunnel_t>;
+
+/// Tunnels through nexthop groups, by endpoint.
+class NexthopGroupTunnelMgr : public nexthop_group_tunnel_mgr {
+ public:
+   explicit NexthopGroupTunnelMgr(CallLedger& ledger);
+   NexthopGroupTunnelTable const& table() const { return table_; }
+
+   void resync_init() override;
+   void resync_complete() override;
+   nexthop_group_tunnel_iter_t nexthop_group_tunnel_iter() const override;
+   bool exists(ip_prefix_t const& endpoint) const override;
+   void nexthop_group_tunnel_set(nexthop_group_tunnel_t const& tunnel) override;
+   void nexthop_group_tunnel_del(ip_prefix_t const& endpoint) override;
+
+ private:
+   NexthopGroupTunnelTable table_;
+
+   mutable Operation resync_init_;
+   mutable Operation resync_complete_;
+   mutable Operation iter_;
+   mutable Operation exists_;
+   mutable Operation set_;
+   mutable Operation del_;
+};
+
+}  // namespace velm::embedded

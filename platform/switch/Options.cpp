@@ -1,0 +1,91 @@
+#include "platform/switch/Options.h"
+
+#include <fmt/format.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+
+#include "platform/pesko/Trace.h"
+#include "platform/switch/Identity.h"
+#include "platform/switch/Switch.h"
+
+namespace velm::embedded {
+namespace {
+
+constexpr auto description = R"(Puts the switch's programming SDK behind one gRPC port.
+
+Options of the agent, each with its value in the next argument:
+  --listen ADDRESS            where the gRPC server listens (127.0.0.1:9543)
+  --grpc-trace TRACERS        sets GRPC_TRACE
+  --grpc-verbosity LEVEL      sets GRPC_VERBOSITY
+)";
+
+[[noreturn]] void refuse(std::string const& message) {
+   fmt::print(stderr, "{}: {}\n", agentName, message);
+   std::exit(2);
+}
+
+// The configuration's commands with their line numbers, for a message that a person can act on.
+struct Line {
+   std::size_t number;
+   std::string text;
+};
+
+std::vector<Line> readLines(std::string const& path) {
+   std::ifstream file(path);
+   if (!file) refuse(fmt::format("cannot read {}", path));
+   std::vector<Line> lines;
+   std::string text;
+   for (std::size_t number = 1; std::getline(file, text); ++number) {
+      auto const first = text.find_first_not_of(" \t\r");
+      if (first != std::string::npos && text[first] != '!') lines.push_back({number, text});
+   }
+   return lines;
+}
+
+}  // namespace
+
+Options readOptions(int argc, char** argv) {
+   Options options;
+   CLI::App app(description, std::string(agentName));
+   app.add_option("--switch-config", options.configFile, "Configuration commands to carry out before the agent starts")
+      ->type_name("FILE");
+   app.add_option("--trace", options.traces, "Trace levels of a facility, for example VelmSdkRpc/0-3,6; repeatable")
+      ->type_name("SPEC")
+      ->allow_extra_args(false);
+   app.set_version_flag("--version", fmt::format("{} {}", agentName, agentVersion));
+   // By the count alone: CLI11 takes the arguments in reverse order.
+   std::vector<std::string> arguments;
+   for (int i = argc - 1; i >= 1; --i) arguments.emplace_back(argv[i] == nullptr ? "" : argv[i]);
+   try {
+      app.parse(std::move(arguments));
+   } catch (CLI::Success const& success) {
+      std::exit(app.exit(success));
+   } catch (CLI::ParseError const& failure) {
+      refuse(failure.what());
+   }
+   return options;
+}
+
+void applyOptions(Options const& options, Switch& device) {
+   for (auto const& spec : options.traces) {
+      try {
+         Pesko::Platform::setupPeskoDebug(spec);
+      } catch (std::invalid_argument const& e) {
+         refuse(fmt::format("--trace: {}", e.what()));
+      }
+   }
+   if (options.configFile.empty()) return;
+   auto const lines = readLines(options.configFile);
+   std::vector<std::string> commands;
+   for (auto const& line : lines) commands.push_back(line.text);
+   if (auto const failure = device.configure(commands)) {
+      refuse(fmt::format("{}:{}: {}", options.configFile, lines[failure->done].number, failure->message));
+   }
+}
+
+}  // namespace velm::embedded

@@ -1,0 +1,72 @@
+#include "platform/switch/SimulatedDataplane.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace velm::embedded {
+
+SimulatedDataplane::Exits SimulatedDataplane::exitsOf(nexthop_group_t const& group) {
+   Exits exits;
+   for (auto const& [index, entry] : group.nexthops()) {
+      if (entry.intf() != intf_id_t()) {
+         exits.intfs.insert(entry.intf());
+      } else {
+         exits.always |= entry.nexthop().af() != af_t::none || !entry.child_nexthop_group().empty();
+      }
+   }
+   return exits;
+}
+
+void SimulatedDataplane::groupIs(nexthop_group_t const& group) {
+   loop_.post([this, name = group.name(), exits = exitsOf(group)]() mutable { program(name, std::move(exits)); });
+}
+
+void SimulatedDataplane::groupDel(std::string const& name) {
+   loop_.post([this, name] { forget(name); });
+}
+
+void SimulatedDataplane::intfIs(intf_id_t intf, oper_status_t status) {
+   loop_.post([this, intf, status] {
+      bool const changed = status == oper_status_t::up ? up_.insert(intf).second : up_.erase(intf) > 0;
+      auto const it = groupsByIntf_.find(intf);
+      if (!changed || it == groupsByIntf_.end()) return;
+      for (auto const& name : it->second) refresh(name, groups_.at(name));
+   });
+}
+
+void SimulatedDataplane::program(std::string const& name, Exits exits) {
+   auto& group = groups_[name];
+   watchExits(name, group.exits, false);
+   group.exits = std::move(exits);
+   watchExits(name, group.exits, true);
+   ++group.version;
+   reports_.groupProgrammed(name, group.version);
+   refresh(name, group);
+}
+
+void SimulatedDataplane::forget(std::string const& name) {
+   auto const it = groups_.find(name);
+   if (it == groups_.end()) return;
+   watchExits(name, it->second.exits, false);
+   groups_.erase(it);
+   reports_.groupGone(name);
+}
+
+void SimulatedDataplane::watchExits(std::string const& name, Exits const& exits, bool on) {
+   for (auto const& intf : exits.intfs) {
+      if (on) {
+         groupsByIntf_[intf].insert(name);
+      } else {
+         groupsByIntf_[intf].erase(name);
+      }
+   }
+}
+
+void SimulatedDataplane::refresh(std::string const& name, Group& group) {
+   bool const active = group.exits.always || std::ranges::any_of(group.exits.intfs, [&](auto const& intf) {
+                          return up_.contains(intf);
+                       });
+   if (std::exchange(group.active, active) != active) reports_.groupActive(name, active);
+}
+
+}  // namespace velm::embedded

@@ -1,0 +1,71 @@
+#include "platform/switch/VapiMgr.h"
+
+#include <fmt/format.h>
+
+#include <chrono>
+#include <thread>
+#include <utility>
+
+#include "platform/switch/Switch.h"
+#include "platform/switch/cli/Commands.h"
+
+namespace velm::embedded {
+namespace {
+
+constexpr std::uint32_t cannotBeParsed = 1000;
+constexpr std::uint32_t refused = 1001;
+
+std::string arrayOf(std::vector<std::string> const& elements) {
+   std::size_t size = elements.size() + 1;
+   for (auto const& element : elements) size += element.size();
+   std::string array;
+   array.reserve(size);
+   array += '[';
+   for (auto const& element : elements) {
+      if (array.size() > 1) array += ',';
+      array += element;
+   }
+   array += ']';
+   return array;
+}
+
+}  // namespace
+
+VapiMgr::VapiMgr(CallLedger& ledger, Switch& device)
+   : device_(device),
+     show_(cli::showCommands()),
+     configure_(cli::configurationCommands()),
+     run_show_cmd_(ledger, "vapi_mgr.run_show_cmd"),
+     run_config_cmds_(ledger, "vapi_mgr.run_config_cmds") {}
+
+vapi_response_t VapiMgr::run_show_cmd(std::string const& command) {
+   Call const call(run_show_cmd_);
+   std::this_thread::sleep_for(std::chrono::milliseconds(std::exchange(delay_, 0)));
+   return run(show_, {command});
+}
+
+vapi_response_t VapiMgr::run_config_cmds(std::vector<std::string> const& commands) {
+   Call const call(run_config_cmds_);
+   return run(configure_, commands);
+}
+
+vapi_response_t VapiMgr::run(cli::CommandTable const& table, std::vector<std::string> const& commands) {
+   vapi_response_t response;
+   cli::Session session{device_, {}};
+   for (std::size_t i = 0; i < commands.size() && response.success(); ++i) {
+      auto const fail = [&](std::uint32_t code, std::string_view why) {
+         response.error_is(code, fmt::format("command {} of {} '{}' failed: {}", i + 1, commands.size(), commands[i], why));
+      };
+      try {
+         response.response_add(table.run(session, commands[i]));
+      } catch (cli::InvalidCommand const& e) {
+         fail(cannotBeParsed, e.what());
+      } catch (error const& e) {
+         fail(refused, e.what());
+      }
+   }
+   response.raw_response_is(arrayOf(response.responses()));
+   return response;
+}
+
+}  // namespace velm::embedded

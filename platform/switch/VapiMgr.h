@@ -1,0 +1,37 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/switch/CallLedger.h"
+#include "platform/switch/cli/CommandTable.h"
+#include "platform/velm/vapi.h"
+
+namespace velm::embedded {
+
+/// Runs the command line of the switch.
+class VapiMgr : public vapi_mgr {
+ public:
+   VapiMgr(CallLedger& ledger, Switch& device);
+
+   /// How long the next show command takes, for trials of what waits behind it.
+   void delayNextShow(std::uint64_t milliseconds) { delay_ = milliseconds; }
+
+   vapi_response_t run_show_cmd(std::string const& command) override;
+   vapi_response_t run_config_cmds(std::vector<std::string> const& commands) override;
+
+ private:
+   vapi_response_t run(cli::CommandTable const& table, std::vector<std::string> const& commands);
+
+   Switch& device_;
+   cli::CommandTable const show_;
+   cli::CommandTable const configure_;
+   std::uint64_t delay_ = 0;
+
+   Operation run_show_cmd_;
+   Operation run_config_cmds_;
+};
+
+}  // namespace velm::embedded

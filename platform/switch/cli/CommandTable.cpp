@@ -1,0 +1,145 @@
+#include "platform/switch/cli/CommandTable.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+#include <iterator>
+#include <optional>
+#include <set>
+
+#include "platform/velm/errors.h"
+
+namespace velm::embedded::cli {
+namespace {
+
+using Words = std::vector<std::string_view>;
+
+Words wordsOf(std::string_view pattern) {
+   Words words;
+   while (!pattern.empty()) {
+      auto const end = std::min(pattern.find(' '), pattern.size());
+      if (end > 0) words.push_back(pattern.substr(0, end));
+      pattern.remove_prefix(std::min(end + 1, pattern.size()));
+   }
+   return words;
+}
+
+// All forms of a pattern: with and without each of its optional parts, which do not nest.
+std::vector<Words> formsOf(std::string_view pattern) {
+   std::vector<Words> forms(1);
+   Words part;  // a word, or the words of an optional part so far
+   bool optional = false;
+   for (auto word : wordsOf(pattern)) {
+      bool const opens = word.starts_with('[');
+      bool const closes = word.ends_with(']');
+      if (opens) word.remove_prefix(1);
+      if (closes) word.remove_suffix(1);
+      optional |= opens;
+      part.push_back(word);
+      if (optional && !closes) continue;
+      auto without = optional ? forms : std::vector<Words>();
+      for (auto& form : forms) form.insert(form.end(), part.begin(), part.end());
+      std::ranges::move(without, std::back_inserter(forms));
+      part.clear();
+      optional = false;
+   }
+   return forms;
+}
+
+bool isPlaceholder(std::string_view word) { return std::isupper(static_cast<unsigned char>(word.front())) != 0; }
+bool isChoice(std::string_view word) { return word.find('|') != std::string_view::npos; }
+
+std::optional<std::uint64_t> toNumber(std::string_view text) {
+   std::uint64_t number = 0;
+   auto const [end, failure] = std::from_chars(text.data(), text.data() + text.size(), number);
+   return failure == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
+}
+
+template <class Value>
+bool converts(std::string const& word) {
+   try {
+      return !word.empty() && Value(word) == Value(word);
+   } catch (error const&) {
+      return false;
+   }
+}
+
+bool matches(std::string_view expected, std::string const& word) {
+   if (isChoice(expected)) {
+      for (auto rest = expected; !rest.empty();) {
+         auto const bar = std::min(rest.find('|'), rest.size());
+         if (rest.substr(0, bar) == word) return true;
+         rest.remove_prefix(std::min(bar + 1, rest.size()));
+      }
+      return false;
+   }
+   if (!isPlaceholder(expected)) return expected == word;
+   if (expected == "INTF") return converts<intf_id_t>(word);
+   if (expected == "PREFIX") return converts<ip_prefix_t>(word);
+   if (expected == "A/L") return converts<ip_addr_mask_t>(word);
+   if (expected == "N") return toNumber(word).has_value();
+   return true;
+}
+
+}  // namespace
+
+std::string const& Arguments::text(std::string_view name) const {
+   static std::string const none;
+   auto const it = words_.find(name);
+   return it == words_.end() ? none : it->second;
+}
+
+std::uint64_t Arguments::number(std::string_view name) const { return toNumber(text(name)).value_or(0); }
+
+std::vector<std::string> splitWords(std::string_view command) {
+   std::vector<std::string> words;
+   bool quoted = false;
+   bool inWord = false;
+   for (char const c : command) {
+      if (c == '"') {
+         quoted = !quoted;
+         if (!inWord) words.emplace_back();
+         inWord = true;
+      } else if (!quoted && std::isspace(static_cast<unsigned char>(c)) != 0) {
+         inWord = false;
+      } else {
+         if (!inWord) words.emplace_back();
+         inWord = true;
+         words.back() += c;
+      }
+   }
+   if (quoted) throw InvalidCommand("invalid command, a quote is not closed");
+   return words;
+}
+
+CommandTable::CommandTable(std::vector<Command> commands) {
+   for (auto const& command : commands) {
+      for (auto& words : formsOf(command.pattern)) forms_.push_back({std::move(words), command.run});
+   }
+}
+
+std::string CommandTable::run(Session& session, std::string const& command) const {
+   auto const words = splitWords(command);
+   std::size_t furthest = 0;
+   std::set<std::string_view> expected;  // what could have stood at the furthest word that anything reached
+   for (auto const& form : forms_) {
+      auto const [wanted, given] = std::ranges::mismatch(form.words, words, matches);
+      auto const reached = static_cast<std::size_t>(given - words.begin());
+      if (wanted == form.words.end() && given == words.end()) {
+         Arguments arguments;
+         for (std::size_t i = 0; i < words.size(); ++i) {
+            if (isPlaceholder(form.words[i]) || isChoice(form.words[i])) arguments.words_[form.words[i]] = words[i];
+         }
+         return form.run(session, arguments);
+      }
+      if (reached > furthest) expected.clear();
+      furthest = std::max(furthest, reached);
+      if (reached == furthest) expected.insert(wanted == form.words.end() ? "the end" : *wanted);
+   }
+   throw InvalidCommand(fmt::format("invalid command, expected {} {}", fmt::join(expected, ", "),
+                                    furthest < words.size() ? fmt::format("at '{}'", words[furthest]) : "at the end"));
+}
+
+}  // namespace velm::embedded::cli

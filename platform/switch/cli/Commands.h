@@ -1,0 +1,14 @@
+#pragma once
+
+#include <vector>
+
+#include "platform/switch/cli/CommandTable.h"
+
+namespace velm::embedded::cli {
+
+/// What run_show_cmd understands.
+std::vector<Command> showCommands();
+/// What run_config_cmds understands: configuration, and the world outside the switch.
+std::vector<Command> configurationCommands();
+
+}  // namespace velm::embedded::cli

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <tuple>
+#include <utility>
+
+namespace velm {
+
+/// One attribute of a value type: the accessor's name and the member that holds it. A value type lists all of its
+/// attributes once, in `static constexpr auto attributes()`, in the order of comparison; hash, JSON and the stored form
+/// follow from that list.
+template <class Owner, class Member>
+struct attribute {
+   char const* name;
+   Member Owner::*member;
+};
+template <class Owner, class Member>
+attribute(char const*, Member Owner::*) -> attribute<Owner, Member>;
+
+template <class T>
+concept has_attributes = requires { T::attributes(); };
+
+/// Calls fn(name, member) for every attribute of the value, in order.
+template <has_attributes T, class Fn>
+void for_each_attribute(T const& value, Fn&& fn) {
+   std::apply([&](auto const&... a) { (fn(a.name, value.*a.member), ...); }, T::attributes());
+}
+
+/// The absl hash of every value type, and through it of every key of a hash table.
+template <class H, has_attributes T>
+H AbslHashValue(H state, T const& value) {
+   for_each_attribute(value, [&](char const*, auto const& member) { state = H::combine(std::move(state), member); });
+   return state;
+}
+
+}  // namespace velm

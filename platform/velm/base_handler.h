@@ -1,0 +1,92 @@
+#pragma once
+
+#include <map>
+#include <set>
+
+#include "platform/velm/sdk_lock.h"
+
+namespace velm {
+
+/// The handlers of a manager and what each of them watches. Adding, removing and switching a watch take the SDK lock;
+/// notifications run on the main loop, which holds it.
+///
+/// Removal only clears a flag, so that a handler may be added or removed while a notification walks over the map; one
+/// that was removed during the walk is not called again, one that was added is.
+template <class Handler, class Key>
+class base_mgr {
+ public:
+   base_mgr() = default;
+   base_mgr(base_mgr const&) = delete;
+   base_mgr& operator=(base_mgr const&) = delete;
+
+   void add_handler(Handler* handler) {
+      sdk_scoped_lock lock;
+      handlers_[handler].active = true;
+   }
+   void remove_handler(Handler* handler) {
+      sdk_scoped_lock lock;
+      if (auto const it = handlers_.find(handler); it != handlers_.end()) it->second = Watches{};
+   }
+   void watch_all(Handler* handler, bool on) {
+      sdk_scoped_lock lock;
+      handlers_[handler].all = on;
+   }
+   void watch(Handler* handler, Key const& key, bool on) {
+      sdk_scoped_lock lock;
+      auto& keys = handlers_[handler].keys;
+      if (on) {
+         keys.insert(key);
+      } else {
+         keys.erase(key);
+      }
+   }
+
+   /// Calls fn(handler) for every handler, watching or not.
+   template <class Fn>
+   void notify_every(Fn&& fn) {
+      walk([](Watches const&) { return true; }, fn);
+   }
+   /// Calls fn(handler) for every handler that watches the key or all keys.
+   template <class Fn>
+   void notify(Key const& key, Fn&& fn) {
+      walk([&](Watches const& watches) { return watches.all || watches.keys.contains(key); }, fn);
+   }
+
+ private:
+   struct Watches {
+      bool active = false;
+      bool all = false;
+      std::set<Key> keys;
+   };
+
+   template <class Wanted, class Fn>
+   void walk(Wanted wanted, Fn& fn) {
+      ++walks_;
+      for (auto it = handlers_.begin(); it != handlers_.end(); ++it) {
+         if (it->second.active && wanted(it->second)) fn(*it->first);
+      }
+      if (--walks_ == 0) std::erase_if(handlers_, [](auto const& entry) { return !entry.second.active; });
+   }
+
+   std::map<Handler*, Watches> handlers_;  // guarded by the SDK lock
+   int walks_ = 0;                         // notifications under way: a callback may cause another
+};
+
+/// Root of the handlers: registered with the manager for as long as it lives. The manager is not owned and must outlive
+/// the handler.
+template <class Mgr, class Handler>
+class base_handler {
+ public:
+   explicit base_handler(Mgr* mgr) : mgr_(mgr) { mgr_->add_handler(static_cast<Handler*>(this)); }
+   virtual ~base_handler() { mgr_->remove_handler(static_cast<Handler*>(this)); }
+   base_handler(base_handler const&) = delete;
+   base_handler& operator=(base_handler const&) = delete;
+
+ protected:
+   Mgr* get_mgr() const { return mgr_; }
+
+ private:
+   Mgr* mgr_;
+};
+
+}  // namespace velm

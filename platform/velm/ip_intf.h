@@ -1,0 +1,48 @@
+#pragma once
+
+#include <cstdint>
+#include <set>
+
+#include "platform/velm/base_handler.h"
+#include "platform/velm/errors.h"
+#include "platform/velm/intf_id.h"
+#include "platform/velm/ip.h"
+#include "platform/velm/sdk_lock.h"
+
+namespace velm {
+
+class ip_intf_mgr;
+
+/// Receives the events of the IP side of interfaces, on the main loop, for those that it watches.
+class ip_intf_handler : public base_handler<ip_intf_mgr, ip_intf_handler> {
+ public:
+   using base_handler::base_handler;
+
+   void watch_all_ip_intfs(bool on);
+
+   virtual void on_ip_addr_add(intf_id_t /*intf*/, ip_addr_mask_t const& /*addr*/) {}
+   virtual void on_ip_addr_del(intf_id_t /*intf*/, ip_addr_mask_t const& /*addr*/) {}
+   virtual void on_internal_vlan_id(intf_id_t /*intf*/, unsigned short /*vlan*/) {}
+};
+
+/// The addresses of interfaces. Thread-safe: each operation is atomic.
+class ip_intf_mgr : public base_mgr<ip_intf_handler, intf_id_t> {
+ public:
+   virtual ~ip_intf_mgr() = default;
+
+   virtual bool exists(intf_id_t intf) const = 0;
+   virtual std::set<ip_addr_mask_t> ip_addrs(intf_id_t intf) const = 0;
+   /// Replaces all addresses of the interface. Setting throws configuration_error for an unknown interface and
+   /// invalid_range_error for a mask longer than its family.
+   virtual void ip_addrs_is(intf_id_t intf, std::set<ip_addr_mask_t> const& addrs) = 0;
+   virtual void ip_addr_add(intf_id_t intf, ip_addr_mask_t const& addr) = 0;
+   virtual void ip_addr_del(intf_id_t intf, ip_addr_mask_t const& addr) = 0;
+   virtual bool ip_addr_merge_mode() const = 0;
+   virtual void ip_addr_merge_mode_is(bool merge) = 0;
+   /// The VLAN that the switch uses inside for the interface; 0 for none.
+   virtual unsigned short internal_vlan_id(intf_id_t intf) const = 0;
+};
+
+inline void ip_intf_handler::watch_all_ip_intfs(bool on) { get_mgr()->watch_all(this, on); }
+
+}  // namespace velm

@@ -1,0 +1,36 @@
+#pragma once
+
+#include <compare>
+#include <cstdint>
+#include <iosfwd>
+#include <tuple>
+
+#include "platform/velm/attribute.h"
+
+namespace velm {
+
+/// What is done to the label stack of a packet.
+enum class mpls_action_t : std::uint8_t { none = 0, push = 1, pop = 2, swap = 3, forward = 4 };
+
+/// Prints "none", "push", "pop", "swap", "forward"; nothing for a value outside.
+std::ostream& operator<<(std::ostream&, mpls_action_t);
+
+/// A label of 20 bits. The default is the explicit null label, 0.
+class mpls_label_t {
+ public:
+   static constexpr std::uint32_t max = 1048575;
+
+   mpls_label_t() = default;
+   /// Throws invalid_range_error above max.
+   explicit mpls_label_t(std::uint32_t label);
+
+   std::uint32_t label() const { return label_; }
+
+   auto operator<=>(mpls_label_t const&) const = default;
+   static constexpr auto attributes() { return std::tuple{attribute{"label", &mpls_label_t::label_}}; }
+
+ private:
+   std::uint32_t label_ = 0;
+};
+
+}  // namespace velm

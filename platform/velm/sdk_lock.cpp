@@ -1,0 +1,44 @@
+#include "platform/velm/sdk_lock.h"
+
+#include <atomic>
+
+namespace velm {
+namespace {
+
+// A ticket lock that sleeps: a thread draws a ticket and waits until it is served. Few threads ever wait at once (the
+// main loop, the server), so waking them all on release costs nothing, and the order of the tickets is the fairness.
+class TicketLock {
+ public:
+   void lock() {
+      auto const ticket = next_.fetch_add(1, std::memory_order_relaxed);
+      for (auto serving = serving_.load(std::memory_order_acquire); serving != ticket;
+           serving = serving_.load(std::memory_order_acquire)) {
+         serving_.wait(serving, std::memory_order_acquire);
+      }
+   }
+   void unlock() {
+      serving_.fetch_add(1, std::memory_order_release);
+      serving_.notify_all();
+   }
+
+ private:
+   std::atomic<int> next_{0};
+   std::atomic<int> serving_{0};
+};
+
+TicketLock ticketLock;
+thread_local int depth = 0;  // how often this thread holds the lock
+
+}  // namespace
+
+sdk_scoped_lock::sdk_scoped_lock() {
+   if (depth++ == 0) ticketLock.lock();
+}
+
+sdk_scoped_lock::~sdk_scoped_lock() {
+   if (--depth == 0) ticketLock.unlock();
+}
+
+bool sdk_scoped_lock::held() { return depth > 0; }
+
+}  // namespace velm

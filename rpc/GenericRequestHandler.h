@@ -1,0 +1,109 @@
+#pragma once
+
+#include <concepts>
+#include <cstdint>
+#include <grpcpp/grpcpp.h>
+#include <memory>
+#include <type_traits>
+
+#include "platform/qor/Assert.h"
+#include "platform/velm/sdk_lock.h"
+#include "remote/rpc_status.pb.h"
+#include "rpc/RequestHandler.h"
+#include "rpc/StatusTable.h"
+
+namespace VelmSdkRpc {
+
+/// What every kind of handler shares. `Derived` is the class that `chain` builds. A concrete handler adds
+///
+///   - `requestFn()`, giving the generated `Request<method>` member by which its calls are asked for, and
+///   - `process()`, which for a unary method is one call of `respond` or `respondBulk`:
+///
+///   class AgentIdHandler
+///      : public GenericRequestHandler<AgentIdHandler, AgentIdRequest, AgentIdResponse, AgentService, false> {
+///    public:
+///      using GenericRequestHandler::GenericRequestHandler;
+///      static constexpr auto requestFn() { return &AsyncService::Requestagent_id; }
+///      void process() override {
+///         respond([this] { ... return response; });
+///      }
+///   };
+///
+/// `Service` offers `asyncService()`, its generated asynchronous service.
+template <class Derived, class Request, class Response, class Service, bool Streaming>
+class GenericRequestHandler : public RequestHandler {
+ public:
+   using Responder =
+      std::conditional_t<Streaming, grpc::ServerAsyncWriter<Response>, grpc::ServerAsyncResponseWriter<Response>>;
+
+   GenericRequestHandler(HandlerSeat const& seat, Service& service)
+      : RequestHandler(seat), service_(&service), responder_(&context()) {}
+
+   /// Handlers whose constructors take more than seat and service override it.
+   std::unique_ptr<RequestHandler> chain(void* id) override {
+      if constexpr (std::constructible_from<Derived, HandlerSeat const&, Service&>) {
+         return armed<Derived>(successorSeat(id), *service_);
+      } else {
+         Qor::assertionFailed("the handler overrides chain");
+      }
+   }
+
+   /// `Layer` is the class of the generated stack that declares the method.
+   template <class Layer>
+   void postRequest(void (Layer::*requestFn)(grpc::ServerContext*, Request*, Responder*, grpc::CompletionQueue*,
+                                             grpc::ServerCompletionQueue*, void*)) {
+      Layer& layer = service_->asyncService();
+      (layer.*requestFn)(&context(), &request_, &responder_, completionQueue(), completionQueue(), id());
+   }
+
+ protected:
+   Service& service() const { return *service_; }
+   Request const& request() const { return request_; }
+   Responder& responder() { return responder_; }
+
+   /// Answers the call with the Response that `fn` gives under the SDK lock, or with the status of what it throws. The
+   /// lock is free again before the answer leaves.
+   template <class F>
+   void respond(F fn) requires(!Streaming) {
+      Response response;
+      auto const status = guarded([&] {
+         velm::sdk_scoped_lock const lock;
+         response = fn();
+      });
+      if (status.ok()) {
+         responder_.Finish(response, status, id());
+      } else {
+         responder_.FinishWithError(status, id());
+      }
+   }
+
+   /// Applies `fn` to the elements of the request in order, up to the first that fails; those before it stay applied.
+   /// The response tells how many were, and why it stopped: a failed element does not fail the RPC. One SDK lock is
+   /// held over the list and its answer, so that no event of the SDK comes between.
+   template <class F>
+   void respondBulk(F fn) requires(!Streaming) {
+      Response response;
+      velm::sdk_scoped_lock const lock;
+      auto& status = *response.mutable_status();  // present on success too
+      std::uint64_t applied = 0;
+      auto const outcome = guarded([&] {
+         for (auto const& element : request_.requests()) {
+            fn(element);
+            ++applied;
+         }
+      });
+      if (!outcome.ok()) {
+         status.set_code(static_cast<velm::remote::RpcStatusCode>(outcome.error_code()));
+         status.set_error_string(outcome.error_message());
+      }
+      response.set_count(applied);
+      responder_.Finish(response, grpc::Status::OK, id());
+   }
+
+ private:
+   Service* service_;
+   Responder responder_;
+   Request request_;
+};
+
+}  // namespace VelmSdkRpc

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <fmt/format.h>
+
+#include "platform/velm/tracer.h"
+
+namespace VelmSdkRpc {
+
+/// Writes one line through a service's tracer, formatted by {fmt}; formats nothing while the level is off.
+template <class... Args>
+void trace(velm::tracer const& tracer, velm::trace_level level, fmt::format_string<Args const&...> format,
+           Args const&... args) {
+   if (!tracer.enabled(level)) return;
+   tracer.trace(level, "%s", fmt::format(format, args...).c_str());
+}
+
+}  // namespace VelmSdkRpc

@@ -1,0 +1,31 @@
+#!/usr/bin/env bash
+# Installs the Debian packages that the project needs and the machine lacks. Quiet when there is nothing to do.
+set -euo pipefail
+
+packages=(
+  g++ cmake ninja-build make ccache pkg-config
+  libgrpc++-dev libgrpc-dev libprotobuf-dev protobuf-compiler protobuf-compiler-grpc
+  libfmt-dev libabsl-dev libuv1-dev libspdlog-dev libcli11-dev rapidjson-dev
+  libgtest-dev libgmock-dev libbenchmark-dev
+  clang-format clang-tidy-16
+  python3-grpcio python3-protobuf
+)
+
+missing=()
+for package in "${packages[@]}"; do
+  dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'ok installed' || missing+=("$package")
+done
+[ ${#missing[@]} -eq 0 ] && exit 0
+
+echo "installing: ${missing[*]}"
+as_root=()
+[ "$(id -u)" -eq 0 ] || as_root=(sudo)
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+if ! { "${as_root[@]}" apt-get update -qq &&
+       "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}"; } \
+     >"$log" 2>&1; then
+  tail -20 "$log" >&2
+  echo "setup: the packages could not be installed" >&2
+  exit 1
+fi
