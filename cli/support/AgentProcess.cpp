@@ -26,18 +26,20 @@ namespace {
 
 }  // namespace
 
-std::string freeAddress() {
-   int const listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-   if (listener < 0) fail("socket", errno);
+HeldPort::HeldPort() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
    sockaddr_in address{};
    address.sin_family = AF_INET;
    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
    socklen_t size = sizeof address;
    auto* const generic = reinterpret_cast<sockaddr*>(&address);
-   if (bind(listener, generic, size) != 0 || getsockname(listener, generic, &size) != 0) fail("bind", errno);
-   close(listener);
-   return fmt::format("127.0.0.1:{}", ntohs(address.sin_port));
+   if (socket_ < 0 || bind(socket_, generic, size) != 0 || listen(socket_, 1) != 0 ||
+       getsockname(socket_, generic, &size) != 0) {
+      fail("cannot hold a port", errno);
+   }
+   address_ = fmt::format("127.0.0.1:{}", ntohs(address.sin_port));
 }
+
+HeldPort::~HeldPort() { close(socket_); }
 
 AgentProcess::AgentProcess(Options options) : address_(options.listen) {
    if (address_.empty()) {

@@ -13,8 +13,25 @@
 
 namespace VelmSdkRpc {
 
-/// "127.0.0.1:<port>" with a port that was free a moment ago.
-std::string freeAddress();
+/// A port of 127.0.0.1 that this object holds for itself.
+class HeldPort {
+ public:
+   /// Throws std::system_error if there is none to be had.
+   HeldPort();
+   ~HeldPort();
+   HeldPort(HeldPort const&) = delete;
+   HeldPort& operator=(HeldPort const&) = delete;
+
+   /// "127.0.0.1:<port>"
+   std::string const& address() const { return address_; }
+
+ private:
+   int socket_;
+   std::string address_;
+};
+
+/// An address whose port was free a moment ago.
+inline std::string freeAddress() { return HeldPort().address(); }
 
 /// The agent as a child process, for the demo, the tests and the benchmarks. Ends with this object, by SIGKILL if it has
 /// not ended before. Its stderr is collected all along, so that it never blocks on it.

@@ -1,0 +1,63 @@
+// What a route costs the agent in memory, at a million of them.
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <cstdio>
+#include <exception>
+
+#include "bench/Report.h"
+#include "bench/Routes.h"
+#include "bench/Server.h"
+
+namespace VelmSdkRpc::Bench {
+namespace {
+
+struct Options {
+   std::string agent;
+   std::string json;
+   std::size_t routes = 1'000'000;
+};
+
+// By what the agent has resident before and after the load.
+std::vector<Report::Cell> measure(char const* name, Family family, Options const& options) {
+   Server agent("agent", options.agent, quietly());
+   openSession(agent);
+   auto const before = agent.residentBytes();
+   program(agent, tableOf(options.routes, family));
+   auto const after = agent.residentBytes();
+   constexpr double mebibyte = 1024.0 * 1024.0;
+   return {name, before / mebibyte, after / mebibyte, (after - before) / static_cast<double>(options.routes)};
+}
+
+void run(Options const& options) {
+   Report report("route_memory",
+                 fmt::format("resident memory of the agent, {} routes through one group", options.routes),
+                 {{"routes", "routes"},
+                  {"mib_before", "MiB before", 1},
+                  {"mib_after", "MiB after", 1},
+                  {"bytes_per_route", "bytes/route", 1}});
+   report.fact("route_count", static_cast<double>(options.routes));
+   report.row(measure("IPv4", Family::ipv4, options));
+   report.row(measure("IPv6", Family::ipv6, options));
+   report.publish(options.json);
+}
+
+}  // namespace
+}  // namespace VelmSdkRpc::Bench
+
+int main(int argc, char** argv) {
+   VelmSdkRpc::Bench::Options options;
+   CLI::App app("Measures the agent's memory for each route.", "route_memory");
+   app.add_option("--agent", options.agent, "The agent's program")->required();
+   app.add_option("--json", options.json, "File to leave the results in");
+   app.add_option("--routes", options.routes, "Routes to load")->check(CLI::PositiveNumber);
+   CLI11_PARSE(app, argc, argv);
+   try {
+      VelmSdkRpc::Bench::run(options);
+   } catch (std::exception const& e) {
+      fmt::print(stderr, "route_memory: {}\n", e.what());
+      return 1;
+   }
+   return 0;
+}

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <grpcpp/grpcpp.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cli/demo/Controller.h"
+#include "remote/vapi.grpc.pb.h"
+
+namespace VelmSdkRpc::demo {
+
+/// A nexthop group as the switch holds it. Hops that repeat are counted in their weight.
+struct GroupState {
+   std::string name;
+   bool active = false;        // traffic can leave through it
+   std::uint32_t version = 0;  // how often the switch has programmed it
+   std::vector<Hop> hops;
+};
+
+/// What the switch says that it holds: its `show` commands, run over gRPC, their JSON parsed. Every method throws
+/// std::runtime_error if the command fails or answers something else than a table of that kind.
+class SwitchView {
+ public:
+   explicit SwitchView(std::shared_ptr<grpc::Channel> const& channel);
+
+   std::size_t routeCount();
+   /// In the order of the switch; all routes, or those of one prefix.
+   std::vector<Route> routes(std::string const& prefix = {});
+   /// By name.
+   std::vector<GroupState> groups();
+
+ private:
+   std::string show(std::string const& command);
+
+   std::unique_ptr<velm::remote::VapiMgrService::Stub> stub_;
+};
+
+}  // namespace VelmSdkRpc::demo

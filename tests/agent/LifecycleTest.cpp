@@ -1,0 +1,188 @@
+#include <grpcpp/generic/generic_stub.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <fstream>
+#include <thread>
+
+#include "tests/support/AgentTest.h"
+
+namespace VelmSdkRpc {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+class LifecycleTest : public AgentTest {
+ protected:
+   LifecycleTest() : AgentTest(std::vector<std::string>()) {}
+};
+
+/// An agent that need not come up.
+class Start {
+ public:
+   explicit Start(std::vector<std::string> arguments, std::string listen = {})
+      : agent_({AGENT_PROGRAM, std::move(listen), std::move(arguments)}) {}
+
+   AgentProcess& operator*() { return agent_; }
+   AgentProcess* operator->() { return &agent_; }
+   bool hasWritten(std::string const& text) {
+      return eventually([&] { return agent_.stderrText().find(text) != std::string::npos; });
+   }
+   int exitStatus(std::chrono::milliseconds timeout = std::chrono::seconds(20)) {
+      auto const status = agent_.waitForEnd(timeout);
+      return status && WIFEXITED(*status) ? WEXITSTATUS(*status) : -1;
+   }
+
+ private:
+   AgentProcess agent_;
+};
+
+struct BadOption {
+   std::vector<std::string> arguments;
+   std::string message;
+};
+
+TEST(StartTest, WhatIsNoOptionIsRefusedWithStatusTwo) {
+   std::vector<BadOption> const rows{{{"--frobnicate"}, "--frobnicate"},
+                                     {{"stray"}, "stray"},
+                                     {{"--listen", "unix:/tmp/second"}, "--listen"},  // only the first is the agent's
+                                     {{"--trace", "VelmSdkRpc/x"}, "'x'"},
+                                     {{"--trace", "VelmSdkRpc"}, "'VelmSdkRpc'"},
+                                     {{"--switch-config", "/does/not/exist"}, "/does/not/exist"}};
+   for (auto const& row : rows) {
+      Start start(row.arguments);
+      EXPECT_EQ(start.exitStatus(), 2);
+      EXPECT_THAT(start->stderrText(), HasSubstr(row.message));
+   }
+   EXPECT_EQ(Start({"--version"}).exitStatus(), 0);
+   EXPECT_EQ(Start({"--help"}).exitStatus(), 0);
+}
+
+TEST(StartTest, AConfigurationThatFailsNamesItsLine) {
+   std::string path = ::testing::TempDir() + "config-XXXXXX";
+   close(mkstemp(path.data()));
+   std::ofstream(path) << "! ports\ninterface Loopback0\n  description uplink\n\nshutdwn\n";
+   Start start({"--switch-config", path});
+   EXPECT_EQ(start.exitStatus(), 2);
+   EXPECT_THAT(start->stderrText(), HasSubstr(path + ":5: command 3 of 3 'shutdwn' failed: invalid command"));
+   std::remove(path.c_str());
+}
+
+TEST(StartTest, APortInUseIsToldAndTheAgentStillStops) {
+   HeldPort const held;
+   Start start({}, held.address());
+   EXPECT_TRUE(start.hasWritten("cannot listen on " + held.address()));
+   start->signal(SIGTERM);
+   EXPECT_EQ(start.exitStatus(std::chrono::seconds(2)), 0);
+}
+
+TEST(StartTest, SigtermRightBehindConstructionEndsInOrder) {
+   for (int i = 0; i < 20; ++i) {
+      Start start({});
+      ASSERT_TRUE(start.hasWritten("Agent constructed"));
+      start->signal(i % 2 == 0 ? SIGTERM : SIGINT);
+      EXPECT_EQ(start.exitStatus(std::chrono::seconds(2)), 0);
+      EXPECT_THAT(start->stderrText(), HasSubstr("Shutdown complete"));
+   }
+}
+
+TEST_F(LifecycleTest, TheTraceTellsTheStoryOfTheProcess) {
+   EXPECT_EQ(stop(SIGTERM), 0);
+   auto const text = agent().stderrText();
+   std::size_t place = 0;
+   for (auto const* step : {"Agent Agent Agent constructed", "Agent on_initialized Agent Initialized",
+                            "Agent on_initialized Server listening on unix:", "Agent on_agent_enabled Shutting down agent",
+                            "Agent on_agent_enabled Shutdown complete"}) {
+      place = text.find(std::string(" ") + step, place);
+      EXPECT_NE(place, std::string::npos) << step << " in\n" << text;
+   }
+}
+
+TEST_F(LifecycleTest, SigtermUnderLoadEndsWithinTwoSeconds) {
+   init();
+   std::atomic<bool> ended{false};
+   std::vector<std::thread> load;
+   for (int thread = 0; thread < 3; ++thread) {
+      load.emplace_back([&, thread] {
+         auto const stub = pb::velmsdk_service::NewStub(agent().channel());
+         pb::ip_route_bulk_msg routes;
+         for (int i = 0; i < 1000; ++i) {
+            *routes.add_ip_route() = routeMsg(fmt::format("10.{}.{}.0/24", 4 * thread + i / 256, i % 256), "g");
+         }
+         while (!ended) {
+            grpc::ClientContext context;
+            pb::rpc_status_bulk_msg answer;
+            if (!stub->ip_route_bulk(&context, routes, &answer).ok()) break;
+         }
+      });
+   }
+   EXPECT_TRUE(eventually([&] { return switchCalls("ip_route_mgr.ip_route_set") > 5000; }, std::chrono::seconds(60)));
+   agent().signal(SIGTERM);
+   EXPECT_EQ(waitForEnd(std::chrono::seconds(2)), 0);
+   ended = true;
+   for (auto& thread : load) thread.join();
+}
+
+TEST_F(LifecycleTest, SigtermWaitsForTheOneLongCallAndASecondDoesNot) {
+   for (bool const impatient : {false, true}) {
+      AgentProcess busy({AGENT_PROGRAM, {}, {}});
+      auto const vapi = velm::remote::VapiMgrService::NewStub(busy.channel());
+      ASSERT_TRUE(busy.waitUntilServing());
+      grpc::ClientContext context;
+      velm::remote::RunConfigCmdsRequest delay;
+      delay.add_commands(impatient ? "simulate vapi delay 60000" : "simulate vapi delay 500");
+      velm::remote::RunConfigCmdsResponse done;
+      ASSERT_TRUE(vapi->run_config_cmds(&context, delay, &done).ok());
+      std::thread caller([&] {
+         grpc::ClientContext show;
+         velm::remote::RunShowCmdRequest request;
+         request.set_command("show version");
+         velm::remote::RunShowCmdResponse response;
+         vapi->run_show_cmd(&show, request, &response);
+      });
+      busy.signal(SIGTERM);
+      if (impatient) {
+         ASSERT_TRUE(eventually([&] { return busy.stderrText().find("Shutting down") != std::string::npos; }));
+         busy.signal(SIGTERM);
+      }
+      auto const status = busy.waitForEnd(std::chrono::seconds(3));
+      caller.join();
+      ASSERT_TRUE(status.has_value());
+      if (impatient) {
+         EXPECT_TRUE(WIFSIGNALED(*status) || WEXITSTATUS(*status) == 0);
+      } else {
+         EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 0);
+      }
+   }
+}
+
+TEST_F(LifecycleTest, AgentDisableAnswersAndThenEnds) {
+   EXPECT_TRUE(runConfig({"agent disable"}).success());
+   EXPECT_EQ(waitForEnd(std::chrono::seconds(2)), 0);
+}
+
+TEST_F(LifecycleTest, AnUnknownServiceAndOneThatComesLaterAreUnimplemented) {
+   for (auto const* method : {"/velm.remote.AgentService/agent_id", "/no.such.Service/call"}) {
+      grpc::GenericStub stub(agent().channel());
+      grpc::ClientContext context;
+      grpc::CompletionQueue queue;
+      grpc::ByteBuffer const request;
+      auto const pending = stub.PrepareUnaryCall(&context, method, request, &queue);
+      pending->StartCall();
+      grpc::ByteBuffer answer;
+      grpc::Status status;
+      pending->Finish(&answer, &status, &queue);
+      void* tag = nullptr;
+      bool ok = false;
+      queue.Next(&tag, &ok);
+      EXPECT_EQ(status.error_code(), grpc::StatusCode::UNIMPLEMENTED) << method;
+   }
+}
+
+}  // namespace
+}  // namespace VelmSdkRpc

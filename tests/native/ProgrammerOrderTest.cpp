@@ -1,0 +1,183 @@
+// The order of the switch's operations, and what is done under the SDK lock: what a test through the switch cannot see.
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <utility>
+
+#include "native/ClientInit.h"
+#include "native/IpRoute.h"
+#include "native/NexthopGroup.h"
+#include "native/VelmSdkRpcService.h"
+#include "tests/support/MockManagers.h"
+
+namespace VelmSdkRpc {
+namespace {
+
+using ::testing::_;
+using ::testing::InSequence;
+using ::testing::Matcher;
+using ::testing::NiceMock;
+using ::testing::Return;
+using ::testing::StrictMock;
+
+class ProgrammerOrderTest : public ::testing::Test {
+ protected:
+   ProgrammerOrderTest()
+      : service(nullptr, nullptr, nullptr, nullptr, nullptr, &ipRoutes, &mplsRoutes, &vrfLabels, &groups, &tunnels,
+                nullptr),
+        client(service, &ipRoutes, &mplsRoutes, &vrfLabels, &groups, &tunnels) {
+      ON_CALL(ipRoutes, ip_route_iter).WillByDefault([] { return emptyIter<velm::ip_route_t>(); });
+      ON_CALL(mplsRoutes, mpls_route_iter).WillByDefault([] { return emptyIter<velm::mpls_route_t>(); });
+      ON_CALL(vrfLabels, mpls_vrf_label_iter).WillByDefault([] { return emptyIter<velm::mpls_vrf_label_t>(); });
+      ON_CALL(groups, nexthop_group_iter).WillByDefault([] { return emptyIter<velm::nexthop_group_t>(); });
+      ON_CALL(tunnels, nexthop_group_tunnel_iter).WillByDefault([] {
+         return emptyIter<velm::nexthop_group_tunnel_t>();
+      });
+   }
+
+   pb::rpc_server_init_status_msg init() {
+      pb::rpc_server_init_status_msg answer;
+      client.processInitRequest({}, answer);
+      return answer;
+   }
+   pb::rpc_status_msg resync(pb::rpc_server_resync_state_enum state) {
+      pb::rpc_server_resync_msg request;
+      request.set_resync_state(state);
+      pb::rpc_status_msg answer;
+      client.processResync(request, answer);
+      return answer;
+   }
+
+   NiceMock<MockIpRouteMgr> ipRoutes;
+   NiceMock<MockMplsRouteMgr> mplsRoutes;
+   NiceMock<MockMplsVrfLabelMgr> vrfLabels;
+   NiceMock<MockNexthopGroupMgr> groups;
+   NiceMock<MockNexthopGroupTunnelMgr> tunnels;
+   VelmSdkRpcService service;
+   ClientInit client;
+};
+
+auto underLock() {
+   return [](auto&&...) { EXPECT_TRUE(velm::sdk_scoped_lock::held()); };
+}
+auto withoutLock(bool result) {
+   return [result](auto&&...) {
+      EXPECT_FALSE(velm::sdk_scoped_lock::held());
+      return result;
+   };
+}
+
+TEST_F(ProgrammerOrderTest, AResyncStartsInOneOrderAndEndsWithTheGroups) {
+   {
+      InSequence const sequence;
+      EXPECT_CALL(ipRoutes, resync_init);
+      EXPECT_CALL(mplsRoutes, resync_init);
+      EXPECT_CALL(vrfLabels, resync_init);
+      EXPECT_CALL(groups, resync_init);
+      EXPECT_CALL(tunnels, resync_init);
+      EXPECT_CALL(ipRoutes, resync_complete);
+      EXPECT_CALL(mplsRoutes, resync_complete);
+      EXPECT_CALL(vrfLabels, resync_complete);
+      EXPECT_CALL(tunnels, resync_complete);
+      EXPECT_CALL(groups, resync_complete);
+   }
+   EXPECT_EQ(resync(pb::RESYNC_START).status(), pb::rpc_status_msg::STATUS_SUCCESS);
+   // Any value but the start is an end, also one that the schema does not list.
+   EXPECT_EQ(resync(static_cast<pb::rpc_server_resync_state_enum>(7)).status(), pb::rpc_status_msg::STATUS_SUCCESS);
+}
+
+TEST_F(ProgrammerOrderTest, AnInitDuringAResyncLeavesItOpen) {
+   resync(pb::RESYNC_START);
+   EXPECT_EQ(init().status().status(), pb::rpc_status_msg::STATUS_SUCCESS);
+   EXPECT_TRUE(client.initialized());
+   EXPECT_EQ(resync(pb::RESYNC_END).status(), pb::rpc_status_msg::STATUS_SUCCESS);
+}
+
+TEST_F(ProgrammerOrderTest, VrfLabelsAloneCountAsMplsRoutes) {
+   EXPECT_CALL(vrfLabels, mpls_vrf_label_iter).WillOnce([] {
+      return iterOf(std::vector{velm::mpls_vrf_label_t(velm::mpls_label_t(16), "red")});
+   });
+   EXPECT_TRUE(init().mpls_routes_exist());
+   EXPECT_CALL(mplsRoutes, mpls_route_iter).WillOnce([] { return iterOf(std::vector{velm::mpls_route_t()}); });
+   EXPECT_CALL(vrfLabels, mpls_vrf_label_iter).Times(0);
+   EXPECT_TRUE(init().mpls_routes_exist());
+}
+
+TEST_F(ProgrammerOrderTest, AnIpRouteIsSetBeforeItsViaAndDeletedBehindIt) {
+   IpRouteProgrammer programmer(client, &ipRoutes);
+   init();
+   pb::ip_route_msg request;
+   request.mutable_prefix()->set_addr(std::string(4, '\x0a'));
+   request.mutable_prefix()->set_prefix_length(8);
+   request.set_nexthop_group("g");
+   velm::ip_route_key_t const key(velm::ip_prefix_t("10.0.0.0/8"));
+   velm::ip_route_via_t via(key);
+   velm::ip_route_via_t const bare = via;
+   via.nexthop_group_is("g");
+   {
+      InSequence const sequence;
+      EXPECT_CALL(ipRoutes, ip_route_set(velm::ip_route_t(key), Matcher<velm::ip_route_action_t>(
+                                                                   velm::ip_route_action_t::nexthop_group)))
+         .WillOnce(underLock());
+      EXPECT_CALL(ipRoutes, ip_route_via_set(via)).WillOnce(underLock());
+      EXPECT_CALL(ipRoutes, exists(Matcher<velm::ip_route_key_t const&>(key))).WillOnce(withoutLock(true));
+      EXPECT_CALL(ipRoutes, ip_route_via_del(bare)).WillOnce(underLock());
+      EXPECT_CALL(ipRoutes, ip_route_del(key)).WillOnce(underLock());
+   }
+   pb::rpc_status_msg status;
+   programmer.processIpRouteRequest(request, status);
+   request.clear_forwarding_nexthop();
+   programmer.processIpRouteRequest(request, status);
+   EXPECT_EQ(status.status(), pb::rpc_status_msg::STATUS_SUCCESS);
+}
+
+TEST_F(ProgrammerOrderTest, AGroupIsLookedUpAndDeletedInOneStep) {
+   NexthopGroupProgrammer programmer(client, &groups);
+   init();
+   pb::nexthop_group_msg request;
+   request.set_name("g");
+   request.set_request_delete(true);
+   {
+      InSequence const sequence;
+      EXPECT_CALL(groups, exists("g")).WillOnce([](auto const&) {
+         EXPECT_TRUE(velm::sdk_scoped_lock::held());
+         return true;
+      });
+      EXPECT_CALL(groups, nexthop_group_del("g")).WillOnce(underLock());
+   }
+   pb::rpc_status_msg status;
+   programmer.processNexthopGroupRequest(request, status);
+}
+
+TEST_F(ProgrammerOrderTest, EntriesPastTheLastIndexWrapAround) {
+   NexthopGroupProgrammer programmer(client, &groups);
+   init();
+   pb::nexthop_group_msg request;
+   request.set_name("g");
+   request.set_counters_unshared(true);
+   request.set_autosize(true);
+   request.add_nexthop()->set_replicate_count(65536);
+   auto& last = *request.add_nexthop();
+   last.set_nexthop_interface("Ethernet2");
+   last.set_replicate_count(1);
+   EXPECT_CALL(groups, nexthop_group_set).WillOnce([](velm::nexthop_group_t const& group) {
+      EXPECT_EQ(group.nexthops().size(), 65536);
+      EXPECT_EQ(group.nexthops().at(0).intf(), velm::intf_id_t("Ethernet2"));
+      EXPECT_EQ(group.nexthops().at(1).intf(), velm::intf_id_t());
+      EXPECT_TRUE(group.counters_unshared() && group.autosize());
+   });
+   pb::rpc_status_msg status;
+   programmer.processNexthopGroupRequest(request, status);
+}
+
+TEST_F(ProgrammerOrderTest, AnErrorOfTheTagLeavesInit) {
+   EXPECT_CALL(ipRoutes, tag_is(7)).WillOnce(::testing::Throw(velm::error("no tag")));
+   pb::rpc_server_config_msg config;
+   config.set_ip_route_tag(7);
+   pb::rpc_server_init_status_msg answer;
+   EXPECT_THROW(client.processInitRequest(config, answer), velm::error);
+   EXPECT_FALSE(client.initialized());
+}
+
+}  // namespace
+}  // namespace VelmSdkRpc

@@ -1,0 +1,111 @@
+#include "platform/switch/MainLoop.h"
+
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "platform/loom/TaskScheduler.h"
+#include "platform/switch/CallLedger.h"
+#include "platform/velm/errors.h"
+#include "platform/velm/sdk_lock.h"
+
+namespace velm::embedded {
+namespace {
+
+using ::testing::ElementsAre;
+
+struct Job : Loom::Runnable {
+   explicit Job(std::function<void()> work) : work(std::move(work)) {}
+   void run() override { work(); }
+   std::function<void()> work;
+};
+
+TEST(MainLoopTest, EventsComeInOrderAndTasksByPriorityOneATurn) {
+   Loom::TaskScheduler scheduler;
+   MainLoop loop(scheduler);
+   std::vector<std::string> done;
+   Job low([&] { done.emplace_back("low"); });
+   Job high([&] {
+      done.emplace_back("high");
+      EXPECT_TRUE(sdk_scoped_lock::held());
+   });
+   loop.post([&] {
+      done.emplace_back("first");
+      loop.post([&] { done.emplace_back("third"); });  // queued during the turn: delivered in the next
+      scheduler.schedule(low, 5);
+      scheduler.schedule(high, 1);
+      scheduler.schedule(low, 5);  // asked for already
+   });
+   loop.post([&] {
+      done.emplace_back("second");
+      loop.disable();
+      loop.disable();
+   });
+   loop.run([&] {
+      EXPECT_FALSE(sdk_scoped_lock::held());
+      done.emplace_back("disable");
+      loop.post([&] { loop.stop(); });
+   });
+   EXPECT_THAT(done, ElementsAre("first", "second", "high", "disable", "third", "low"));
+}
+
+TEST(MainLoopTest, AStormOfEventsLeavesTheLockToOthers) {
+   Loom::TaskScheduler scheduler;
+   MainLoop loop(scheduler);
+   std::atomic<bool> gotIn{false};
+   std::function<void()> storm = [&] {
+      if (gotIn) {
+         loop.stop();
+      } else {
+         loop.post(storm);
+         loop.post([] {});
+      }
+   };
+   loop.post(storm);
+   std::thread requester([&] {
+      for (int i = 0; i < 100; ++i) sdk_scoped_lock const lock;
+      gotIn = true;
+   });
+   loop.run([] {});
+   requester.join();
+   EXPECT_TRUE(gotIn);
+}
+
+TEST(MainLoopDeathTest, AnErrorGoesToTheHandlerAndWhatThatThrowsEndsTheProcess) {
+   auto const run = [](void (*handler)(error const&), bool mayGoOn) {
+      Loom::TaskScheduler scheduler;
+      MainLoop loop(scheduler);
+      exception_handler_is(handler);
+      loop.post([] { throw configuration_error("loose"); });
+      loop.post([&] { loop.stop(); });
+      loop.run([] {});
+      exception_handler_is(nullptr);
+      std::exit(mayGoOn ? 0 : 1);
+   };
+   EXPECT_EXIT(run([](error const& e) { std::fputs(e.what(), stderr); }, true), ::testing::ExitedWithCode(0), "loose");
+   EXPECT_DEATH(run([](error const& e) { e.raise(); }, false), "configuration_error");
+   EXPECT_DEATH(run(nullptr, false), "configuration_error");
+}
+
+TEST(CallLedgerTest, InnerCallsCountNothingAndMeetNoFault) {
+   CallLedger ledger;
+   Operation outer(ledger, "mgr.outer");
+   Operation inner(ledger, "mgr.inner");
+   ledger.failNext("mgr.inner", "unsupported_error", "no", 2);
+   {
+      Call const call(outer);
+      Call const within(inner);
+   }
+   EXPECT_THROW(Call{inner}, unsupported_error);
+   EXPECT_THROW(Call{inner}, unsupported_error);
+   EXPECT_NO_THROW(Call{inner});
+   EXPECT_THAT(ledger.calls(), ElementsAre(::testing::Pair("mgr.inner", 3), ::testing::Pair("mgr.outer", 1)));
+   EXPECT_FALSE(sdk_scoped_lock::held());
+}
+
+}  // namespace
+}  // namespace velm::embedded

@@ -1,0 +1,125 @@
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <thread>
+#include <vector>
+
+#include "platform/pesko/Trace.h"
+#include "platform/velm/base_handler.h"
+#include "platform/velm/sdk_lock.h"
+
+namespace velm {
+namespace {
+
+using ::testing::ElementsAre;
+
+TEST(SdkLockTest, ThreadsGetItInTheOrderInWhichTheyCame) {
+   std::vector<int> order;
+   std::vector<std::thread> threads;
+   std::atomic<int> waiting{0};
+   {
+      sdk_scoped_lock const outer;
+      sdk_scoped_lock const inner;  // recursive
+      for (int i = 0; i < 4; ++i) {
+         threads.emplace_back([&, i] {
+            ++waiting;
+            sdk_scoped_lock const lock;
+            order.push_back(i);
+         });
+         // The ticket is drawn right behind the count; a few turns of the scheduler let it happen.
+         while (waiting.load() <= i) std::this_thread::yield();
+         for (int turns = 0; turns < 2000; ++turns) std::this_thread::yield();
+      }
+      EXPECT_TRUE(order.empty());
+      EXPECT_TRUE(sdk_scoped_lock::held());
+   }
+   for (auto& thread : threads) thread.join();
+   EXPECT_THAT(order, ElementsAre(0, 1, 2, 3));
+   EXPECT_FALSE(sdk_scoped_lock::held());
+}
+
+class TestMgr;
+class TestHandler : public base_handler<TestMgr, TestHandler> {
+ public:
+   using base_handler::base_handler;
+   std::function<void()> onEvent = [] {};
+};
+class TestMgr : public base_mgr<TestHandler, int> {};
+
+TEST(HandlersTest, TheyMayComeAndGoDuringANotification) {
+   TestMgr mgr;
+   std::vector<int> called;
+   auto const make = [&](int name) {
+      auto handler = std::make_unique<TestHandler>(&mgr);
+      mgr.watch_all(handler.get(), true);
+      handler->onEvent = [&called, name] { called.push_back(name); };
+      return handler;
+   };
+   std::vector<std::unique_ptr<TestHandler>> handlers;
+   handlers.push_back(make(0));
+   handlers.push_back(make(1));
+   auto const fire = [&] {
+      called.clear();
+      mgr.notify(1, [](TestHandler& handler) { handler.onEvent(); });
+   };
+   // Whichever is called first removes the other, which is then not called any more.
+   for (int i = 0; i < 2; ++i) {
+      handlers[static_cast<std::size_t>(i)]->onEvent = [&, i] {
+         called.push_back(i);
+         handlers[static_cast<std::size_t>(1 - i)].reset();
+      };
+   }
+   fire();
+   EXPECT_EQ(called.size(), 1);
+   std::erase(handlers, nullptr);
+   ASSERT_EQ(handlers.size(), 1);
+   std::unique_ptr<TestHandler> added;
+   handlers[0]->onEvent = [&] { added = make(9); };
+   fire();  // whether the new one is met depends on its place; the walk survives it
+   handlers[0]->onEvent = [&] { called.push_back(0); };
+   fire();
+   EXPECT_THAT(called, ::testing::UnorderedElementsAre(0, 9));
+}
+
+TEST(HandlersTest, OnlyWhatIsWatchedIsToldOfAKey) {
+   TestMgr mgr;
+   TestHandler handler(&mgr);
+   int events = 0;
+   handler.onEvent = [&] { ++events; };
+   auto const fire = [&](int key) { mgr.notify(key, [](TestHandler& h) { h.onEvent(); }); };
+   fire(1);
+   EXPECT_EQ(events, 0);
+   mgr.watch(&handler, 1, true);
+   fire(1);
+   fire(2);
+   EXPECT_EQ(events, 1);
+   mgr.watch_all(&handler, true);
+   mgr.watch(&handler, 1, false);
+   fire(2);
+   EXPECT_EQ(events, 2);
+   mgr.watch_all(&handler, false);
+   fire(1);
+   EXPECT_EQ(events, 2);
+}
+
+TEST(TraceLevelsTest, OneGrammarForAllOfThem) {
+   EXPECT_EQ(Pesko::parseLevels("01"), 0b11U);
+   EXPECT_EQ(Pesko::parseLevels("0-3,6"), 0b1001111U);
+   EXPECT_EQ(Pesko::parseLevels("0-26-79"), 0b1011000111U);
+   EXPECT_EQ(Pesko::parseLevels(""), 0U);
+   for (auto const* text : {"a", "-3", "3-", "3-1", "1,,2", ",1", "1,", "1--2", "1 2"}) {
+      EXPECT_THROW(Pesko::parseLevels(text), std::invalid_argument) << text;
+   }
+   auto const early = Pesko::Platform::getDebugHandler("levels-test", false);
+   EXPECT_TRUE(early->enabled(1) && !early->enabled(2));
+   Pesko::Platform::setupPeskoDebug("levels-test/2");
+   EXPECT_TRUE(!early->enabled(1) && early->enabled(2));
+   EXPECT_EQ(Pesko::Platform::getDebugHandler("levels-test", true), early);
+   EXPECT_FALSE(Pesko::Platform::getDebugHandler("quiet-test", true)->enabled(0));
+}
+
+}  // namespace
+}  // namespace velm

@@ -1,0 +1,197 @@
+#include "platform/switch/Table.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+
+#include "platform/switch/IpRouteMgr.h"
+#include "platform/switch/Iterators.h"
+#include "platform/switch/MplsRouteMgr.h"
+
+namespace velm::embedded {
+namespace {
+
+using ::testing::ElementsAre;
+
+using Numbers = Table<int, std::string>;
+
+std::vector<int> keysOf(Numbers const& table) {
+   std::vector<int> keys;
+   table.walk([&](int key, std::string const&) {
+      keys.push_back(key);
+      return true;
+   });
+   return keys;
+}
+
+TEST(TableTest, ADeletedRowIsNotFoundAgainThoughItWasTheLastLookedUp) {
+   Numbers table;
+   table.set(1, "one");
+   ASSERT_NE(table.find(1), nullptr);
+   EXPECT_TRUE(table.del(1));
+   EXPECT_EQ(table.find(1), nullptr);
+   EXPECT_FALSE(table.amend(1, [](std::string&) {}));
+   EXPECT_FALSE(table.del(1));
+   table.set(1, "again");
+   EXPECT_EQ(*table.find(1), "again");
+}
+
+TEST(TableTest, ASetClearsTheMarkAndAPartialChangeKeepsIt) {
+   Numbers table;
+   for (int key = 1; key <= 4; ++key) table.set(key, "old");
+   table.markAll();
+   table.set(2, "old");
+   table.amend(3, [](std::string& value) { value = "changed"; });
+   table.set(5, "new");
+   std::vector<int> gone;
+   table.onChange([&](int key, std::string const* now) {
+      if (now == nullptr) gone.push_back(key);
+   });
+   table.purge();
+   EXPECT_THAT(keysOf(table), ElementsAre(2, 5));
+   EXPECT_THAT(gone, ElementsAre(1, 3, 4));
+   table.markAll();
+   table.mark([](int, std::string const&) { return false; });  // a second marking marks anew
+   table.purge();
+   EXPECT_THAT(keysOf(table), ElementsAre(2, 5));
+}
+
+TEST(TableTest, AnIteratorSurvivesAnyChangeBetweenTwoSteps) {
+   Numbers table;
+   for (int key = 1; key <= 6; ++key) table.set(key, std::to_string(key));
+   auto it = makeTableIter(table, [](int const& key, std::string const&) { return key; });
+   EXPECT_EQ(*it, 1);
+   table.del(1);  // the element itself: the iterator has its copy
+   EXPECT_EQ(*it, 1);
+   table.del(2);
+   auto copy = it;
+   ++it;
+   EXPECT_EQ(*it, 3);
+   ++copy;
+   EXPECT_EQ(*copy, 3);
+   table.set(0, "behind");
+   table.set(7, "ahead");
+   table.del(4);
+   std::vector<int> rest;
+   for (++it; it; ++it) rest.push_back(*it);
+   EXPECT_THAT(rest, ElementsAre(5, 6, 7));
+   for (int key : keysOf(table)) table.del(key);
+   ++copy;
+   EXPECT_FALSE(copy);
+}
+
+class IpRouteMgrTest : public ::testing::Test {
+ protected:
+   static ip_route_key_t key(char const* prefix) { return ip_route_key_t(ip_prefix_t(std::string(prefix))); }
+   void route(char const* prefix, std::uint32_t tag = 0) {
+      ip_route_t route(key(prefix));
+      route.tag_is(tag);
+      mgr.ip_route_set(route);
+   }
+   static ip_route_via_t via(char const* prefix, char const* group, char const* hop = "", unsigned metric = 0) {
+      ip_route_via_t via(key(prefix));
+      via.nexthop_group_is(group);
+      via.hop_is(ip_addr_t(std::string(hop)));
+      via.metric_is(metric);
+      return via;
+   }
+   std::vector<std::string> vias(char const* prefix) {
+      std::vector<std::string> texts;
+      for (auto it = mgr.ip_route_via_iter(key(prefix)); it; ++it) {
+         texts.push_back(it->nexthop_group() + it->hop().to_string() + "/" + std::to_string(it->metric()));
+      }
+      return texts;
+   }
+
+   CallLedger ledger;
+   IpRouteMgr mgr{ledger};
+};
+
+TEST_F(IpRouteMgrTest, AViaOfAGroupAndViasWithoutOneReplaceEachOther) {
+   route("10.0.0.0/8");
+   mgr.ip_route_via_set(via("10.0.0.0/8", "", "1.1.1.1"));
+   mgr.ip_route_via_set(via("10.0.0.0/8", "", "2.2.2.2"));
+   mgr.ip_route_via_set(via("10.0.0.0/8", "", "1.1.1.1", 5));  // alike in all but the metric
+   EXPECT_THAT(vias("10.0.0.0/8"), ElementsAre("1.1.1.1/5", "2.2.2.2/0"));
+   mgr.ip_route_via_set(via("10.0.0.0/8", "g"));
+   EXPECT_THAT(vias("10.0.0.0/8"), ElementsAre("g/0"));
+   mgr.ip_route_via_set(via("10.0.0.0/8", "h"));
+   EXPECT_THAT(vias("10.0.0.0/8"), ElementsAre("h/0"));
+   route("10.0.0.0/8", 3);  // setting the route keeps its vias
+   mgr.ip_route_via_set(via("10.0.0.0/8", "", "3.3.3.3"));
+   EXPECT_THAT(vias("10.0.0.0/8"), ElementsAre("3.3.3.3/0"));
+   mgr.ip_route_via_del(via("10.0.0.0/8", "", "3.3.3.3", 9));
+   EXPECT_THAT(vias("10.0.0.0/8"), ElementsAre());
+   EXPECT_THROW(mgr.ip_route_via_set(via("11.0.0.0/8", "g")), configuration_error);
+}
+
+TEST_F(IpRouteMgrTest, AResyncAlsoPurgesTheViasOfRoutesThatStay) {
+   route("10.0.0.0/8");
+   mgr.ip_route_via_set(via("10.0.0.0/8", "", "1.1.1.1"));
+   mgr.ip_route_via_set(via("10.0.0.0/8", "", "2.2.2.2"));
+   route("11.0.0.0/8");
+   mgr.resync_init();
+   route("10.0.0.0/8");
+   mgr.ip_route_via_set(via("10.0.0.0/8", "", "2.2.2.2"));
+   mgr.resync_complete();
+   EXPECT_FALSE(mgr.exists(key("11.0.0.0/8")));
+   EXPECT_THAT(vias("10.0.0.0/8"), ElementsAre("2.2.2.2/0"));
+   mgr.resync_complete();  // without a resync there is nothing to purge
+   EXPECT_TRUE(mgr.ip_route_exists(key("10.0.0.0/8")));
+}
+
+TEST_F(IpRouteMgrTest, AResyncIsAboutTheTagInForceWhenItBegan) {
+   route("7.0.0.0/8", 7);
+   route("8.0.0.0/8", 8);
+   mgr.tag_is(7);
+   mgr.resync_init();
+   mgr.tag_is(8);
+   mgr.resync_complete();
+   EXPECT_FALSE(mgr.exists(key("7.0.0.0/8")));
+   EXPECT_TRUE(mgr.exists(key("8.0.0.0/8")));
+}
+
+TEST_F(IpRouteMgrTest, VrfsAndActionsAreKeptApart) {
+   mgr.ip_route_set(ip_route_t(key("10.0.0.0/8")), ip_route_action_t::drop);
+   route("10.0.0.0/8");  // without an action the route keeps its own
+   EXPECT_EQ(mgr.table("").find(key("10.0.0.0/8"))->action, ip_route_action_t::drop);
+   mgr.ip_route_set(ip_route_t(key("11.0.0.0/8")), "red");
+   mgr.ip_route_via_set(via("11.0.0.0/8", "g"), "red");
+   EXPECT_TRUE(mgr.exists(via("11.0.0.0/8", "g"), "red"));
+   EXPECT_FALSE(mgr.exists(key("11.0.0.0/8")));
+   EXPECT_THROW(mgr.ip_route_via_set(via("11.0.0.0/8", "g"), "blue"), configuration_error);
+   EXPECT_THROW(mgr.ip_route(key("11.0.0.0/8"), "blue"), invalid_argument_error);
+   mgr.ip_route_del(key("11.0.0.0/8"), "red");
+   EXPECT_TRUE(mgr.table("red").empty());
+   EXPECT_THROW(mgr.ip_route_set(ip_route_t(ip_route_key_t(ip_prefix_t(ip_addr_t("::1"), 129)))), invalid_range_error);
+   EXPECT_EQ(ledger.calls().at("ip_route_mgr.exists"), 2);
+}
+
+TEST(MplsRouteMgrTest, ViasAreToldByAllTheirAttributes) {
+   CallLedger ledger;
+   MplsRouteMgr mgr(ledger);
+   mpls_route_key_t const key(mpls_label_t(100), 0);
+   mpls_route_via_t push(key, mpls_action_t::push);
+   EXPECT_THROW(mgr.mpls_route_via_set(push), configuration_error);
+   mgr.mpls_route_set(mpls_route_t(key));
+   mgr.mpls_route_via_set(push);
+   mgr.mpls_route_via_set(push);
+   mpls_route_via_t other = push;
+   other.pushswap_label_is(mpls_label_t(7));
+   EXPECT_FALSE(mgr.exists(other));
+   mgr.mpls_route_via_set(other);
+   int vias = 0;
+   for (auto it = mgr.mpls_route_via_iter(key); it; ++it) {
+      ++vias;
+      mgr.mpls_route_via_del(other);  // gone before the walk reaches it
+   }
+   EXPECT_EQ(vias, 1);
+   mgr.resync_init();
+   mgr.mpls_route_set(mpls_route_t(key));
+   mgr.resync_complete();
+   EXPECT_TRUE(mgr.exists(key));
+   EXPECT_FALSE(mgr.exists(push));
+}
+
+}  // namespace
+}  // namespace velm::embedded

@@ -1,0 +1,92 @@
+#include <gmock/gmock.h>
+
+#include <sstream>
+
+#include "platform/switch/Json.h"
+#include "platform/velm/errors.h"
+#include "platform/velm/intf_id.h"
+#include "platform/velm/ip.h"
+#include "platform/velm/ip_route.h"
+#include "platform/velm/mpls.h"
+#include "platform/velm/nexthop_group.h"
+
+namespace velm {
+namespace {
+
+TEST(IpTest, PrefixesClearTheirHostBitsAndShowAnyLength) {
+   struct Row {
+      char const* address;
+      int length;
+      char const* text;
+   };
+   for (auto const& row : {Row{"10.1.2.3", 8, "10.0.0.0/8"}, Row{"10.1.2.3", 31, "10.1.2.2/31"},
+                           Row{"10.1.2.3", 0, "0.0.0.0/0"}, Row{"10.1.2.3", 33, "10.1.2.3/33"},
+                           Row{"2001:db8:ffff::1", 33, "2001:db8:8000::/33"}, Row{"::1", 128, "::1/128"}}) {
+      ip_prefix_t const prefix(ip_addr_t(std::string(row.address)), static_cast<unsigned char>(row.length));
+      EXPECT_EQ(prefix.to_string(), row.text);
+      if (prefix.prefix_length() <= 8 * address_size(prefix.af())) {
+         EXPECT_EQ(ip_prefix_t(prefix.to_string()), prefix);
+      }
+   }
+   EXPECT_EQ(ip_prefix_t().to_string(), "");
+   EXPECT_EQ(ip_addr_t(static_cast<af_t>(9), nullptr).to_string(), "");
+   std::ostringstream os;
+   os << ip_addr_t("10.0.0.1") << ip_addr_t() << mpls_action_t::swap << static_cast<mpls_action_t>(9);
+   EXPECT_EQ(os.str(), "10.0.0.1swap");
+}
+
+TEST(IpTest, TextThatIsNoNetworkIsRefusedWithTheText) {
+   for (auto const* text : {"10.0.0.0", "10.0.0.0/33", "10.0.0/8", "/8", "10.0.0.0/", "10.0.0.0/8x", "::/129", ""}) {
+      try {
+         ip_prefix_t const prefix{std::string(text)};
+         FAIL() << text;
+      } catch (invalid_argument_error const& e) {
+         EXPECT_THAT(e.what(), ::testing::HasSubstr("'"));
+      }
+   }
+   EXPECT_THROW(check_length(ip_prefix_t(ip_addr_t("10.0.0.1"), 33)), invalid_range_error);
+   EXPECT_NO_THROW(check_length(ip_prefix_t()));
+}
+
+TEST(IntfIdTest, NamesAreTheirOwnKeys) {
+   for (auto const* name : {"Ethernet1", "Ethernet3/1", "Port-Channel7", "Loopback0", "Vlan4094", "Management1", ""}) {
+      EXPECT_EQ(intf_id_t(name).to_string(), name);
+      EXPECT_EQ(intf_of_kernel_name(kernel_name(intf_id_t(name))), intf_id_t(name));
+   }
+   EXPECT_EQ(kernel_name(intf_id_t("Ethernet3/1")), "eth3_1");
+   EXPECT_LT(intf_id_t("Ethernet2"), intf_id_t("Ethernet10"));
+   for (auto const* name : {"Ethernet", "Ethernet01", "ethernet1", "Ethernet1/", "Ethernet1/01", "Ethernet1/1/1", "Et1",
+                            "Ethernet4294967295", "Ethernet1 ", "eth1"}) {
+      EXPECT_THROW(intf_id_t{name}, invalid_argument_error) << name;
+   }
+   EXPECT_EQ(intf_of_kernel_name("eth3/1"), intf_id_t());
+}
+
+TEST(ErrorTest, ARootIsThrownOnAsWhatItIs) {
+   std::unique_ptr<error> const e = std::make_unique<unconfigured_agent_error>("not yet");
+   EXPECT_THROW(e->raise(), unconfigured_agent_error);
+   EXPECT_THROW(mpls_label_t(1048576), invalid_range_error);
+   EXPECT_EQ(mpls_label_t(1048575).label(), 1048575);
+}
+
+TEST(JsonTest, ValuesFollowTheirAttributes) {
+   ip_route_via_t via(ip_route_key_t(ip_prefix_t("10.0.0.0/8")));
+   via.hop_is(ip_addr_t("10.0.0.1"));
+   via.intf_is(intf_id_t("Ethernet1"));
+   EXPECT_EQ(embedded::jsonObject([&](auto& json) { embedded::writeAttributes(json, via, "route_key"); }),
+             R"({"hop":"10.0.0.1","intf":"Ethernet1","nexthop_group":"","mpls_label":0,"vtep_addr":"","vni":0,)"
+             R"("router_mac":"","egress_vrf":"","metric":0})");
+   nexthop_group_mpls_action_t action(mpls_action_t::push);
+   action.label_stack_is({mpls_label_t(5), mpls_label_t(6)});
+   nexthop_group_entry_t entry;
+   entry.mpls_action_is(action);
+   nexthop_group_t group("g\"1", nexthop_group_encap_t::mpls);
+   group.nexthop_set(3, entry);
+   EXPECT_THAT(embedded::jsonObject([&](auto& json) { embedded::writeAttributes(json, group); }),
+               ::testing::AllOf(::testing::HasSubstr(R"("name":"g\"1","type":3)"),
+                                ::testing::HasSubstr(R"("nexthops":{"3":{"nexthop":"","child_nexthop_group":"",)"
+                                                     R"("intf":"","mpls_action":{"action_type":1,"label_stack":[5,6]}}})")));
+}
+
+}  // namespace
+}  // namespace velm

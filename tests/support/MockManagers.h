@@ -1,0 +1,116 @@
+#pragma once
+
+#include <gmock/gmock.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/velm/ip_route.h"
+#include "platform/velm/mpls_route.h"
+#include "platform/velm/nexthop_group.h"
+#include "platform/velm/nexthop_group_tunnel.h"
+
+namespace VelmSdkRpc {
+
+/// An iterator over what a test hands out.
+template <class T>
+class VectorIter : public velm::iter_impl<T> {
+ public:
+   explicit VectorIter(std::vector<T> elements) : elements_(std::move(elements)) {}
+   std::unique_ptr<velm::iter_impl<T>> clone() const override { return std::make_unique<VectorIter>(*this); }
+   T const* current() const override { return index_ < elements_.size() ? &elements_[index_] : nullptr; }
+   void advance() override { ++index_; }
+
+ private:
+   std::vector<T> elements_;
+   std::size_t index_ = 0;
+};
+template <class T>
+velm::iter_base<T> iterOf(std::vector<T> elements) {
+   return velm::iter_base<T>(std::make_unique<VectorIter<T>>(std::move(elements)));
+}
+template <class T>
+velm::iter_base<T> emptyIter() {
+   return iterOf(std::vector<T>());
+}
+
+class MockIpRouteMgr : public velm::ip_route_mgr {
+ public:
+   using key = velm::ip_route_key_t;
+   using route = velm::ip_route_t;
+   using via = velm::ip_route_via_t;
+   MOCK_METHOD(std::uint32_t, tag, (), (const, override));
+   MOCK_METHOD(void, tag_is, (std::uint32_t), (override));
+   MOCK_METHOD(void, resync_init, (), (override));
+   MOCK_METHOD(void, resync_complete, (), (override));
+   MOCK_METHOD(velm::ip_route_iter_t, ip_route_iter, (), (const, override));
+   MOCK_METHOD(velm::ip_route_via_iter_t, ip_route_via_iter, (key const&), (const, override));
+   MOCK_METHOD(bool, exists, (key const&), (const, override));
+   MOCK_METHOD(bool, exists, (key const&, std::string const&), (const, override));
+   MOCK_METHOD(bool, exists, (via const&), (const, override));
+   MOCK_METHOD(bool, exists, (via const&, std::string const&), (const, override));
+   MOCK_METHOD(route, ip_route, (key const&), (const, override));
+   MOCK_METHOD(route, ip_route, (key const&, std::string const&), (const, override));
+   MOCK_METHOD(void, ip_route_set, (route const&), (override));
+   MOCK_METHOD(void, ip_route_set, (route const&, velm::ip_route_action_t), (override));
+   MOCK_METHOD(void, ip_route_set, (route const&, std::string const&), (override));
+   MOCK_METHOD(void, ip_route_del, (key const&), (override));
+   MOCK_METHOD(void, ip_route_del, (key const&, std::string const&), (override));
+   MOCK_METHOD(void, ip_route_via_set, (via const&), (override));
+   MOCK_METHOD(void, ip_route_via_set, (via const&, std::string const&), (override));
+   MOCK_METHOD(void, ip_route_via_del, (via const&), (override));
+   MOCK_METHOD(void, ip_route_via_del, (via const&, std::string const&), (override));
+};
+
+class MockMplsRouteMgr : public velm::mpls_route_mgr {
+ public:
+   MOCK_METHOD(void, resync_init, (), (override));
+   MOCK_METHOD(void, resync_complete, (), (override));
+   MOCK_METHOD(velm::mpls_route_iter_t, mpls_route_iter, (), (const, override));
+   MOCK_METHOD(velm::mpls_route_via_iter_t, mpls_route_via_iter, (velm::mpls_route_key_t const&), (const, override));
+   MOCK_METHOD(bool, exists, (velm::mpls_route_key_t const&), (const, override));
+   MOCK_METHOD(bool, exists, (velm::mpls_route_via_t const&), (const, override));
+   MOCK_METHOD(void, mpls_route_set, (velm::mpls_route_t const&), (override));
+   MOCK_METHOD(void, mpls_route_del, (velm::mpls_route_key_t const&), (override));
+   MOCK_METHOD(void, mpls_route_via_set, (velm::mpls_route_via_t const&), (override));
+   MOCK_METHOD(void, mpls_route_via_del, (velm::mpls_route_via_t const&), (override));
+};
+
+class MockMplsVrfLabelMgr : public velm::mpls_vrf_label_mgr {
+ public:
+   MOCK_METHOD(void, resync_init, (), (override));
+   MOCK_METHOD(void, resync_complete, (), (override));
+   MOCK_METHOD(velm::mpls_vrf_label_iter_t, mpls_vrf_label_iter, (), (const, override));
+   MOCK_METHOD(velm::mpls_vrf_label_t, mpls_vrf_label, (velm::mpls_label_t), (const, override));
+   MOCK_METHOD(void, mpls_vrf_label_set, (velm::mpls_vrf_label_t const&), (override));
+   MOCK_METHOD(void, mpls_vrf_label_del, (velm::mpls_label_t), (override));
+};
+
+class MockNexthopGroupMgr : public velm::nexthop_group_mgr {
+ public:
+   MOCK_METHOD(void, resync_init, (), (override));
+   MOCK_METHOD(void, resync_complete, (), (override));
+   MOCK_METHOD(velm::nexthop_group_iter_t, nexthop_group_iter, (), (const, override));
+   MOCK_METHOD(velm::programmed_nexthop_group_iter_t, programmed_nexthop_group_iter, (), (const, override));
+   MOCK_METHOD(bool, exists, (std::string const&), (const, override));
+   MOCK_METHOD(velm::nexthop_group_t, nexthop_group, (std::string const&), (const, override));
+   MOCK_METHOD(bool, active, (std::string const&), (const, override));
+   MOCK_METHOD(bool, programmed_nexthop_group, (std::string const&), (const, override));
+   MOCK_METHOD(velm::nexthop_group_entry_counter_t, counter, (std::string const&, unsigned short), (const, override));
+   MOCK_METHOD(void, nexthop_group_set, (velm::nexthop_group_t const&), (override));
+   MOCK_METHOD(void, nexthop_group_del, (std::string const&), (override));
+};
+
+class MockNexthopGroupTunnelMgr : public velm::nexthop_group_tunnel_mgr {
+ public:
+   MOCK_METHOD(void, resync_init, (), (override));
+   MOCK_METHOD(void, resync_complete, (), (override));
+   MOCK_METHOD(velm::nexthop_group_tunnel_iter_t, nexthop_group_tunnel_iter, (), (const, override));
+   MOCK_METHOD(bool, exists, (velm::ip_prefix_t const&), (const, override));
+   MOCK_METHOD(void, nexthop_group_tunnel_set, (velm::nexthop_group_tunnel_t const&), (override));
+   MOCK_METHOD(void, nexthop_group_tunnel_del, (velm::ip_prefix_t const&), (override));
+};
+
+}  // namespace VelmSdkRpc
