@@ -6,6 +6,8 @@
 //
 // The server thread calls the SDK under velm::sdk_scoped_lock. Stopping joins it on the main thread, without that lock.
 
+#include "platform/velm/agent.h"
+
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -14,11 +16,11 @@
 #include <vector>
 
 #include "agent/Argv.h"
+#include "agent/GrpcLog.h"
 #include "agent/GrpcServer.h"
 #include "native/VelmSdkRpcService.h"
 #include "platform/pesko/ProcessTrace.h"
 #include "platform/qor/Runtime.h"
-#include "platform/velm/agent.h"
 #include "platform/velm/errors.h"
 #include "platform/velm/sdk.h"
 #include "remote/VapiService.h"
@@ -124,6 +126,7 @@ int main(int argc, char** argv) {
    auto args = VelmSdkRpc::argv::vectorize(argc, argv);
    VelmSdkRpc::setFromOption(args, "--grpc-trace", "GRPC_TRACE");
    VelmSdkRpc::setFromOption(args, "--grpc-verbosity", "GRPC_VERBOSITY");
+   VelmSdkRpc::traceGrpcLog();
    velm::sdk sdk;
    auto const listenAddress = VelmSdkRpc::argv::getOptionValue(args, "--listen", "127.0.0.1:9543");
    VelmSdkRpc::Agent agent(sdk, listenAddress);

@@ -1,9 +1,11 @@
 #include "agent/GrpcServer.h"
 
-#include <chrono>
-#include <cstdio>
 #include <fmt/format.h>
 
+#include <chrono>
+#include <cstdio>
+
+#include "agent/GrpcLog.h"
 #include "rpc/ServerEventLoop.h"
 #include "rpc/Tracing.h"
 
@@ -22,11 +24,13 @@ void GrpcServer::run() {
 
 bool GrpcServer::start() {
    completionQueue_ = builder_.AddCompletionQueue();
-   server_ = builder_.BuildAndStart();
-   if (!server_) {
-      fmt::print(stderr, "cannot listen on {}\n", listenAddress_);
-      completionQueue_->Shutdown();
-      return false;
+   {
+      GrpcErrors const errors;
+      server_ = builder_.BuildAndStart();
+      if (!server_) {
+         fmt::print(stderr, "cannot listen on {}: {}\n", listenAddress_, errors.reason());
+         return false;
+      }
    }
    for (auto const& service : services_) {
       service->completionQueueIs(completionQueue_.get());

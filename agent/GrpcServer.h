@@ -1,8 +1,10 @@
 #pragma once
 
-#include <atomic>
+#include <grpc/grpc.h>
 #include <grpcpp/alarm.h>
 #include <grpcpp/grpcpp.h>
+
+#include <atomic>
 #include <memory>
 #include <string>
 #include <utility>
@@ -23,6 +25,8 @@ class GrpcServer {
    /// Takes each service over from its std::unique_ptr; a service's position is its index. The address is bound by run.
    template <class... S>
    explicit GrpcServer(std::string const& listenAddress, S&&... services) : listenAddress_(listenAddress) {
+      // Never given back: when a client was slow to read, taking the library down can wait ten seconds for a poller.
+      grpc_init();
       // A null pointer for the selected port: nobody asks which one it was.
       builder_.AddListeningPort(listenAddress, grpc::InsecureServerCredentials(), nullptr);
       (append(services), ...);

@@ -12,11 +12,13 @@ constexpr auto what = "CBF redirects";
 
 CbfNhgRedirectProgrammer::CbfNhgRedirectProgrammer(ClientInit const& clientInit) : clientInit_(clientInit) {}
 
-void CbfNhgRedirectProgrammer::processCbfNhgRedirectRequest(pb::cbf_nexthop_group_redirect_msg const& request, pb::rpc_status_msg& status) {
+void CbfNhgRedirectProgrammer::processCbfNhgRedirectRequest(pb::cbf_nexthop_group_redirect_msg const& request,
+                                                            pb::rpc_status_msg& status) {
    answerUnbuilt(clientInit_, className, request, status, what);
 }
 
-void CbfNhgRedirectProgrammer::processCbfNhgRedirectBulkRequest(pb::cbf_nexthop_group_redirect_bulk_msg const& request, pb::rpc_status_bulk_msg& status) {
+void CbfNhgRedirectProgrammer::processCbfNhgRedirectBulkRequest(pb::cbf_nexthop_group_redirect_bulk_msg const& request,
+                                                                pb::rpc_status_bulk_msg& status) {
    answerEach(request.cbf_nexthop_group_redirect(), status,
               [&](auto const& element, auto& answered) { processCbfNhgRedirectRequest(element, answered); });
 }

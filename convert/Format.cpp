@@ -1,6 +1,7 @@
 #include "convert/Format.h"
 
 #include <google/protobuf/descriptor.h>
+
 #include <set>
 
 namespace VelmSdkRpc {

@@ -2,9 +2,10 @@
 
 // Makes every message an argument of any format string: a native message in its text form, any other as one line.
 
-#include <concepts>
 #include <fmt/format.h>
 #include <google/protobuf/text_format.h>
+
+#include <concepts>
 #include <string>
 
 #include "convert/Utils.h"

@@ -1,9 +1,10 @@
 #include "convert/Utils.h"
 
-#include <array>
 #include <fmt/format.h>
-#include <functional>
 #include <google/protobuf/generated_enum_reflection.h>
+
+#include <array>
+#include <functional>
 #include <iterator>
 #include <string_view>
 #include <type_traits>
@@ -36,9 +37,7 @@ velm::mpls_action_t mplsOpToMplsAction(pb::nexthop_msg_mpls_operation_enum opera
    return actions[index];
 }
 
-velm::ip_addr_t ipAddressToIpAddr(pb::ip_address_msg const& address) {
-   return addressOf(address.addr());
-}
+velm::ip_addr_t ipAddressToIpAddr(pb::ip_address_msg const& address) { return addressOf(address.addr()); }
 
 velm::ip_prefix_t ipPrefixToPrefix(pb::ip_prefix_msg const& prefix) {
    auto const address = addressOf(prefix.addr());
@@ -121,9 +120,7 @@ auto list(Elements const& elements, Show show = {}) {
    };
 }
 
-std::string const& keyOf(rpc_server_key_value_pair_msg const& pair) {
-   return pair.key();
-}
+std::string const& keyOf(rpc_server_key_value_pair_msg const& pair) { return pair.key(); }
 
 auto pairOf(rpc_server_key_value_pair_msg const& pair) {
    return [&pair](std::string& text) { append(text, pair.key(), "=", pair.value()); };
@@ -131,21 +128,13 @@ auto pairOf(rpc_server_key_value_pair_msg const& pair) {
 
 }  // namespace
 
-void appendText(std::string& text, ip_address_msg const& address) {
-   text += ipAddressToIpAddr(address).to_string();
-}
+void appendText(std::string& text, ip_address_msg const& address) { text += ipAddressToIpAddr(address).to_string(); }
 
-void appendText(std::string& text, ip_prefix_msg const& prefix) {
-   text += ipPrefixToPrefix(prefix).to_string();
-}
+void appendText(std::string& text, ip_prefix_msg const& prefix) { text += ipPrefixToPrefix(prefix).to_string(); }
 
-void appendText(std::string& text, rpc_status_msg const& status) {
-   append(text, status.status());
-}
+void appendText(std::string& text, rpc_status_msg const& status) { append(text, status.status()); }
 
-void appendText(std::string& text, sbfd_echo_session_oper_status_msg const& status) {
-   append(text, status.status());
-}
+void appendText(std::string& text, sbfd_echo_session_oper_status_msg const& status) { append(text, status.status()); }
 
 void appendText(std::string& text, ip_route_msg const& route) {
    append(text, typeName(route), "{prefix=", route.prefix());

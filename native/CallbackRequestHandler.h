@@ -13,9 +13,8 @@ class VelmSdkRpcService;
 ///
 /// `Name` is the address of a constant that no other instantiation has; it only keeps handlers of like types apart.
 template <class Request, class Response, class Owner, char const* Name>
-class CallbackRequestHandler
-   : public GenericRequestHandler<CallbackRequestHandler<Request, Response, Owner, Name>, Request, Response,
-                                  VelmSdkRpcService, false> {
+class CallbackRequestHandler : public GenericRequestHandler<CallbackRequestHandler<Request, Response, Owner, Name>,
+                                                            Request, Response, VelmSdkRpcService, false> {
    using Base = GenericRequestHandler<CallbackRequestHandler, Request, Response, VelmSdkRpcService, false>;
 
  public:

@@ -68,8 +68,8 @@ void ClientInit::probe(pb::rpc_server_init_status_msg& status) {
 
 void ClientInit::processResync(pb::rpc_server_resync_msg const& request, pb::rpc_status_msg& status) {
    auto const state = request.resync_state();
-   Qor::assertThat(state != std::numeric_limits<std::int32_t>::min() && state != std::numeric_limits<std::int32_t>::max(),
-                   "false");
+   Qor::assertThat(
+      state != std::numeric_limits<std::int32_t>::min() && state != std::numeric_limits<std::int32_t>::max(), "false");
    if (state == pb::RESYNC_START) {
       reportFailure(status, [&] { startResync(); });
    } else if (resyncActive_) {

@@ -39,16 +39,15 @@ std::uint32_t IpRouteProgrammer::addRibRoute(pb::ip_route_msg const& request, st
    auto const prefix = ipPrefixToPrefix(request.prefix());
    if (ipRouteTag_ != 0 && request.tag() != ipRouteTag_) {
       return refuse(className, error,
-                    fmt::format("Error: Create {} route with tag {} != rpc_server_init::ip_route_tag {}",
-                                prefix, request.tag(), ipRouteTag_));
+                    fmt::format("Error: Create {} route with tag {} != rpc_server_init::ip_route_tag {}", prefix,
+                                request.tag(), ipRouteTag_));
    }
    trace(1, className, "create {} route", prefix);
    velm::ip_route_t route{velm::ip_route_key_t(prefix)};
    route.tag_is(request.tag());
    velm::ip_route_via_t via(route.key());
    if (request.forwarding_nexthop_case() == pb::ip_route_msg::FORWARDING_NEXTHOP_NOT_SET) {
-      return refuse(className, error,
-                    fmt::format("Error: ip route {} must specify Forwarding nexthop", prefix));
+      return refuse(className, error, fmt::format("Error: ip route {} must specify Forwarding nexthop", prefix));
    }
    via.nexthop_group_is(request.nexthop_group());
    velm::sdk_scoped_lock const lock;

@@ -16,7 +16,8 @@ void MplsRouteProgrammer::processMPLSRouteRequest(pb::mpls_route_msg const& requ
    answerUnbuilt(clientInit_, className, request, status, what);
 }
 
-void MplsRouteProgrammer::processMPLSRouteBulkRequest(pb::mpls_route_bulk_msg const& request, pb::rpc_status_bulk_msg& status) {
+void MplsRouteProgrammer::processMPLSRouteBulkRequest(pb::mpls_route_bulk_msg const& request,
+                                                      pb::rpc_status_bulk_msg& status) {
    answerEach(request.mpls_route(), status,
               [&](auto const& element, auto& answered) { processMPLSRouteRequest(element, answered); });
 }

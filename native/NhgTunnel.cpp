@@ -12,11 +12,13 @@ constexpr auto what = "nexthop-group tunnels";
 
 NhgTunnelProgrammer::NhgTunnelProgrammer(ClientInit const& clientInit) : clientInit_(clientInit) {}
 
-void NhgTunnelProgrammer::processNhgTunnelRequest(pb::nexthop_group_tunnel_msg const& request, pb::rpc_status_msg& status) {
+void NhgTunnelProgrammer::processNhgTunnelRequest(pb::nexthop_group_tunnel_msg const& request,
+                                                  pb::rpc_status_msg& status) {
    answerUnbuilt(clientInit_, className, request, status, what);
 }
 
-void NhgTunnelProgrammer::processNhgTunnelBulkRequest(pb::nexthop_group_tunnel_bulk_msg const& request, pb::rpc_status_bulk_msg& status) {
+void NhgTunnelProgrammer::processNhgTunnelBulkRequest(pb::nexthop_group_tunnel_bulk_msg const& request,
+                                                      pb::rpc_status_bulk_msg& status) {
    answerEach(request.nexthop_group_tunnel(), status,
               [&](auto const& element, auto& answered) { processNhgTunnelRequest(element, answered); });
 }

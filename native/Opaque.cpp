@@ -12,7 +12,8 @@ constexpr auto what = "opaque pairs";
 
 OpaqueProgrammer::OpaqueProgrammer(ClientInit const& clientInit) : clientInit_(clientInit) {}
 
-void OpaqueProgrammer::processOpaqueStateSetRequest(pb::rpc_server_state_config_msg const& request, pb::rpc_status_msg& status) {
+void OpaqueProgrammer::processOpaqueStateSetRequest(pb::rpc_server_state_config_msg const& request,
+                                                    pb::rpc_status_msg& status) {
    answerUnbuilt(clientInit_, className, request, status, what);
 }
 

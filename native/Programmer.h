@@ -58,7 +58,8 @@ template <class Request>
 void answerUnbuilt(ClientInit const& clientInit, std::string_view className, Request const& request,
                    pb::rpc_status_msg& status, std::string_view what) {
    answer(clientInit, className, request, status, [&](std::string& error) {
-      return refuse(className, error, fmt::format("Error: {} are not built into this agent, request {}", what, request));
+      return refuse(className, error,
+                    fmt::format("Error: {} are not built into this agent, request {}", what, request));
    });
 }
 

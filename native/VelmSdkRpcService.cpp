@@ -19,9 +19,8 @@ using AsyncService = VelmSdkRpcService::AsyncService;
 
 // A call that is held open for as long as the server lives: its end is how a client learns that the agent has gone. The
 // server never writes to it, never ends it and does not ask to be told of its end.
-class DetectServerAliveHandler
-   : public GenericRequestHandler<DetectServerAliveHandler, pb::rpc_server_alive_msg, pb::rpc_server_alive_msg,
-                                  VelmSdkRpcService, true> {
+class DetectServerAliveHandler : public GenericRequestHandler<DetectServerAliveHandler, pb::rpc_server_alive_msg,
+                                                              pb::rpc_server_alive_msg, VelmSdkRpcService, true> {
  public:
    using GenericRequestHandler::GenericRequestHandler;
    static constexpr auto requestFn() { return &AsyncService::Requestwatch_rpc_server_alive; }
@@ -49,8 +48,7 @@ constexpr char sbfdEchoSessionBulkHandlerName[] = "sbfdEchoSessionBulk";
 template <char const* Name, auto post, class Owner>
 void bind(VelmSdkRpcService& service, Owner& owner,
           void (Owner::*callback)(typename Method<post>::Request const&, typename Method<post>::Response&)) {
-   using Handler =
-      CallbackRequestHandler<typename Method<post>::Request, typename Method<post>::Response, Owner, Name>;
+   using Handler = CallbackRequestHandler<typename Method<post>::Request, typename Method<post>::Response, Owner, Name>;
    service.arm<Handler>(service, post, &owner, callback);
 }
 

@@ -12,9 +12,8 @@ namespace {
 
 using AsyncService = VapiService::AsyncService;
 
-class RunShowCommandHandler
-   : public GenericRequestHandler<RunShowCommandHandler, velm::remote::RunShowCmdRequest,
-                                  velm::remote::RunShowCmdResponse, VapiService, false> {
+class RunShowCommandHandler : public GenericRequestHandler<RunShowCommandHandler, velm::remote::RunShowCmdRequest,
+                                                           velm::remote::RunShowCmdResponse, VapiService, false> {
  public:
    using GenericRequestHandler::GenericRequestHandler;
    static constexpr auto requestFn() { return &AsyncService::Requestrun_show_cmd; }

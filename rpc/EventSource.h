@@ -1,7 +1,8 @@
 #pragma once
 
-#include <cstdint>
 #include <fmt/format.h>
+
+#include <cstdint>
 #include <stdexcept>
 
 namespace VelmSdkRpc {

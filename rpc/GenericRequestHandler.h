@@ -1,8 +1,9 @@
 #pragma once
 
+#include <grpcpp/grpcpp.h>
+
 #include <concepts>
 #include <cstdint>
-#include <grpcpp/grpcpp.h>
 #include <memory>
 #include <type_traits>
 

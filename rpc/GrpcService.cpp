@@ -18,9 +18,7 @@ void GrpcService::selfRegister(unsigned long index, grpc::ServerBuilder& builder
    registerRpcService(builder);
 }
 
-void* GrpcService::nextOpaqueId() {
-   return makeOpaqueId(++lastNumber_, index_);
-}
+void* GrpcService::nextOpaqueId() { return makeOpaqueId(++lastNumber_, index_); }
 
 void GrpcService::registerHandler(std::unique_ptr<RequestHandler> handler) {
    auto* const id = handler->id();

@@ -1,9 +1,10 @@
 #pragma once
 
+#include <grpcpp/grpcpp.h>
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <grpcpp/grpcpp.h>
 #include <memory>
 #include <mutex>
 #include <string>

@@ -25,8 +25,6 @@ inline std::size_t serviceIndexOf(OpaqueId id) {
 }
 
 /// The tag by which GrpcServer tells its loop to shut the queue. No handler has it, for handlers' numbers start at 1.
-inline OpaqueId wakeTag() {
-   return makeOpaqueId(0, 1);
-}
+inline OpaqueId wakeTag() { return makeOpaqueId(0, 1); }
 
 }  // namespace VelmSdkRpc

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <grpcpp/grpcpp.h>
+
 #include <atomic>
 #include <cstdint>
-#include <grpcpp/grpcpp.h>
 #include <memory>
 #include <utility>
 

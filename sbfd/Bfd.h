@@ -12,7 +12,8 @@ class BfdProgrammer {
    explicit BfdProgrammer(ClientInit const& clientInit);
 
    void processSbfdEchoSessionRequest(pb::sbfd_echo_session_msg const& request, pb::rpc_status_msg& status);
-   void processSbfdEchoSessionBulkRequest(pb::sbfd_echo_session_bulk_msg const& request, pb::rpc_status_bulk_msg& status);
+   void processSbfdEchoSessionBulkRequest(pb::sbfd_echo_session_bulk_msg const& request,
+                                          pb::rpc_status_bulk_msg& status);
    /// A resync has nothing to purge while no session can exist.
    void resyncStart() {}
    void resyncEnd() {}

@@ -6,6 +6,8 @@
 #include <algorithm>
 #include <chrono>
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -34,17 +36,19 @@ void say(fmt::format_string<Values...> text, Values&&... values) {
 
 void show(Table const& table) { fmt::print("\n{}\n", table.text(indent)); }
 
+[[noreturn]] void fail(std::string const& claim) { throw std::runtime_error("this does not hold: " + claim); }
+
 void expect(bool holds, std::string const& claim) {
-   if (!holds) throw std::runtime_error("this does not hold: " + claim);
+   if (!holds) fail(claim);
 }
 
-void expectSuccess(pb::rpc_status_msg const& status, std::string const& request) {
-   expect(status.status() == pb::rpc_status_msg::STATUS_SUCCESS,
-          fmt::format("{} succeeds; the answer is {} {}", request,
-                      pb::rpc_status_msg::rpc_status_value_enum_Name(status.status()), status.debug_string()));
+void expectSuccess(pb::rpc_status_msg const& status, std::string_view request) {
+   if (status.status() == pb::rpc_status_msg::STATUS_SUCCESS) return;
+   fail(fmt::format("{} succeeds; the answer is {} {}", request,
+                    pb::rpc_status_msg::rpc_status_value_enum_Name(status.status()), status.debug_string()));
 }
 
-void expectSuccess(pb::rpc_status_bulk_msg const& answer, std::size_t size, std::string const& request) {
+void expectSuccess(pb::rpc_status_bulk_msg const& answer, std::size_t size, std::string_view request) {
    expect(static_cast<std::size_t>(answer.status_size()) == size,
           fmt::format("{} is answered with {} statuses, not {}", request, size, answer.status_size()));
    for (auto const& status : answer.status()) expectSuccess(status, request);
@@ -131,7 +135,7 @@ class Story {
    void groupsSayWherePacketsLeave() {
       chapter("Three nexthop groups (nexthop_group_bulk)");
       say("A group says where packets leave, and with what MPLS label. Routes name a group, so that one change to a");
-      say("group moves all of its routes. The group spread sends three packets north for each one south.");
+      say("group moves all of its routes. The group `spread` sends three packets north for each one south.");
       expectSuccess(controller_.setGroups(groups_), groups_.size(), "nexthop_group_bulk");
       show(groupTable(awaitGroups(1)));
       say("The switch has programmed each of them once, and all have an interface that is up.");

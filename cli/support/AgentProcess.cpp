@@ -1,21 +1,21 @@
 #include "cli/support/AgentProcess.h"
 
 #include <arpa/inet.h>
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <poll.h>
-#include <spawn.h>
 #include <sys/socket.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <fcntl.h>
 #include <filesystem>
+#include <poll.h>
+#include <spawn.h>
 #include <system_error>
+#include <unistd.h>
 
 extern char** environ;
 
@@ -101,6 +101,7 @@ std::shared_ptr<grpc::Channel> AgentProcess::channel() const {
    grpc::ChannelArguments arguments;
    arguments.SetMaxReceiveMessageSize(-1);
    arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);
+   arguments.SetInt(GRPC_ARG_ENABLE_HTTP_PROXY, 0);  // the agent is on this machine
    arguments.SetInt(GRPC_ARG_INITIAL_RECONNECT_BACKOFF_MS, 50);
    arguments.SetInt(GRPC_ARG_MIN_RECONNECT_BACKOFF_MS, 50);
    arguments.SetInt(GRPC_ARG_MAX_RECONNECT_BACKOFF_MS, 50);

@@ -33,8 +33,8 @@ class HeldPort {
 /// An address whose port was free a moment ago.
 inline std::string freeAddress() { return HeldPort().address(); }
 
-/// The agent as a child process, for the demo, the tests and the benchmarks. Ends with this object, by SIGKILL if it has
-/// not ended before. Its stderr is collected all along, so that it never blocks on it.
+/// The agent as a child process, for the demo, the tests and the benchmarks. Ends with this object, by SIGKILL if it
+/// has not ended before. Its stderr is collected all along, so that it never blocks on it.
 class AgentProcess {
  public:
    struct Options {

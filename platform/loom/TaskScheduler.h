@@ -14,8 +14,8 @@ class Runnable {
    virtual void run() = 0;
 };
 
-/// Orders runs: by priority, lower number first, and within one by the order of asking. The main loop takes one run at a
-/// time and lets go of the SDK lock between two. Thread-safe.
+/// Orders runs: by priority, lower number first, and within one by the order of asking. The main loop takes one run at
+/// a time and lets go of the SDK lock between two. Thread-safe.
 class TaskScheduler {
  public:
    /// Asks for one run; harmless when one is asked for already.

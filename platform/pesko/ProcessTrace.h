@@ -11,8 +11,8 @@
 
 namespace VelmSdkRpc {
 
-/// The process's trace facility, "VelmSdkRpc". Made before ordinary static construction, so that any unit may trace from
-/// its first statement on.
+/// The process's trace facility, "VelmSdkRpc". Made before ordinary static construction, so that any unit may trace
+/// from its first statement on.
 extern std::shared_ptr<Pesko::Platform::DebugHandler> traceHandle;
 
 /// A format string that remembers where it was written.
@@ -35,7 +35,8 @@ void trace(unsigned level, std::string_view className, std::type_identity_t<Trac
            Args const&... args) {
    if (!traceHandle->enabled(level)) return;
    Pesko::fmtrace(*traceHandle, level, Qor::fileStem(format.where.file_name()),
-                  shortFunctionName(format.where.function_name()), format.where.line(), className, format.text, args...);
+                  shortFunctionName(format.where.function_name()), format.where.line(), className, format.text,
+                  args...);
 }
 
 }  // namespace VelmSdkRpc

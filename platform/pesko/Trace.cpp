@@ -58,8 +58,9 @@ std::shared_ptr<DebugHandler> getDebugHandler(std::string const& name, bool quie
    auto& handler = all.handlers[name];
    if (!handler) {
       auto const it = all.configured.find(name);
-      handler = std::make_shared<DebugHandler>(
-         name, it != all.configured.end() ? it->second : quiet ? LevelMask{0} : defaultLevels);
+      handler = std::make_shared<DebugHandler>(name, it != all.configured.end() ? it->second
+                                                     : quiet                    ? LevelMask{0}
+                                                                                : defaultLevels);
    }
    return handler;
 }

@@ -7,13 +7,15 @@ namespace Pesko {
 
 /// The process's one way out for trace lines: a bounded queue and a thread that writes to stderr, each line behind its
 /// time. The thread starts with the first line. At the end of the process what is queued is written as far as stderr
-/// takes it without waiting.
+/// takes it without waiting, also when std::terminate ends it: the last lines before a fall are the ones that count.
 class TraceOutput {
  public:
    static TraceOutput& instance();
 
    /// Queues a line. Thread-safe; never waits.
    void write(std::string_view line);
+   /// Waits until what was queued before has been written, half a second at most; for the end of the process.
+   void flush();
 
    ~TraceOutput();
    TraceOutput(TraceOutput const&) = delete;

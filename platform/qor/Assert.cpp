@@ -5,10 +5,12 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "platform/pesko/TraceOutput.h"
+
 namespace Qor {
 
 void assertionFailed(std::string_view text, std::source_location where) {
-   // Straight to stderr: the trace has a thread of its own, which would not get to write it any more.
+   Pesko::TraceOutput::instance().flush();
    fmt::print(stderr, "assertion failed: {} ({}:{} {})\n", text, fileStem(where.file_name()), where.line(),
               where.function_name());
    std::abort();

@@ -1,8 +1,7 @@
 #include "platform/qor/Runtime.h"
 
-#include <cxxabi.h>
-
 #include <cstdlib>
+#include <cxxabi.h>
 #include <memory>
 
 namespace Qor {

@@ -55,9 +55,8 @@ void AgentMgr::optionDel(std::string const& name) {
 }
 
 void AgentMgr::raiseOption(std::string const& name, std::string const& value) {
-   loop_.post([this, name, value] {
-      notify_every([&](agent_handler& handler) { handler.on_agent_option(name, value); });
-   });
+   loop_.post(
+      [this, name, value] { notify_every([&](agent_handler& handler) { handler.on_agent_option(name, value); }); });
 }
 
 void AgentMgr::initialize() {

@@ -34,8 +34,8 @@ class Operation {
    void throwNextFault();
 
    CallLedger& ledger_;
-   std::uint64_t calls_ = 0;    // guarded by the SDK lock
-   std::deque<Fault> faults_;   // guarded by the SDK lock; in the order in which they were set
+   std::uint64_t calls_ = 0;   // guarded by the SDK lock
+   std::deque<Fault> faults_;  // guarded by the SDK lock; in the order in which they were set
 };
 
 /// Counts the calls of all managers' operations and makes chosen ones fail. All of it is guarded by the SDK lock.

@@ -45,8 +45,7 @@ inline void writeJson(JsonWriter& json, std::string_view text) {
 inline void writeJson(JsonWriter& json, mpls_label_t label) { json.Uint(label.label()); }
 
 template <class T>
-   requires(std::is_arithmetic_v<T> || std::is_enum_v<T>)
-void writeJson(JsonWriter& json, T value) {
+requires(std::is_arithmetic_v<T> || std::is_enum_v<T>) void writeJson(JsonWriter& json, T value) {
    if constexpr (std::is_same_v<T, bool>) {
       json.Bool(value);
    } else if constexpr (std::is_floating_point_v<T>) {
@@ -57,14 +56,11 @@ void writeJson(JsonWriter& json, T value) {
 }
 
 template <class T>
-   requires isJsonText<T>
-void writeJson(JsonWriter& json, T const& value) {
-   writeJson(json, std::string_view(value.to_string()));
-}
+requires isJsonText<T>
+void writeJson(JsonWriter& json, T const& value) { writeJson(json, std::string_view(value.to_string())); }
 
 template <class T>
-   requires(has_attributes<T> && !isJsonText<T>)
-void writeJson(JsonWriter& json, T const& value);
+requires(has_attributes<T> && !isJsonText<T>) void writeJson(JsonWriter& json, T const& value);
 
 template <class T>
 void writeJson(JsonWriter& json, std::map<unsigned short, T> const& indexed);
@@ -113,8 +109,7 @@ void writeAttributes(JsonWriter& json, T const& value, std::string_view without 
 }
 
 template <class T>
-   requires(has_attributes<T> && !isJsonText<T>)
-void writeJson(JsonWriter& json, T const& value) {
+requires(has_attributes<T> && !isJsonText<T>) void writeJson(JsonWriter& json, T const& value) {
    json.StartObject();
    writeAttributes(json, value);
    json.EndObject();

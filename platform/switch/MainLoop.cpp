@@ -1,12 +1,11 @@
 #include "platform/switch/MainLoop.h"
 
-#include <uv.h>
-
 #include <array>
 #include <csignal>
 #include <deque>
 #include <mutex>
 #include <utility>
+#include <uv.h>
 
 #include "platform/qor/Assert.h"
 #include "platform/velm/errors.h"
@@ -52,7 +51,9 @@ struct MainLoop::Impl {
       uv_loop_close(&loop);
    }
 
-   static void must(int result) { Qor::assertThat(result == 0, uv_strerror(result)); }
+   static void must(int result) {
+      if (result != 0) Qor::assertionFailed(uv_strerror(result));
+   }
 
    void wake() { uv_async_send(&wakeUp); }
 
@@ -104,7 +105,7 @@ struct MainLoop::Impl {
    std::array<uv_signal_t, 2> signals;
    std::function<void()> onDisable;
 
-   std::mutex mutex;          // guards all below; taken behind the SDK lock, never held while an event runs
+   std::mutex mutex;  // guards all below; taken behind the SDK lock, never held while an event runs
    std::deque<Event> queue;
    bool disableAsked = false;
    bool disabled = false;

@@ -56,7 +56,8 @@ bool MplsRouteMgr::exists(mpls_route_via_t const& via) const {
 
 bool MplsRouteMgr::holds(mpls_route_via_t const& via) const {
    MplsRoute const* route = table_.find(via.route_key());
-   return route != nullptr && std::ranges::find(route->vias, via, &StoredVia<mpls_route_via_t>::via) != route->vias.end();
+   return route != nullptr &&
+          std::ranges::find(route->vias, via, &StoredVia<mpls_route_via_t>::via) != route->vias.end();
 }
 
 void MplsRouteMgr::mpls_route_set(mpls_route_t const& route) {

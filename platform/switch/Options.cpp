@@ -1,8 +1,8 @@
 #include "platform/switch/Options.h"
 
+#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>

@@ -1,8 +1,9 @@
+#include "platform/velm/sdk.h"
+
 #include <vector>
 
 #include "platform/switch/Options.h"
 #include "platform/switch/Switch.h"
-#include "platform/velm/sdk.h"
 
 namespace velm {
 

@@ -63,9 +63,8 @@ void SimulatedDataplane::watchExits(std::string const& name, Exits const& exits,
 }
 
 void SimulatedDataplane::refresh(std::string const& name, Group& group) {
-   bool const active = group.exits.always || std::ranges::any_of(group.exits.intfs, [&](auto const& intf) {
-                          return up_.contains(intf);
-                       });
+   bool const active = group.exits.always ||
+                       std::ranges::any_of(group.exits.intfs, [&](auto const& intf) { return up_.contains(intf); });
    if (std::exchange(group.active, active) != active) reports_.groupActive(name, active);
 }
 

@@ -54,7 +54,8 @@ vapi_response_t VapiMgr::run(cli::CommandTable const& table, std::vector<std::st
    cli::Session session{device_, {}};
    for (std::size_t i = 0; i < commands.size() && response.success(); ++i) {
       auto const fail = [&](std::uint32_t code, std::string_view why) {
-         response.error_is(code, fmt::format("command {} of {} '{}' failed: {}", i + 1, commands.size(), commands[i], why));
+         response.error_is(code,
+                           fmt::format("command {} of {} '{}' failed: {}", i + 1, commands.size(), commands[i], why));
       };
       try {
          response.response_add(table.run(session, commands[i]));

@@ -17,7 +17,9 @@ template <class Owner, class Member>
 attribute(char const*, Member Owner::*) -> attribute<Owner, Member>;
 
 template <class T>
-concept has_attributes = requires { T::attributes(); };
+concept has_attributes = requires {
+   T::attributes();
+};
 
 /// Calls fn(name, member) for every attribute of the value, in order.
 template <has_attributes T, class Fn>

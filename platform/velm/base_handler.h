@@ -7,6 +7,15 @@
 
 namespace velm {
 
+/// What a manager knows a handler by until the handler is whole: it registers while it is being built.
+class handler_root {
+ public:
+   handler_root() = default;
+   virtual ~handler_root() = default;
+   handler_root(handler_root const&) = delete;
+   handler_root& operator=(handler_root const&) = delete;
+};
+
 /// The handlers of a manager and what each of them watches. Adding, removing and switching a watch take the SDK lock;
 /// notifications run on the main loop, which holds it.
 ///
@@ -19,19 +28,19 @@ class base_mgr {
    base_mgr(base_mgr const&) = delete;
    base_mgr& operator=(base_mgr const&) = delete;
 
-   void add_handler(Handler* handler) {
+   void add_handler(handler_root* handler) {
       sdk_scoped_lock lock;
       handlers_[handler].active = true;
    }
-   void remove_handler(Handler* handler) {
+   void remove_handler(handler_root* handler) {
       sdk_scoped_lock lock;
       if (auto const it = handlers_.find(handler); it != handlers_.end()) it->second = Watches{};
    }
-   void watch_all(Handler* handler, bool on) {
+   void watch_all(handler_root* handler, bool on) {
       sdk_scoped_lock lock;
       handlers_[handler].all = on;
    }
-   void watch(Handler* handler, Key const& key, bool on) {
+   void watch(handler_root* handler, Key const& key, bool on) {
       sdk_scoped_lock lock;
       auto& keys = handlers_[handler].keys;
       if (on) {
@@ -59,28 +68,34 @@ class base_mgr {
       std::set<Key> keys;
    };
 
+   // The last walk to end, by return or by exception, clears away what was removed meanwhile.
+   struct Walking {
+      explicit Walking(base_mgr& mgr) : mgr(mgr) { ++mgr.walks_; }
+      ~Walking() {
+         if (--mgr.walks_ == 0) std::erase_if(mgr.handlers_, [](auto const& entry) { return !entry.second.active; });
+      }
+      base_mgr& mgr;
+   };
+
    template <class Wanted, class Fn>
    void walk(Wanted wanted, Fn& fn) {
-      ++walks_;
+      Walking const walking(*this);
       for (auto it = handlers_.begin(); it != handlers_.end(); ++it) {
-         if (it->second.active && wanted(it->second)) fn(*it->first);
+         if (it->second.active && wanted(it->second)) fn(static_cast<Handler&>(*it->first));
       }
-      if (--walks_ == 0) std::erase_if(handlers_, [](auto const& entry) { return !entry.second.active; });
    }
 
-   std::map<Handler*, Watches> handlers_;  // guarded by the SDK lock
-   int walks_ = 0;                         // notifications under way: a callback may cause another
+   std::map<handler_root*, Watches> handlers_;  // guarded by the SDK lock
+   int walks_ = 0;                              // notifications under way: a callback may cause another
 };
 
 /// Root of the handlers: registered with the manager for as long as it lives. The manager is not owned and must outlive
 /// the handler.
 template <class Mgr, class Handler>
-class base_handler {
+class base_handler : public handler_root {
  public:
-   explicit base_handler(Mgr* mgr) : mgr_(mgr) { mgr_->add_handler(static_cast<Handler*>(this)); }
-   virtual ~base_handler() { mgr_->remove_handler(static_cast<Handler*>(this)); }
-   base_handler(base_handler const&) = delete;
-   base_handler& operator=(base_handler const&) = delete;
+   explicit base_handler(Mgr* mgr) : mgr_(mgr) { mgr_->add_handler(this); }
+   ~base_handler() override { mgr_->remove_handler(this); }
 
  protected:
    Mgr* get_mgr() const { return mgr_; }

@@ -62,7 +62,8 @@ intf_id_t::intf_id_t(std::string const& name) {
 }
 
 std::string intf_id_t::to_string() const {
-   return kind_ == kind_t::none ? std::string() : render(kinds[static_cast<std::size_t>(kind_) - 1].name, number_, '/', sub_);
+   return kind_ == kind_t::none ? std::string()
+                                : render(kinds[static_cast<std::size_t>(kind_) - 1].name, number_, '/', sub_);
 }
 
 std::size_t intf_id_t::hash() const { return absl::HashOf(*this); }

@@ -58,7 +58,8 @@ class ip_prefix_t {
 
    auto operator<=>(ip_prefix_t const&) const = default;
    static constexpr auto attributes() {
-      return std::tuple{attribute{"network", &ip_prefix_t::network_}, attribute{"prefix_length", &ip_prefix_t::length_}};
+      return std::tuple{attribute{"network", &ip_prefix_t::network_},
+                        attribute{"prefix_length", &ip_prefix_t::length_}};
    }
 
  private:

@@ -93,11 +93,16 @@ class ip_route_via_t {
    auto operator<=>(ip_route_via_t const&) const = default;
    static constexpr auto attributes() {
       using via = ip_route_via_t;
-      return std::tuple{attribute{"route_key", &via::route_key_},   attribute{"hop", &via::hop_},
-                        attribute{"intf", &via::intf_},             attribute{"nexthop_group", &via::nexthop_group_},
-                        attribute{"mpls_label", &via::mpls_label_}, attribute{"vtep_addr", &via::vtep_addr_},
-                        attribute{"vni", &via::vni_},               attribute{"router_mac", &via::router_mac_},
-                        attribute{"egress_vrf", &via::egress_vrf_}, attribute{"metric", &via::metric_}};
+      return std::tuple{attribute{"route_key", &via::route_key_},
+                        attribute{"hop", &via::hop_},
+                        attribute{"intf", &via::intf_},
+                        attribute{"nexthop_group", &via::nexthop_group_},
+                        attribute{"mpls_label", &via::mpls_label_},
+                        attribute{"vtep_addr", &via::vtep_addr_},
+                        attribute{"vni", &via::vni_},
+                        attribute{"router_mac", &via::router_mac_},
+                        attribute{"egress_vrf", &via::egress_vrf_},
+                        attribute{"metric", &via::metric_}};
    }
 
  private:

@@ -68,8 +68,7 @@ class mpls_route_via_t {
  public:
    mpls_route_via_t() = default;
    explicit mpls_route_via_t(mpls_route_key_t key) : route_key_(std::move(key)) {}
-   mpls_route_via_t(mpls_route_key_t key, mpls_action_t action)
-      : route_key_(std::move(key)), label_action_(action) {}
+   mpls_route_via_t(mpls_route_key_t key, mpls_action_t action) : route_key_(std::move(key)), label_action_(action) {}
 
    mpls_route_key_t const& route_key() const { return route_key_; }
    ip_addr_t const& hop() const { return hop_; }

@@ -1,8 +1,8 @@
-#include "agent/Argv.h"
-
 #include <gmock/gmock.h>
 
 #include <string>
+
+#include "agent/Argv.h"
 
 namespace VelmSdkRpc::argv {
 namespace {

@@ -1,12 +1,12 @@
 #include <grpcpp/generic/generic_stub.h>
 #include <sys/wait.h>
-#include <unistd.h>
 
 #include <atomic>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
 #include <thread>
+#include <unistd.h>
 
 #include "tests/support/AgentTest.h"
 
@@ -76,9 +76,10 @@ TEST(StartTest, AConfigurationThatFailsNamesItsLine) {
 TEST(StartTest, APortInUseIsToldAndTheAgentStillStops) {
    HeldPort const held;
    Start start({}, held.address());
-   EXPECT_TRUE(start.hasWritten("cannot listen on " + held.address()));
+   EXPECT_TRUE(start.hasWritten("cannot listen on " + held.address() + ": Address already in use\n"));
    start->signal(SIGTERM);
    EXPECT_EQ(start.exitStatus(std::chrono::seconds(2)), 0);
+   EXPECT_THAT(start->stderrText(), Not(HasSubstr("grpc")));  // that one line says it all
 }
 
 TEST(StartTest, SigtermRightBehindConstructionEndsInOrder) {
@@ -96,8 +97,8 @@ TEST_F(LifecycleTest, TheTraceTellsTheStoryOfTheProcess) {
    auto const text = agent().stderrText();
    std::size_t place = 0;
    for (auto const* step : {"Agent Agent Agent constructed", "Agent on_initialized Agent Initialized",
-                            "Agent on_initialized Server listening on unix:", "Agent on_agent_enabled Shutting down agent",
-                            "Agent on_agent_enabled Shutdown complete"}) {
+                            "Agent on_initialized Server listening on unix:",
+                            "Agent on_agent_enabled Shutting down agent", "Agent on_agent_enabled Shutdown complete"}) {
       place = text.find(std::string(" ") + step, place);
       EXPECT_NE(place, std::string::npos) << step << " in\n" << text;
    }
@@ -159,6 +160,18 @@ TEST_F(LifecycleTest, SigtermWaitsForTheOneLongCallAndASecondDoesNot) {
          EXPECT_TRUE(WIFEXITED(*status) && WEXITSTATUS(*status) == 0);
       }
    }
+}
+
+class PanicTest : public AgentTest {
+ protected:
+   PanicTest() : AgentTest({"--trace", "VelmSdkRpc/0-5"}) {}
+};
+
+TEST_F(PanicTest, AnErrorThatNobodyCaughtIsTracedAndEndsTheProcess) {
+   world({"simulate fail agent_mgr.shutdown_complete_is configuration_error \"cannot stop\""});
+   EXPECT_EQ(stop(SIGTERM), -SIGABRT);
+   EXPECT_THAT(agent().stderrText(), HasSubstr("VelmSdkRpc 5 Agent:"));
+   EXPECT_THAT(agent().stderrText(), HasSubstr("Agent panicHandler panic msg cannot stop"));
 }
 
 TEST_F(LifecycleTest, AgentDisableAnswersAndThenEnds) {

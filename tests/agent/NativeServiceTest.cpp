@@ -145,7 +145,8 @@ TEST_F(NativeServiceTest, GroupEntriesFollowWeightsAndLabelRules) {
    auto const& entries = json["nexthop_groups"]["g"]["nexthops"];
    auto const stackOf = [&](char const* index) {
       std::vector<unsigned> stack;
-      for (auto const& label : entries[index]["mpls_action"]["label_stack"].GetArray()) stack.push_back(label.GetUint());
+      for (auto const& label : entries[index]["mpls_action"]["label_stack"].GetArray())
+         stack.push_back(label.GetUint());
       return stack;
    };
    EXPECT_EQ(json["nexthop_groups"]["g"]["type"].GetUint(), 3);
@@ -209,8 +210,7 @@ TEST_F(NativeServiceTest, AResyncDropsWhatWasNotRepeated) {
    EXPECT_THAT(resync(pb::RESYNC_END), Succeeded());
    EXPECT_THAT(routes(), ElementsAre("11.0.0.0/8"));
    EXPECT_FALSE(show("show nexthop-group")["nexthop_groups"].HasMember("g1"));
-   EXPECT_THAT(resync(pb::RESYNC_END),
-               Status(rpc_status_msg::STATUS_ERROR, "Error: resync state is already false"));
+   EXPECT_THAT(resync(pb::RESYNC_END), Status(rpc_status_msg::STATUS_ERROR, "Error: resync state is already false"));
 }
 
 TEST_F(NativeServiceTest, AResyncWithATagLeavesOtherRoutesAlone) {
@@ -286,13 +286,18 @@ TEST_P(ForbiddenValueTest, EndsTheAgent) {
 
 INSTANTIATE_TEST_SUITE_P(
    Schema, ForbiddenValueTest,
-   ::testing::Values(
-      Forbidden{"GroupType", [](auto& group) { group.set_nexthop_group_type(
-                                static_cast<pb::nexthop_group_msg_nexthop_group_type_enum>(1)); }},
-      Forbidden{"MplsOperation", [](auto& group) { group.mutable_nexthop(0)->set_mpls_operation(
-                                    static_cast<pb::nexthop_msg_mpls_operation_enum>(6)); }},
-      Forbidden{"AddressLength",
-                [](auto& group) { group.mutable_nexthop(0)->mutable_nexthop_ip()->set_addr("12345"); }}),
+   ::testing::Values(Forbidden{"GroupType",
+                               [](auto& group) {
+                                  group.set_nexthop_group_type(
+                                     static_cast<pb::nexthop_group_msg_nexthop_group_type_enum>(1));
+                               }},
+                     Forbidden{"MplsOperation",
+                               [](auto& group) {
+                                  group.mutable_nexthop(0)->set_mpls_operation(
+                                     static_cast<pb::nexthop_msg_mpls_operation_enum>(6));
+                               }},
+                     Forbidden{"AddressLength",
+                               [](auto& group) { group.mutable_nexthop(0)->mutable_nexthop_ip()->set_addr("12345"); }}),
    [](auto const& info) { return info.param.what; });
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <fmt/format.h>
 #include <google/protobuf/text_format.h>
 #include <gtest/gtest.h>
+
 #include <iomanip>
 #include <sstream>
 

@@ -16,9 +16,7 @@ pb::ip_address_msg wire(std::string const& bytes) {
    return message;
 }
 
-auto operation(int value) {
-   return static_cast<pb::nexthop_msg_mpls_operation_enum>(value);
-}
+auto operation(int value) { return static_cast<pb::nexthop_msg_mpls_operation_enum>(value); }
 
 TEST(MplsOpTest, ThreeSwapsAreOneAction) {
    std::vector<mpls_action_t> actions;

@@ -116,8 +116,8 @@ TEST_F(ProgrammerOrderTest, AnIpRouteIsSetBeforeItsViaAndDeletedBehindIt) {
    via.nexthop_group_is("g");
    {
       InSequence const sequence;
-      EXPECT_CALL(ipRoutes, ip_route_set(velm::ip_route_t(key), Matcher<velm::ip_route_action_t>(
-                                                                   velm::ip_route_action_t::nexthop_group)))
+      EXPECT_CALL(ipRoutes, ip_route_set(velm::ip_route_t(key),
+                                         Matcher<velm::ip_route_action_t>(velm::ip_route_action_t::nexthop_group)))
          .WillOnce(underLock());
       EXPECT_CALL(ipRoutes, ip_route_via_set(via)).WillOnce(underLock());
       EXPECT_CALL(ipRoutes, exists(Matcher<velm::ip_route_key_t const&>(key))).WillOnce(withoutLock(true));

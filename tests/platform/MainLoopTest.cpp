@@ -1,5 +1,3 @@
-#include "platform/switch/MainLoop.h"
-
 #include <gmock/gmock.h>
 
 #include <atomic>
@@ -10,6 +8,7 @@
 
 #include "platform/loom/TaskScheduler.h"
 #include "platform/switch/CallLedger.h"
+#include "platform/switch/MainLoop.h"
 #include "platform/velm/errors.h"
 #include "platform/velm/sdk_lock.h"
 

@@ -1,5 +1,3 @@
-#include "platform/switch/Table.h"
-
 #include <gmock/gmock.h>
 
 #include <string>
@@ -7,6 +5,7 @@
 #include "platform/switch/IpRouteMgr.h"
 #include "platform/switch/Iterators.h"
 #include "platform/switch/MplsRouteMgr.h"
+#include "platform/switch/Table.h"
 
 namespace velm::embedded {
 namespace {

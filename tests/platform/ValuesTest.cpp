@@ -82,10 +82,11 @@ TEST(JsonTest, ValuesFollowTheirAttributes) {
    entry.mpls_action_is(action);
    nexthop_group_t group("g\"1", nexthop_group_encap_t::mpls);
    group.nexthop_set(3, entry);
-   EXPECT_THAT(embedded::jsonObject([&](auto& json) { embedded::writeAttributes(json, group); }),
-               ::testing::AllOf(::testing::HasSubstr(R"("name":"g\"1","type":3)"),
-                                ::testing::HasSubstr(R"("nexthops":{"3":{"nexthop":"","child_nexthop_group":"",)"
-                                                     R"("intf":"","mpls_action":{"action_type":1,"label_stack":[5,6]}}})")));
+   EXPECT_THAT(
+      embedded::jsonObject([&](auto& json) { embedded::writeAttributes(json, group); }),
+      ::testing::AllOf(::testing::HasSubstr(R"("name":"g\"1","type":3)"),
+                       ::testing::HasSubstr(R"("nexthops":{"3":{"nexthop":"","child_nexthop_group":"",)"
+                                            R"("intf":"","mpls_action":{"action_type":1,"label_stack":[5,6]}}})")));
 }
 
 }  // namespace

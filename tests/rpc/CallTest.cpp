@@ -1,9 +1,10 @@
-#include <array>
-#include <deque>
-#include <future>
 #include <gmock/gmock.h>
 #include <grpcpp/alarm.h>
 #include <grpcpp/generic/generic_stub.h>
+
+#include <array>
+#include <deque>
+#include <future>
 #include <latch>
 #include <mutex>
 #include <new>

@@ -1,8 +1,9 @@
 #pragma once
 
+#include <grpcpp/grpcpp.h>
+
 #include <atomic>
 #include <chrono>
-#include <grpcpp/grpcpp.h>
 #include <memory>
 #include <string>
 #include <thread>

@@ -45,9 +45,9 @@ class Arguments {
    std::map<std::string_view, std::string> words_;
 };
 
-/// A row of a command table. The pattern is what a manual would print: lower-case words stand for themselves, `a|b` is a
-/// choice that is bound under its own text, `[...]` may be left out, and a word in capitals is a placeholder:
-/// INTF an interface, PREFIX a network, A/L an address with its length, N a number, anything else any word.
+/// A row of a command table. The pattern is what a manual would print: lower-case words stand for themselves, `a|b` is
+/// a choice that is bound under its own text, `[...]` may be left out, and a word in capitals is a placeholder: INTF an
+/// interface, PREFIX a network, A/L an address with its length, N a number, anything else any word.
 struct Command {
    std::string_view pattern;
    /// Carries the command out and gives its answer as JSON. Throws velm::error if the switch refuses it.
