@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "bench/Routes.h"
 #include "bench/Server.h"
@@ -15,6 +16,7 @@ struct RouteOptions {
    std::string floor;
    std::string json;                // where to leave the JSON; empty for nowhere
    std::size_t routes = 1'000'000;  // in the agent's table while it is measured
+   std::vector<Order> orders{Order::ascending, Order::shuffled, Order::repeated};
    std::size_t rounds = 11;
    std::size_t adds = 0;         // by each server in each round
    std::size_t outstanding = 0;  // calls in flight
