@@ -30,7 +30,7 @@ class CallbackRequestHandler : public GenericRequestHandler<CallbackRequestHandl
    RequestFn requestFn() const { return requestFn_; }
 
    void process() override {
-      Response response;
+      Response& response = this->newResponse();
       (owner_->*callback_)(this->request(), response);
       this->responder().Finish(response, grpc::Status::OK, this->id());
    }

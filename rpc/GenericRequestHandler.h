@@ -1,10 +1,14 @@
 #pragma once
 
+#include <google/protobuf/arena.h>
 #include <grpcpp/grpcpp.h>
 
+#include <array>
 #include <concepts>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <type_traits>
 
 #include "platform/qor/Assert.h"
@@ -54,19 +58,21 @@ class GenericRequestHandler : public RequestHandler {
    void postRequest(void (Layer::*requestFn)(grpc::ServerContext*, Request*, Responder*, grpc::CompletionQueue*,
                                              grpc::ServerCompletionQueue*, void*)) {
       Layer& layer = service_->asyncService();
-      (layer.*requestFn)(&context(), &request_, &responder_, completionQueue(), completionQueue(), id());
+      (layer.*requestFn)(&context(), request_, &responder_, completionQueue(), completionQueue(), id());
    }
 
  protected:
    Service& service() const { return *service_; }
-   Request const& request() const { return request_; }
+   Request const& request() const { return *request_; }
+   /// An empty answer that lives as long as the call, beside its request.
+   Response& newResponse() { return *google::protobuf::Arena::CreateMessage<Response>(&arena_); }
    Responder& responder() { return responder_; }
 
    /// Answers the call with the Response that `fn` gives under the SDK lock, or with the status of what it throws. The
    /// lock is free again before the answer leaves.
    template <class F>
    void respond(F fn) requires(!Streaming) {
-      Response response;
+      Response& response = newResponse();
       auto const status = guarded([&] {
          velm::sdk_scoped_lock const lock;
          response = fn();
@@ -83,12 +89,12 @@ class GenericRequestHandler : public RequestHandler {
    /// held over the list and its answer, so that no event of the SDK comes between.
    template <class F>
    void respondBulk(F fn) requires(!Streaming) {
-      Response response;
+      Response& response = newResponse();
       velm::sdk_scoped_lock const lock;
       auto& status = *response.mutable_status();  // present on success too
       std::uint64_t applied = 0;
       auto const outcome = guarded([&] {
-         for (auto const& element : request_.requests()) {
+         for (auto const& element : request_->requests()) {
             fn(element);
             ++applied;
          }
@@ -102,9 +108,22 @@ class GenericRequestHandler : public RequestHandler {
    }
 
  private:
+   static google::protobuf::ArenaOptions arenaOptions(std::span<char> firstBlock) {
+      google::protobuf::ArenaOptions options;
+      options.initial_block = firstBlock.data();
+      options.initial_block_size = firstBlock.size();
+      options.start_block_size = 4096;
+      options.max_block_size = 32768;
+      return options;
+   }
+
    Service* service_;
    Responder responder_;
-   Request request_;
+   // The messages of a call come and go as one, apart from the heap on which the tables grow. Those of a single request
+   // fit into the block inside the handler.
+   alignas(std::max_align_t) std::array<char, 768> firstBlock_;
+   google::protobuf::Arena arena_{arenaOptions(firstBlock_)};
+   Request* request_ = google::protobuf::Arena::CreateMessage<Request>(&arena_);
 };
 
 }  // namespace VelmSdkRpc

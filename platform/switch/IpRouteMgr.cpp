@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <utility>
 
 #include "platform/switch/Iterators.h"
@@ -10,46 +9,9 @@
 namespace velm::embedded {
 namespace {
 
-// A via is told by all of its attributes but the metric.
-bool sameVia(ip_route_via_t const& a, ip_route_via_t const& b) {
-   if (a.metric() == b.metric()) return a == b;
-   ip_route_via_t other = b;
-   other.metric_is(a.metric());
-   return a == other;
-}
-
-auto findVia(IpRoute const& route, ip_route_via_t const& via) {
-   return std::ranges::find_if(route.vias, [&](auto const& stored) { return sameVia(stored.via, via); });
-}
-
 bool holdsVia(IpRouteTable const& table, ip_route_via_t const& via) {
    IpRoute const* route = table.find(via.route_key());
-   return route != nullptr && findVia(*route, via) != route->vias.end();
-}
-
-void setVia(IpRouteTable& table, ip_route_via_t const& via) {
-   bool const found = table.amend(via.route_key(), [&](IpRoute& route) {
-      // A route leaves through one group or through vias of its own, never through both.
-      std::erase_if(route.vias, [&](auto const& stored) {
-         return via.nexthop_group().empty() ? !stored.via.nexthop_group().empty() : !sameVia(stored.via, via);
-      });
-      auto const it = std::ranges::find_if(route.vias, [&](auto const& stored) { return sameVia(stored.via, via); });
-      if (it == route.vias.end()) {
-         route.vias.push_back({via});
-      } else {
-         *it = {via};
-      }
-   });
-   if (!found) {
-      throw configuration_error(fmt::format("no such route {}", via.route_key().prefix().to_string()));
-   }
-}
-
-void delVia(IpRouteTable& table, ip_route_via_t const& via) {
-   if (!holdsVia(table, via)) return;
-   table.amend(via.route_key(), [&](IpRoute& route) {
-      std::erase_if(route.vias, [&](auto const& stored) { return sameVia(stored.via, via); });
-   });
+   return route != nullptr && route->vias.holds(via);
 }
 
 ip_route_t routeOf(ip_route_key_t const& key, IpRoute const& row) {
@@ -105,7 +67,7 @@ void IpRouteMgr::resync_init() {
    for (auto& [vrf, table] : vrfs_) {
       table.mark([&](ip_route_key_t const&, IpRoute& route) {
          bool const mine = tag_ == 0 || route.tag == tag_;
-         markVias(route.vias, mine);
+         route.vias.mark(mine);
          return mine;
       });
    }
@@ -115,7 +77,7 @@ void IpRouteMgr::resync_complete() {
    Call const call(op_resync_complete_);
    if (!std::exchange(resyncing_, false)) return;
    for (auto& [vrf, table] : vrfs_) {
-      table.purge([](ip_route_key_t const&, IpRoute& route) { return purgeVias(route.vias); });
+      table.purge([](ip_route_key_t const&, IpRoute& route) { return route.vias.purge(); });
    }
 }
 
@@ -127,7 +89,7 @@ ip_route_iter_t IpRouteMgr::ip_route_iter() const {
 ip_route_via_iter_t IpRouteMgr::ip_route_via_iter(ip_route_key_t const& key) const {
    Call const call(op_via_iter_);
    IpRoute const* route = defaultVrf_.find(key);
-   return makeSnapshotIter(route == nullptr ? std::vector<ip_route_via_t>() : plainVias(route->vias),
+   return makeSnapshotIter(route == nullptr ? std::vector<ip_route_via_t>() : route->vias.list(key),
                            [this](ip_route_via_t const& via) { return holdsVia(defaultVrf_, via); });
 }
 
@@ -177,13 +139,15 @@ void IpRouteMgr::ip_route_del(ip_route_key_t const& key, std::string const& vrf)
 void IpRouteMgr::ip_route_via_set(ip_route_via_t const& via) { ip_route_via_set(via, {}); }
 void IpRouteMgr::ip_route_via_set(ip_route_via_t const& via, std::string const& vrf) {
    Call const call(op_via_set_);
-   setVia(known(vrf), via);
+   bool const found = known(vrf).amend(via.route_key(), [&](IpRoute& route) { route.vias.set(via, names_); });
+   if (!found) throw configuration_error(fmt::format("no such route {}", via.route_key().prefix().to_string()));
 }
 
 void IpRouteMgr::ip_route_via_del(ip_route_via_t const& via) { ip_route_via_del(via, {}); }
 void IpRouteMgr::ip_route_via_del(ip_route_via_t const& via, std::string const& vrf) {
    Call const call(op_via_del_);
-   delVia(known(vrf), via);
+   auto& table = known(vrf);
+   if (holdsVia(table, via)) table.amend(via.route_key(), [&](IpRoute& route) { route.vias.del(via); });
 }
 
 }  // namespace velm::embedded

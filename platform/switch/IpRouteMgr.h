@@ -6,7 +6,8 @@
 #include <string>
 
 #include "platform/switch/CallLedger.h"
-#include "platform/switch/StoredVia.h"
+#include "platform/switch/IpRouteVias.h"
+#include "platform/switch/NamePool.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/ip_route.h"
 
@@ -16,7 +17,7 @@ namespace velm::embedded {
 struct IpRoute {
    std::uint32_t tag = 0;
    ip_route_action_t action = ip_route_action_t::none;
-   StoredVias<ip_route_via_t> vias;
+   IpRouteVias vias;
 };
 using IpRouteTable = Table<ip_route_key_t, IpRoute>;
 
@@ -55,6 +56,7 @@ class IpRouteMgr : public ip_route_mgr {
    IpRouteTable& known(std::string const& vrf);
    static void set(IpRouteTable& table, ip_route_t const& route, ip_route_action_t const* action);
 
+   NamePool names_;                                         // before the tables, whose rows refer to it
    std::map<std::string, IpRouteTable, std::less<>> vrfs_;  // tables never go, so that iterators stay good
    IpRouteTable& defaultVrf_;
    IpRouteTable noVrf_;  // stands in for a VRF that was never set; nothing is ever put into it

@@ -66,7 +66,7 @@ struct MainLoop::Impl {
 
    void turn() {
       deliver();
-      {
+      if (scheduler.pending()) {
          sdk_scoped_lock const lock;
          guarded([&] { scheduler.runOne(); });
       }

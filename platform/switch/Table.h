@@ -35,17 +35,24 @@ class Table {
    /// Sets a value: fn works on the present one, or on a new default one. Clears the resync mark.
    template <class Fn>
    void update(Key const& key, Fn&& fn) {
-      Row* row = lookup(key);
+      Row* row = remembered(key);
       if (row == nullptr) {
-         auto fresh = std::make_unique<Row>();
-         fn(fresh->value);
-         row = rows_.try_emplace(key, std::move(fresh)).first->second.get();
-         ++version_;
+         auto place = rows_.lower_bound(key);
+         if (place == rows_.end() || place->first != key) {
+            auto fresh = std::make_unique<Row>();
+            fn(fresh->value);  // before the row is in the table: if fn throws, nothing has changed
+            place = rows_.try_emplace(place, key, std::move(fresh));
+            ++version_;
+            row = place->second.get();
+            remember(key, row);
+            notify(key, &row->value);
+            return;
+         }
+         row = place->second.get();
          remember(key, row);
-      } else {
-         fn(row->value);
-         row->marked = false;
       }
+      fn(row->value);
+      row->marked = false;
       notify(key, &row->value);
    }
    void set(Key const& key, Value value) {
@@ -148,8 +155,9 @@ class Table {
    using Rows = absl::btree_map<Key, std::unique_ptr<Row>>;
 
    // A route is set and then gets its vias: the second lookup of a key is the commonest, so the last one is remembered.
+   Row* remembered(Key const& key) const { return last_ != nullptr && lastKey_ == key ? last_ : nullptr; }
    Row* lookup(Key const& key) const {
-      if (last_ != nullptr && lastKey_ == key) return last_;
+      if (Row* row = remembered(key)) return row;
       auto const it = rows_.find(key);
       if (it == rows_.end()) return nullptr;
       remember(key, it->second.get());

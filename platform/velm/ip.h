@@ -3,6 +3,8 @@
 #include <array>
 #include <compare>
 #include <cstdint>
+#include <cstring>
+#include <endian.h>
 #include <iosfwd>
 #include <span>
 #include <string>
@@ -32,12 +34,25 @@ class ip_addr_t {
    /// The address as text, empty for none. Never throws for a bad value.
    std::string to_string() const;
 
-   auto operator<=>(ip_addr_t const&) const = default;
+   // By words, not bytes: a lookup among a million routes is comparisons and little else.
+   std::strong_ordering operator<=>(ip_addr_t const& other) const {
+      if (af_ != other.af_) return af_ <=> other.af_;
+      auto const high = word(0);
+      auto const otherHigh = other.word(0);
+      return high != otherHigh ? high <=> otherHigh : word(8) <=> other.word(8);
+   }
+   bool operator==(ip_addr_t const&) const = default;
    static constexpr auto attributes() {
       return std::tuple{attribute{"af", &ip_addr_t::af_}, attribute{"addr", &ip_addr_t::bytes_}};
    }
 
  private:
+   std::uint64_t word(std::size_t at) const {
+      std::uint64_t word = 0;
+      std::memcpy(&word, &bytes_[at], sizeof word);
+      return be64toh(word);
+   }
+
    af_t af_ = af_t::none;
    std::array<unsigned char, 16> bytes_{};
 };

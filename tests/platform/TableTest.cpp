@@ -124,6 +124,38 @@ TEST_F(IpRouteMgrTest, AViaOfAGroupAndViasWithoutOneReplaceEachOther) {
    EXPECT_THROW(mgr.ip_route_via_set(via("11.0.0.0/8", "g")), configuration_error);
 }
 
+TEST_F(IpRouteMgrTest, AViaOfAGroupThatSaysMoreIsNotTheBareOne) {
+   route("10.0.0.0/8");
+   mgr.ip_route_via_set(via("10.0.0.0/8", "g", "1.1.1.1"));
+   EXPECT_FALSE(mgr.exists(via("10.0.0.0/8", "g")));
+   mgr.ip_route_via_set(via("10.0.0.0/8", "g"));
+   EXPECT_FALSE(mgr.exists(via("10.0.0.0/8", "g", "1.1.1.1")));
+   EXPECT_TRUE(mgr.exists(via("10.0.0.0/8", "g", "", 9)));
+   mgr.ip_route_via_set(via("10.0.0.0/8", "g", "", 9));  // the metric is kept
+   EXPECT_THAT(vias("10.0.0.0/8"), ElementsAre("g/9"));
+   mgr.ip_route_via_set(via("10.0.0.0/8", "g"));
+   mgr.resync_init();
+   route("10.0.0.0/8");
+   mgr.resync_complete();
+   EXPECT_THAT(vias("10.0.0.0/8"), ElementsAre());
+}
+
+TEST(NamePoolTest, ANameGoesWithItsLastReference) {
+   NamePool pool;
+   auto one = pool.get("g");
+   {
+      auto const two = pool.get("g");
+      auto const copy = two;
+      one = pool.get("h");
+      EXPECT_EQ(*copy, "g");
+      EXPECT_EQ(pool.size(), 2);
+   }
+   EXPECT_EQ(pool.size(), 1);
+   one = {};
+   EXPECT_EQ(pool.size(), 0);
+   EXPECT_EQ(*pool.get("g"), "g");
+}
+
 TEST_F(IpRouteMgrTest, AResyncAlsoPurgesTheViasOfRoutesThatStay) {
    route("10.0.0.0/8");
    mgr.ip_route_via_set(via("10.0.0.0/8", "", "1.1.1.1"));

@@ -59,12 +59,12 @@ std::string showInterfaces(Session& session, Arguments const& arguments) {
 }
 
 template <class Via>
-void writeVias(JsonWriter& json, StoredVias<Via> const& vias) {
+void writeVias(JsonWriter& json, std::vector<Via> const& vias) {
    writeKey(json, "vias");
    json.StartArray();
-   for (auto const& stored : vias) {
+   for (auto const& via : vias) {
       json.StartObject();
-      writeAttributes(json, stored.via, "route_key");
+      writeAttributes(json, via, "route_key");
       json.EndObject();
    }
    json.EndArray();
@@ -75,7 +75,7 @@ void writeIpRoute(JsonWriter& json, ip_route_key_t const& key, IpRoute const& ro
    writeMember(json, "key", key);
    writeMember(json, "tag", route.tag);
    writeMember(json, "action", route.action);
-   writeVias(json, route.vias);
+   writeVias(json, route.vias.list(key));
    json.EndObject();
 }
 
@@ -117,7 +117,7 @@ std::string showMplsRoute(Session& session, Arguments const&) {
       session.device.mplsRoutes.table().walk([&](mpls_route_key_t const& key, MplsRoute const& route) {
          json.StartObject();
          writeMember(json, "key", key);
-         writeVias(json, route.vias);
+         writeVias(json, plainVias(route.vias));
          json.EndObject();
          return true;
       });

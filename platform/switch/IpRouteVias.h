@@ -1,0 +1,37 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/switch/NamePool.h"
+#include "platform/switch/StoredVia.h"
+#include "platform/velm/ip_route.h"
+
+namespace velm::embedded {
+
+/// The vias of one IP route, each with a resync mark of its own. Nearly every route of a million leaves through a
+/// nexthop group and says nothing else: such a via is the group's name, kept once for all routes, and needs no list.
+class IpRouteVias {
+ public:
+   /// Adds the via, or replaces the one that is alike in all but the metric. A via that names a group replaces every
+   /// other; one without replaces a via that names one.
+   void set(ip_route_via_t const& via, NamePool& names);
+   /// Removes the via that is alike in all but the metric; whether there was one.
+   bool del(ip_route_via_t const& via);
+   bool holds(ip_route_via_t const& via) const;
+
+   void mark(bool marked);
+   /// Removes the vias that are still marked; whether there were any.
+   bool purge();
+
+   /// In the order in which they were set, as vias of the key's route.
+   std::vector<ip_route_via_t> list(ip_route_key_t const& key) const;
+
+ private:
+   NamePool::Ref group_;  // the one via, if it only names a group
+   bool groupMarked_ = false;
+   std::unique_ptr<StoredVias<ip_route_via_t>> others_;  // null for none
+};
+
+}  // namespace velm::embedded
