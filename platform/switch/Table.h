@@ -14,6 +14,12 @@ namespace velm::embedded {
 /// million entries: rows are boxed, so that the tree stays shallow and a row never moves. The SDK lock guards it.
 template <class Key, class Value>
 class Table {
+   struct Row {
+      Value value{};
+      bool marked = false;
+   };
+   using Rows = absl::btree_map<Key, std::unique_ptr<Row>>;
+
  public:
    /// Called after every change with the value as it now is, null when it is gone.
    using Notice = std::function<void(Key const&, Value const* now)>;
@@ -141,19 +147,13 @@ class Table {
       }
 
       Table const* table_;
-      typename absl::btree_map<Key, std::unique_ptr<typename Table::Row>>::const_iterator it_;
+      typename Rows::const_iterator it_;
       std::uint64_t version_;
       bool atEnd_ = false;
       Key key_;
    };
 
  private:
-   struct Row {
-      Value value{};
-      bool marked = false;
-   };
-   using Rows = absl::btree_map<Key, std::unique_ptr<Row>>;
-
    // A route is set and then gets its vias: the second lookup of a key is the commonest, so the last one is remembered.
    Row* remembered(Key const& key) const { return last_ != nullptr && lastKey_ == key ? last_ : nullptr; }
    Row* lookup(Key const& key) const {

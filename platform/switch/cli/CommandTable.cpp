@@ -114,7 +114,7 @@ std::vector<std::string> splitWords(std::string_view command) {
    return words;
 }
 
-CommandTable::CommandTable(std::vector<Command> commands) {
+CommandTable::CommandTable(std::vector<Command> const& commands) {
    for (auto const& command : commands) {
       for (auto& words : formsOf(command.pattern)) forms_.push_back({std::move(words), command.run});
    }

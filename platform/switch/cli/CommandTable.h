@@ -57,7 +57,7 @@ struct Command {
 /// Finds the row that a command matches and runs it; the first one wins.
 class CommandTable {
  public:
-   explicit CommandTable(std::vector<Command> commands);
+   explicit CommandTable(std::vector<Command> const& commands);
 
    /// Throws InvalidCommand for text that matches no row, else whatever the command throws.
    std::string run(Session& session, std::string const& command) const;
