@@ -112,13 +112,15 @@ class Agent : public velm::agent_handler {
 // gRPC reads its environment when it starts, so this comes before anything that touches it. An empty value is set, too.
 void setFromOption(std::vector<char*>& args, std::string_view option, char const* variable) {
    auto const value = argv::getOptionValue(args, option, {});
-   if (value.data() != nullptr) setenv(variable, value.data(), 1);
+   if (value.data() != nullptr)
+      setenv(variable, value.data(), 1);  // NOLINT(concurrency-mt-unsafe): no other thread yet
 }
 
 }  // namespace
 }  // namespace VelmSdkRpc
 
-int main(int argc, char** argv) {
+// What is thrown before the main loop ends the process as any uncaught exception does.
+int main(int argc, char** argv) {                    // NOLINT(bugprone-exception-escape)
    Qor::VFPtrInterface::threadSafePointersIs(true);  // the server thread shares counted objects with this one
    auto& activity = Qor::ActivityFacility::activityManagerConfig();
    activity.useEpollIs(true);

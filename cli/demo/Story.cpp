@@ -81,6 +81,7 @@ Table groupTable(std::vector<GroupState> const& groups) {
    Table table({"nexthop group", "active", "version", "packets leave by (weight, interface, neighbour, label)"});
    for (auto const& group : groups) {
       std::vector<std::string> ways;
+      ways.reserve(group.hops.size());
       for (auto const& hop : group.hops) {
          ways.push_back(fmt::format("{}x {} {} push {}", hop.weight, hop.intf, hop.neighbour, hop.label));
       }
@@ -217,11 +218,12 @@ class Story {
       chapter("The agent stops (SIGTERM)");
       auto const start = Clock::now();
       agent_.signal(SIGTERM);
-      auto const status = agent_.waitForEnd();
+      auto const ended = agent_.waitForEnd();
       Milliseconds const time = Clock::now() - start;
-      expect(status.has_value(), "the agent ends within 20 seconds of SIGTERM");
-      expect(WIFEXITED(*status) && WEXITSTATUS(*status) == 0,
-             fmt::format("the agent exits with status 0; waitpid says {:#x}", *status));
+      expect(ended.has_value(), "the agent ends within 20 seconds of SIGTERM");
+      int const status = ended.value_or(-1);
+      expect(WIFEXITED(status) && WEXITSTATUS(status) == 0,
+             fmt::format("the agent exits with status 0; waitpid says {:#x}", status));
       say("It shut down in order: exit status 0 after {:.0f} ms.", time.count());
    }
 

@@ -41,7 +41,7 @@ HeldPort::HeldPort() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
 
 HeldPort::~HeldPort() { close(socket_); }
 
-AgentProcess::AgentProcess(Options options) : address_(options.listen) {
+AgentProcess::AgentProcess(Options const& options) : address_(options.listen) {
    if (address_.empty()) {
       auto folder = (std::filesystem::temp_directory_path() / "agent-XXXXXX").string();
       if (mkdtemp(folder.data()) == nullptr) fail("mkdtemp", errno);
@@ -77,6 +77,7 @@ void AgentProcess::spawn(Options const& options, int stderrWrite) {
    std::vector<std::string> words{options.program, "--listen", address_};
    words.insert(words.end(), options.arguments.begin(), options.arguments.end());
    std::vector<char*> argv;
+   argv.reserve(words.size() + 1);
    for (auto& word : words) argv.push_back(word.data());
    argv.push_back(nullptr);
 

@@ -44,7 +44,7 @@ class AgentProcess {
    };
 
    /// Starts the process. Throws std::system_error if it cannot be started; does not wait for it to listen.
-   explicit AgentProcess(Options options);
+   explicit AgentProcess(Options const& options);
    ~AgentProcess();
    AgentProcess(AgentProcess const&) = delete;
    AgentProcess& operator=(AgentProcess const&) = delete;
