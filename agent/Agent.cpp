@@ -112,8 +112,7 @@ class Agent : public velm::agent_handler {
 // gRPC reads its environment when it starts, so this comes before anything that touches it. An empty value is set, too.
 void setFromOption(std::vector<char*>& args, std::string_view option, char const* variable) {
    auto const value = argv::getOptionValue(args, option, {});
-   if (value.data() != nullptr)
-      setenv(variable, value.data(), 1);  // NOLINT(concurrency-mt-unsafe): no other thread yet
+   if (value.data() != nullptr) setenv(variable, value.data(), 1);
 }
 
 }  // namespace

@@ -82,6 +82,7 @@ void applyOptions(Options const& options, Switch& device) {
    if (options.configFile.empty()) return;
    auto const lines = readLines(options.configFile);
    std::vector<std::string> commands;
+   commands.reserve(lines.size());
    for (auto const& line : lines) commands.push_back(line.text);
    if (auto const failure = device.configure(commands)) {
       refuse(fmt::format("{}:{}: {}", options.configFile, lines[failure->done].number, failure->message));
