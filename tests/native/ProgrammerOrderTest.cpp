@@ -13,12 +13,9 @@
 namespace VelmSdkRpc {
 namespace {
 
-using ::testing::_;
 using ::testing::InSequence;
 using ::testing::Matcher;
 using ::testing::NiceMock;
-using ::testing::Return;
-using ::testing::StrictMock;
 
 class ProgrammerOrderTest : public ::testing::Test {
  protected:
