@@ -26,7 +26,19 @@ ip_route_t readRoute(IpRouteTable const& table, ip_route_key_t const& key) {
    return routeOf(key, *row);
 }
 
+void bindTable(IpRouteTable& table, Store& store, std::string const& vrf) {
+   std::string front;
+   encode(front, vrf);
+   table.bind(store, StoredTable::ipRoutes, front);
+}
+
 }  // namespace
+
+void encode(std::string& out, IpRoute const& route) {
+   encode(out, route.tag);
+   encode(out, route.action);
+   encode(out, route.vias);
+}
 
 IpRouteMgr::IpRouteMgr(CallLedger& ledger)
    : defaultVrf_(vrfs_[""]),
@@ -49,6 +61,30 @@ IpRouteTable const& IpRouteMgr::table(std::string const& vrf) const {
    return it == vrfs_.end() ? noVrf_ : it->second;
 }
 
+void IpRouteMgr::storeIs(Store& store) {
+   store_ = &store;
+   for (auto& [vrf, table] : vrfs_) bindTable(table, store, vrf);
+   store.load(StoredTable::ipRoutes, [&](std::string_view storedKey, std::string_view storedValue) {
+      StoredBytes keyBytes(storedKey);
+      StoredBytes valueBytes(storedValue);
+      std::string vrf;
+      ip_route_key_t key;
+      decode(keyBytes, vrf);
+      decode(keyBytes, key);
+      IpRoute route;
+      decode(valueBytes, route.tag);
+      decode(valueBytes, route.action);
+      decode(valueBytes, route.vias, names_);
+      made(vrf).restore(key, std::move(route));
+   });
+}
+
+IpRouteTable& IpRouteMgr::made(std::string const& vrf) {
+   auto const [it, isNew] = vrfs_.try_emplace(vrf);
+   if (isNew && store_ != nullptr) bindTable(it->second, *store_, vrf);
+   return it->second;
+}
+
 IpRouteTable& IpRouteMgr::known(std::string const& vrf) { return const_cast<IpRouteTable&>(table(vrf)); }
 
 std::uint32_t IpRouteMgr::tag() const {
@@ -65,20 +101,17 @@ void IpRouteMgr::resync_init() {
    Call const call(op_resync_init_);
    resyncing_ = true;
    for (auto& [vrf, table] : vrfs_) {
-      table.mark([&](ip_route_key_t const&, IpRoute& route) {
-         bool const mine = tag_ == 0 || route.tag == tag_;
-         route.vias.mark(mine);
-         return mine;
-      });
+      table.mark([&](ip_route_key_t const&, IpRoute const& route) { return tag_ == 0 || route.tag == tag_; });
    }
 }
 
 void IpRouteMgr::resync_complete() {
    Call const call(op_resync_complete_);
-   if (!std::exchange(resyncing_, false)) return;
-   for (auto& [vrf, table] : vrfs_) {
-      table.purge([](ip_route_key_t const&, IpRoute& route) { return route.vias.purge(); });
-   }
+   if (!resyncing_) return;
+   Transaction transaction;
+   for (auto& [vrf, table] : vrfs_) table.purge(transaction);
+   transaction.commit();
+   resyncing_ = false;
 }
 
 ip_route_iter_t IpRouteMgr::ip_route_iter() const {
@@ -127,7 +160,7 @@ void IpRouteMgr::ip_route_set(ip_route_t const& route, ip_route_action_t action)
 void IpRouteMgr::ip_route_set(ip_route_t const& route, std::string const& vrf) {
    Call const call(op_set_);
    check_length(route.key().prefix());
-   set(vrf.empty() ? defaultVrf_ : vrfs_[vrf], route, nullptr);
+   set(vrf.empty() ? defaultVrf_ : made(vrf), route, nullptr);
 }
 
 void IpRouteMgr::ip_route_del(ip_route_key_t const& key) { ip_route_del(key, {}); }

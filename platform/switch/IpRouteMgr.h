@@ -18,13 +18,21 @@ struct IpRoute {
    std::uint32_t tag = 0;
    ip_route_action_t action = ip_route_action_t::none;
    IpRouteVias vias;
+
+   void mark(bool marked) { vias.mark(marked); }
+   bool prunable() const { return vias.anyMarked(); }
+   void prune() { vias.dropMarked(); }
 };
+void encode(std::string& out, IpRoute const& route);
 using IpRouteTable = Table<ip_route_key_t, IpRoute>;
 
 /// IP routes, a table per VRF.
 class IpRouteMgr : public ip_route_mgr {
  public:
    explicit IpRouteMgr(CallLedger& ledger);
+
+   /// Brings the folder's routes back and keeps every change in it.
+   void storeIs(Store& store);
 
    /// The table of a VRF; an empty one for a VRF without routes.
    IpRouteTable const& table(std::string const& vrf) const;
@@ -54,12 +62,15 @@ class IpRouteMgr : public ip_route_mgr {
  private:
    /// For changes to routes that exist: an unknown VRF has none.
    IpRouteTable& known(std::string const& vrf);
+   /// For new routes.
+   IpRouteTable& made(std::string const& vrf);
    static void set(IpRouteTable& table, ip_route_t const& route, ip_route_action_t const* action);
 
    NamePool names_;                                         // before the tables, whose rows refer to it
    std::map<std::string, IpRouteTable, std::less<>> vrfs_;  // tables never go, so that iterators stay good
    IpRouteTable& defaultVrf_;
    IpRouteTable noVrf_;  // stands in for a VRF that was never set; nothing is ever put into it
+   Store* store_ = nullptr;
    std::uint32_t tag_ = 0;
    bool resyncing_ = false;
 

@@ -1,6 +1,7 @@
 #include "platform/switch/IpRouteVias.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace velm::embedded {
 namespace {
@@ -61,17 +62,34 @@ void IpRouteVias::mark(bool marked) {
    if (others_) markVias(*others_, marked);
 }
 
-bool IpRouteVias::purge() {
-   if (group_ && groupMarked_) {
-      group_ = {};
-      return true;
-   }
-   return others_ && purgeVias(*others_);
+bool IpRouteVias::anyMarked() const { return group_ ? groupMarked_ : others_ && embedded::anyMarked(*others_); }
+
+void IpRouteVias::dropMarked() {
+   if (group_ && groupMarked_) group_ = {};
+   if (others_) embedded::dropMarked(*others_);
 }
 
 std::vector<ip_route_via_t> IpRouteVias::list(ip_route_key_t const& key) const {
    if (group_) return {groupVia(key, *group_)};
    return others_ ? plainVias(*others_) : std::vector<ip_route_via_t>();
+}
+
+// A bare group is its name; anything else is an empty name and the list.
+void encode(std::string& out, IpRouteVias const& vias) {
+   encode(out, vias.group_ ? *vias.group_ : std::string());
+   if (!vias.group_) encode(out, vias.others_ ? *vias.others_ : StoredVias<ip_route_via_t>());
+}
+
+void decode(StoredBytes& in, IpRouteVias& vias, NamePool& names) {
+   std::string group;
+   decode(in, group);
+   if (!group.empty()) {
+      vias.group_ = names.get(group);
+      return;
+   }
+   StoredVias<ip_route_via_t> others;
+   decode(in, others);
+   if (!others.empty()) vias.others_ = std::make_unique<StoredVias<ip_route_via_t>>(std::move(others));
 }
 
 }  // namespace velm::embedded

@@ -4,6 +4,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/switch/Codec.h"
 #include "platform/switch/NamePool.h"
 #include "platform/switch/StoredVia.h"
 #include "platform/velm/ip_route.h"
@@ -22,11 +23,23 @@ class IpRouteVias {
    bool holds(ip_route_via_t const& via) const;
 
    void mark(bool marked);
-   /// Removes the vias that are still marked; whether there were any.
-   bool purge();
+   bool anyMarked() const;
+   void dropMarked();
 
    /// In the order in which they were set, as vias of the key's route.
    std::vector<ip_route_via_t> list(ip_route_key_t const& key) const;
+
+   IpRouteVias() = default;
+   IpRouteVias(IpRouteVias const& other)
+      : group_(other.group_),
+        groupMarked_(other.groupMarked_),
+        others_(other.others_ ? std::make_unique<StoredVias<ip_route_via_t>>(*other.others_) : nullptr) {}
+   IpRouteVias(IpRouteVias&&) noexcept = default;
+   IpRouteVias& operator=(IpRouteVias&&) noexcept = default;
+
+   friend void encode(std::string& out, IpRouteVias const& vias);
+   /// Throws DamagedState.
+   friend void decode(StoredBytes& in, IpRouteVias& vias, NamePool& names);
 
  private:
    NamePool::Ref group_;  // the one via, if it only names a group

@@ -1,13 +1,15 @@
 #include "platform/switch/MainLoop.h"
 
+#include <algorithm>
 #include <array>
 #include <csignal>
-#include <deque>
 #include <mutex>
 #include <utility>
 #include <uv.h>
+#include <vector>
 
 #include "platform/qor/Assert.h"
+#include "platform/switch/EventQueue.h"
 #include "platform/velm/errors.h"
 #include "platform/velm/sdk_lock.h"
 
@@ -31,6 +33,8 @@ struct MainLoop::Impl {
       must(uv_loop_init(&loop));
       must(uv_async_init(&loop, &wakeUp, [](uv_async_t* handle) { static_cast<Impl*>(handle->data)->turn(); }));
       wakeUp.data = this;
+      must(uv_timer_init(&loop, &timer));
+      timer.data = this;
       for (std::size_t i = 0; i < signals.size(); ++i) {
          must(uv_signal_init(&loop, &signals[i]));
          signals[i].data = this;
@@ -46,6 +50,7 @@ struct MainLoop::Impl {
    ~Impl() {
       scheduler.wakeIs(nullptr);
       uv_close(reinterpret_cast<uv_handle_t*>(&wakeUp), nullptr);
+      uv_close(reinterpret_cast<uv_handle_t*>(&timer), nullptr);
       for (auto& signal : signals) uv_close(reinterpret_cast<uv_handle_t*>(&signal), nullptr);
       uv_run(&loop, UV_RUN_DEFAULT);
       uv_loop_close(&loop);
@@ -77,36 +82,51 @@ struct MainLoop::Impl {
          disabled = disabled || disableAsked;
       }
       if (disableNow) guarded(onDisable);
-      std::lock_guard const lock(mutex);
-      if (!queue.empty() || scheduler.pending()) wake();
+      sleep();
    }
 
    void deliver() {
-      std::size_t count = 0;
       {
          std::lock_guard const lock(mutex);
-         count = queue.size();
+         events.take(batch);
       }
-      for (; count > 0; --count) {
+      for (auto& event : batch) {
          sdk_scoped_lock const sdkLock;
-         Event event;
-         {
-            std::lock_guard const lock(mutex);
-            event = std::move(queue.front());
-            queue.pop_front();
-         }
          guarded(event);
+         event = Event();  // what it captured may belong to the SDK
+      }
+      batch.clear();
+      if (batch.capacity() > keptEvents) batch = std::vector<Event>();
+   }
+
+   // Goes on at once if there is something to do, else when the next event is due. An event that another thread adds
+   // behind this look wakes the loop.
+   void sleep() {
+      std::lock_guard const lock(mutex);
+      if (events.ready() || scheduler.pending()) {
+         wake();
+      } else if (auto const due = events.nextDue()) {
+         // libuv counts whole milliseconds; one too many is late, one too few an idle turn.
+         auto const delay = std::chrono::ceil<std::chrono::milliseconds>(*due - EventQueue::Clock::now()).count();
+         uv_update_time(&loop);
+         must(uv_timer_start(
+            &timer, [](uv_timer_t* handle) { static_cast<Impl*>(handle->data)->turn(); },
+            static_cast<std::uint64_t>(std::max<std::int64_t>(delay, 0)), 0));
       }
    }
+
+   static constexpr std::size_t keptEvents = 4096;  // room that outlives a storm of events
 
    Loom::TaskScheduler& scheduler;
    uv_loop_t loop;
    uv_async_t wakeUp;
+   uv_timer_t timer;
    std::array<uv_signal_t, 2> signals;
    std::function<void()> onDisable;
+   std::vector<Event> batch;  // what the present turn delivers
 
    std::mutex mutex;  // guards all below; taken behind the SDK lock, never held while an event runs
-   std::deque<Event> queue;
+   EventQueue events;
    bool disableAsked = false;
    bool disabled = false;
 };
@@ -116,8 +136,15 @@ MainLoop::~MainLoop() = default;
 
 void MainLoop::post(Event event) {
    std::lock_guard const lock(impl_->mutex);
-   impl_->queue.push_back(std::move(event));
-   if (impl_->queue.size() == 1) impl_->wake();
+   if (!impl_->events.ready()) impl_->wake();
+   impl_->events.add(std::move(event));
+}
+
+void MainLoop::postAfter(std::chrono::nanoseconds delay, Event event) {
+   auto const due = EventQueue::Clock::now() + std::min<std::chrono::nanoseconds>(delay, std::chrono::years(1));
+   std::lock_guard const lock(impl_->mutex);
+   if (auto const next = impl_->events.nextDue(); !next || due < *next) impl_->wake();
+   impl_->events.addLater(due, std::move(event));
 }
 
 void MainLoop::disable() {

@@ -1,9 +1,11 @@
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
 #include "platform/loom/TaskScheduler.h"
+#include "platform/switch/Event.h"
 
 namespace velm::embedded {
 
@@ -14,7 +16,7 @@ namespace velm::embedded {
 /// From construction on the first SIGTERM or SIGINT asks for disabling; the next one ends the process.
 class MainLoop {
  public:
-   using Event = std::function<void()>;
+   using Event = embedded::Event;
 
    explicit MainLoop(Loom::TaskScheduler& scheduler);
    ~MainLoop();
@@ -23,6 +25,9 @@ class MainLoop {
 
    /// Queues an event, to run on the loop's thread under the SDK lock, in order. Any thread; never waits.
    void post(Event event);
+   /// Queues an event once the delay is over, in the order of the times and, of one time, in that of the asking. Any
+   /// thread; never waits. What is not due when the loop stops is dropped with the loop.
+   void postAfter(std::chrono::nanoseconds delay, Event event);
    /// Asks for the disabling of the agent, behind what is queued. Any thread; once is enough.
    void disable();
    /// Makes run() return after the present turn. Loop's thread, or before run().

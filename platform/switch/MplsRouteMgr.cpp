@@ -21,15 +21,12 @@ MplsRouteMgr::MplsRouteMgr(CallLedger& ledger)
 
 void MplsRouteMgr::resync_init() {
    Call const call(resync_init_);
-   table_.mark([](mpls_route_key_t const&, MplsRoute& route) {
-      markVias(route.vias, true);
-      return true;
-   });
+   table_.markAll();
 }
 
 void MplsRouteMgr::resync_complete() {
    Call const call(resync_complete_);
-   table_.purge([](mpls_route_key_t const&, MplsRoute& route) { return purgeVias(route.vias); });
+   table_.purge();
 }
 
 mpls_route_iter_t MplsRouteMgr::mpls_route_iter() const {

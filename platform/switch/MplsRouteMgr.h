@@ -10,6 +10,11 @@ namespace velm::embedded {
 /// An MPLS route as the switch keeps it, under its key.
 struct MplsRoute {
    StoredVias<mpls_route_via_t> vias;
+
+   void mark(bool marked) { markVias(vias, marked); }
+   bool prunable() const { return anyMarked(vias); }
+   void prune() { dropMarked(vias); }
+   static constexpr auto attributes() { return std::tuple{attribute{"vias", &MplsRoute::vias}}; }
 };
 using MplsRouteTable = Table<mpls_route_key_t, MplsRoute>;
 using MplsVrfLabelTable = Table<mpls_label_t, mpls_vrf_label_t>;

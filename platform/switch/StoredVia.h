@@ -1,6 +1,10 @@
 #pragma once
 
+#include <algorithm>
+#include <tuple>
 #include <vector>
+
+#include "platform/velm/attribute.h"
 
 namespace velm::embedded {
 
@@ -9,6 +13,8 @@ template <class Via>
 struct StoredVia {
    Via via;
    bool marked = false;
+
+   static constexpr auto attributes() { return std::tuple{attribute{"via", &StoredVia::via}}; }
 };
 
 template <class Via>
@@ -19,10 +25,14 @@ void markVias(StoredVias<Via>& vias, bool marked) {
    for (auto& stored : vias) stored.marked = marked;
 }
 
-/// Removes the vias that are still marked; whether there were any.
 template <class Via>
-bool purgeVias(StoredVias<Via>& vias) {
-   return std::erase_if(vias, [](auto const& stored) { return stored.marked; }) > 0;
+bool anyMarked(StoredVias<Via> const& vias) {
+   return std::ranges::any_of(vias, &StoredVia<Via>::marked);
+}
+
+template <class Via>
+void dropMarked(StoredVias<Via>& vias) {
+   std::erase_if(vias, [](auto const& stored) { return stored.marked; });
 }
 
 template <class Via>

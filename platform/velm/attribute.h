@@ -1,6 +1,7 @@
 #pragma once
 
 #include <tuple>
+#include <type_traits>
 #include <utility>
 
 namespace velm {
@@ -21,10 +22,12 @@ concept has_attributes = requires {
    T::attributes();
 };
 
-/// Calls fn(name, member) for every attribute of the value, in order.
-template <has_attributes T, class Fn>
-void for_each_attribute(T const& value, Fn&& fn) {
-   std::apply([&](auto const&... a) { (fn(a.name, value.*a.member), ...); }, T::attributes());
+/// Calls fn(name, member) for every attribute of the value, in order; of a value that is not const the members may be
+/// set.
+template <class T, class Fn>
+requires has_attributes<std::remove_const_t<T>>
+void for_each_attribute(T& value, Fn&& fn) {
+   std::apply([&](auto const&... a) { (fn(a.name, value.*a.member), ...); }, std::remove_const_t<T>::attributes());
 }
 
 /// The absl hash of every value type, and through it of every key of a hash table.

@@ -50,6 +50,19 @@ class base_mgr {
       }
    }
 
+   /// Calls fn(key) for every key that some handler watches, once each, and fn(nullptr) first if one watches them all.
+   template <class Fn>
+   void for_each_watched(Fn&& fn) const {
+      std::set<Key> keys;
+      bool all = false;
+      for (auto const& [handler, watches] : handlers_) {
+         all |= watches.all;
+         keys.insert(watches.keys.begin(), watches.keys.end());
+      }
+      if (all) fn(static_cast<Key const*>(nullptr));
+      for (auto const& key : keys) fn(&key);
+   }
+
    /// Calls fn(handler) for every handler, watching or not.
    template <class Fn>
    void notify_every(Fn&& fn) {

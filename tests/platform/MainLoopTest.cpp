@@ -1,7 +1,10 @@
 #include <gmock/gmock.h>
 
+#include <array>
 #include <atomic>
+#include <chrono>
 #include <functional>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -50,6 +53,43 @@ TEST(MainLoopTest, EventsComeInOrderAndTasksByPriorityOneATurn) {
       loop.post([&] { loop.stop(); });
    });
    EXPECT_THAT(done, ElementsAre("first", "second", "high", "disable", "third", "low"));
+}
+
+TEST(MainLoopTest, WhatIsPostedForLaterComesInTheOrderOfTheTimes) {
+   using namespace std::chrono_literals;
+   Loom::TaskScheduler scheduler;
+   MainLoop loop(scheduler);
+   std::vector<int> done;
+   auto const start = std::chrono::steady_clock::now();
+   loop.postAfter(20ms, [&] {
+      EXPECT_GE(std::chrono::steady_clock::now() - start, 20ms);
+      done.push_back(20);
+      loop.post([&] { done.push_back(21); });
+      std::thread([&] { loop.postAfter(1ms, [&] { loop.stop(); }); }).join();
+   });
+   loop.postAfter(std::chrono::nanoseconds::max(), [&] { done.push_back(-1); });
+   loop.postAfter(5ms, [&] { done.push_back(5); });
+   loop.postAfter(5us, [&] { done.push_back(0); });
+   loop.postAfter(-1s, [&] { done.push_back(-1000); });
+   loop.run([] {});
+   EXPECT_THAT(done, ElementsAre(-1000, 0, 5, 20, 21));
+}
+
+TEST(MainLoopTest, AnEventOwnsItsCapturesUntilItIsDone) {
+   auto const counted = std::make_shared<int>(0);
+   std::array<std::shared_ptr<int>, 9> many;  // too large to be kept in place
+   many.fill(counted);
+   for (bool const large : {false, true}) {
+      Event event = large ? Event([many] { ++*many[0]; }) : Event([counted] { ++*counted; });
+      auto const held = counted.use_count();
+      Event moved(std::move(event));
+      EXPECT_EQ(counted.use_count(), held);
+      moved();
+      moved = Event();
+      EXPECT_LT(counted.use_count(), held);
+   }
+   EXPECT_EQ(*counted, 2);
+   EXPECT_EQ(counted.use_count(), 10);
 }
 
 TEST(MainLoopTest, AStormOfEventsLeavesTheLockToOthers) {

@@ -26,8 +26,18 @@ Words wordsOf(std::string_view pattern) {
    return words;
 }
 
+constexpr std::string_view again = "...";
+
+// The words that may be repeated at the end of a pattern.
+Words repeatedWordsOf(std::string_view pattern) {
+   if (!pattern.ends_with(again)) return {};
+   pattern.remove_suffix(again.size() + 1);
+   return wordsOf(pattern.substr(pattern.rfind('[') + 1));
+}
+
 // All forms of a pattern: with and without each of its optional parts, which do not nest.
 std::vector<Words> formsOf(std::string_view pattern) {
+   if (pattern.ends_with(again)) pattern.remove_suffix(again.size());
    std::vector<Words> forms(1);
    Words part;  // a word, or the words of an optional part so far
    bool optional = false;
@@ -57,6 +67,21 @@ std::optional<std::uint64_t> toNumber(std::string_view text) {
    return failure == std::errc() && end == text.data() + text.size() ? std::optional(number) : std::nullopt;
 }
 
+// "1,2,3", or "-" for none.
+std::optional<std::vector<std::uint64_t>> toNumbers(std::string_view text) {
+   std::vector<std::uint64_t> numbers;
+   if (text == "-") return numbers;
+   for (bool more = true; more;) {
+      auto const comma = text.find(',');
+      auto const number = toNumber(text.substr(0, comma));
+      if (!number) return std::nullopt;
+      numbers.push_back(*number);
+      more = comma != std::string_view::npos;
+      if (more) text.remove_prefix(comma + 1);
+   }
+   return numbers;
+}
+
 template <class Value>
 bool converts(std::string const& word) {
    try {
@@ -76,6 +101,9 @@ bool matches(std::string_view expected, std::string const& word) {
       return false;
    }
    if (!isPlaceholder(expected)) return expected == word;
+   expected = expected.substr(0, expected.find(':'));
+   if (expected == "ADDR") return converts<ip_addr_t>(word);
+   if (expected == "N,N") return toNumbers(word).has_value();
    if (expected == "INTF") return converts<intf_id_t>(word);
    if (expected == "PREFIX") return converts<ip_prefix_t>(word);
    if (expected == "A/L") return converts<ip_addr_mask_t>(word);
@@ -88,7 +116,16 @@ bool matches(std::string_view expected, std::string const& word) {
 std::string const& Arguments::text(std::string_view name) const {
    static std::string const none;
    auto const it = words_.find(name);
-   return it == words_.end() ? none : it->second;
+   return it == words_.end() ? none : it->second.front();
+}
+
+std::vector<std::string> Arguments::texts(std::string_view name) const {
+   auto const it = words_.find(name);
+   return it == words_.end() ? std::vector<std::string>() : it->second;
+}
+
+std::vector<std::uint64_t> Arguments::numbers(std::string_view name) const {
+   return toNumbers(text(name)).value_or(std::vector<std::uint64_t>());
 }
 
 std::uint64_t Arguments::number(std::string_view name) const { return toNumber(text(name)).value_or(0); }
@@ -116,7 +153,8 @@ std::vector<std::string> splitWords(std::string_view command) {
 
 CommandTable::CommandTable(std::vector<Command> const& commands) {
    for (auto const& command : commands) {
-      for (auto& words : formsOf(command.pattern)) forms_.push_back({std::move(words), command.run});
+      auto const repeated = repeatedWordsOf(command.pattern);
+      for (auto& words : formsOf(command.pattern)) forms_.push_back({std::move(words), repeated, command.run});
    }
 }
 
@@ -125,18 +163,21 @@ std::string CommandTable::run(Session& session, std::string const& command) cons
    std::size_t furthest = 0;
    std::set<std::string_view> expected;  // what could have stood at the furthest word that anything reached
    for (auto const& form : forms_) {
-      auto const [wanted, given] = std::ranges::mismatch(form.words, words, matches);
+      auto pattern = form.words;
+      while (!form.repeated.empty() && pattern.size() < words.size())
+         std::ranges::copy(form.repeated, std::back_inserter(pattern));
+      auto const [wanted, given] = std::ranges::mismatch(pattern, words, matches);
       auto const reached = static_cast<std::size_t>(given - words.begin());
-      if (wanted == form.words.end() && given == words.end()) {
+      if (wanted == pattern.end() && given == words.end()) {
          Arguments arguments;
          for (std::size_t i = 0; i < words.size(); ++i) {
-            if (isPlaceholder(form.words[i]) || isChoice(form.words[i])) arguments.words_[form.words[i]] = words[i];
+            if (isPlaceholder(pattern[i]) || isChoice(pattern[i])) arguments.words_[pattern[i]].push_back(words[i]);
          }
          return form.run(session, arguments);
       }
       if (reached > furthest) expected.clear();
       furthest = std::max(furthest, reached);
-      if (reached == furthest) expected.insert(wanted == form.words.end() ? "the end" : *wanted);
+      if (reached == furthest) expected.insert(wanted == pattern.end() ? "the end" : *wanted);
    }
    throw InvalidCommand(fmt::format("invalid command, expected {} {}", fmt::join(expected, ", "),
                                     furthest < words.size() ? fmt::format("at '{}'", words[furthest]) : "at the end"));

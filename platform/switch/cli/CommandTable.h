@@ -29,25 +29,31 @@ struct Session {
 };
 
 /// The words of a command that stand for the placeholders of its pattern. A placeholder's kind follows from its name
-/// (see CommandTable), so the words are known to convert.
+/// (see Command), so the words are known to convert.
 class Arguments {
  public:
    bool has(std::string_view name) const { return words_.contains(name); }
    /// The word; empty if its optional part was left out.
    std::string const& text(std::string_view name) const;
+   /// All words of a part that may be repeated, in order.
+   std::vector<std::string> texts(std::string_view name) const;
    std::uint64_t number(std::string_view name) const;
+   std::vector<std::uint64_t> numbers(std::string_view name) const;
    intf_id_t intf(std::string_view name) const { return intf_id_t(text(name)); }
+   ip_addr_t addr(std::string_view name) const { return ip_addr_t(text(name)); }
    ip_prefix_t prefix(std::string_view name) const { return ip_prefix_t(text(name)); }
    ip_addr_mask_t mask(std::string_view name) const { return ip_addr_mask_t(text(name)); }
 
  private:
    friend class CommandTable;
-   std::map<std::string_view, std::string> words_;
+   std::map<std::string_view, std::vector<std::string>> words_;
 };
 
 /// A row of a command table. The pattern is what a manual would print: lower-case words stand for themselves, `a|b` is
-/// a choice that is bound under its own text, `[...]` may be left out, and a word in capitals is a placeholder: INTF an
-/// interface, PREFIX a network, A/L an address with its length, N a number, anything else any word.
+/// a choice that is bound under its own text, `[...]` may be left out, `[...]...` at the end may also be repeated, and
+/// a word in capitals is a placeholder: INTF an interface, ADDR an address, PREFIX a network, A/L an address with its
+/// length, N a number, N,N a list of numbers of which `-` is the empty one, anything else any word. What follows a
+/// colon tells placeholders of one kind apart, as in `N:min N:max`.
 struct Command {
    std::string_view pattern;
    /// Carries the command out and gives its answer as JSON. Throws velm::error if the switch refuses it.
@@ -66,6 +72,7 @@ class CommandTable {
    /// A pattern without its optional parts, or with them.
    struct Form {
       std::vector<std::string_view> words;
+      std::vector<std::string_view> repeated;  // what may follow any number of times
       std::string (*run)(Session&, Arguments const&);
    };
    std::vector<Form> forms_;

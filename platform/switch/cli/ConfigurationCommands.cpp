@@ -104,7 +104,7 @@ std::string simulateDelay(Session& session, Arguments const& arguments) {
 
 }  // namespace
 
-std::vector<Command> configurationCommands() {
+std::vector<Command> switchConfigurationCommands() {
    return {{"interface INTF", chooseIntf},
            {"exit", exitIntf},
            {"no interface INTF", removeIntf},

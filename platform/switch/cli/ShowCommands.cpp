@@ -172,7 +172,7 @@ std::string showSwitchCalls(Session& session, Arguments const&) {
 
 }  // namespace
 
-std::vector<Command> showCommands() {
+std::vector<Command> switchShowCommands() {
    return {{"show version", showVersion},
            {"show interfaces [INTF]", showInterfaces},
            {"show ip route [vrf NAME] summary", showIpRouteSummary},

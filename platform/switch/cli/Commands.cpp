@@ -1,0 +1,30 @@
+#include "platform/switch/cli/Commands.h"
+
+#include <algorithm>
+#include <initializer_list>
+#include <iterator>
+
+namespace velm::embedded::cli {
+namespace {
+
+std::vector<Command> joined(std::initializer_list<std::vector<Command>> tables) {
+   std::vector<Command> all;
+   for (auto const& table : tables) std::ranges::copy(table, std::back_inserter(all));
+   return all;
+}
+
+}  // namespace
+
+std::vector<Command> showCommands() {
+   return joined({
+      switchShowCommands(),
+   });
+}
+
+std::vector<Command> configurationCommands() {
+   return joined({
+      switchConfigurationCommands(),
+   });
+}
+
+}  // namespace velm::embedded::cli
