@@ -1,50 +1,125 @@
 #include "platform/loom/TaskScheduler.h"
 
+#include <algorithm>
 #include <utility>
+
+#include "platform/pesko/Task.h"
 
 namespace Loom {
 
-void TaskScheduler::schedule(Runnable& runnable, std::uint8_t priority) {
-   std::function<void()> wake;
-   {
-      std::lock_guard const lock(mutex_);
-      Place const place{priority, turns_++};
-      if (!places_.emplace(&runnable, place).second) return;
-      if (queue_.empty()) wake = wake_;
-      queue_.emplace(place, &runnable);
+TaskScheduler::TaskScheduler() : pesko_(std::make_shared<Pesko::TaskScheduler>(*this)) {}
+TaskScheduler::~TaskScheduler() = default;
+
+void TaskScheduler::add(Runnable& runnable) {
+   std::lock_guard const lock(mutex_);
+   all_.insert(&runnable);
+}
+
+void TaskScheduler::remove(Runnable& runnable) {
+   std::lock_guard const lock(mutex_);
+   if (runnable.place_) queue_.erase(*runnable.place_);
+   disarm(runnable);
+   if (running_ == &runnable) running_ = nullptr;
+   all_.erase(&runnable);
+}
+
+bool TaskScheduler::schedule(Runnable& runnable) {
+   std::lock_guard const lock(mutex_);
+   if (runnable.place_) return false;
+   if (queue_.empty() && wake_) wake_();
+   enqueue(runnable);
+   return true;
+}
+
+void TaskScheduler::scheduleAt(Runnable& runnable, Clock::time_point due) {
+   std::lock_guard const lock(mutex_);
+   if (runnable.place_ || (runnable.expiry_ && runnable.expiry_->due <= due)) return;
+   disarm(runnable);
+   if ((timers_.empty() || due < timers_.begin()->first.due) && wake_) wake_();
+   runnable.expiry_ = {due, turns_++};
+   timers_.emplace(*runnable.expiry_, &runnable);
+}
+
+void TaskScheduler::enqueue(Runnable& runnable) {
+   runnable.place_ = {runnable.priority_, turns_++};
+   queue_.emplace(*runnable.place_, &runnable);
+}
+
+void TaskScheduler::disarm(Runnable& runnable) {
+   if (runnable.expiry_) timers_.erase(*runnable.expiry_);
+   runnable.expiry_.reset();
+}
+
+void TaskScheduler::expireTimers() {
+   if (timers_.empty()) return;
+   for (auto const now = Clock::now(); !timers_.empty() && timers_.begin()->first.due <= now;) {
+      auto& runnable = *timers_.begin()->second;
+      disarm(runnable);
+      if (!runnable.place_) enqueue(runnable);
    }
-   if (wake) wake();
 }
 
-void TaskScheduler::cancel(Runnable& runnable) {
+bool TaskScheduler::pending() {
    std::lock_guard const lock(mutex_);
-   auto const it = places_.find(&runnable);
-   if (it == places_.end()) return;
-   queue_.erase(it->second);
-   places_.erase(it);
-}
-
-bool TaskScheduler::scheduled(Runnable const& runnable) const {
-   std::lock_guard const lock(mutex_);
-   return places_.contains(&runnable);
-}
-
-bool TaskScheduler::pending() const {
-   std::lock_guard const lock(mutex_);
+   expireTimers();
    return !queue_.empty();
 }
 
+std::optional<TaskScheduler::Clock::time_point> TaskScheduler::nextDue() const {
+   std::lock_guard const lock(mutex_);
+   return timers_.empty() ? std::nullopt : std::optional(timers_.begin()->first.due);
+}
+
 bool TaskScheduler::runOne() {
-   Runnable* runnable = nullptr;
+   Runnable* next = nullptr;
    {
       std::lock_guard const lock(mutex_);
+      expireTimers();
       if (queue_.empty()) return false;
-      runnable = queue_.begin()->second;
+      next = queue_.begin()->second;
       queue_.erase(queue_.begin());
-      places_.erase(runnable);
+      next->place_.reset();
    }
-   runnable->run();
+   run(*next);
    return true;
+}
+
+void TaskScheduler::run(Runnable& runnable) {
+   struct Run {
+      Run(TaskScheduler& scheduler, Runnable& runnable) : scheduler(scheduler) {
+         std::lock_guard const lock(scheduler.mutex_);
+         ++runnable.runs_;
+         scheduler.running_ = &runnable;
+         scheduler.runStart_ = Clock::now();
+      }
+      ~Run() {
+         std::lock_guard const lock(scheduler.mutex_);
+         scheduler.running_ = nullptr;
+      }
+      TaskScheduler& scheduler;
+   };
+   Qor::Ptr<TaskScheduler> const self(this);  // the task may be what keeps it, and may go
+   Run const run(*this, runnable);
+   runnable.run();
+}
+
+std::vector<TaskStats> TaskScheduler::taskStats() const {
+   std::vector<TaskStats> stats;
+   {
+      std::lock_guard const lock(mutex_);
+      stats.reserve(all_.size());
+      for (auto const* task : all_) {
+         stats.push_back({.name = task->statsName_,
+                          .priority = task->priority_,
+                          .quantum = task->quantum_,
+                          .scheduled = task->place_.has_value(),
+                          .runs = task->runs_,
+                          .workCount = task->workCount_,
+                          .workPending = task->workPending_});
+      }
+   }
+   std::ranges::stable_sort(stats, {}, &TaskStats::name);
+   return stats;
 }
 
 void TaskScheduler::wakeIs(std::function<void()> wake) {
@@ -52,8 +127,8 @@ void TaskScheduler::wakeIs(std::function<void()> wake) {
    wake_ = std::move(wake);
 }
 
-TaskScheduler& TaskSchedulerRoot::findOrCreateScheduler() {
-   static TaskScheduler scheduler;
+Qor::Ptr<TaskScheduler> TaskSchedulerRoot::findOrCreateScheduler() {
+   static Qor::Ptr<TaskScheduler> const scheduler(new TaskScheduler);
    return scheduler;
 }
 

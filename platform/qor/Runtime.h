@@ -20,10 +20,13 @@ class Bytes {
 /// The readable name of a type, for example "VelmSdkRpc::pb::ip_route_msg".
 std::string demangle(std::type_info const& type);
 
-/// Base of the runtime's counted objects.
+/// A length of time, in seconds.
+using Seconds = double;
+
+/// How the process counts the references to its counted objects.
 class VFPtrInterface {
  public:
-   /// Whether reference counts are atomic. Set once, before the first counted object exists.
+   /// Whether the counts are atomic. Set once, while there is one thread; off at first.
    static void threadSafePointersIs(bool threadSafe) { threadSafePointers_ = threadSafe; }
    static bool threadSafePointers() { return threadSafePointers_; }
 

@@ -14,15 +14,14 @@ class Event {
  public:
    Event() = default;
 
-   template <class Fn>
-   requires(!std::is_same_v<std::remove_cvref_t<Fn>, Event> && std::is_invocable_v<std::decay_t<Fn>&>)
-      Event(Fn&& fn) {  // NOLINT(google-explicit-constructor): a lambda is an event
-      using Work = std::decay_t<Fn>;
+   template <class Work>
+   requires(!std::is_same_v<Work, Event> && std::is_invocable_v<Work&>)
+      Event(Work work) {  // NOLINT(google-explicit-constructor): a lambda is an event
       if constexpr (fits<Work>) {
-         ::new (static_cast<void*>(room_)) Work(std::forward<Fn>(fn));
+         ::new (static_cast<void*>(room_)) Work(std::move(work));
          operations_ = &operationsOf<Work>;
       } else {
-         *this = Event([work = std::make_unique<Work>(std::forward<Fn>(fn))] { (*work)(); });
+         *this = Event([kept = std::make_unique<Work>(std::move(work))] { (*kept)(); });
       }
    }
 

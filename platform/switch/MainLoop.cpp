@@ -4,6 +4,7 @@
 #include <array>
 #include <csignal>
 #include <mutex>
+#include <optional>
 #include <utility>
 #include <uv.h>
 #include <vector>
@@ -26,10 +27,15 @@ void guarded(Fn&& fn) noexcept {
    }
 }
 
+template <class Time>
+std::optional<Time> sooner(std::optional<Time> const& a, std::optional<Time> const& b) {
+   return a && b ? std::min(a, b) : a ? a : b;
+}
+
 }  // namespace
 
 struct MainLoop::Impl {
-   explicit Impl(Loom::TaskScheduler& tasks) : scheduler(tasks) {
+   explicit Impl(Qor::Ptr<Loom::TaskScheduler> const& tasks) : scheduler(tasks) {
       must(uv_loop_init(&loop));
       must(uv_async_init(&loop, &wakeUp, [](uv_async_t* handle) { static_cast<Impl*>(handle->data)->turn(); }));
       wakeUp.data = this;
@@ -44,11 +50,11 @@ struct MainLoop::Impl {
             &signals[i], [](uv_signal_t* handle, int) { static_cast<Impl*>(handle->data)->onSignal(); },
             i == 0 ? SIGTERM : SIGINT));
       }
-      scheduler.wakeIs([this] { wake(); });
+      scheduler->wakeIs([this] { wake(); });
    }
 
    ~Impl() {
-      scheduler.wakeIs(nullptr);
+      scheduler->wakeIs(nullptr);
       uv_close(reinterpret_cast<uv_handle_t*>(&wakeUp), nullptr);
       uv_close(reinterpret_cast<uv_handle_t*>(&timer), nullptr);
       for (auto& signal : signals) uv_close(reinterpret_cast<uv_handle_t*>(&signal), nullptr);
@@ -71,9 +77,9 @@ struct MainLoop::Impl {
 
    void turn() {
       deliver();
-      if (scheduler.pending()) {
+      if (scheduler->pending()) {
          sdk_scoped_lock const lock;
-         guarded([&] { scheduler.runOne(); });
+         guarded([&] { scheduler->runOne(); });
       }
       bool disableNow = false;
       {
@@ -99,13 +105,13 @@ struct MainLoop::Impl {
       if (batch.capacity() > keptEvents) batch = std::vector<Event>();
    }
 
-   // Goes on at once if there is something to do, else when the next event is due. An event that another thread adds
+   // Goes on at once if there is something to do, else when the next event or timer is due. What another thread adds
    // behind this look wakes the loop.
    void sleep() {
       std::lock_guard const lock(mutex);
-      if (events.ready() || scheduler.pending()) {
+      if (events.ready() || scheduler->pending()) {
          wake();
-      } else if (auto const due = events.nextDue()) {
+      } else if (auto const due = sooner(events.nextDue(), scheduler->nextDue())) {
          // libuv counts whole milliseconds; one too many is late, one too few an idle turn.
          auto const delay = std::chrono::ceil<std::chrono::milliseconds>(*due - EventQueue::Clock::now()).count();
          uv_update_time(&loop);
@@ -117,7 +123,7 @@ struct MainLoop::Impl {
 
    static constexpr std::size_t keptEvents = 4096;  // room that outlives a storm of events
 
-   Loom::TaskScheduler& scheduler;
+   Qor::Ptr<Loom::TaskScheduler> const scheduler;
    uv_loop_t loop;
    uv_async_t wakeUp;
    uv_timer_t timer;
@@ -131,7 +137,7 @@ struct MainLoop::Impl {
    bool disabled = false;
 };
 
-MainLoop::MainLoop(Loom::TaskScheduler& scheduler) : impl_(std::make_unique<Impl>(scheduler)) {}
+MainLoop::MainLoop(Qor::Ptr<Loom::TaskScheduler> const& scheduler) : impl_(std::make_unique<Impl>(scheduler)) {}
 MainLoop::~MainLoop() = default;
 
 void MainLoop::post(Event event) {

@@ -18,7 +18,7 @@ class MainLoop {
  public:
    using Event = embedded::Event;
 
-   explicit MainLoop(Loom::TaskScheduler& scheduler);
+   explicit MainLoop(Qor::Ptr<Loom::TaskScheduler> const& scheduler);
    ~MainLoop();
    MainLoop(MainLoop const&) = delete;
    MainLoop& operator=(MainLoop const&) = delete;

@@ -9,38 +9,32 @@
 #include <thread>
 #include <vector>
 
-#include "platform/loom/TaskScheduler.h"
 #include "platform/switch/CallLedger.h"
 #include "platform/switch/MainLoop.h"
 #include "platform/velm/errors.h"
 #include "platform/velm/sdk_lock.h"
+#include "tests/platform/Job.h"
 
 namespace velm::embedded {
 namespace {
 
 using ::testing::ElementsAre;
 
-struct Job : Loom::Runnable {
-   explicit Job(std::function<void()> work) : work(std::move(work)) {}
-   void run() override { work(); }
-   std::function<void()> work;
-};
-
 TEST(MainLoopTest, EventsComeInOrderAndTasksByPriorityOneATurn) {
-   Loom::TaskScheduler scheduler;
+   auto const scheduler = makeScheduler();
    MainLoop loop(scheduler);
    std::vector<std::string> done;
-   Job low([&] { done.emplace_back("low"); });
-   Job high([&] {
+   Job low(scheduler, 5, [&] { done.emplace_back("low"); });
+   Job high(scheduler, 1, [&] {
       done.emplace_back("high");
       EXPECT_TRUE(sdk_scoped_lock::held());
    });
    loop.post([&] {
       done.emplace_back("first");
       loop.post([&] { done.emplace_back("third"); });  // queued during the turn: delivered in the next
-      scheduler.schedule(low, 5);
-      scheduler.schedule(high, 1);
-      scheduler.schedule(low, 5);  // asked for already
+      low.scheduleTask();
+      high.scheduleTask();
+      low.scheduleTask();  // asked for already
    });
    loop.post([&] {
       done.emplace_back("second");
@@ -57,8 +51,7 @@ TEST(MainLoopTest, EventsComeInOrderAndTasksByPriorityOneATurn) {
 
 TEST(MainLoopTest, WhatIsPostedForLaterComesInTheOrderOfTheTimes) {
    using namespace std::chrono_literals;
-   Loom::TaskScheduler scheduler;
-   MainLoop loop(scheduler);
+   MainLoop loop(makeScheduler());
    std::vector<int> done;
    auto const start = std::chrono::steady_clock::now();
    loop.postAfter(20ms, [&] {
@@ -93,8 +86,7 @@ TEST(MainLoopTest, AnEventOwnsItsCapturesUntilItIsDone) {
 }
 
 TEST(MainLoopTest, AStormOfEventsLeavesTheLockToOthers) {
-   Loom::TaskScheduler scheduler;
-   MainLoop loop(scheduler);
+   MainLoop loop(makeScheduler());
    std::atomic<bool> gotIn{false};
    std::function<void()> storm = [&] {
       if (gotIn) {
@@ -116,8 +108,7 @@ TEST(MainLoopTest, AStormOfEventsLeavesTheLockToOthers) {
 
 TEST(MainLoopDeathTest, AnErrorGoesToTheHandlerAndWhatThatThrowsEndsTheProcess) {
    auto const run = [](void (*handler)(error const&), bool mayGoOn) {
-      Loom::TaskScheduler scheduler;
-      MainLoop loop(scheduler);
+      MainLoop loop(makeScheduler());
       exception_handler_is(handler);
       loop.post([] { throw configuration_error("loose"); });
       loop.post([&] { loop.stop(); });

@@ -1,0 +1,204 @@
+#include <gmock/gmock.h>
+
+#include <deque>
+#include <functional>
+#include <memory>
+#include <new>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+#include "platform/pesko/MemTrack.h"
+#include "platform/qor/AllocTrack.h"
+#include "platform/qor/Hash.h"
+#include "platform/qor/PtrInterface.h"
+#include "platform/qor/String.h"
+
+namespace Qor {
+namespace {
+
+using ::testing::ElementsAre;
+
+std::uint64_t objectsInUse() { return AllocTrackTypeInfo::of<PtrInterface>().allocations(); }
+
+struct Subject : PtrInterface {
+   explicit Subject(bool* gone = nullptr) : gone(gone) {}
+   ~Subject() override {
+      Ptr<Subject> const lastWords(this);  // comes and goes without deleting again
+      if (gone != nullptr) *gone = true;
+   }
+   void changed(int value) { notify(7, &value); }
+   bool* gone;
+};
+
+struct Reactor : PtrInterface::NotifieeConst {
+   explicit Reactor(Ptr<Subject> const& subject) {
+      isRegisteredNotifieeIs(true);
+      notifierIs(subject);
+      hasNotificationActiveIs(true);
+   }
+   void onAttribute(AttributeId id, void const* value) override {
+      EXPECT_EQ(id, 7U);
+      react(*static_cast<int const*>(value));
+   }
+   std::function<void(int)> react = [](int) {};
+};
+
+class PtrTest : public ::testing::TestWithParam<bool> {
+ protected:
+   PtrTest() { VFPtrInterface::threadSafePointersIs(GetParam()); }
+   ~PtrTest() override {
+      VFPtrInterface::threadSafePointersIs(false);
+      EXPECT_EQ(objectsInUse(), before_);
+   }
+
+ private:
+   std::uint64_t const before_ = objectsInUse();
+};
+INSTANTIATE_TEST_SUITE_P(PlainAndAtomic, PtrTest, ::testing::Bool());
+
+TEST_P(PtrTest, TheLastPointerDeletesWhateverTheFlagsSay) {
+   bool gone = false;
+   Ptr<Subject> first(new Subject(&gone));
+   first->qorMarkedForDeletionIs(true);
+   first->hasNotificationActiveIs(true);
+   Ptr<PtrInterface const> second = first;
+   Ptr<Subject> third = std::move(first);
+   EXPECT_TRUE(first == nullptr && third && second == Ptr<PtrInterface const>(third));
+   EXPECT_EQ(third->references(), 2U);
+   third->qorMarkedForDeletionIs(false);
+   EXPECT_TRUE(!third->qorMarkedForDeletion() && third->hasNotificationActive());
+   EXPECT_EQ(second->fwkType(), typeid(Subject));
+   auto& alias = third;
+   third = alias;
+   EXPECT_EQ(third->references(), 2U);
+   third = nullptr;
+   EXPECT_FALSE(gone);
+   second = Ptr<PtrInterface const>();
+   EXPECT_TRUE(gone);
+}
+
+TEST_P(PtrTest, StorageOfTheRuntimeIsCountedWhileItIsInUse) {
+   auto const before = objectsInUse();
+   Ptr<Subject> const object(new (PtrInterface::qorMemAlloc(sizeof(Subject))) Subject);
+   EXPECT_EQ(objectsInUse(), before + 1);
+}
+
+TEST_P(PtrTest, ThreadsMayShareAnObjectOnlyWhenCountsAreAtomic) {
+   bool gone = false;
+   Ptr<Subject> shared(new Subject(&gone));
+   std::vector<std::thread> threads;
+   for (int i = 0; i < (GetParam() ? 4 : 1); ++i) {
+      threads.emplace_back([mine = shared] {
+         for (int turn = 0; turn < 20000; ++turn) Ptr<Subject> const copy = mine;
+      });
+   }
+   for (auto& thread : threads) thread.join();
+   threads.clear();
+   EXPECT_EQ(shared->references(), 1U);
+   shared = nullptr;
+   EXPECT_TRUE(gone);
+}
+
+TEST_P(PtrTest, AReactorHearsItsNotifierWhileBothAreActive) {
+   Ptr<Subject> const subject(new Subject);
+   Ptr<Reactor> reactor(new Reactor(subject));
+   std::vector<int> heard;
+   reactor->react = [&](int value) { heard.push_back(value); };
+   subject->changed(1);
+   subject->hasNotificationActiveIs(true);
+   subject->changed(2);
+   reactor->hasNotificationActiveIs(false);
+   subject->changed(3);
+   reactor->hasNotificationActiveIs(true);
+   reactor->isRegisteredNotifieeIs(false);
+   subject->changed(4);
+   reactor->isRegisteredNotifieeIs(true);
+   EXPECT_THAT(subject->notifieeList(), ElementsAre(reactor.get()));
+   subject->changed(5);
+   Ptr<Subject> const other(new Subject);
+   reactor->notifierIs(other);
+   subject->changed(6);
+   EXPECT_THAT(heard, ElementsAre(2, 5));
+   EXPECT_EQ(subject->references(), 1U);
+   reactor = nullptr;
+   EXPECT_TRUE(other->notifieeList().empty());
+}
+
+TEST_P(PtrTest, ReactorsComeAndGoDuringANotification) {
+   Ptr<Subject> subject(new Subject);
+   subject->hasNotificationActiveIs(true);
+   std::vector<Ptr<Reactor>> reactors;
+   std::vector<int> heard;
+   auto const add = [&](int name) {
+      reactors.emplace_back(new Reactor(subject));
+      reactors.back()->react = [&heard, name](int) { heard.push_back(name); };
+   };
+   for (int name : {0, 1, 2, 3}) add(name);
+   reactors[1]->react = [&](int depth) {
+      heard.push_back(1);
+      if (depth != 0) return;
+      reactors[0] = nullptr;  // behind the walk
+      reactors[2] = nullptr;  // ahead of it
+      add(9);                 // not told before the next time
+      subject->changed(1);
+   };
+   subject->changed(0);
+   EXPECT_THAT(heard, ElementsAre(0, 1, /* the inner one */ 1, 3, 9, /* the outer one again */ 3));
+   EXPECT_THAT(subject->notifieeList(), ElementsAre(reactors[1].get(), reactors[3].get(), reactors[4].get()));
+
+   auto* const notifier = subject.get();
+   bool gone = false;
+   subject->gone = &gone;
+   subject = nullptr;
+   reactors[1]->react = [&](int) { reactors.clear(); };  // and so the reactor itself, and the notifier
+   notifier->changed(0);
+   EXPECT_TRUE(gone);
+}
+
+TEST(StringTest, HoldsWhatItWasGiven) {
+   String const text("a\0b", 3);
+   EXPECT_EQ(std::string(text.begin(), text.end()), std::string("a\0b", 3));
+   EXPECT_FALSE(text == String("a"));
+   EXPECT_STREQ(text.charPtr(), "a");
+   std::ostringstream out;
+   out << String("shown");
+   EXPECT_EQ(out.str(), "shown");
+}
+
+TEST(HashTest, OrderAndBordersOfWhatIsMixedInCount) {
+   auto const hash = [](std::vector<std::string> const& parts) {
+      Hash mixed(HashHelper::hashSeed32());
+      for (auto const& part : parts) mixed.hashMix(part);
+      return mixed.result();
+   };
+   EXPECT_EQ(hash({"ab", "c"}), hash({"ab", "c"}));
+   for (auto const& other : std::vector<std::vector<std::string>>{
+           {"a", "bc"}, {"c", "ab"}, {"abc"}, {"ab", "c", ""}, {"ab", std::string("c\0", 2)}}) {
+      EXPECT_NE(hash({"ab", "c"}), hash(other));
+   }
+}
+
+TEST(AllocationTest, ContainersAndSharedObjectsCountForWhatTheyKeep) {
+   struct Kept {
+      char bytes[100];
+   };
+   auto const& tracked = AllocTrackTypeInfo::of<Kept>();
+   {
+      std::deque<Kept, AllocTrackAllocator<Kept>> const deque(50);
+      EXPECT_GE(tracked.bytes(), 50 * sizeof(Kept));
+   }
+   EXPECT_EQ(tracked.allocations(), 0U);
+   EXPECT_EQ(tracked.bytes(), 0U);
+   EXPECT_THROW(AllocTrackAllocator<Kept>().allocate(std::size_t{1} << 60), std::bad_alloc);
+
+   using Pesko::MemTrack;
+   auto shared = std::allocate_shared<Kept>(Pesko::Allocator<Kept>());
+   EXPECT_EQ(MemTrack::root().inUse(typeid(Kept)).objects, 1U);
+   EXPECT_GE(MemTrack::root().inUse(typeid(Kept)).bytes, sizeof(Kept));
+   shared = nullptr;
+   EXPECT_EQ(MemTrack::root().inUse(typeid(Kept)).bytes, 0U);
+}
+
+}  // namespace
+}  // namespace Qor
