@@ -5,7 +5,7 @@ JOBS  ?= $(shell nproc)
 CMAKE_FLAGS ?=
 LISTEN ?= 127.0.0.1:9543
 
-.PHONY: all setup configure build demo run test bench format format-check lint sanitize clean
+.PHONY: all setup configure build demo run test bench format format-check lint sanitize sanitize-thread clean
 
 all: build
 
@@ -48,5 +48,10 @@ sanitize:  ## the whole test suite under AddressSanitizer and UndefinedBehaviorS
 	@$(MAKE) --no-print-directory BUILD=build-sanitize TYPE=Debug \
 	  CMAKE_FLAGS='-DVELM_SANITIZE=address,undefined -DVELM_BENCH=OFF -DCMAKE_CXX_FLAGS_DEBUG=-O1' test
 
+sanitize-thread:  ## the whole test suite under ThreadSanitizer
+	@TSAN_OPTIONS='suppressions=$(CURDIR)/scripts/tsan.supp suppress_equal_addresses=0' \
+	  $(MAKE) --no-print-directory BUILD=build-sanitize-thread TYPE=Debug \
+	  CMAKE_FLAGS='-DVELM_SANITIZE=thread -DVELM_BENCH=OFF -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1"' test
+
 clean:
-	@rm -rf build build-sanitize
+	@rm -rf build build-sanitize build-sanitize-thread
