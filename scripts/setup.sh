@@ -5,7 +5,7 @@ set -euo pipefail
 packages=(
   g++ cmake ninja-build make ccache pkg-config
   libgrpc++-dev libgrpc-dev libprotobuf-dev protobuf-compiler protobuf-compiler-grpc
-  libfmt-dev libabsl-dev libuv1-dev libspdlog-dev libcli11-dev rapidjson-dev
+  libfmt-dev libabsl-dev libuv1-dev liblmdb-dev libssl-dev libspdlog-dev libcli11-dev rapidjson-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   clang-format clang-tidy-16
   python3-grpcio python3-protobuf

@@ -64,7 +64,7 @@ inline std::size_t decodeSize(StoredBytes& in) {
    return size;
 }
 
-inline void encode(std::string& out, std::string const& text) {
+inline void encode(std::string& out, std::string_view text) {
    encodeSize(out, text.size());
    out += text;
 }
@@ -92,7 +92,7 @@ concept StoredList = requires(T list) {
    list.clear();
    typename T::value_type;
 }
-&&!std::same_as<T, std::string>;
+&&!std::convertible_to<T const&, std::string_view>;
 
 template <StoredList List>
 void encode(std::string& out, List const& list) {

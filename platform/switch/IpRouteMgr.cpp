@@ -120,10 +120,14 @@ ip_route_iter_t IpRouteMgr::ip_route_iter() const {
 }
 
 ip_route_via_iter_t IpRouteMgr::ip_route_via_iter(ip_route_key_t const& key) const {
+   return ip_route_via_iter(key, {});
+}
+ip_route_via_iter_t IpRouteMgr::ip_route_via_iter(ip_route_key_t const& key, std::string const& vrf) const {
    Call const call(op_via_iter_);
-   IpRoute const* route = defaultVrf_.find(key);
+   auto const& routes = table(vrf);
+   IpRoute const* route = routes.find(key);
    return makeSnapshotIter(route == nullptr ? std::vector<ip_route_via_t>() : route->vias.list(key),
-                           [this](ip_route_via_t const& via) { return holdsVia(defaultVrf_, via); });
+                           [&routes](ip_route_via_t const& via) { return holdsVia(routes, via); });
 }
 
 bool IpRouteMgr::exists(ip_route_key_t const& key) const { return exists(key, {}); }

@@ -43,6 +43,7 @@ class IpRouteMgr : public ip_route_mgr {
    void resync_complete() override;
    ip_route_iter_t ip_route_iter() const override;
    ip_route_via_iter_t ip_route_via_iter(ip_route_key_t const& key) const override;
+   ip_route_via_iter_t ip_route_via_iter(ip_route_key_t const& key, std::string const& vrf) const override;
    bool exists(ip_route_key_t const& key) const override;
    bool exists(ip_route_key_t const& key, std::string const& vrf) const override;
    bool exists(ip_route_via_t const& via) const override;

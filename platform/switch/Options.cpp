@@ -54,6 +54,8 @@ Options readOptions(int argc, char** argv) {
    CLI::App app(description, std::string(agentName));
    app.add_option("--switch-config", options.configFile, "Configuration commands to carry out before the agent starts")
       ->type_name("FILE");
+   app.add_option("--switch-state", options.stateFolder, "Folder of the switch's state, which outlives the agent")
+      ->type_name("DIR");
    app.add_option("--trace", options.traces, "Trace levels of a facility, for example VelmSdkRpc/0-3,6; repeatable")
       ->type_name("SPEC")
       ->allow_extra_args(false);
@@ -77,6 +79,15 @@ void applyOptions(Options const& options, Switch& device) {
          Pesko::Platform::setupPeskoDebug(spec);
       } catch (std::invalid_argument const& e) {
          refuse(fmt::format("--trace: {}", e.what()));
+      }
+   }
+   if (!options.stateFolder.empty()) {
+      try {
+         device.stateIs(options.stateFolder);
+      } catch (StateRefused const& e) {
+         refuse(e.what());
+      } catch (error const& e) {
+         refuse(fmt::format("state folder {}: {}", options.stateFolder, e.what()));
       }
    }
    if (options.configFile.empty()) return;

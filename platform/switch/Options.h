@@ -10,6 +10,7 @@ class Switch;
 /// The options that reach the main loop.
 struct Options {
    std::string configFile;           // empty for none
+   std::string stateFolder;          // empty for none
    std::vector<std::string> traces;  // "facility/levels"
 };
 

@@ -46,8 +46,8 @@ class Table {
    Table(Table const&) = delete;
    Table& operator=(Table const&) = delete;
 
-   std::size_t size() const { return rows_.size(); }
-   bool empty() const { return rows_.empty(); }
+   std::size_t size() const { return rows_->size(); }
+   bool empty() const { return rows_->empty(); }
    bool contains(Key const& key) const { return lookup(key) != nullptr; }
    Value const* find(Key const& key) const {
       Row const* row = lookup(key);
@@ -61,10 +61,10 @@ class Table {
    void storeIs(Store& store, StoredTable id) {
       bind(store, id, {});
       if (store.fresh()) {
-         for (auto const& [key, row] : rows_) persist(key, row->value);
+         for (auto const& [key, row] : *rows_) persist(key, row->value);
          return;
       }
-      rows_.clear();
+      rows_->clear();
       last_ = nullptr;
       ++version_;
       store.load(id, [&](std::string_view storedKey, std::string_view storedValue) {
@@ -86,7 +86,7 @@ class Table {
    }
    /// Puts back what was stored. Rows that come in order are put back fastest.
    void restore(Key const& key, Value value) {
-      auto const it = rows_.try_emplace(rows_.end(), key, std::make_unique<Row>());
+      auto const it = rows_->try_emplace(rows_->end(), key, std::make_unique<Row>());
       it->second->value = std::move(value);
       notify(key, &it->second->value);
    }
@@ -96,8 +96,8 @@ class Table {
    void update(Key const& key, Fn&& fn) {
       Row* row = remembered(key);
       if (row == nullptr) {
-         auto const place = rows_.lower_bound(key);
-         if (place == rows_.end() || place->first != key) {
+         auto const place = rows_->lower_bound(key);
+         if (place == rows_->end() || place->first != key) {
             auto fresh = std::make_unique<Row>();
             fn(fresh->value);
             persist(key, fresh->value);
@@ -131,8 +131,8 @@ class Table {
    }
    /// False if there was none.
    bool del(Key const& key) {
-      auto const it = rows_.find(key);
-      if (it == rows_.end()) return false;
+      auto const it = rows_->find(key);
+      if (it == rows_->end()) return false;
       if (binding_) binding_->store.del(binding_->keyOf(key));
       erase(it);
       notify(key, nullptr);
@@ -148,13 +148,20 @@ class Table {
    /// Marks what wanted(key, value) picks, its parts with it, and clears every other mark.
    template <class Wanted>
    void mark(Wanted wanted) {
-      for (auto& [key, row] : rows_) {
+      for (auto& [key, row] : *rows_) {
          row->marked = wanted(key, std::as_const(row->value));
          if constexpr (HasMarkedParts<Value>) row->value.mark(row->marked);
       }
    }
    void markAll() {
       mark([](auto&&...) { return true; });
+   }
+   /// Calls fn(key, value) for every row that a purge would delete, in the order of the keys.
+   template <class Fn>
+   void walkMarked(Fn&& fn) const {
+      for (auto const& [key, row] : *rows_) {
+         if (row->marked) fn(key, std::as_const(row->value));
+      }
    }
    /// Deletes what is still marked, and of what stays the parts that are.
    void purge() {
@@ -164,7 +171,7 @@ class Table {
    }
    void purge(Transaction& transaction) {
       if (binding_) {
-         for (auto const& [key, row] : rows_) stagePurge(transaction, key, *row);
+         for (auto const& [key, row] : *rows_) stagePurge(transaction, key, *row);
       }
       transaction.onCommit([this] { applyPurge(); });
    }
@@ -172,30 +179,32 @@ class Table {
    /// Calls fn(key, value) in the order of the keys, until it returns false.
    template <class Fn>
    void walk(Fn&& fn) const {
-      walk(rows_.begin(), fn);
+      walk(rows_->begin(), fn);
    }
    /// The same from the first key that is not before the given one.
    template <class Fn>
    void walkFrom(Key const& first, Fn&& fn) const {
-      walk(rows_.lower_bound(first), fn);
+      walk(rows_->lower_bound(first), fn);
    }
 
    /// A place in the table that outlives every change: it holds its key and looks for the next one when the table has
    /// changed its shape since.
    class Cursor {
     public:
-      explicit Cursor(Table const& table) : table_(&table), it_(table.rows_.begin()), version_(table.version_) {
+      explicit Cursor(Table const& table) : table_(&table), it_(table.rows_->begin()), version_(table.version_) {
          arrive();
       }
       bool atEnd() const { return atEnd_; }
       Key const& key() const { return key_; }
       /// The value under the cursor. Valid right after construction and advance(), under the same hold of the lock.
       Value const& value() const { return it_->second->value; }
+      /// At the end nothing happens: an iterator may be asked once too often.
       void advance() {
+         if (atEnd_) return;
          if (version_ == table_->version_) {
             ++it_;
          } else {
-            it_ = table_->rows_.upper_bound(key_);
+            it_ = table_->rows_->upper_bound(key_);
             version_ = table_->version_;
          }
          arrive();
@@ -203,7 +212,7 @@ class Table {
 
     private:
       void arrive() {
-         atEnd_ = it_ == table_->rows_.end();
+         atEnd_ = it_ == table_->rows_->end();
          if (!atEnd_) key_ = it_->first;
       }
 
@@ -253,8 +262,8 @@ class Table {
    void stage(Transaction& transaction, Key const& key, Value next) {
       if (binding_) transaction.put(binding_->store, binding_->keyOf(key), binding_->valueOf(next));
       transaction.onCommit([this, key, box = std::make_shared<Value>(std::move(next))] {
-         auto const place = rows_.lower_bound(key);
-         if (place == rows_.end() || place->first != key) {
+         auto const place = rows_->lower_bound(key);
+         if (place == rows_->end() || place->first != key) {
             auto fresh = std::make_unique<Row>();
             fresh->value = std::move(*box);
             insert(place, key, std::move(fresh));
@@ -265,9 +274,10 @@ class Table {
          }
       });
    }
-   void insert(typename Rows::iterator place, Key const& key, std::unique_ptr<Row> fresh) {
+   template <class It>
+   void insert(It place, Key const& key, std::unique_ptr<Row> fresh) {
       Row* const row = fresh.get();
-      rows_.try_emplace(place, key, std::move(fresh));
+      rows_->try_emplace(place, key, std::move(fresh));
       ++version_;
       remember(key, row);
       notify(key, &row->value);
@@ -284,7 +294,7 @@ class Table {
       }
    }
    void applyPurge() {
-      for (auto it = rows_.begin(); it != rows_.end();) {
+      for (auto it = rows_->begin(); it != rows_->end();) {
          if (it->second->marked) {
             Key const key = it->first;
             it = erase(it);
@@ -301,7 +311,7 @@ class Table {
       }
    }
    void forget(Key const& key) {
-      erase(rows_.find(key));
+      erase(rows_->find(key));
       notify(key, nullptr);
    }
 
@@ -309,8 +319,8 @@ class Table {
    Row* remembered(Key const& key) const { return last_ != nullptr && lastKey_ == key ? last_ : nullptr; }
    Row* lookup(Key const& key) const {
       if (Row* row = remembered(key)) return row;
-      auto const it = rows_.find(key);
-      if (it == rows_.end()) return nullptr;
+      auto const it = rows_->find(key);
+      if (it == rows_->end()) return nullptr;
       remember(key, it->second.get());
       return last_;
    }
@@ -318,21 +328,22 @@ class Table {
       lastKey_ = key;
       last_ = row;
    }
-   template <class Fn>
-   void walk(typename Rows::const_iterator it, Fn& fn) const {
-      while (it != rows_.end() && fn(it->first, std::as_const(it->second->value))) ++it;
+   template <class It, class Fn>
+   void walk(It it, Fn& fn) const {
+      while (it != rows_->end() && fn(it->first, std::as_const(it->second->value))) ++it;
    }
-   typename Rows::iterator erase(typename Rows::iterator it) {
+   template <class It>
+   It erase(It it) {
       ++version_;
       last_ = nullptr;
-      return rows_.erase(it);
+      return rows_->erase(it);
    }
    void notify(Key const& key, Value const* now) const {
       for (auto const& notice : notices_) notice(key, now);
    }
 
-   Rows rows_;
-   std::uint64_t version_ = 0;  // raised by every insertion and removal
+   std::unique_ptr<Rows> rows_ = std::make_unique<Rows>();  // apart, so that a header which has tables is quick to read
+   std::uint64_t version_ = 0;                              // raised by every insertion and removal
    std::vector<Notice> notices_;
    std::unique_ptr<Binding> binding_;  // null without a state folder
    mutable Key lastKey_{};

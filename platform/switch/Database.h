@@ -1,0 +1,61 @@
+#pragma once
+
+#include <functional>
+#include <lmdb.h>
+#include <string>
+#include <string_view>
+
+namespace velm::embedded {
+
+/// One memory-mapped file of sorted keys and values, for one process at a time. A change is in the file, for all that
+/// comes after this process, as soon as its write() has returned. Not thread-safe.
+///
+/// The file's space is always allocated in full, since a page that the disk has no room for would end the process at
+/// its first touch; a file that has become too small grows by a half.
+class Database {
+ public:
+   enum class Access { readOnly, readWrite };
+
+   /// Opens the file; with readWrite one that does not exist is made. readOnly leaves no trace on it. Throws
+   /// velm::error.
+   Database(std::string path, Access access);
+   ~Database();
+   Database(Database const&) = delete;
+   Database& operator=(Database const&) = delete;
+
+   /// A change under way: nothing of it counts until write() has returned.
+   class Change {
+    public:
+      void put(std::string_view key, std::string_view value);
+      /// One that is absent is no error.
+      void del(std::string_view key);
+
+    private:
+      friend class Database;
+      explicit Change(MDB_txn* txn) : txn_(txn) {}
+      MDB_txn* txn_;
+   };
+   /// Runs change(Change&), again from the start each time that the file had to grow. Throws velm::error with nothing
+   /// changed, if the disk has no room above all.
+   template <class Fn>
+   void write(Fn&& change) {
+      while (!attempt(change)) grow();
+   }
+
+   /// Calls fn(key, value) for the keys that begin with the front, in their order.
+   void walk(std::string_view front, std::function<void(std::string_view key, std::string_view value)> const& fn);
+
+   /// Reads the file from end to end in a child process and tells whether that one lived to say that all is well: what
+   /// damage does to a mapped file is anything up to a fault.
+   static bool sound(std::string const& path);
+
+ private:
+   /// False if the file was too small for it.
+   bool attempt(std::function<void(Change&)> const& change);
+   void grow();
+
+   std::string const path_;
+   MDB_env* env_ = nullptr;
+};
+
+}  // namespace velm::embedded

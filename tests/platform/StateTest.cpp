@@ -1,0 +1,256 @@
+#include <gmock/gmock.h>
+#include <sys/resource.h>
+
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <optional>
+#include <string>
+
+#include "platform/switch/Table.h"
+#include "platform/velm/errors.h"
+
+namespace velm::embedded {
+namespace {
+
+namespace fs = std::filesystem;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+using ::testing::UnorderedElementsAre;
+
+using Texts = Table<std::string, std::string>;
+
+std::map<std::string, std::string> rowsOf(Texts const& table) {
+   std::map<std::string, std::string> rows;
+   table.walk([&](std::string const& key, std::string const& value) {
+      rows[key] = value;
+      return true;
+   });
+   return rows;
+}
+
+// A table on a state folder, as one run of the switch sees it.
+struct Boot {
+   explicit Boot(std::string const& folder) : store(folder) {
+      table.storeIs(store, StoredTable::agentOptions);
+      other.storeIs(store, StoredTable::agentStatuses);
+      store.completeIs();
+   }
+   Store store;
+   Texts table;
+   Texts other;
+};
+
+class StateTest : public ::testing::Test {
+ protected:
+   StateTest() { std::filesystem::create_directory(folder); }
+   ~StateTest() override { fs::remove_all(top); }
+
+   static std::string made() {
+      std::string pattern = fs::temp_directory_path() / "state-XXXXXX";
+      return mkdtemp(pattern.data());
+   }
+   std::string file() const { return folder + "/switch.mdb"; }
+   std::string content() const {
+      std::ifstream in(file(), std::ios::binary);
+      return {std::istreambuf_iterator<char>(in), {}};
+   }
+   // The refusal's text; empty if the folder was taken.
+   std::string refusal() const {
+      try {
+         Boot const run(folder);
+         return {};
+      } catch (StateRefused const& e) {
+         return e.what();
+      }
+   }
+
+   std::string const top = made();
+   std::string const folder = top + "/state";
+};
+
+TEST_F(StateTest, WhatWasChangedComesBackAndNothingElse) {
+   std::string const longKey(5000, 'k');
+   std::string const longerKey = longKey + "k";
+   {
+      Boot run(folder);
+      EXPECT_TRUE(run.store.fresh());
+      run.table.set("a", "1");
+      run.table.set("b", "2");
+      run.table.set("b", "3");
+      run.table.set("gone", "4");
+      run.table.del("gone");
+      run.table.set(longKey, "long");
+      run.table.set(longerKey, std::string(100000, 'v'));
+      run.table.set("", "");
+      EXPECT_TRUE(run.table.amend("a", [](std::string& value) { value += "!"; }));
+   }
+   {
+      Boot run(folder);
+      EXPECT_FALSE(run.store.fresh());
+      EXPECT_THAT(rowsOf(run.table),
+                  UnorderedElementsAre(Pair("", ""), Pair("a", "1!"), Pair("b", "3"), Pair(longKey, "long"),
+                                       Pair(longerKey, std::string(100000, 'v'))));
+      EXPECT_THAT(rowsOf(run.other), IsEmpty());
+      run.table.markAll();
+      run.table.set("a", "5");
+      run.table.del(longKey);
+      run.table.purge();
+   }
+   EXPECT_THAT(rowsOf(Boot(folder).table), UnorderedElementsAre(Pair("a", "5")));
+   EXPECT_EQ(fs::status(folder).permissions(), fs::perms::owner_all);
+   EXPECT_EQ(fs::status(file()).permissions(), fs::perms::owner_read | fs::perms::owner_write);
+}
+
+TEST_F(StateTest, ATransactionHappensWholeOrNotAtAll) {
+   {
+      Boot run(folder);
+      run.table.set("old", "1");
+      {
+         Transaction givenUp;
+         run.table.set(givenUp, "never", "1");
+         run.table.del(givenUp, "old");
+      }
+      Transaction transaction;
+      run.table.set(transaction, "new", "2");
+      EXPECT_TRUE(run.table.del(transaction, "old"));
+      EXPECT_FALSE(run.table.del(transaction, "absent"));
+      run.other.update(transaction, "count", [](std::string& value) { value += "x"; });
+      EXPECT_THAT(rowsOf(run.table), UnorderedElementsAre(Pair("old", "1")));  // reads as before
+      transaction.commit();
+      EXPECT_THAT(rowsOf(run.table), UnorderedElementsAre(Pair("new", "2")));
+   }
+   Boot run(folder);
+   EXPECT_THAT(rowsOf(run.table), UnorderedElementsAre(Pair("new", "2")));
+   EXPECT_THAT(rowsOf(run.other), UnorderedElementsAre(Pair("count", "x")));
+}
+
+TEST_F(StateTest, AFolderThatWasNeverCompleteIsFreshAgain) {
+   {
+      Store store(folder);
+      store.put("\x11half", "made");
+      fs::copy(folder + "/switch.mdb.new", folder + "/kept");
+   }
+   fs::rename(folder + "/kept", folder + "/switch.mdb.new");  // as a killed process leaves it
+   Boot const run(folder);
+   EXPECT_TRUE(run.store.fresh());
+   EXPECT_THAT(rowsOf(run.table), IsEmpty());
+   EXPECT_FALSE(fs::exists(folder + "/switch.mdb.new"));
+}
+
+// Limits the size of files as a full disk would; the signal that comes with it is not the disk's.
+class FileSizeLimit {
+ public:
+   explicit FileSizeLimit(rlim_t bytes) {
+      std::signal(SIGXFSZ, SIG_IGN);
+      getrlimit(RLIMIT_FSIZE, &before_);
+      rlimit const limit{bytes, before_.rlim_max};
+      setrlimit(RLIMIT_FSIZE, &limit);
+   }
+   ~FileSizeLimit() { setrlimit(RLIMIT_FSIZE, &before_); }
+   FileSizeLimit(FileSizeLimit const&) = delete;
+   FileSizeLimit& operator=(FileSizeLimit const&) = delete;
+
+ private:
+   rlimit before_{};
+};
+
+TEST_F(StateTest, AFullDiskIsAnErrorThatChangesNothing) {
+   std::string const value(4000, 'v');
+   std::map<std::string, std::string> accepted;
+   {
+      Boot run(folder);
+      FileSizeLimit const limit(20 << 20);
+      std::optional<std::string> why;
+      for (int i = 0; !why; ++i) {
+         ASSERT_LT(i, 10000);
+         try {
+            run.table.set(std::to_string(i), value);
+         } catch (error const& e) {
+            why = e.what();
+         }
+      }
+      EXPECT_THAT(*why, HasSubstr("takes no more of the switch's state"));
+      accepted = rowsOf(run.table);
+      EXPECT_GT(accepted.size(), 3000);
+      Transaction transaction;
+      for (int i = 0; i < 1000; ++i) run.table.set(transaction, "more" + std::to_string(i), value);
+      EXPECT_THROW(transaction.commit(), error);
+      EXPECT_EQ(rowsOf(run.table), accepted);
+      for (int i = 0; i < 100; ++i) run.table.del(std::to_string(i));  // a delete makes room for the next change
+      run.table.set("room", value);
+      accepted = rowsOf(run.table);
+   }
+   EXPECT_EQ(rowsOf(Boot(folder).table), accepted);
+}
+
+TEST_F(StateTest, AFolderInUseIsRefused) {
+   Boot const run(folder);
+   EXPECT_EQ(refusal(), "state folder " + folder + ": it is in use by another process");
+}
+
+TEST_F(StateTest, WhatCannotBeTheStateOfASwitchIsRefused) {
+   fs::remove(folder);
+   std::ofstream(folder) << "a file";
+   EXPECT_EQ(refusal(), "state folder " + folder + ": it cannot be opened: Not a directory");
+   fs::remove(folder);
+   fs::create_directory(folder);
+   std::ofstream(folder + "/letter.txt") << "mine";
+   EXPECT_EQ(refusal(), "state folder " + folder + ": it holds letter.txt and no state");
+   EXPECT_FALSE(fs::exists(file()));
+   fs::remove(folder + "/letter.txt");
+   std::ofstream(file()) << std::string(10000, 'x');
+   EXPECT_EQ(refusal(), "state folder " + folder + ": its file is not one of this switch");
+}
+
+struct Damage {
+   char const* name;
+   std::function<void(std::string& content)> inflict;
+   char const* refusal;
+};
+
+class DamageTest : public StateTest, public ::testing::WithParamInterface<Damage> {};
+
+TEST_P(DamageTest, IsRefusedAndLeftUntouched) {
+   {
+      Boot run(folder);
+      for (int i = 0; i < 2000; ++i) run.table.set("key" + std::to_string(i), "value of key " + std::to_string(i));
+   }
+   auto damaged = content();
+   GetParam().inflict(damaged);
+   std::ofstream(file(), std::ios::binary | std::ios::trunc) << damaged;
+   auto const written = fs::last_write_time(file());
+   EXPECT_THAT(refusal(), HasSubstr(GetParam().refusal));
+   EXPECT_EQ(content(), damaged);
+   EXPECT_EQ(fs::last_write_time(file()), written);
+}
+
+constexpr std::size_t pageSize = 4096;
+void scramble(std::string& content, std::size_t from, std::size_t to) {
+   for (auto i = from; i < to; ++i) content[i] = static_cast<char>(i * 37 + 11);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+   Kinds, DamageTest,
+   ::testing::Values(
+      Damage{"Empty", [](std::string& c) { c.clear(); }, "its file is truncated"},
+      Damage{"WithinItsFirstPage", [](std::string& c) { c.resize(100); }, "its file is truncated"},
+      Damage{"BeforeItsLastPage", [](std::string& c) { c.resize(10 * pageSize); }, "its file is truncated"},
+      Damage{"OfPages", [](std::string& c) { scramble(c, 2 * pageSize, 40 * pageSize); }, "its file is damaged"},
+      Damage{"OfPagesZeroed", [](std::string& c) { std::fill_n(&c[2 * pageSize], 60 * pageSize, '\0'); },
+             "its file is damaged"},
+      Damage{"OfItsFormat",
+             [](std::string& c) {
+                auto const at = c.find(std::string("\0format\0", 8));
+                ASSERT_NE(at, std::string::npos);
+                for (auto i = at; i != std::string::npos; i = c.find(std::string("\0format\0", 8), i + 1))
+                   c[i + 8] = '9';
+             },
+             "its format is '9', not '1'"}),
+   [](auto const& info) { return info.param.name; });
+
+}  // namespace
+}  // namespace velm::embedded
