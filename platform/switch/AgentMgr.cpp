@@ -40,6 +40,11 @@ AgentMgr::AgentMgr(CallLedger& ledger, MainLoop& loop)
      op_agent_id_(ledger, "agent_mgr.agent_id"),
      op_uptime_(ledger, "agent_mgr.agent_uptime") {}
 
+void AgentMgr::storeIs(Store& store) {
+   options_.storeIs(store, StoredTable::agentOptions);
+   statuses_.storeIs(store, StoredTable::agentStatuses);
+}
+
 double AgentMgr::uptime() const {
    return std::chrono::duration<double>(std::chrono::steady_clock::now() - started_).count();
 }

@@ -18,6 +18,9 @@ class AgentMgr : public agent_mgr {
  public:
    AgentMgr(CallLedger& ledger, MainLoop& loop);
 
+   /// Brings the folder's options and statuses back, without events, and keeps every change in it.
+   void storeIs(Store& store);
+
    TextTable const& options() const { return options_; }
    TextTable const& statuses() const { return statuses_; }
    double uptime() const;

@@ -53,6 +53,12 @@ void CallLedger::clearFaults() {
    for (auto& [name, operation] : operations_) operation->faults_.clear();
 }
 
+std::vector<std::string_view> CallLedger::operations() const {
+   std::vector<std::string_view> names;
+   for (auto const& [name, operation] : operations_) names.push_back(name);
+   return names;
+}
+
 std::map<std::string_view, std::uint64_t> CallLedger::calls() const {
    std::map<std::string_view, std::uint64_t> calls;
    for (auto const& [name, operation] : operations_) {

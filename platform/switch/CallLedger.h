@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "platform/velm/errors.h"
 #include "platform/velm/sdk_lock.h"
@@ -46,6 +47,8 @@ class CallLedger {
    void failNext(std::string const& operation, std::string const& error, std::string const& text, std::uint64_t times);
    /// Withdraws what is left of the faults.
    void clearFaults();
+   /// The names of all operations.
+   std::vector<std::string_view> operations() const;
    /// Calls so far by operation; zeros are left out.
    std::map<std::string_view, std::uint64_t> calls() const;
 

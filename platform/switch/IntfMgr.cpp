@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <utility>
 
 #include "platform/switch/Iterators.h"
@@ -24,38 +25,106 @@ IntfMgr::IntfMgr(CallLedger& ledger, MainLoop& loop)
    table_.set(intf_id_t("Management1"), {});
 }
 
-void IntfMgr::dataplaneIs(Dataplane& dataplane) {
-   dataplane_ = &dataplane;
-   table_.walk([&](intf_id_t const& intf, Intf const& row) {
-      dataplane.intfIs(intf, row.operStatus());
+void IntfMgr::storeIs(Store& store) {
+   std::vector<intf_id_t> atFirst;
+   table_.walk([&](intf_id_t const& intf, Intf const&) {
+      atFirst.push_back(intf);
       return true;
    });
-   table_.onChange([&](intf_id_t const& intf, Intf const* now) {
-      dataplane.intfIs(intf, now == nullptr ? oper_status_t::unknown : now->operStatus());
+   table_.storeIs(store, StoredTable::intfs);
+   for (auto const& intf : atFirst) tellDataplane(intf);  // of those that were pulled, that they are gone
+   table_.walk([&](intf_id_t const& intf, Intf const&) {
+      tellDataplane(intf);
+      return true;
    });
+}
+
+void IntfMgr::dataplaneIs(Dataplane& dataplane) {
+   dataplane_ = &dataplane;
+   table_.walk([&](intf_id_t const& intf, Intf const&) {
+      tellDataplane(intf);
+      return true;
+   });
+}
+
+void IntfMgr::tellDataplane(intf_id_t intf) {
+   if (dataplane_ != nullptr) dataplane_->intfIs(intf, operStatus(intf));
+}
+
+oper_status_t IntfMgr::operStatus(intf_id_t intf) const {
+   Intf const* const row = table_.find(intf);
+   if (row == nullptr) return oper_status_t::unknown;
+   bool const heldDown =
+      !row->adminEnabled || std::ranges::any_of(followers_, [&](auto* follower) { return follower->holdsDown(intf); });
+   return heldDown ? oper_status_t::down : row->link;
+}
+
+void IntfMgr::demand(intf_id_t intf) const {
+   if (!table_.contains(intf)) throw configuration_error(fmt::format("no such interface {}", intf.to_string()));
 }
 
 template <class Fn>
 void IntfMgr::raise(intf_id_t intf, Fn fn) {
-   loop_.post([this, intf, fn] { notify(intf, fn); });
+   loop_.post([this, intf, fn = std::move(fn)] { notify(intf, fn); });
+}
+
+void IntfMgr::watch(Change& change, intf_id_t intf) {
+   Intf const* const row = table_.find(intf);
+   if (row == nullptr) return;
+   change.then([this, intf, before = *row, status = operStatus(intf)] { raiseDifferences(intf, before, status); });
+}
+
+void IntfMgr::raiseDifferences(intf_id_t intf, Intf const& before, oper_status_t statusBefore) {
+   Intf const* const now = table_.find(intf);
+   if (now == nullptr) return;
+   auto const status = operStatus(intf);
+   if (status != statusBefore) tellDataplane(intf);
+   if (now->adminEnabled != before.adminEnabled) {
+      raise(intf, [intf, on = now->adminEnabled](intf_handler& handler) { handler.on_admin_enabled(intf, on); });
+   }
+   if (status != statusBefore) raise(intf, [intf, status](intf_handler& h) { h.on_oper_status(intf, status); });
+   if (now->description != before.description) {
+      raise(intf, [intf, text = now->description](intf_handler& h) { h.on_intf_description(intf, text); });
+   }
 }
 
 template <class Fn>
-void IntfMgr::change(intf_id_t intf, Fn&& fn) {
-   Intf const* const present = table_.find(intf);
-   if (present == nullptr) throw configuration_error(fmt::format("no such interface {}", intf.to_string()));
-   Intf const before = *present;
-   table_.amend(intf, fn);
-   Intf const& after = *present;
-   if (before.adminEnabled != after.adminEnabled) {
-      raise(intf, [intf, on = after.adminEnabled](intf_handler& handler) { handler.on_admin_enabled(intf, on); });
-   }
-   if (before.operStatus() != after.operStatus()) {
-      raise(intf, [intf, status = after.operStatus()](intf_handler& h) { h.on_oper_status(intf, status); });
-   }
-   if (before.description != after.description) {
-      raise(intf, [intf, text = after.description](intf_handler& h) { h.on_intf_description(intf, text); });
-   }
+void IntfMgr::amend(intf_id_t intf, Fn&& fn) {
+   demand(intf);
+   Change change;
+   watch(change, intf);
+   for (auto* follower : followers_) follower->intfChanged(change, intf);
+   table_.update(change.rows(), intf, fn);
+   change.commit();
+}
+
+void IntfMgr::create(intf_id_t intf) {
+   if (intf == intf_id_t()) throw invalid_argument_error("an interface needs a name");
+   if (table_.contains(intf)) return;
+   Change change;
+   table_.set(change.rows(), intf, {});
+   change.then([this, intf] {
+      tellDataplane(intf);
+      raise(intf, [intf](intf_handler& handler) { handler.on_intf_create(intf); });
+   });
+   for (auto* follower : followers_) follower->intfCreated(change, intf);
+   change.commit();
+}
+
+void IntfMgr::remove(intf_id_t intf) {
+   if (!table_.contains(intf)) return;
+   Change change;
+   for (auto* follower : followers_) follower->intfRemoved(change, intf);
+   table_.del(change.rows(), intf);
+   change.then([this, intf] {
+      tellDataplane(intf);
+      raise(intf, [intf](intf_handler& handler) { handler.on_intf_delete(intf); });
+   });
+   change.commit();
+}
+
+void IntfMgr::linkIs(intf_id_t intf, oper_status_t link) {
+   amend(intf, [&](Intf& row) { row.link = link; });
 }
 
 intf_iter_t IntfMgr::intf_iter() const {
@@ -86,7 +155,7 @@ bool IntfMgr::admin_enabled(intf_id_t intf) const {
 
 void IntfMgr::admin_enabled_is(intf_id_t intf, bool enabled) {
    Call const call(admin_enabled_is_);
-   change(intf, [&](Intf& row) { row.adminEnabled = enabled; });
+   amend(intf, [&](Intf& row) { row.adminEnabled = enabled; });
 }
 
 std::string IntfMgr::description(intf_id_t intf) const {
@@ -97,45 +166,12 @@ std::string IntfMgr::description(intf_id_t intf) const {
 
 void IntfMgr::description_is(intf_id_t intf, std::string const& description) {
    Call const call(description_is_);
-   change(intf, [&](Intf& row) { row.description = description; });
+   amend(intf, [&](Intf& row) { row.description = description; });
 }
 
 oper_status_t IntfMgr::oper_status(intf_id_t intf) const {
    Call const call(oper_status_);
-   Intf const* row = table_.find(intf);
-   return row == nullptr ? oper_status_t::unknown : row->operStatus();
-}
-
-void IntfMgr::create(intf_id_t intf) {
-   if (intf == intf_id_t()) throw invalid_argument_error("an interface needs a name");
-   if (table_.contains(intf)) return;
-   table_.set(intf, {});
-   raise(intf, [intf](intf_handler& handler) { handler.on_intf_create(intf); });
-}
-
-void IntfMgr::remove(intf_id_t intf) {
-   if (table_.del(intf)) raise(intf, [intf](intf_handler& handler) { handler.on_intf_delete(intf); });
-}
-
-void IntfMgr::linkIs(intf_id_t intf, oper_status_t link) {
-   change(intf, [&](Intf& row) { row.link = link; });
-}
-
-IntfCounterMgr::IntfCounterMgr(CallLedger& ledger, IntfTable const& intfs)
-   : intfs_(intfs),
-     intf_counters_(ledger, "intf_counter_mgr.intf_counters"),
-     intf_traffic_rates_(ledger, "intf_counter_mgr.intf_traffic_rates") {}
-
-intf_counters_t IntfCounterMgr::intf_counters(intf_id_t intf) const {
-   Call const call(intf_counters_);
-   Intf const* row = intfs_.find(intf);
-   return row == nullptr ? intf_counters_t() : row->counters;
-}
-
-intf_traffic_rates_t IntfCounterMgr::intf_traffic_rates(intf_id_t intf) const {
-   Call const call(intf_traffic_rates_);
-   Intf const* row = intfs_.find(intf);
-   return row == nullptr ? intf_traffic_rates_t() : row->rates;
+   return operStatus(intf);
 }
 
 }  // namespace velm::embedded

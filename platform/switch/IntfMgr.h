@@ -1,8 +1,10 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "platform/switch/CallLedger.h"
+#include "platform/switch/Change.h"
 #include "platform/switch/Dataplane.h"
 #include "platform/switch/MainLoop.h"
 #include "platform/switch/Table.h"
@@ -10,26 +12,59 @@
 
 namespace velm::embedded {
 
-/// An interface as the switch keeps it.
+/// An interface as the switch keeps it; what it does at any moment follows from more than this (see operStatus).
 struct Intf {
    bool adminEnabled = true;
    oper_status_t link = oper_status_t::up;
    std::string description;
-   intf_counters_t counters;
-   intf_traffic_rates_t rates;
 
-   oper_status_t operStatus() const { return adminEnabled ? link : oper_status_t::down; }
+   static constexpr auto attributes() {
+      return std::tuple{attribute{"admin_enabled", &Intf::adminEnabled}, attribute{"link", &Intf::link},
+                        attribute{"description", &Intf::description}};
+   }
 };
 using IntfTable = Table<intf_id_t, Intf>;
+
+/// A part of the switch that hangs on interfaces and takes part in their changes. Each call stages its rows in the
+/// change and has it raise the events of them; tables read as before it. Called under the SDK lock.
+class IntfFollower {
+ public:
+   virtual ~IntfFollower() = default;
+   /// The interface's own event comes first.
+   virtual void intfCreated(Change&, intf_id_t) {}
+   /// Its states change; its own events come first.
+   virtual void intfChanged(Change&, intf_id_t) {}
+   /// The interface's own event comes last.
+   virtual void intfRemoved(Change&, intf_id_t) {}
+   /// Whether the interface is down although its link is not.
+   virtual bool holdsDown(intf_id_t) const { return false; }
+};
 
 /// Interfaces: 32 Ethernet ports and a management port at first, all enabled and up.
 class IntfMgr : public intf_mgr {
  public:
    IntfMgr(CallLedger& ledger, MainLoop& loop);
 
+   void storeIs(Store& store);
    /// The dataplane learns of every interface there is, and from then on of every change.
    void dataplaneIs(Dataplane& dataplane);
-   IntfTable& table() { return table_; }
+   /// Tells the dataplane the state of the interface; for who has brought back what that follows from.
+   void tellDataplane(intf_id_t intf);
+   /// Followers are asked in the order in which they came. They are not owned and stay.
+   void followerIs(IntfFollower& follower) { followers_.push_back(&follower); }
+
+   IntfTable const& table() const { return table_; }
+   /// Unknown for an interface that does not exist.
+   oper_status_t operStatus(intf_id_t intf) const;
+   /// Throws configuration_error for an interface that does not exist.
+   void demand(intf_id_t intf) const;
+
+   /// Creates the interface if it does not exist. Throws invalid_argument_error for the empty name.
+   void create(intf_id_t intf);
+   /// Removes it and all that hangs on it; one that is absent is no error.
+   void remove(intf_id_t intf);
+   /// Has the change raise the events of what it alters of the interface, directly or not.
+   void watch(Change& change, intf_id_t intf);
 
    intf_iter_t intf_iter() const override;
    bool exists(intf_id_t intf) const override;
@@ -41,24 +76,20 @@ class IntfMgr : public intf_mgr {
    void description_is(intf_id_t intf, std::string const& description) override;
    oper_status_t oper_status(intf_id_t intf) const override;
 
-   // The world outside, for the command line.
-
-   /// Creates the interface if it does not exist. Throws invalid_argument_error for the empty name.
-   void create(intf_id_t intf);
-   /// Removes it; one that is absent is no error.
-   void remove(intf_id_t intf);
+   /// The world outside, under the SDK lock: throws configuration_error for an interface that does not exist.
    void linkIs(intf_id_t intf, oper_status_t link);
 
  private:
-   /// Changes an interface and raises what changed: the admin state's event before that of the oper state.
    template <class Fn>
-   void change(intf_id_t intf, Fn&& fn);
+   void amend(intf_id_t intf, Fn&& fn);
+   void raiseDifferences(intf_id_t intf, Intf const& before, oper_status_t statusBefore);
    template <class Fn>
    void raise(intf_id_t intf, Fn fn);
 
    IntfTable table_;
    MainLoop& loop_;
    Dataplane* dataplane_ = nullptr;
+   std::vector<IntfFollower*> followers_;
 
    mutable Operation intf_iter_;
    mutable Operation exists_;
@@ -69,18 +100,6 @@ class IntfMgr : public intf_mgr {
    mutable Operation description_;
    mutable Operation description_is_;
    mutable Operation oper_status_;
-};
-
-class IntfCounterMgr : public intf_counter_mgr {
- public:
-   IntfCounterMgr(CallLedger& ledger, IntfTable const& intfs);
-   intf_counters_t intf_counters(intf_id_t intf) const override;
-   intf_traffic_rates_t intf_traffic_rates(intf_id_t intf) const override;
-
- private:
-   IntfTable const& intfs_;
-   mutable Operation intf_counters_;
-   mutable Operation intf_traffic_rates_;
 };
 
 }  // namespace velm::embedded

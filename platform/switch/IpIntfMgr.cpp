@@ -2,9 +2,21 @@
 
 #include <fmt/format.h>
 
-namespace velm::embedded {
+#include <utility>
 
-IpIntfMgr::IpIntfMgr(CallLedger& ledger, MainLoop& loop, IntfTable& intfs)
+namespace velm::embedded {
+namespace {
+
+void check(std::set<ip_addr_mask_t> const& addrs) {
+   for (auto const& addr : addrs) {
+      if (addr.af() == af_t::none) throw invalid_argument_error("a null address is no address of an interface");
+      check_length(addr);
+   }
+}
+
+}  // namespace
+
+IpIntfMgr::IpIntfMgr(CallLedger& ledger, MainLoop& loop, IntfMgr& intfs)
    : loop_(loop),
      intfs_(intfs),
      exists_(ledger, "ip_intf_mgr.exists"),
@@ -15,73 +27,109 @@ IpIntfMgr::IpIntfMgr(CallLedger& ledger, MainLoop& loop, IntfTable& intfs)
      merge_mode_(ledger, "ip_intf_mgr.ip_addr_merge_mode"),
      merge_mode_is_(ledger, "ip_intf_mgr.ip_addr_merge_mode_is"),
      vlan_(ledger, "ip_intf_mgr.internal_vlan_id") {
-   intfs_.onChange([this](intf_id_t const& intf, Intf const* now) {
-      if (now == nullptr) table_.del(intf);
-   });
+   intfs_.followerIs(*this);
 }
 
-std::set<ip_addr_mask_t> IpIntfMgr::addrsOf(intf_id_t intf) const {
-   IpIntf const* row = table_.find(intf);
-   return row == nullptr ? std::set<ip_addr_mask_t>() : row->addrs;
+void IpIntfMgr::storeIs(Store& store) {
+   table_.storeIs(store, StoredTable::ipIntfs);
+   settings_.storeIs(store, StoredTable::ipIntfSettings);
 }
 
-void IpIntfMgr::replace(intf_id_t intf, std::set<ip_addr_mask_t> const& addrs) {
-   if (!intfs_.contains(intf)) throw configuration_error(fmt::format("no such interface {}", intf.to_string()));
-   for (auto const& addr : addrs) check_length(addr);
-   auto const before = addrsOf(intf);
-   table_.update(intf, [&](IpIntf& row) { row.addrs = addrs; });
-   for (auto const& addr : before) {
-      if (addrs.contains(addr)) continue;
-      loop_.post([this, intf, addr] { notify(intf, [&](ip_intf_handler& h) { h.on_ip_addr_del(intf, addr); }); });
+IpIntf IpIntfMgr::row(intf_id_t intf) const {
+   IpIntf const* const row = table_.find(intf);
+   return row == nullptr ? IpIntf() : *row;
+}
+
+template <class Fn>
+void IpIntfMgr::raise(Change& change, intf_id_t intf, Fn fn) {
+   change.then([this, intf, fn = std::move(fn)] { loop_.post([this, intf, fn] { notify(intf, fn); }); });
+}
+
+void IpIntfMgr::watch(Change& change, intf_id_t intf, IpIntf const& before, IpIntf const& after) {
+   for (auto const& addr : before.addrs) {
+      if (after.addrs.contains(addr)) continue;
+      raise(change, intf, [intf, addr](ip_intf_handler& handler) { handler.on_ip_addr_del(intf, addr); });
    }
-   for (auto const& addr : addrs) {
-      if (before.contains(addr)) continue;
-      loop_.post([this, intf, addr] { notify(intf, [&](ip_intf_handler& h) { h.on_ip_addr_add(intf, addr); }); });
+   for (auto const& addr : after.addrs) {
+      if (before.addrs.contains(addr)) continue;
+      raise(change, intf, [intf, addr](ip_intf_handler& handler) { handler.on_ip_addr_add(intf, addr); });
    }
+   if (auto const vlan = after.internalVlanId; vlan != before.internalVlanId) {
+      raise(change, intf, [intf, vlan](ip_intf_handler& handler) { handler.on_internal_vlan_id(intf, vlan); });
+   }
+}
+
+void IpIntfMgr::rowIs(intf_id_t intf, IpIntf next) {
+   Change change;
+   watch(change, intf, row(intf), next);
+   table_.set(change.rows(), intf, std::move(next));
+   change.commit();
+}
+
+void IpIntfMgr::addrsAre(intf_id_t intf, std::set<ip_addr_mask_t> const& addrs) {
+   intfs_.demand(intf);
+   check(addrs);
+   auto next = row(intf);
+   next.addrs = addrs;
+   rowIs(intf, std::move(next));
+}
+
+void IpIntfMgr::internalVlanIs(intf_id_t intf, unsigned short vlan) {
+   intfs_.demand(intf);
+   auto next = row(intf);
+   next.internalVlanId = vlan;
+   rowIs(intf, std::move(next));
+}
+
+void IpIntfMgr::intfRemoved(Change& change, intf_id_t intf) {
+   watch(change, intf, row(intf), {});
+   table_.del(change.rows(), intf);
+   settings_.del(change.rows(), intf);
 }
 
 bool IpIntfMgr::exists(intf_id_t intf) const {
    Call const call(exists_);
-   return intfs_.contains(intf);
+   return intfs_.table().contains(intf);
 }
 
 std::set<ip_addr_mask_t> IpIntfMgr::ip_addrs(intf_id_t intf) const {
    Call const call(ip_addrs_);
-   return addrsOf(intf);
+   return row(intf).addrs;
 }
 
 void IpIntfMgr::ip_addrs_is(intf_id_t intf, std::set<ip_addr_mask_t> const& addrs) {
    Call const call(ip_addrs_is_);
-   replace(intf, addrs);
+   addrsAre(intf, addrs);
 }
 
 void IpIntfMgr::ip_addr_add(intf_id_t intf, ip_addr_mask_t const& addr) {
    Call const call(ip_addr_add_);
-   auto addrs = addrsOf(intf);
+   auto addrs = row(intf).addrs;
    addrs.insert(addr);
-   replace(intf, addrs);
+   addrsAre(intf, addrs);
 }
 
 void IpIntfMgr::ip_addr_del(intf_id_t intf, ip_addr_mask_t const& addr) {
    Call const call(ip_addr_del_);
-   auto addrs = addrsOf(intf);
-   if (addrs.erase(addr) > 0) replace(intf, addrs);
+   auto addrs = row(intf).addrs;
+   if (addrs.erase(addr) > 0) addrsAre(intf, addrs);
 }
 
-bool IpIntfMgr::ip_addr_merge_mode() const {
+bool IpIntfMgr::ip_addr_merge_mode(intf_id_t intf) const {
    Call const call(merge_mode_);
-   return mergeMode_;
+   IpIntfSettings const* const settings = settings_.find(intf);
+   return settings != nullptr && settings->mergeMode;
 }
 
-void IpIntfMgr::ip_addr_merge_mode_is(bool merge) {
+void IpIntfMgr::ip_addr_merge_mode_is(intf_id_t intf, bool merge) {
    Call const call(merge_mode_is_);
-   mergeMode_ = merge;
+   intfs_.demand(intf);
+   settings_.set(intf, {merge});
 }
 
 unsigned short IpIntfMgr::internal_vlan_id(intf_id_t intf) const {
    Call const call(vlan_);
-   IpIntf const* row = table_.find(intf);
-   return row == nullptr ? static_cast<unsigned short>(0) : row->internalVlanId;
+   return row(intf).internalVlanId;
 }
 
 }  // namespace velm::embedded

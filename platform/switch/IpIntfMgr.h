@@ -14,30 +14,54 @@ namespace velm::embedded {
 struct IpIntf {
    std::set<ip_addr_mask_t> addrs;
    unsigned short internalVlanId = 0;
+
+   static constexpr auto attributes() {
+      return std::tuple{attribute{"ip_addrs", &IpIntf::addrs}, attribute{"internal_vlan_id", &IpIntf::internalVlanId}};
+   }
 };
 
-/// Addresses of interfaces; they go with their interface.
-class IpIntfMgr : public ip_intf_mgr {
+/// What an agent asked for the handling of an interface's addresses.
+struct IpIntfSettings {
+   bool mergeMode = false;
+
+   static constexpr auto attributes() {
+      return std::tuple{attribute{"ip_addr_merge_mode", &IpIntfSettings::mergeMode}};
+   }
+};
+
+/// Addresses of interfaces; they go with their interface. A row is there when something in it was set.
+class IpIntfMgr : public ip_intf_mgr, public IntfFollower {
  public:
-   IpIntfMgr(CallLedger& ledger, MainLoop& loop, IntfTable& intfs);
+   IpIntfMgr(CallLedger& ledger, MainLoop& loop, IntfMgr& intfs);
+
+   void storeIs(Store& store);
+   /// The world outside: throws configuration_error for an interface that does not exist.
+   void internalVlanIs(intf_id_t intf, unsigned short vlan);
 
    bool exists(intf_id_t intf) const override;
    std::set<ip_addr_mask_t> ip_addrs(intf_id_t intf) const override;
    void ip_addrs_is(intf_id_t intf, std::set<ip_addr_mask_t> const& addrs) override;
    void ip_addr_add(intf_id_t intf, ip_addr_mask_t const& addr) override;
    void ip_addr_del(intf_id_t intf, ip_addr_mask_t const& addr) override;
-   bool ip_addr_merge_mode() const override;
-   void ip_addr_merge_mode_is(bool merge) override;
+   bool ip_addr_merge_mode(intf_id_t intf) const override;
+   void ip_addr_merge_mode_is(intf_id_t intf, bool merge) override;
    unsigned short internal_vlan_id(intf_id_t intf) const override;
 
+   void intfRemoved(Change& change, intf_id_t intf) override;
+
  private:
-   std::set<ip_addr_mask_t> addrsOf(intf_id_t intf) const;
-   void replace(intf_id_t intf, std::set<ip_addr_mask_t> const& addrs);
+   IpIntf row(intf_id_t intf) const;
+   void rowIs(intf_id_t intf, IpIntf next);
+   void addrsAre(intf_id_t intf, std::set<ip_addr_mask_t> const& addrs);
+   /// Has the change raise what differs between the two.
+   void watch(Change& change, intf_id_t intf, IpIntf const& before, IpIntf const& after);
+   template <class Fn>
+   void raise(Change& change, intf_id_t intf, Fn fn);
 
    MainLoop& loop_;
-   IntfTable& intfs_;
+   IntfMgr& intfs_;
    Table<intf_id_t, IpIntf> table_;
-   bool mergeMode_ = false;
+   Table<intf_id_t, IpIntfSettings> settings_;
 
    mutable Operation exists_;
    mutable Operation ip_addrs_;

@@ -61,9 +61,8 @@ class SnapshotIter : public iter_impl<T> {
    T const* current() const override { return index_ < elements_.size() ? &elements_[index_] : nullptr; }
    void advance() override {
       sdk_scoped_lock const lock;
-      do {
-         ++index_;
-      } while (index_ < elements_.size() && !stillThere_(elements_[index_]));
+      while (index_ < elements_.size() && !(++index_ < elements_.size() && stillThere_(elements_[index_]))) {
+      }
    }
 
  private:

@@ -3,12 +3,15 @@
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
+#include <concepts>
 #include <forward_list>
+#include <list>
 #include <map>
 #include <set>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <unordered_set>
 #include <vector>
 
 #include "platform/velm/attribute.h"
@@ -62,8 +65,8 @@ void writeJson(JsonWriter& json, T const& value) { writeJson(json, std::string_v
 template <class T>
 requires(has_attributes<T> && !isJsonText<T>) void writeJson(JsonWriter& json, T const& value);
 
-template <class T>
-void writeJson(JsonWriter& json, std::map<unsigned short, T> const& indexed);
+template <std::unsigned_integral Index, class T>
+void writeJson(JsonWriter& json, std::map<Index, T> const& indexed);
 
 template <class List>
 void writeList(JsonWriter& json, List const& list) {
@@ -80,11 +83,20 @@ void writeJson(JsonWriter& json, std::forward_list<T> const& list) {
    writeList(json, list);
 }
 template <class T>
-void writeJson(JsonWriter& json, std::set<T> const& list) {
+void writeJson(JsonWriter& json, std::list<T> const& list) {
    writeList(json, list);
 }
 template <class T>
-void writeJson(JsonWriter& json, std::map<unsigned short, T> const& indexed) {
+void writeJson(JsonWriter& json, std::set<T> const& list) {
+   writeList(json, list);
+}
+/// In ascending order, so that one value has one text.
+template <class T>
+void writeJson(JsonWriter& json, std::unordered_set<T> const& list) {
+   writeList(json, std::set<T>(list.begin(), list.end()));
+}
+template <std::unsigned_integral Index, class T>
+void writeJson(JsonWriter& json, std::map<Index, T> const& indexed) {
    json.StartObject();
    for (auto const& [index, element] : indexed) {
       writeKey(json, std::to_string(index));
@@ -103,7 +115,7 @@ void writeMember(JsonWriter& json, std::string_view key, T const& value) {
 /// The members of a value's attributes, without the braces; the attribute named `without` is left out.
 template <has_attributes T>
 void writeAttributes(JsonWriter& json, T const& value, std::string_view without = {}) {
-   for_each_attribute(value, [&](char const* name, auto const& attribute) {
+   for_each_shown_attribute(value, [&](char const* name, auto const& attribute) {
       if (name != without) writeMember(json, name, attribute);
    });
 }

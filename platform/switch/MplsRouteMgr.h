@@ -1,6 +1,9 @@
 #pragma once
 
+#include <absl/container/flat_hash_map.h>
+
 #include "platform/switch/CallLedger.h"
+#include "platform/switch/MainLoop.h"
 #include "platform/switch/StoredVia.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/mpls_route.h"
@@ -9,51 +12,83 @@ namespace velm::embedded {
 
 /// An MPLS route as the switch keeps it, under its key.
 struct MplsRoute {
+   mpls_fec_id_t fec;
    StoredVias<mpls_route_via_t> vias;
 
    void mark(bool marked) { markVias(vias, marked); }
    bool prunable() const { return anyMarked(vias); }
    void prune() { dropMarked(vias); }
-   static constexpr auto attributes() { return std::tuple{attribute{"vias", &MplsRoute::vias}}; }
+   static constexpr auto attributes() {
+      return std::tuple{attribute{"fec", &MplsRoute::fec}, attribute{"vias", &MplsRoute::vias}};
+   }
 };
 using MplsRouteTable = Table<mpls_route_key_t, MplsRoute>;
 using MplsVrfLabelTable = Table<mpls_label_t, mpls_vrf_label_t>;
 
+/// MPLS routes. The dataplane can program every one, so what is programmed is what is asked for.
 class MplsRouteMgr : public mpls_route_mgr {
  public:
-   explicit MplsRouteMgr(CallLedger& ledger);
+   MplsRouteMgr(CallLedger& ledger, MainLoop& loop);
+
+   /// Brings the folder's routes back, with the ids of their FECs, and keeps every change in it.
+   void storeIs(Store& store);
+
    MplsRouteTable const& table() const { return table_; }
+
+   /// Raises an event of a FEC, whether there is such a FEC or not.
+   void simulateFecSet(mpls_fec_id_t fec);
+   void simulateFecDel(mpls_fec_id_t fec);
 
    void resync_init() override;
    void resync_complete() override;
    mpls_route_iter_t mpls_route_iter() const override;
+   mpls_route_status_iter_t mpls_route_status_iter() const override;
    mpls_route_via_iter_t mpls_route_via_iter(mpls_route_key_t const& key) const override;
+   mpls_route_via_status_iter_t mpls_route_via_status_iter(mpls_route_key_t const& key) const override;
+   mpls_route_via_status_iter_t mpls_route_via_status_iter(mpls_fec_id_t fec) const override;
    bool exists(mpls_route_key_t const& key) const override;
    bool exists(mpls_route_via_t const& via) const override;
    void mpls_route_set(mpls_route_t const& route) override;
    void mpls_route_del(mpls_route_key_t const& key) override;
    void mpls_route_via_set(mpls_route_via_t const& via) override;
    void mpls_route_via_del(mpls_route_via_t const& via) override;
+   mpls_fec_id_t fec_id(mpls_route_key_t const& key) const override;
+   std::uint32_t metric(mpls_route_key_t const& key) const override;
 
  private:
    bool holds(mpls_route_via_t const& via) const;
+   mpls_route_via_iter_t iterOfVias(MplsRoute const* route) const;
+   void raiseSet(mpls_route_key_t const& key, mpls_fec_id_t fec);
+   void raiseDel(mpls_route_key_t const& key, mpls_fec_id_t fec);
 
+   MainLoop& loop_;
    MplsRouteTable table_;
+   // Both follow the table, and are rebuilt when it is brought back.
+   absl::flat_hash_map<mpls_fec_id_t, MplsRoute const*> fecs_;  // rows never move
+   mpls_fec_id_t lastFec_;                                      // the highest that was ever given
 
    mutable Operation resync_init_;
    mutable Operation resync_complete_;
    mutable Operation iter_;
+   mutable Operation status_iter_;
    mutable Operation via_iter_;
+   mutable Operation via_status_iter_;
    mutable Operation exists_;
    mutable Operation set_;
    mutable Operation del_;
    mutable Operation via_set_;
    mutable Operation via_del_;
+   mutable Operation fec_id_;
+   mutable Operation metric_;
 };
 
+/// The labels that are popped and looked up in a VRF.
 class MplsVrfLabelMgr : public mpls_vrf_label_mgr {
  public:
    explicit MplsVrfLabelMgr(CallLedger& ledger);
+
+   /// Brings the folder's labels back and keeps every change in it.
+   void storeIs(Store& store);
    MplsVrfLabelTable const& table() const { return table_; }
 
    void resync_init() override;

@@ -22,12 +22,15 @@ NexthopGroupMgr::NexthopGroupMgr(CallLedger& ledger)
 void NexthopGroupMgr::dataplaneIs(Dataplane& dataplane) {
    table_.onChange([&](std::string const& name, nexthop_group_t const* now) {
       if (now == nullptr) {
+         counters_.del(name);
          dataplane.groupDel(name);
       } else {
          dataplane.groupIs(*now);
       }
    });
 }
+
+void NexthopGroupMgr::storeIs(Store& store) { table_.storeIs(store, StoredTable::nexthopGroups); }
 
 void NexthopGroupMgr::resync_init() {
    Call const call(resync_init_);
@@ -67,16 +70,27 @@ bool NexthopGroupMgr::active(std::string const& name) const {
    return status != nullptr && status->active;
 }
 
-bool NexthopGroupMgr::programmed_nexthop_group(std::string const& name) const {
+nexthop_group_t NexthopGroupMgr::programmed_nexthop_group(std::string const& name) const {
    Call const call(programmed_);
-   return statuses_.contains(name);
+   // A change shows here a moment early: the loop's next turn programs it.
+   nexthop_group_t const* group = statuses_.contains(name) ? table_.find(name) : nullptr;
+   if (group == nullptr) throw invalid_argument_error(fmt::format("no such programmed nexthop group {}", name));
+   return *group;
 }
 
 nexthop_group_entry_counter_t NexthopGroupMgr::counter(std::string const& name, unsigned short entry) const {
    Call const call(counter_);
    nexthop_group_t const* group = table_.find(name);
-   bool const present = group != nullptr && group->nexthops().contains(entry);
-   return present ? nexthop_group_entry_counter_t(0, 0) : nexthop_group_entry_counter_t();
+   if (group == nullptr || !group->nexthops().contains(entry)) return {};
+   if (auto const* counters = counters_.find(name)) {
+      if (auto const it = counters->find(entry); it != counters->end()) return it->second;
+   }
+   return {0, 0};
+}
+
+void NexthopGroupMgr::counterIs(std::string const& name, unsigned short entry,
+                                nexthop_group_entry_counter_t const& counter) {
+   counters_.update(name, [&](auto& counters) { counters[entry] = counter; });
 }
 
 void NexthopGroupMgr::nexthop_group_set(nexthop_group_t const& group) {
@@ -90,13 +104,18 @@ void NexthopGroupMgr::nexthop_group_del(std::string const& name) {
    table_.del(name);
 }
 
+template <class Fn>
+void NexthopGroupMgr::changeStatus(std::string const& name, Fn fn) {
+   if (table_.contains(name)) statuses_.update(name, fn);
+}
+
 void NexthopGroupMgr::groupProgrammed(std::string const& name, unsigned short version) {
-   statuses_.update(name, [&](NexthopGroupStatus& status) { status.version = version; });
+   changeStatus(name, [&](NexthopGroupStatus& status) { status.version = version; });
    notify(name, [&](nexthop_group_handler& handler) { handler.on_nexthop_group_programmed(name, version); });
 }
 
 void NexthopGroupMgr::groupActive(std::string const& name, bool active) {
-   statuses_.update(name, [&](NexthopGroupStatus& status) { status.active = active; });
+   changeStatus(name, [&](NexthopGroupStatus& status) { status.active = active; });
    notify(name, [&](nexthop_group_handler& handler) { handler.on_nexthop_group_active(name, active); });
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <string>
 
 #include "platform/switch/CallLedger.h"
@@ -18,6 +19,8 @@ struct NexthopGroupStatus {
    bool active = false;
 };
 using NexthopGroupStatusTable = Table<std::string, NexthopGroupStatus>;
+/// By group, then by entry; entries without traffic are left out.
+using NexthopGroupCounterTable = Table<std::string, std::map<unsigned short, nexthop_group_entry_counter_t>>;
 
 /// Nexthop groups: what was asked for, and beside it what the dataplane reported.
 class NexthopGroupMgr : public nexthop_group_mgr, public DataplaneReports {
@@ -25,8 +28,13 @@ class NexthopGroupMgr : public nexthop_group_mgr, public DataplaneReports {
    explicit NexthopGroupMgr(CallLedger& ledger);
 
    void dataplaneIs(Dataplane& dataplane);
+   /// Brings the folder's groups back, to be programmed anew, and keeps every change in it.
+   void storeIs(Store& store);
    NexthopGroupTable const& table() const { return table_; }
    NexthopGroupStatusTable const& statuses() const { return statuses_; }
+
+   /// Sets the counter of an entry. It goes with the group and can be read while the group has the entry.
+   void counterIs(std::string const& name, unsigned short entry, nexthop_group_entry_counter_t const& counter);
 
    void resync_init() override;
    void resync_complete() override;
@@ -35,7 +43,7 @@ class NexthopGroupMgr : public nexthop_group_mgr, public DataplaneReports {
    bool exists(std::string const& name) const override;
    nexthop_group_t nexthop_group(std::string const& name) const override;
    bool active(std::string const& name) const override;
-   bool programmed_nexthop_group(std::string const& name) const override;
+   nexthop_group_t programmed_nexthop_group(std::string const& name) const override;
    nexthop_group_entry_counter_t counter(std::string const& name, unsigned short entry) const override;
    void nexthop_group_set(nexthop_group_t const& group) override;
    void nexthop_group_del(std::string const& name) override;
@@ -45,8 +53,13 @@ class NexthopGroupMgr : public nexthop_group_mgr, public DataplaneReports {
    void groupGone(std::string const& name) override;
 
  private:
+   /// A report about a group that has been deleted meanwhile leaves no status behind.
+   template <class Fn>
+   void changeStatus(std::string const& name, Fn fn);
+
    NexthopGroupTable table_;
    NexthopGroupStatusTable statuses_;
+   NexthopGroupCounterTable counters_;
 
    mutable Operation resync_init_;
    mutable Operation resync_complete_;

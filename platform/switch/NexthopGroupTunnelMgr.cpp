@@ -1,5 +1,7 @@
 #include "platform/switch/NexthopGroupTunnelMgr.h"
 
+#include <fmt/format.h>
+
 #include "platform/switch/Iterators.h"
 
 namespace velm::embedded {
@@ -9,8 +11,11 @@ NexthopGroupTunnelMgr::NexthopGroupTunnelMgr(CallLedger& ledger)
      resync_complete_(ledger, "nexthop_group_tunnel_mgr.resync_complete"),
      iter_(ledger, "nexthop_group_tunnel_mgr.nexthop_group_tunnel_iter"),
      exists_(ledger, "nexthop_group_tunnel_mgr.exists"),
+     tunnel_(ledger, "nexthop_group_tunnel_mgr.nexthop_group_tunnel"),
      set_(ledger, "nexthop_group_tunnel_mgr.nexthop_group_tunnel_set"),
      del_(ledger, "nexthop_group_tunnel_mgr.nexthop_group_tunnel_del") {}
+
+void NexthopGroupTunnelMgr::storeIs(Store& store) { table_.storeIs(store, StoredTable::nexthopGroupTunnels); }
 
 void NexthopGroupTunnelMgr::resync_init() {
    Call const call(resync_init_);
@@ -30,6 +35,15 @@ nexthop_group_tunnel_iter_t NexthopGroupTunnelMgr::nexthop_group_tunnel_iter() c
 bool NexthopGroupTunnelMgr::exists(ip_prefix_t const& endpoint) const {
    Call const call(exists_);
    return table_.contains(endpoint);
+}
+
+nexthop_group_tunnel_t NexthopGroupTunnelMgr::nexthop_group_tunnel(ip_prefix_t const& endpoint) const {
+   Call const call(tunnel_);
+   nexthop_group_tunnel_t const* tunnel = table_.find(endpoint);
+   if (tunnel == nullptr) {
+      throw invalid_argument_error(fmt::format("no such nexthop-group tunnel {}", endpoint.to_string()));
+   }
+   return *tunnel;
 }
 
 void NexthopGroupTunnelMgr::nexthop_group_tunnel_set(nexthop_group_tunnel_t const& tunnel) {

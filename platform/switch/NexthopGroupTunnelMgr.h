@@ -12,12 +12,15 @@ using NexthopGroupTunnelTable = Table<ip_prefix_t, nexthop_group_tunnel_t>;
 class NexthopGroupTunnelMgr : public nexthop_group_tunnel_mgr {
  public:
    explicit NexthopGroupTunnelMgr(CallLedger& ledger);
+   /// Brings the folder's tunnels back and keeps every change in it.
+   void storeIs(Store& store);
    NexthopGroupTunnelTable const& table() const { return table_; }
 
    void resync_init() override;
    void resync_complete() override;
    nexthop_group_tunnel_iter_t nexthop_group_tunnel_iter() const override;
    bool exists(ip_prefix_t const& endpoint) const override;
+   nexthop_group_tunnel_t nexthop_group_tunnel(ip_prefix_t const& endpoint) const override;
    void nexthop_group_tunnel_set(nexthop_group_tunnel_t const& tunnel) override;
    void nexthop_group_tunnel_del(ip_prefix_t const& endpoint) override;
 
@@ -28,6 +31,7 @@ class NexthopGroupTunnelMgr : public nexthop_group_tunnel_mgr {
    mutable Operation resync_complete_;
    mutable Operation iter_;
    mutable Operation exists_;
+   mutable Operation tunnel_;
    mutable Operation set_;
    mutable Operation del_;
 };

@@ -25,12 +25,37 @@ void SimulatedDataplane::groupDel(std::string const& name) {
    loop_.post([this, name] { forget(name); });
 }
 
+void SimulatedDataplane::sbfdIs(sbfd_echo_session_key_t const& key, sbfd_interval_t interval, bool rttEnabled) {
+   loop_.post([this, key, interval, rttEnabled] { sbfd_.sessionIs(key, interval, rttEnabled); });
+}
+
+void SimulatedDataplane::sbfdDel(sbfd_echo_session_key_t const& key) {
+   loop_.post([this, key] { sbfd_.sessionDel(key); });
+}
+
 void SimulatedDataplane::intfIs(intf_id_t intf, oper_status_t status) {
    loop_.post([this, intf, status] {
-      bool const changed = status == oper_status_t::up ? up_.insert(intf).second : up_.erase(intf) > 0;
+      bool const up = status == oper_status_t::up;
+      bool const changed = up ? up_.insert(intf).second : up_.erase(intf) > 0;
+      if (!changed) return;
+      sbfd_.intfIs(intf, up);
       auto const it = groupsByIntf_.find(intf);
-      if (!changed || it == groupsByIntf_.end()) return;
+      if (it == groupsByIntf_.end()) return;
       for (auto const& name : it->second) refresh(name, groups_.at(name));
+   });
+}
+
+void SimulatedDataplane::simulateProgrammed(std::string const& name, unsigned short version) {
+   loop_.post([this, name, version] {
+      if (auto const it = groups_.find(name); it != groups_.end()) it->second.version = version;
+      reports_.groupProgrammed(name, version);
+   });
+}
+
+void SimulatedDataplane::simulateActive(std::string const& name, bool active) {
+   loop_.post([this, name, active] {
+      if (auto const it = groups_.find(name); it != groups_.end()) it->second.active = active;
+      reports_.groupActive(name, active);
    });
 }
 

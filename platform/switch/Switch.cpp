@@ -8,25 +8,61 @@ Switch::Switch()
    : loop(Loom::TaskSchedulerRoot::findOrCreateScheduler()),
      agent(ledger, loop),
      intfs(ledger, loop),
-     intfCounters(ledger, intfs.table()),
-     ipIntfs(ledger, loop, intfs.table()),
+     intfCounters(ledger, intfs),
+     ipIntfs(ledger, loop, intfs),
+     ethLagIntfs(ledger, loop, intfs),
+     macsec(ledger, loop, intfs),
      ipRoutes(ledger),
-     mplsRoutes(ledger),
+     mplsRoutes(ledger, loop),
      mplsVrfLabels(ledger),
      nexthopGroups(ledger),
      nexthopGroupTunnels(ledger),
-     dataplane(loop, nexthopGroups),
+     bfdSessions(ledger, loop),
+     bgpPaths(ledger, loop),
+     acls(ledger),
+     classMaps(ledger),
+     policyMaps(ledger, loop),
+     dataplane(loop, nexthopGroups, bfdSessions, policyMaps),
      vapi(ledger, *this) {
    std::signal(SIGPIPE, SIG_IGN);  // a reader of the trace that went away must not take the agent along
+   std::signal(SIGXFSZ, SIG_IGN);  // nor a limit to the state's file: that is an error like a full disk
    intfs.dataplaneIs(dataplane);
    nexthopGroups.dataplaneIs(dataplane);
+   bfdSessions.dataplaneIs(dataplane);
+   policyMaps.dataplaneIs(dataplane);
 }
+
+Switch::~Switch() = default;
 
 std::optional<Switch::Failure> Switch::configure(std::vector<std::string> const& commands) {
    CallLedger::Inside const inside(ledger);
    auto const response = vapi.run_config_cmds(commands);
    if (response.success()) return std::nullopt;
    return Failure{response.responses().size(), response.error_message()};
+}
+
+void Switch::stateIs(std::string const& folder) {
+   store = std::make_unique<Store>(folder);
+   sdk_scoped_lock const lock;
+   storeIs(*store);
+   store->completeIs();
+}
+
+void Switch::storeIs(Store& folder) {
+   agent.storeIs(folder);
+   intfs.storeIs(folder);
+   ipIntfs.storeIs(folder);
+   ethLagIntfs.storeIs(folder);
+   macsec.storeIs(folder);
+   ipRoutes.storeIs(folder);
+   mplsRoutes.storeIs(folder);
+   mplsVrfLabels.storeIs(folder);
+   nexthopGroups.storeIs(folder);
+   nexthopGroupTunnels.storeIs(folder);
+   bfdSessions.storeIs(folder);
+   acls.storeIs(folder);
+   classMaps.storeIs(folder);
+   policyMaps.storeIs(folder);
 }
 
 void Switch::run() {

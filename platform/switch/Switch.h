@@ -1,20 +1,29 @@
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
 
+#include "platform/switch/AclMgr.h"
 #include "platform/switch/AgentMgr.h"
+#include "platform/switch/BfdSessionMgr.h"
+#include "platform/switch/BgpPathMgr.h"
 #include "platform/switch/CallLedger.h"
+#include "platform/switch/ClassMapMgr.h"
+#include "platform/switch/EthLagIntfMgr.h"
+#include "platform/switch/IntfCounterMgr.h"
 #include "platform/switch/IntfMgr.h"
 #include "platform/switch/IpIntfMgr.h"
 #include "platform/switch/IpRouteMgr.h"
+#include "platform/switch/MacsecMgr.h"
 #include "platform/switch/MainLoop.h"
 #include "platform/switch/MplsRouteMgr.h"
 #include "platform/switch/NexthopGroupMgr.h"
 #include "platform/switch/NexthopGroupTunnelMgr.h"
+#include "platform/switch/PolicyMapMgr.h"
 #include "platform/switch/SimulatedDataplane.h"
-#include "platform/switch/UnbuiltMgrs.h"
+#include "platform/switch/Store.h"
 #include "platform/switch/VapiMgr.h"
 
 namespace velm::embedded {
@@ -24,6 +33,9 @@ namespace velm::embedded {
 class Switch {
  public:
    Switch();
+   ~Switch();  // out of line: what goes with it is half of all tables' code
+   Switch(Switch const&) = delete;
+   Switch& operator=(Switch const&) = delete;
 
    /// Why a list of commands stopped, and how many were carried out before.
    struct Failure {
@@ -32,29 +44,38 @@ class Switch {
    };
    /// Carries configuration commands out, before the agent is initialised.
    std::optional<Failure> configure(std::vector<std::string> const& commands);
+   /// Brings back what the folder holds and keeps every change in it from now on; before the agent is initialised.
+   /// Throws StateRefused; the switch is then of no use any more.
+   void stateIs(std::string const& folder);
+   /// Where the state is kept; empty without a folder.
+   std::string stateFolder() const { return store ? store->path() : std::string(); }
    /// Calls on_initialized and turns the loop until the agent has stopped.
    void run();
 
+   std::unique_ptr<Store> store;  // null without a state folder
    CallLedger ledger;
    MainLoop loop;
    AgentMgr agent;
    IntfMgr intfs;
    IntfCounterMgr intfCounters;
    IpIntfMgr ipIntfs;
+   EthLagIntfMgr ethLagIntfs;
+   MacsecMgr macsec;
    IpRouteMgr ipRoutes;
    MplsRouteMgr mplsRoutes;
    MplsVrfLabelMgr mplsVrfLabels;
    NexthopGroupMgr nexthopGroups;
    NexthopGroupTunnelMgr nexthopGroupTunnels;
-   SimulatedDataplane dataplane;
-   AclMgr acls;
    BfdSessionMgr bfdSessions;
    BgpPathMgr bgpPaths;
+   AclMgr acls;
    ClassMapMgr classMaps;
-   EthLagIntfMgr ethLagIntfs;
-   MacsecMgr macsec;
    PolicyMapMgr policyMaps;
+   SimulatedDataplane dataplane;
    VapiMgr vapi;
+
+ private:
+   void storeIs(Store& folder);
 };
 
 }  // namespace velm::embedded

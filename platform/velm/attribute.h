@@ -17,6 +17,20 @@ struct attribute {
 template <class Owner, class Member>
 attribute(char const*, Member Owner::*) -> attribute<Owner, Member>;
 
+/// One that no text may show, JSON above all.
+template <class Owner, class Member>
+struct secret_attribute {
+   char const* name;
+   Member Owner::*member;
+};
+template <class Owner, class Member>
+secret_attribute(char const*, Member Owner::*) -> secret_attribute<Owner, Member>;
+
+template <class T>
+inline constexpr bool is_secret = false;
+template <class Owner, class Member>
+inline constexpr bool is_secret<secret_attribute<Owner, Member>> = true;
+
 template <class T>
 concept has_attributes = requires {
    T::attributes();
@@ -28,6 +42,16 @@ template <class T, class Fn>
 requires has_attributes<std::remove_const_t<T>>
 void for_each_attribute(T& value, Fn&& fn) {
    std::apply([&](auto const&... a) { (fn(a.name, value.*a.member), ...); }, std::remove_const_t<T>::attributes());
+}
+
+/// The same without the secret ones.
+template <class T, class Fn>
+requires has_attributes<std::remove_const_t<T>>
+void for_each_shown_attribute(T& value, Fn&& fn) {
+   auto const show = [&]<class Attribute>(Attribute const& a) {
+      if constexpr (!is_secret<Attribute>) fn(a.name, value.*a.member);
+   };
+   std::apply([&](auto const&... a) { (show(a), ...); }, std::remove_const_t<T>::attributes());
 }
 
 /// The absl hash of every value type, and through it of every key of a hash table.

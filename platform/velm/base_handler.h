@@ -50,6 +50,13 @@ class base_mgr {
       }
    }
 
+   /// Whether any handler watches anything at all: if not, an event need not even be queued. Under the SDK lock.
+   bool watched() const {
+      for (auto const& [handler, watches] : handlers_) {
+         if (watches.all || !watches.keys.empty()) return true;
+      }
+      return false;
+   }
    /// Calls fn(key) for every key that some handler watches, once each, and fn(nullptr) first if one watches them all.
    template <class Fn>
    void for_each_watched(Fn&& fn) const {

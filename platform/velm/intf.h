@@ -15,7 +15,7 @@ namespace velm {
 
 enum class oper_status_t : std::uint8_t { unknown = 0, up = 1, down = 2 };
 
-/// The counters of an interface since it exists.
+/// The counters of an interface since it exists. Its manager fills it through attributes().
 class intf_counters_t {
  public:
    std::uint64_t out_ucast_pkts() const { return out_ucast_pkts_; }
@@ -67,13 +67,14 @@ class intf_counters_t {
    double sample_time_ = 0;
 };
 
-/// The traffic of an interface, per second.
+/// The traffic of an interface, per second. Its manager fills it through attributes().
 class intf_traffic_rates_t {
  public:
    double out_pkts_rate() const { return out_pkts_rate_; }
    double in_pkts_rate() const { return in_pkts_rate_; }
    double out_bits_rate() const { return out_bits_rate_; }
    double in_bits_rate() const { return in_bits_rate_; }
+   /// When the rates were taken, in seconds since the epoch.
    double sample_time() const { return sample_time_; }
 
    auto operator<=>(intf_traffic_rates_t const&) const = default;
@@ -105,15 +106,18 @@ class intf_handler : public base_handler<intf_mgr, intf_handler> {
    void watch_all_intfs(bool on);
    void watch_intf(intf_id_t intf, bool on);
 
+   /// Its first states raise no events of their own.
    virtual void on_intf_create(intf_id_t /*intf*/) {}
+   /// Comes behind the events of all that went with the interface.
    virtual void on_intf_delete(intf_id_t /*intf*/) {}
    virtual void on_oper_status(intf_id_t /*intf*/, oper_status_t /*status*/) {}
    virtual void on_admin_enabled(intf_id_t /*intf*/, bool /*enabled*/) {}
    virtual void on_intf_description(intf_id_t /*intf*/, std::string const& /*description*/) {}
 };
 
-/// The interfaces of the switch. Thread-safe: each operation is atomic. An attribute of an unknown interface reads as
-/// its default; setting one throws configuration_error.
+/// The interfaces of the switch. Thread-safe: each operation is atomic. A change of the admin state raises its event,
+/// then that of the oper state if that changed too; what is set to what it was raises nothing. An attribute of an
+/// unknown interface reads as its default; setting one throws configuration_error.
 class intf_mgr : public base_mgr<intf_handler, intf_id_t> {
  public:
    virtual ~intf_mgr() = default;
@@ -127,7 +131,8 @@ class intf_mgr : public base_mgr<intf_handler, intf_id_t> {
    virtual void admin_enabled_is(intf_id_t intf, bool enabled) = 0;
    virtual std::string description(intf_id_t intf) const = 0;
    virtual void description_is(intf_id_t intf, std::string const& description) = 0;
-   /// Down while the interface is disabled, else the state of its link.
+   /// Down while the interface is disabled, else the state of its link; a Port-Channel is also down while it has too
+   /// few active members.
    virtual oper_status_t oper_status(intf_id_t intf) const = 0;
 };
 

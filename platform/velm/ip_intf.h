@@ -19,30 +19,39 @@ class ip_intf_handler : public base_handler<ip_intf_mgr, ip_intf_handler> {
    using base_handler::base_handler;
 
    void watch_all_ip_intfs(bool on);
+   void watch_ip_intf(intf_id_t intf, bool on);
 
    virtual void on_ip_addr_add(intf_id_t /*intf*/, ip_addr_mask_t const& /*addr*/) {}
    virtual void on_ip_addr_del(intf_id_t /*intf*/, ip_addr_mask_t const& /*addr*/) {}
+   /// 0 when the interface has none any more.
    virtual void on_internal_vlan_id(intf_id_t /*intf*/, unsigned short /*vlan*/) {}
 };
 
-/// The addresses of interfaces. Thread-safe: each operation is atomic.
+/// The IP side of interfaces, which goes with them. Thread-safe: each operation is atomic, and on any error nothing has
+/// changed. An attribute of an unknown interface reads as its default; setting one throws configuration_error.
 class ip_intf_mgr : public base_mgr<ip_intf_handler, intf_id_t> {
  public:
    virtual ~ip_intf_mgr() = default;
 
+   /// Whether there is such an interface.
    virtual bool exists(intf_id_t intf) const = 0;
    virtual std::set<ip_addr_mask_t> ip_addrs(intf_id_t intf) const = 0;
-   /// Replaces all addresses of the interface. Setting throws configuration_error for an unknown interface and
-   /// invalid_range_error for a mask longer than its family.
+   /// Replaces all addresses of the interface. Throws invalid_argument_error for a null address and invalid_range_error
+   /// for a mask longer than its family.
    virtual void ip_addrs_is(intf_id_t intf, std::set<ip_addr_mask_t> const& addrs) = 0;
+   /// Adds one address; throws as ip_addrs_is does.
    virtual void ip_addr_add(intf_id_t intf, ip_addr_mask_t const& addr) = 0;
+   /// An address that the interface does not have is no error.
    virtual void ip_addr_del(intf_id_t intf, ip_addr_mask_t const& addr) = 0;
-   virtual bool ip_addr_merge_mode() const = 0;
-   virtual void ip_addr_merge_mode_is(bool merge) = 0;
+   /// Whether the agent's addresses join those of the switch's configuration instead of replacing them. The switch
+   /// keeps it and does nothing else with it.
+   virtual bool ip_addr_merge_mode(intf_id_t intf) const = 0;
+   virtual void ip_addr_merge_mode_is(intf_id_t intf, bool merge) = 0;
    /// The VLAN that the switch uses inside for the interface; 0 for none.
    virtual unsigned short internal_vlan_id(intf_id_t intf) const = 0;
 };
 
 inline void ip_intf_handler::watch_all_ip_intfs(bool on) { get_mgr()->watch_all(this, on); }
+inline void ip_intf_handler::watch_ip_intf(intf_id_t intf, bool on) { get_mgr()->watch(this, intf, on); }
 
 }  // namespace velm

@@ -140,8 +140,9 @@ class ip_route_mgr {
 
    /// Walks the default VRF by prefix, then preference.
    virtual ip_route_iter_t ip_route_iter() const = 0;
-   /// The vias of a route of the default VRF, in the order in which they were set; none for an unknown route.
+   /// The vias of a route in the order in which they were set; none for an unknown route.
    virtual ip_route_via_iter_t ip_route_via_iter(ip_route_key_t const& key) const = 0;
+   virtual ip_route_via_iter_t ip_route_via_iter(ip_route_key_t const& key, std::string const& vrf) const = 0;
 
    virtual bool exists(ip_route_key_t const& key) const = 0;
    virtual bool exists(ip_route_key_t const& key, std::string const& vrf) const = 0;

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <compare>
+#include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <tuple>
 
@@ -33,4 +35,25 @@ class mpls_label_t {
    std::uint32_t label_ = 0;
 };
 
+/// Names a forwarding equivalence class: what the dataplane holds for one route. 0 is none.
+class mpls_fec_id_t {
+ public:
+   mpls_fec_id_t() = default;
+   explicit mpls_fec_id_t(unsigned long id) : id_(id) {}
+
+   unsigned long id() const { return id_; }
+   std::size_t hash() const { return std::hash<unsigned long>()(id_); }
+
+   auto operator<=>(mpls_fec_id_t const&) const = default;
+   static constexpr auto attributes() { return std::tuple{attribute{"id", &mpls_fec_id_t::id_}}; }
+
+ private:
+   unsigned long id_ = 0;
+};
+
 }  // namespace velm
+
+template <>
+struct std::hash<velm::mpls_fec_id_t> {
+   std::size_t operator()(velm::mpls_fec_id_t fec) const noexcept { return fec.hash(); }
+};

@@ -28,8 +28,7 @@ class mpls_route_key_t {
  public:
    mpls_route_key_t() = default;
    mpls_route_key_t(mpls_label_t label, unsigned char metric) : labels_{label}, metric_(metric) {}
-   mpls_route_key_t(std::vector<mpls_label_t> labels, unsigned char metric)
-      : labels_(std::move(labels)), metric_(metric) {}
+   mpls_route_key_t(std::vector<mpls_label_t> const& labels, unsigned char metric) : labels_(labels), metric_(metric) {}
 
    std::vector<mpls_label_t> const& labels() const { return labels_; }
    unsigned char metric() const { return metric_; }
@@ -137,13 +136,45 @@ class mpls_vrf_label_t {
 
 using mpls_route_iter_impl = iter_impl<mpls_route_t>;
 using mpls_route_iter_t = iter_base<mpls_route_t, mpls_route_iter_impl>;
+using mpls_route_status_iter_impl = iter_impl<mpls_route_key_t>;
+using mpls_route_status_iter_t = iter_base<mpls_route_key_t, mpls_route_status_iter_impl>;
 using mpls_route_via_iter_impl = iter_impl<mpls_route_via_t>;
 using mpls_route_via_iter_t = iter_base<mpls_route_via_t, mpls_route_via_iter_impl>;
+using mpls_route_via_status_iter_impl = iter_impl<mpls_route_via_t>;
+using mpls_route_via_status_iter_t = iter_base<mpls_route_via_t, mpls_route_via_status_iter_impl>;
 using mpls_vrf_label_iter_impl = iter_impl<mpls_vrf_label_t>;
 using mpls_vrf_label_iter_t = iter_base<mpls_vrf_label_t, mpls_vrf_label_iter_impl>;
 
+class mpls_route_mgr;
+
+/// Receives the events of MPLS routes and of their FECs, on the main loop. Of one change the route's event comes first.
+class mpls_route_handler : public base_handler<mpls_route_mgr, mpls_route_handler> {
+ public:
+   using base_handler::base_handler;
+
+   void watch_all_mpls_routes(bool on);
+
+   /// The route was set, whether it is new or not.
+   virtual void on_mpls_route_set(mpls_route_key_t const& key, mpls_fec_id_t fec) {
+      if (key.labels().size() == 1) on_mpls_route_set(key.labels().front(), fec);
+   }
+   /// The route is gone.
+   virtual void on_mpls_route_del(mpls_route_key_t const& key) {
+      if (key.labels().size() == 1) on_mpls_route_del(key.labels().front());
+   }
+   virtual void on_mpls_fec_set(mpls_fec_id_t /*fec*/) {}
+   virtual void on_mpls_fec_del(mpls_fec_id_t /*fec*/) {}
+
+   // The older form of the events, for routes of one label; not called where the form above is overridden.
+   virtual void on_mpls_route_set(mpls_label_t /*label*/, mpls_fec_id_t /*fec*/) {}
+   virtual void on_mpls_route_del(mpls_label_t /*label*/) {}
+};
+
 /// The MPLS routes of the switch. Thread-safe: each operation is atomic.
-class mpls_route_mgr {
+///
+/// Each route has a FEC, whose id is the route's alone while the route lives. Setting and deleting a route, be it by a
+/// resync, raises the events of the route and of its FEC; vias raise none.
+class mpls_route_mgr : public base_mgr<mpls_route_handler, mpls_route_key_t> {
  public:
    virtual ~mpls_route_mgr() = default;
 
@@ -153,8 +184,13 @@ class mpls_route_mgr {
    virtual void resync_complete() = 0;
 
    virtual mpls_route_iter_t mpls_route_iter() const = 0;
+   /// The routes that the switch has programmed.
+   virtual mpls_route_status_iter_t mpls_route_status_iter() const = 0;
    /// The vias of a route in the order in which they were set; none for an unknown route.
    virtual mpls_route_via_iter_t mpls_route_via_iter(mpls_route_key_t const& key) const = 0;
+   /// The same of what the switch has programmed, by the route or by its FEC.
+   virtual mpls_route_via_status_iter_t mpls_route_via_status_iter(mpls_route_key_t const& key) const = 0;
+   virtual mpls_route_via_status_iter_t mpls_route_via_status_iter(mpls_fec_id_t fec) const = 0;
 
    virtual bool exists(mpls_route_key_t const& key) const = 0;
    /// A via is told by all of its attributes.
@@ -167,7 +203,14 @@ class mpls_route_mgr {
    /// Throws configuration_error if there is no such route.
    virtual void mpls_route_via_set(mpls_route_via_t const& via) = 0;
    virtual void mpls_route_via_del(mpls_route_via_t const& via) = 0;
+
+   /// 0 for an unknown route.
+   virtual mpls_fec_id_t fec_id(mpls_route_key_t const& key) const = 0;
+   /// 0 for an unknown route.
+   virtual std::uint32_t metric(mpls_route_key_t const& key) const = 0;
 };
+
+inline void mpls_route_handler::watch_all_mpls_routes(bool on) { get_mgr()->watch_all(this, on); }
 
 /// The labels that are popped and looked up in a VRF. Thread-safe: each operation is atomic.
 class mpls_vrf_label_mgr {

@@ -185,13 +185,20 @@ class nexthop_group_handler : public base_handler<nexthop_group_mgr, nexthop_gro
    /// Traffic can, or can no longer, leave through the group.
    virtual void on_nexthop_group_active(std::string const& /*name*/, bool /*active*/) {}
    /// The switch has programmed the group; the version grows by one each time, modulo 65536.
-   virtual void on_nexthop_group_programmed(std::string const& name, unsigned short /*version*/) {
+   virtual void on_nexthop_group_programmed(std::string const& /*name*/, unsigned short /*version*/) {}
+};
+
+/// The same for handlers that may still know the programmed event in its older form.
+class nexthop_group_handler_v2 : public nexthop_group_handler {
+ public:
+   using nexthop_group_handler::nexthop_group_handler;
+
+   void on_nexthop_group_programmed(std::string const& name, unsigned short /*version*/) override {
       on_nexthop_group_programmed(name);
    }
-   /// The event's older form, without the version.
+   /// Without the version; not called where the form above is overridden.
    virtual void on_nexthop_group_programmed(std::string const& /*name*/) {}
 };
-using nexthop_group_handler_v2 = nexthop_group_handler;
 
 /// The nexthop groups of the switch, by name. Thread-safe: each operation is atomic. A group that is set is programmed
 /// later, in order, on the main loop.
@@ -213,8 +220,9 @@ class nexthop_group_mgr : public base_mgr<nexthop_group_handler, std::string> {
    virtual nexthop_group_t nexthop_group(std::string const& name) const = 0;
    /// Whether traffic can leave through the group; false for an unknown one.
    virtual bool active(std::string const& name) const = 0;
-   /// Whether the switch has programmed the group.
-   virtual bool programmed_nexthop_group(std::string const& name) const = 0;
+   /// A group that the switch has programmed. Throws invalid_argument_error for any other name.
+   virtual nexthop_group_t programmed_nexthop_group(std::string const& name) const = 0;
+   /// Not valid for an unknown group or entry.
    virtual nexthop_group_entry_counter_t counter(std::string const& name, unsigned short entry) const = 0;
 
    /// Creates the group, or replaces the one of that name whole. Throws invalid_argument_error for an empty name.

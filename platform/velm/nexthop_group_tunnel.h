@@ -53,6 +53,8 @@ class nexthop_group_tunnel_mgr {
    virtual nexthop_group_tunnel_iter_t nexthop_group_tunnel_iter() const = 0;
 
    virtual bool exists(ip_prefix_t const& endpoint) const = 0;
+   /// Throws invalid_argument_error for an endpoint without a tunnel.
+   virtual nexthop_group_tunnel_t nexthop_group_tunnel(ip_prefix_t const& endpoint) const = 0;
    /// Creates or replaces. Throws invalid_range_error for an endpoint longer than its family.
    virtual void nexthop_group_tunnel_set(nexthop_group_tunnel_t const& tunnel) = 0;
    /// One that is absent is no error.

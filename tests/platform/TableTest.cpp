@@ -4,7 +4,6 @@
 
 #include "platform/switch/IpRouteMgr.h"
 #include "platform/switch/Iterators.h"
-#include "platform/switch/MplsRouteMgr.h"
 #include "platform/switch/Table.h"
 
 namespace velm::embedded {
@@ -189,6 +188,10 @@ TEST_F(IpRouteMgrTest, VrfsAndActionsAreKeptApart) {
    mgr.ip_route_set(ip_route_t(key("11.0.0.0/8")), "red");
    mgr.ip_route_via_set(via("11.0.0.0/8", "g"), "red");
    EXPECT_TRUE(mgr.exists(via("11.0.0.0/8", "g"), "red"));
+   auto viasOfRed = mgr.ip_route_via_iter(key("11.0.0.0/8"), "red");
+   EXPECT_TRUE(viasOfRed && viasOfRed->nexthop_group() == "g");
+   EXPECT_FALSE(mgr.ip_route_via_iter(key("11.0.0.0/8"), "blue"));
+   EXPECT_THAT(vias("11.0.0.0/8"), ElementsAre());
    EXPECT_FALSE(mgr.exists(key("11.0.0.0/8")));
    EXPECT_THROW(mgr.ip_route_via_set(via("11.0.0.0/8", "g"), "blue"), configuration_error);
    EXPECT_THROW(mgr.ip_route(key("11.0.0.0/8"), "blue"), invalid_argument_error);
@@ -196,32 +199,6 @@ TEST_F(IpRouteMgrTest, VrfsAndActionsAreKeptApart) {
    EXPECT_TRUE(mgr.table("red").empty());
    EXPECT_THROW(mgr.ip_route_set(ip_route_t(ip_route_key_t(ip_prefix_t(ip_addr_t("::1"), 129)))), invalid_range_error);
    EXPECT_EQ(ledger.calls().at("ip_route_mgr.exists"), 2);
-}
-
-TEST(MplsRouteMgrTest, ViasAreToldByAllTheirAttributes) {
-   CallLedger ledger;
-   MplsRouteMgr mgr(ledger);
-   mpls_route_key_t const key(mpls_label_t(100), 0);
-   mpls_route_via_t push(key, mpls_action_t::push);
-   EXPECT_THROW(mgr.mpls_route_via_set(push), configuration_error);
-   mgr.mpls_route_set(mpls_route_t(key));
-   mgr.mpls_route_via_set(push);
-   mgr.mpls_route_via_set(push);
-   mpls_route_via_t other = push;
-   other.pushswap_label_is(mpls_label_t(7));
-   EXPECT_FALSE(mgr.exists(other));
-   mgr.mpls_route_via_set(other);
-   int vias = 0;
-   for (auto it = mgr.mpls_route_via_iter(key); it; ++it) {
-      ++vias;
-      mgr.mpls_route_via_del(other);  // gone before the walk reaches it
-   }
-   EXPECT_EQ(vias, 1);
-   mgr.resync_init();
-   mgr.mpls_route_set(mpls_route_t(key));
-   mgr.resync_complete();
-   EXPECT_TRUE(mgr.exists(key));
-   EXPECT_FALSE(mgr.exists(push));
 }
 
 }  // namespace

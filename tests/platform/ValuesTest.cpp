@@ -9,6 +9,7 @@
 #include "platform/velm/ip_route.h"
 #include "platform/velm/mpls.h"
 #include "platform/velm/nexthop_group.h"
+#include "platform/velm/policy_map.h"
 
 namespace velm {
 namespace {
@@ -87,6 +88,30 @@ TEST(JsonTest, ValuesFollowTheirAttributes) {
       ::testing::AllOf(::testing::HasSubstr(R"("name":"g\"1","type":3)"),
                        ::testing::HasSubstr(R"("nexthops":{"3":{"nexthop":"","child_nexthop_group":"",)"
                                             R"("intf":"","mpls_action":{"action_type":1,"label_stack":[5,6]}}})")));
+}
+
+TEST(PolicyMapActionTest, ActionsAreToldByTheirNexthopsInWhateverOrder) {
+   auto const nexthops = [](std::vector<char const*> const& texts) {
+      std::unordered_set<ip_addr_t> addresses(texts.size() * 100);
+      for (auto const* text : texts) addresses.insert(ip_addr_t(std::string(text)));
+      policy_map_action_t action(policy_action_type_t::nexthop);
+      action.nexthops_is(addresses);
+      return action;
+   };
+   auto other = nexthops({"10.0.0.1"});
+   other.dscp_is(64);
+   std::set<policy_map_action_t> const set{nexthops({"10.0.0.1", "10.0.0.2", "::1"}),
+                                           nexthops({"::1", "10.0.0.2", "10.0.0.1"}),
+                                           nexthops({"10.0.0.1", "10.0.0.2"}),
+                                           nexthops({"10.0.0.2"}),
+                                           nexthops({}),
+                                           nexthops({"10.0.0.1"}),
+                                           other};
+   EXPECT_EQ(set.size(), 6);
+   for (auto const& action : set) {
+      EXPECT_TRUE(set.contains(action));
+      EXPECT_EQ(action <=> action, std::strong_ordering::equal);
+   }
 }
 
 }  // namespace

@@ -43,13 +43,16 @@ pb::nexthop_group_msg groupMsg(std::string const& name, std::string const& intf,
    return group;
 }
 
-AgentTest::AgentTest(std::vector<std::string> arguments)
-   : agent_(std::make_unique<AgentProcess>(AgentProcess::Options{AGENT_PROGRAM, {}, std::move(arguments)})),
-     channel_(agent_->channel()),
-     client_(pb::velmsdk_service::NewStub(channel_)),
-     vapi_(velm::remote::VapiMgrService::NewStub(channel_)) {}
+AgentTest::AgentTest(std::vector<std::string> arguments) : arguments_(std::move(arguments)) {}
 
-void AgentTest::SetUp() {
+void AgentTest::SetUp() { restart(); }
+
+void AgentTest::restart() {
+   agent_.reset();
+   agent_ = std::make_unique<AgentProcess>(AgentProcess::Options{AGENT_PROGRAM, {}, arguments_});
+   channel_ = agent_->channel();
+   client_ = pb::velmsdk_service::NewStub(channel_);
+   vapi_ = velm::remote::VapiMgrService::NewStub(channel_);
    ASSERT_TRUE(channel_->WaitForConnected(std::chrono::system_clock::now() + std::chrono::seconds(20)))
       << agent_->stderrText();
 }

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "cli/support/AgentProcess.h"
+#include "cli/support/TempFolder.h"
 #include "remote/vapi.grpc.pb.h"
 #include "velmsdk.grpc.pb.h"
 
@@ -33,6 +34,9 @@ class AgentTest : public ::testing::Test {
    explicit AgentTest(std::vector<std::string> arguments = {"--trace", "VelmSdkRpc/0"});
    void SetUp() override;
    void TearDown() override;
+
+   /// A new agent with the same arguments, and channels to it; the one before is killed if it still runs.
+   void restart();
 
    AgentProcess& agent() { return *agent_; }
    pb::velmsdk_service::Stub& client() { return *client_; }
@@ -68,6 +72,7 @@ class AgentTest : public ::testing::Test {
    int waitForEnd(std::chrono::milliseconds timeout = std::chrono::seconds(20));
 
  private:
+   std::vector<std::string> const arguments_;
    std::unique_ptr<AgentProcess> agent_;
    std::shared_ptr<grpc::Channel> channel_;
    std::unique_ptr<pb::velmsdk_service::Stub> client_;

@@ -47,6 +47,7 @@ class MockIpRouteMgr : public velm::ip_route_mgr {
    MOCK_METHOD(void, resync_complete, (), (override));
    MOCK_METHOD(velm::ip_route_iter_t, ip_route_iter, (), (const, override));
    MOCK_METHOD(velm::ip_route_via_iter_t, ip_route_via_iter, (key const&), (const, override));
+   MOCK_METHOD(velm::ip_route_via_iter_t, ip_route_via_iter, (key const&, std::string const&), (const, override));
    MOCK_METHOD(bool, exists, (key const&), (const, override));
    MOCK_METHOD(bool, exists, (key const&, std::string const&), (const, override));
    MOCK_METHOD(bool, exists, (via const&), (const, override));
@@ -66,16 +67,24 @@ class MockIpRouteMgr : public velm::ip_route_mgr {
 
 class MockMplsRouteMgr : public velm::mpls_route_mgr {
  public:
+   using key = velm::mpls_route_key_t;
+   using via = velm::mpls_route_via_t;
    MOCK_METHOD(void, resync_init, (), (override));
    MOCK_METHOD(void, resync_complete, (), (override));
    MOCK_METHOD(velm::mpls_route_iter_t, mpls_route_iter, (), (const, override));
-   MOCK_METHOD(velm::mpls_route_via_iter_t, mpls_route_via_iter, (velm::mpls_route_key_t const&), (const, override));
-   MOCK_METHOD(bool, exists, (velm::mpls_route_key_t const&), (const, override));
-   MOCK_METHOD(bool, exists, (velm::mpls_route_via_t const&), (const, override));
+   MOCK_METHOD(velm::mpls_route_status_iter_t, mpls_route_status_iter, (), (const, override));
+   MOCK_METHOD(velm::mpls_route_via_iter_t, mpls_route_via_iter, (key const&), (const, override));
+   MOCK_METHOD(velm::mpls_route_via_status_iter_t, mpls_route_via_status_iter, (key const&), (const, override));
+   MOCK_METHOD(velm::mpls_route_via_status_iter_t, mpls_route_via_status_iter, (velm::mpls_fec_id_t),
+               (const, override));
+   MOCK_METHOD(bool, exists, (key const&), (const, override));
+   MOCK_METHOD(bool, exists, (via const&), (const, override));
    MOCK_METHOD(void, mpls_route_set, (velm::mpls_route_t const&), (override));
-   MOCK_METHOD(void, mpls_route_del, (velm::mpls_route_key_t const&), (override));
-   MOCK_METHOD(void, mpls_route_via_set, (velm::mpls_route_via_t const&), (override));
-   MOCK_METHOD(void, mpls_route_via_del, (velm::mpls_route_via_t const&), (override));
+   MOCK_METHOD(void, mpls_route_del, (key const&), (override));
+   MOCK_METHOD(void, mpls_route_via_set, (via const&), (override));
+   MOCK_METHOD(void, mpls_route_via_del, (via const&), (override));
+   MOCK_METHOD(velm::mpls_fec_id_t, fec_id, (key const&), (const, override));
+   MOCK_METHOD(std::uint32_t, metric, (key const&), (const, override));
 };
 
 class MockMplsVrfLabelMgr : public velm::mpls_vrf_label_mgr {
@@ -97,7 +106,7 @@ class MockNexthopGroupMgr : public velm::nexthop_group_mgr {
    MOCK_METHOD(bool, exists, (std::string const&), (const, override));
    MOCK_METHOD(velm::nexthop_group_t, nexthop_group, (std::string const&), (const, override));
    MOCK_METHOD(bool, active, (std::string const&), (const, override));
-   MOCK_METHOD(bool, programmed_nexthop_group, (std::string const&), (const, override));
+   MOCK_METHOD(velm::nexthop_group_t, programmed_nexthop_group, (std::string const&), (const, override));
    MOCK_METHOD(velm::nexthop_group_entry_counter_t, counter, (std::string const&, unsigned short), (const, override));
    MOCK_METHOD(void, nexthop_group_set, (velm::nexthop_group_t const&), (override));
    MOCK_METHOD(void, nexthop_group_del, (std::string const&), (override));
@@ -109,6 +118,7 @@ class MockNexthopGroupTunnelMgr : public velm::nexthop_group_tunnel_mgr {
    MOCK_METHOD(void, resync_complete, (), (override));
    MOCK_METHOD(velm::nexthop_group_tunnel_iter_t, nexthop_group_tunnel_iter, (), (const, override));
    MOCK_METHOD(bool, exists, (velm::ip_prefix_t const&), (const, override));
+   MOCK_METHOD(velm::nexthop_group_tunnel_t, nexthop_group_tunnel, (velm::ip_prefix_t const&), (const, override));
    MOCK_METHOD(void, nexthop_group_tunnel_set, (velm::nexthop_group_tunnel_t const&), (override));
    MOCK_METHOD(void, nexthop_group_tunnel_del, (velm::ip_prefix_t const&), (override));
 };

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <array>
 #include <cctype>
 #include <charconv>
 #include <iterator>
@@ -15,6 +16,8 @@ namespace velm::embedded::cli {
 namespace {
 
 using Words = std::vector<std::string_view>;
+/// What a person could write, as told in a message.
+using Shown = std::set<std::string>;
 
 Words wordsOf(std::string_view pattern) {
    Words words;
@@ -91,24 +94,60 @@ bool converts(std::string const& word) {
    }
 }
 
-bool matches(std::string_view expected, std::string const& word) {
-   if (isChoice(expected)) {
-      for (auto rest = expected; !rest.empty();) {
-         auto const bar = std::min(rest.find('|'), rest.size());
-         if (rest.substr(0, bar) == word) return true;
-         rest.remove_prefix(std::min(bar + 1, rest.size()));
-      }
-      return false;
+/// What a placeholder stands for, if not for any word.
+struct Kind {
+   std::string_view name;
+   std::string_view text;
+   bool (*accepts)(std::string const& word);
+};
+constexpr std::array kinds{
+   Kind{"INTF", "an interface", converts<intf_id_t>},
+   Kind{"ADDR", "an address", converts<ip_addr_t>},
+   Kind{"PREFIX", "a network", converts<ip_prefix_t>},
+   Kind{"A/L", "an address with its length", converts<ip_addr_mask_t>},
+   Kind{"N", "a number", [](std::string const& word) { return toNumber(word).has_value(); }},
+   Kind{"N,N", "a list of numbers", [](std::string const& word) { return toNumbers(word).has_value(); }},
+};
+Kind const* kindOf(std::string_view placeholder) {
+   auto const it = std::ranges::find(kinds, placeholder.substr(0, placeholder.find(':')), &Kind::name);
+   return it == kinds.end() ? nullptr : &*it;
+}
+
+Shown choicesOf(std::string_view choice) {
+   Shown choices;
+   while (!choice.empty()) {
+      auto const bar = std::min(choice.find('|'), choice.size());
+      choices.emplace(choice.substr(0, bar));
+      choice.remove_prefix(std::min(bar + 1, choice.size()));
    }
+   return choices;
+}
+
+bool matches(std::string_view expected, std::string const& word) {
+   if (isChoice(expected)) return choicesOf(expected).contains(word);
    if (!isPlaceholder(expected)) return expected == word;
-   expected = expected.substr(0, expected.find(':'));
-   if (expected == "ADDR") return converts<ip_addr_t>(word);
-   if (expected == "N,N") return toNumbers(word).has_value();
-   if (expected == "INTF") return converts<intf_id_t>(word);
-   if (expected == "PREFIX") return converts<ip_prefix_t>(word);
-   if (expected == "A/L") return converts<ip_addr_mask_t>(word);
-   if (expected == "N") return toNumber(word).has_value();
-   return true;
+   auto const* kind = kindOf(expected);
+   return kind == nullptr || kind->accepts(word);
+}
+
+Shown shownAs(std::string_view expected) {
+   if (isChoice(expected)) return choicesOf(expected);
+   auto const* kind = isPlaceholder(expected) ? kindOf(expected) : nullptr;
+   if (kind == nullptr) return {std::string(expected)};
+   auto const colon = expected.find(':');
+   if (colon == std::string_view::npos) return {std::string(kind->text)};
+   return {fmt::format("{} ({})", kind->text, expected.substr(colon + 1))};
+}
+
+// "a", "a or b", "a, b or c".
+std::string anyOf(Shown const& words) {
+   std::string text;
+   std::size_t left = words.size();
+   for (auto const& word : words) {
+      text += word;
+      if (--left > 0) text += left == 1 ? " or " : ", ";
+   }
+   return text;
 }
 
 }  // namespace
@@ -161,7 +200,7 @@ CommandTable::CommandTable(std::vector<Command> const& commands) {
 std::string CommandTable::run(Session& session, std::string const& command) const {
    auto const words = splitWords(command);
    std::size_t furthest = 0;
-   std::set<std::string_view> expected;  // what could have stood at the furthest word that anything reached
+   Shown expected;  // what could have stood at the furthest word that anything reached
    for (auto const& form : forms_) {
       auto pattern = form.words;
       while (!form.repeated.empty() && pattern.size() < words.size())
@@ -177,9 +216,9 @@ std::string CommandTable::run(Session& session, std::string const& command) cons
       }
       if (reached > furthest) expected.clear();
       furthest = std::max(furthest, reached);
-      if (reached == furthest) expected.insert(wanted == pattern.end() ? "the end" : *wanted);
+      if (reached == furthest) expected.merge(wanted == pattern.end() ? Shown{"the end"} : shownAs(*wanted));
    }
-   throw InvalidCommand(fmt::format("invalid command, expected {} {}", fmt::join(expected, ", "),
+   throw InvalidCommand(fmt::format("invalid command, expected {} {}", anyOf(expected),
                                     furthest < words.size() ? fmt::format("at '{}'", words[furthest]) : "at the end"));
 }
 

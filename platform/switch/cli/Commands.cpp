@@ -18,12 +18,28 @@ std::vector<Command> joined(std::initializer_list<std::vector<Command>> tables) 
 std::vector<Command> showCommands() {
    return joined({
       switchShowCommands(),
+      intfShowCommands(),
+      lagShowCommands(),
+      macsecShowCommands(),
+      routeShowCommands(),
+      bgpShowCommands(),
+      sbfdShowCommands(),
+      aclShowCommands(),
+      policyShowCommands(),
    });
 }
 
 std::vector<Command> configurationCommands() {
    return joined({
       switchConfigurationCommands(),
+      intfConfigurationCommands(),
+      lagConfigurationCommands(),
+      macsecConfigurationCommands(),
+      routeConfigurationCommands(),
+      bgpConfigurationCommands(),
+      sbfdConfigurationCommands(),
+      aclConfigurationCommands(),
+      policyConfigurationCommands(),
    });
 }
 

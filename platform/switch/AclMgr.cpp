@@ -1,0 +1,137 @@
+#include "platform/switch/AclMgr.h"
+
+#include <memory>
+#include <utility>
+
+namespace velm::embedded {
+namespace {
+
+void check(acl_key_t const& key, acl_rule_ip_t const& rule) {
+   if (key.acl_name().empty()) throw invalid_argument_error("an ACL needs a name");
+   check_lengths(rule);
+}
+
+acl_rule_ip_t const* ruleOf(Acl const* acl, std::uint32_t sequence) {
+   if (acl == nullptr) return nullptr;
+   auto const it = acl->rules.find(sequence);
+   return it == acl->rules.end() ? nullptr : &it->second;
+}
+
+/// Walks the rules of an ACL, which it looks up anew for every step: edits, commits and the end of the ACL may come in
+/// between.
+class AclRuleIter : public iter_impl<acl_rule_ip_entry_t> {
+ public:
+   AclRuleIter(AclMgr const& mgr, acl_key_t const& key) : mgr_(mgr), key_(key) {
+      arrive([](auto const& rules) { return rules.begin(); });
+   }
+
+   std::unique_ptr<iter_impl> clone() const override { return std::make_unique<AclRuleIter>(*this); }
+   acl_rule_ip_entry_t const* current() const override { return entry_ ? &*entry_ : nullptr; }
+   void advance() override {
+      sdk_scoped_lock const lock;
+      if (!entry_) return;
+      arrive([sequence = entry_->first](auto const& rules) { return rules.upper_bound(sequence); });
+   }
+
+ private:
+   template <class Place>
+   void arrive(Place place) {
+      entry_.reset();
+      Acl const* acl = mgr_.find(key_);
+      if (acl == nullptr) return;
+      if (auto const it = place(acl->rules); it != acl->rules.end()) entry_.emplace(*it);
+   }
+
+   AclMgr const& mgr_;
+   acl_key_t const key_;
+   std::optional<acl_rule_ip_entry_t> entry_;
+};
+
+}  // namespace
+
+AclMgr::AclMgr(CallLedger& ledger)
+   : exists_(ledger, "acl_mgr.acl_exists"),
+     del_(ledger, "acl_mgr.acl_del"),
+     rule_set_(ledger, "acl_mgr.acl_rule_set"),
+     rule_del_(ledger, "acl_mgr.acl_rule_del"),
+     rule_iter_(ledger, "acl_mgr.acl_rule_ip_iter"),
+     commit_(ledger, "acl_mgr.acl_commit") {}
+
+Acl const* AclMgr::find(acl_key_t const& key) const {
+   Edit const* edit = staged_.find(key);
+   if (edit == nullptr) return committed_.find(key);
+   return *edit ? &**edit : nullptr;
+}
+
+void AclMgr::storeIs(Store& store) { committed_.storeIs(store, StoredTable::acls); }
+
+bool AclMgr::acl_exists(acl_key_t const& key) const {
+   Call const call(exists_);
+   return find(key) != nullptr;
+}
+
+void AclMgr::acl_del(acl_key_t const& key) {
+   Call const call(del_);
+   if (committed_.contains(key)) {
+      staged_.set(key, std::nullopt);
+   } else {
+      staged_.del(key);
+   }
+}
+
+void AclMgr::acl_rule_set(acl_key_t const& key, std::uint32_t sequence, acl_rule_ip_t const& rule) {
+   Call const call(rule_set_);
+   check(key, rule);
+   Acl const* const acl = find(key);
+   // A client that repeats what it has set must not make the commit write it again.
+   if (acl_rule_ip_t const* present = ruleOf(acl, sequence); present != nullptr && *present == rule) return;
+   staged_.update(key, [&](Edit& edit) {
+      if (!edit) edit = acl == nullptr ? Acl() : *acl;
+      edit->rules[sequence] = rule;
+   });
+}
+
+void AclMgr::acl_rule_del(acl_key_t const& key, std::uint32_t sequence) {
+   Call const call(rule_del_);
+   Acl const* const acl = find(key);
+   if (ruleOf(acl, sequence) == nullptr) return;
+   staged_.update(key, [&](Edit& edit) {
+      if (!edit) edit = *acl;
+      edit->rules.erase(sequence);
+   });
+}
+
+acl_rule_ip_iter_t AclMgr::acl_rule_ip_iter(acl_key_t const& key) const {
+   Call const call(rule_iter_);
+   return acl_rule_ip_iter_t(std::make_unique<AclRuleIter>(*this, key));
+}
+
+void AclMgr::acl_commit() {
+   Call const call(commit_);
+   Transaction transaction;
+   staged_.walk([&](acl_key_t const& key, Edit const& edit) {
+      if (edit) {
+         committed_.set(transaction, key, *edit);
+      } else {
+         committed_.del(transaction, key);
+      }
+      return true;
+   });
+   staged_.markAll();
+   staged_.purge(transaction);
+   transaction.commit();
+}
+
+void AclMgr::committedRuleIs(acl_key_t const& key, std::uint32_t sequence, acl_rule_ip_t const& rule) {
+   check(key, rule);
+   Transaction transaction;
+   committed_.update(transaction, key, [&](Acl& acl) { acl.rules[sequence] = rule; });
+   if (Edit const* edit = staged_.find(key); edit != nullptr && *edit) {
+      Edit next = *edit;
+      next->rules[sequence] = rule;
+      staged_.set(transaction, key, std::move(next));
+   }
+   transaction.commit();
+}
+
+}  // namespace velm::embedded

@@ -1,0 +1,123 @@
+#include "platform/switch/BfdSessionMgr.h"
+
+#include <fmt/format.h>
+
+#include "platform/switch/Iterators.h"
+
+namespace velm::embedded {
+namespace {
+
+// What is carried out: what was asked for, with the default's part where that is 0.
+sbfd_interval_t effective(sbfd_interval_t asked) {
+   return {asked.min_tx() == 0 ? defaultSbfdInterval.min_tx() : asked.min_tx(),
+           asked.multiplier() == 0 ? defaultSbfdInterval.multiplier() : asked.multiplier()};
+}
+
+}  // namespace
+
+BfdSessionMgr::BfdSessionMgr(CallLedger& ledger, MainLoop& loop)
+   : loop_(loop),
+     iter_(ledger, "bfd_session_mgr.sbfd_echo_session_iter"),
+     set_(ledger, "bfd_session_mgr.sbfd_echo_session_set"),
+     del_(ledger, "bfd_session_mgr.sbfd_echo_session_del"),
+     default_interval_(ledger, "bfd_session_mgr.sbfd_echo_session_default_interval"),
+     interval_is_(ledger, "bfd_session_mgr.sbfd_echo_session_interval_is"),
+     rtt_enabled_is_(ledger, "bfd_session_mgr.sbfd_echo_session_rtt_enabled_is"),
+     status_(ledger, "bfd_session_mgr.sbfd_echo_session_status") {}
+
+void BfdSessionMgr::dataplaneIs(Dataplane& dataplane) {
+   table_.onChange([&](sbfd_echo_session_key_t const& key, SbfdSession const* now) {
+      if (now == nullptr) {
+         dataplane.sbfdDel(key);
+      } else {
+         dataplane.sbfdIs(key, effective(now->interval), now->rttEnabled);
+      }
+   });
+}
+
+void BfdSessionMgr::storeIs(Store& store) { table_.storeIs(store, StoredTable::sbfdSessions); }
+
+template <class T>
+void BfdSessionMgr::change(sbfd_echo_session_key_t const& key, T SbfdSession::*part, T const& value) {
+   SbfdSession const* const session = table_.find(key);
+   if (session == nullptr) throw configuration_error(fmt::format("no such sBFD echo session {}", key.to_string()));
+   if (session->*part != value) table_.amend(key, [&](SbfdSession& row) { row.*part = value; });
+}
+
+// Always queued, also on the main loop: what the dataplane reports must not overtake what a command simulated before.
+// Echo sessions are watched all or not at all, so their events go by a key that no plain session has.
+template <class Fn>
+void BfdSessionMgr::raise(Fn fn) {
+   loop_.post([this, fn] { notify(bfd_session_key_t(), fn); });
+}
+
+void BfdSessionMgr::raiseStatus(sbfd_echo_session_key_t const& key, bfd_session_status_t status) {
+   raise([key, status](bfd_session_handler& handler) { handler.on_sbfd_echo_session_status(key, status); });
+}
+
+void BfdSessionMgr::raiseRtt(sbfd_echo_session_key_t const& key, sbfd_echo_session_rtt_stats_t const& stats) {
+   raise([key, stats](bfd_session_handler& handler) { handler.on_sbfd_echo_session_rtt(key, stats); });
+}
+
+sbfd_echo_session_iter_t BfdSessionMgr::sbfd_echo_session_iter() const {
+   Call const call(iter_);
+   return makeTableIter(table_, [](sbfd_echo_session_key_t const& key, SbfdSession const&) { return key; });
+}
+
+void BfdSessionMgr::sbfd_echo_session_set(sbfd_echo_session_key_t const& key) {
+   Call const call(set_);
+   if (table_.contains(key)) return;
+   table_.set(key, {});
+   raise([key](bfd_session_handler& handler) { handler.on_sbfd_echo_session_set(key); });
+}
+
+void BfdSessionMgr::sbfd_echo_session_del(sbfd_echo_session_key_t const& key) {
+   Call const call(del_);
+   if (!table_.del(key)) return;
+   statuses_.del(key);
+   raise([key](bfd_session_handler& handler) { handler.on_sbfd_echo_session_del(key); });
+}
+
+sbfd_interval_t BfdSessionMgr::sbfd_echo_session_default_interval() const {
+   Call const call(default_interval_);
+   return defaultSbfdInterval;
+}
+
+void BfdSessionMgr::sbfd_echo_session_interval_is(sbfd_echo_session_key_t const& key, sbfd_interval_t interval) {
+   Call const call(interval_is_);
+   change(key, &SbfdSession::interval, interval);
+}
+
+void BfdSessionMgr::sbfd_echo_session_rtt_enabled_is(sbfd_echo_session_key_t const& key, bool enabled) {
+   Call const call(rtt_enabled_is_);
+   change(key, &SbfdSession::rttEnabled, enabled);
+}
+
+bfd_session_status_t BfdSessionMgr::sbfd_echo_session_status(sbfd_echo_session_key_t const& key) const {
+   Call const call(status_);
+   auto const* status = statuses_.find(key);
+   return status == nullptr ? bfd_session_status_t::unknown : *status;
+}
+
+void BfdSessionMgr::sbfdStatus(sbfd_echo_session_key_t const& key, bfd_session_status_t status) {
+   if (!table_.contains(key)) return;
+   if (auto const* known = statuses_.find(key); known != nullptr && *known == status) return;
+   statuses_.set(key, status);
+   raiseStatus(key, status);
+}
+
+void BfdSessionMgr::sbfdRtt(sbfd_echo_session_key_t const& key, sbfd_echo_session_rtt_stats_t const& stats) {
+   auto const* status = statuses_.find(key);
+   if (status != nullptr && *status == bfd_session_status_t::up) raiseRtt(key, stats);
+}
+
+void BfdSessionMgr::simulateStatus(sbfd_echo_session_key_t const& key, bfd_session_status_t status) {
+   if (table_.contains(key)) statuses_.set(key, status);
+   raiseStatus(key, status);
+}
+
+void BfdSessionMgr::simulateRtt(sbfd_echo_session_key_t const& key, sbfd_echo_session_rtt_stats_t const& stats) {
+   raiseRtt(key, stats);
+}
+
+}  // namespace velm::embedded

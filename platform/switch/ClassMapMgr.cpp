@@ -1,0 +1,45 @@
+#include "platform/switch/ClassMapMgr.h"
+
+#include <fmt/format.h>
+
+namespace velm::embedded {
+
+ClassMapMgr::ClassMapMgr(CallLedger& ledger)
+   : exists_(ledger, "class_map_mgr.exists"),
+     class_map_(ledger, "class_map_mgr.class_map"),
+     class_map_is_(ledger, "class_map_mgr.class_map_is"),
+     class_map_del_(ledger, "class_map_mgr.class_map_del") {}
+
+void ClassMapMgr::storeIs(Store& store) { table_.storeIs(store, StoredTable::classMaps); }
+
+bool ClassMapMgr::exists(policy_map_key_t const& key) const {
+   Call const call(exists_);
+   return table_.contains(key);
+}
+
+class_map_t ClassMapMgr::class_map(policy_map_key_t const& key) const {
+   Call const call(class_map_);
+   class_map_t const* map = table_.find(key);
+   if (map == nullptr) throw invalid_argument_error(fmt::format("no such class map {}", key.to_string()));
+   return *map;
+}
+
+void ClassMapMgr::class_map_is(class_map_t const& class_map) {
+   Call const call(class_map_is_);
+   if (class_map.key().name().empty()) throw invalid_argument_error("a class map needs a name");
+   table_.set(class_map.key(), class_map);
+}
+
+void ClassMapMgr::class_map_del(policy_map_key_t const& key) {
+   Call const call(class_map_del_);
+   table_.del(key);
+}
+
+void ClassMapMgr::ruleIs(policy_map_key_t const& key, std::uint32_t sequence, class_map_rule_t const& rule) {
+   class_map_t const* present = table_.find(key);
+   auto map = present == nullptr ? class_map_t(key) : *present;
+   map.rule_set(sequence, rule);
+   class_map_is(map);
+}
+
+}  // namespace velm::embedded

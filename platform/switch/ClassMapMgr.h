@@ -1,0 +1,37 @@
+#pragma once
+
+#include "platform/switch/CallLedger.h"
+#include "platform/switch/Table.h"
+#include "platform/velm/class_map.h"
+
+namespace velm::embedded {
+
+using ClassMapTable = Table<policy_map_key_t, class_map_t>;
+
+/// Class maps, which only policy maps read.
+class ClassMapMgr : public class_map_mgr {
+ public:
+   explicit ClassMapMgr(CallLedger& ledger);
+
+   /// Brings the folder's class maps back and keeps every change in it.
+   void storeIs(Store& store);
+   ClassMapTable const& table() const { return table_; }
+
+   bool exists(policy_map_key_t const& key) const override;
+   class_map_t class_map(policy_map_key_t const& key) const override;
+   void class_map_is(class_map_t const& class_map) override;
+   void class_map_del(policy_map_key_t const& key) override;
+
+   /// For the command line: sets one rule of a class map, which is made if need be. Throws as class_map_is does.
+   void ruleIs(policy_map_key_t const& key, std::uint32_t sequence, class_map_rule_t const& rule);
+
+ private:
+   ClassMapTable table_;
+
+   mutable Operation exists_;
+   mutable Operation class_map_;
+   mutable Operation class_map_is_;
+   mutable Operation class_map_del_;
+};
+
+}  // namespace velm::embedded

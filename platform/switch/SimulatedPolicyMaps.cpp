@@ -1,0 +1,32 @@
+#include "platform/switch/SimulatedPolicyMaps.h"
+
+namespace velm::embedded {
+
+void SimulatedPolicyMaps::apply(policy_map_key_t const& key, policy_map_hw_status_key_t const& place, bool on) {
+   report(key, place, on ? std::optional(policy_map_status_t::programmed) : std::nullopt);
+}
+
+void SimulatedPolicyMaps::del(policy_map_key_t const& key) {
+   loop_.post([this, key] { reports_.policyMapGone(key); });
+}
+
+void SimulatedPolicyMaps::simulateSync(policy_map_key_t const& key) {
+   loop_.post([this, key] { reports_.policyMapSynced(key); });
+}
+
+void SimulatedPolicyMaps::simulateSyncFail(policy_map_key_t const& key, std::string const& message) {
+   loop_.post([this, key, message] { reports_.policyMapSyncFailed(key, message); });
+}
+
+void SimulatedPolicyMaps::simulateStatus(policy_map_key_t const& key, policy_map_hw_status_key_t const& place,
+                                         policy_map_status_t status) {
+   reports_.policyMapStatus(key, place, status);
+   report(key, place, status);
+}
+
+void SimulatedPolicyMaps::report(policy_map_key_t const& key, policy_map_hw_status_key_t const& place,
+                                 std::optional<policy_map_status_t> status) {
+   loop_.post([this, key, place, status] { reports_.policyMapStatus(key, place, status); });
+}
+
+}  // namespace velm::embedded

@@ -1,0 +1,162 @@
+#include "tests/platform/IntfSwitchTest.h"
+
+namespace velm::embedded {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+class IntfTest : public IntfSwitchTest {};
+
+TEST_F(IntfTest, AdminStateComesBeforeOperStateAndOnlyRealChangesAreRaised) {
+   EXPECT_THAT(eventsOf({"interface Ethernet1", "shutdown"}), ElementsAre("Ethernet1 disabled", "Ethernet1 oper 2"));
+   EXPECT_EQ(device.intfs.oper_status(eth(1)), oper_status_t::down);
+   // Behind a disabled interface the link may do what it likes.
+   EXPECT_THAT(eventsOf({"interface Ethernet1", "shutdown", "simulate interface Ethernet1 oper down",
+                         "simulate interface Ethernet1 oper up", "simulate interface Ethernet1 oper down"}),
+               IsEmpty());
+   EXPECT_THAT(eventsOf({"interface Ethernet1", "no shutdown", "simulate interface Ethernet1 oper unknown",
+                         "description \"a b\"", "description \"a b\"", "no description"}),
+               ElementsAre("Ethernet1 enabled", "Ethernet1 oper 0", "Ethernet1 is a b", "Ethernet1 is "));
+}
+
+TEST_F(IntfTest, EventsReachOnlyWhoWatchesTheInterface) {
+   recorder.watchAll(false);
+   static_cast<intf_handler&>(recorder).watch_intf(eth(2), true);
+   auto const changes = [] {
+      return std::vector<std::string>{"simulate interface Ethernet1 oper down",
+                                      "simulate interface Ethernet2 oper down", "simulate interface Ethernet1 oper up",
+                                      "simulate interface Ethernet2 oper up"};
+   };
+   EXPECT_THAT(eventsOf(changes()), ElementsAre("Ethernet2 oper 2", "Ethernet2 oper 1"));
+   static_cast<intf_handler&>(recorder).watch_all_intfs(true);  // once, though it watches it twice
+   EXPECT_THAT(eventsOf({"simulate interface Ethernet2 oper down"}), ElementsAre("Ethernet2 oper 2"));
+   static_cast<intf_handler&>(recorder).watch_all_intfs(false);
+   EXPECT_THAT(eventsOf(changes()), ElementsAre("Ethernet2 oper 1"));
+   static_cast<intf_handler&>(recorder).watch_intf(eth(2), false);
+   EXPECT_THAT(eventsOf({"simulate interface Ethernet2 oper down"}), IsEmpty());
+   EXPECT_EQ(device.intfs.oper_status(eth(2)), oper_status_t::down);
+}
+
+TEST_F(IntfTest, AnInterfaceTakesAllThatHangsOnItAlong) {
+   macsec_profile_t profile;
+   profile.name_is("p");
+   device.macsec.profile_set(profile);
+   world({"interface Port-Channel1", "interface Ethernet1", "ip address 10.0.0.1/8", "ip address 2001:db8::1/64",
+          "channel-group 1 mode on", "mac security profile p",
+          "simulate macsec Ethernet1 key-status 2 traffic-status 1", "simulate ip interface Ethernet1 vlan 1006",
+          "simulate interface Ethernet1 counter in_octets 5"});
+   device.ipIntfs.ip_addr_merge_mode_is(eth(1), true);
+   events();
+   EXPECT_THAT(eventsOf({"simulate interface Ethernet1 delete", "simulate interface Ethernet1 delete"}),
+               ElementsAre("Ethernet1 -10.0.0.1/8", "Ethernet1 -2001:db8::1/64", "Ethernet1 vlan 0",
+                           "Port-Channel1 lost Ethernet1", "Port-Channel1 oper 2", "Port-Channel1 speed 0",
+                           "Ethernet1 macsec 0 0", "Ethernet1 deleted"));
+   EXPECT_FALSE(device.ipIntfs.exists(eth(1)));
+   EXPECT_FALSE(device.macsec.macsec_capable(eth(1)));
+   // Back again, it knows nothing of its former life.
+   EXPECT_THAT(eventsOf({"simulate interface Ethernet1 create", "simulate interface Ethernet1 create"}),
+               ElementsAre("Ethernet1 created"));
+   EXPECT_THAT(device.ipIntfs.ip_addrs(eth(1)), IsEmpty());
+   EXPECT_FALSE(device.ipIntfs.ip_addr_merge_mode(eth(1)));
+   EXPECT_EQ(device.intfCounters.intf_counters(eth(1)), intf_counters_t());
+   EXPECT_EQ(device.ethLagIntfs.membership(eth(1)), intf_id_t());
+   EXPECT_EQ(device.macsec.intf_profile(eth(1)), "");
+   EXPECT_TRUE(device.macsec.profile("p").intfs().empty());
+}
+
+TEST_F(IntfTest, AddressesAreReplacedAsASet) {
+   auto const set = [](std::initializer_list<char const*> texts) {
+      std::set<ip_addr_mask_t> addrs;
+      for (auto const* text : texts) addrs.emplace(std::string(text));
+      return addrs;
+   };
+   auto& mgr = device.ipIntfs;
+   mgr.ip_addrs_is(eth(1), set({"10.0.0.1/8", "10.0.0.2/8"}));
+   mgr.ip_addrs_is(eth(1), set({"10.0.0.2/8", "10.0.0.3/8", "::1/128"}));
+   mgr.ip_addr_add(eth(1), ip_addr_mask_t("10.0.0.3/8"));
+   mgr.ip_addr_del(eth(1), ip_addr_mask_t("10.0.0.3/9"));
+   mgr.ip_addr_del(intf_id_t("Loopback9"), ip_addr_mask_t("10.0.0.3/8"));
+   EXPECT_THAT(events(), ElementsAre("Ethernet1 +10.0.0.1/8", "Ethernet1 +10.0.0.2/8", "Ethernet1 -10.0.0.1/8",
+                                     "Ethernet1 +10.0.0.3/8", "Ethernet1 +::1/128"));
+   EXPECT_THROW(mgr.ip_addr_add(intf_id_t("Loopback9"), ip_addr_mask_t("10.0.0.3/8")), configuration_error);
+   EXPECT_THROW(mgr.ip_addr_merge_mode_is(intf_id_t("Loopback9"), true), configuration_error);
+   EXPECT_THROW(mgr.ip_addr_add(eth(1), {ip_addr_t("10.0.0.9"), 33}), invalid_range_error);
+   EXPECT_THROW(mgr.ip_addr_add(eth(1), ip_addr_mask_t()), invalid_argument_error);
+   EXPECT_EQ(mgr.ip_addrs(eth(1)), set({"10.0.0.2/8", "10.0.0.3/8", "::1/128"}));
+   EXPECT_THAT(eventsOf({"interface Ethernet1", "no ip address"}),
+               ElementsAre("Ethernet1 -10.0.0.2/8", "Ethernet1 -10.0.0.3/8", "Ethernet1 -::1/128"));
+}
+
+TEST_F(IntfTest, TheWorldCounts) {
+   world({"simulate interface Ethernet3 counter out_errors 18446744073709551615",
+          "simulate interface Ethernet3 counter in_bits_rate 2500", "simulate interface Ethernet3 counter in_errors 7",
+          "simulate ip interface Ethernet3 vlan 65535"});
+   auto const counters = device.intfCounters.intf_counters(eth(3));
+   EXPECT_EQ(counters.out_errors(), std::numeric_limits<std::uint64_t>::max());
+   EXPECT_EQ(counters.in_errors(), 7);
+   EXPECT_GT(counters.sample_time(), 1.6e9);
+   EXPECT_EQ(device.intfCounters.intf_traffic_rates(eth(3)).in_bits_rate(), 2500);
+   EXPECT_EQ(device.intfCounters.intf_counters(eth(4)), intf_counters_t());
+   world({"simulate interface Ethernet3 counter sample_time 12"});
+   EXPECT_THAT(shown("show interfaces Ethernet3"),
+               ::testing::AllOf(HasSubstr(R"("internal_vlan_id":65535,"counters":{"out_ucast_pkts":0)"),
+                                HasSubstr(R"("in_errors":7,"sample_time":12.0},"rates":{"out_pkts_rate":0.0)"),
+                                HasSubstr(R"("in_bits_rate":2500.0,"sample_time":12.0})")));
+}
+
+TEST_F(IntfTest, WhatCannotBeIsRefusedByName) {
+   struct Row {
+      char const* command;
+      char const* text;
+   };
+   for (auto const& row :
+        {Row{"simulate interface Ethernet1 counter colour 5", "no such counter colour"},
+         Row{"simulate interface Ethernet99 counter in_octets 5", "no such interface Ethernet99"},
+         Row{"simulate interface Ethernet99 oper up", "no such interface Ethernet99"},
+         Row{"simulate ip interface Ethernet1 vlan 65536", "vlan 65536 is out of range"},
+         Row{"simulate ip interface Ethernet99 vlan 1", "no such interface Ethernet99"},
+         Row{"no interface Management1", "Management1 is a port"}, Row{"shutdown", "no interface is chosen"}}) {
+      EXPECT_THAT(refusal(row.command), HasSubstr(row.text)) << row.command;
+   }
+   EXPECT_THROW(device.intfs.description_is(eth(99), "x"), configuration_error);
+   EXPECT_EQ(device.intfs.description(eth(99)), "");
+   EXPECT_EQ(device.intfs.oper_status(eth(99)), oper_status_t::unknown);
+   EXPECT_THAT(events(), IsEmpty());
+}
+
+TEST_F(IntfTest, ConfigurationComesBackAndWhatWasCountedDoesNot) {
+   restart([](Switch& before) {
+      EXPECT_TRUE(before.vapi
+                     .run_config_cmds({"interface Loopback0", "ip address 10.0.0.1/32", "interface Ethernet2",
+                                       "description uplink", "shutdown", "simulate interface Ethernet3 delete",
+                                       "simulate ip interface Ethernet2 vlan 7",
+                                       "simulate interface Ethernet2 counter in_octets 5"})
+                     .success());
+      before.ipIntfs.ip_addr_merge_mode_is(eth(2), true);
+   });
+   EXPECT_THAT(events(), IsEmpty());
+   EXPECT_THAT(shown("show interfaces Loopback0"), HasSubstr(R"("ip_addrs":["10.0.0.1/32"])"));
+   EXPECT_EQ(device.intfs.oper_status(eth(2)), oper_status_t::down);
+   EXPECT_EQ(device.intfs.description(eth(2)), "uplink");
+   EXPECT_EQ(device.ipIntfs.internal_vlan_id(eth(2)), 7);
+   EXPECT_TRUE(device.ipIntfs.ip_addr_merge_mode(eth(2)));
+   EXPECT_EQ(device.intfCounters.intf_counters(eth(2)), intf_counters_t());
+   EXPECT_FALSE(device.intfs.exists(eth(3)));
+   // The dataplane knows, too, what is down and what is gone.
+   for (int const port : {2, 3, 4}) {
+      nexthop_group_t group("g" + std::to_string(port), nexthop_group_encap_t::ip_in_ip);
+      nexthop_group_entry_t entry;
+      entry.intf_is(eth(port));
+      group.nexthop_set(0, entry);
+      device.nexthopGroups.nexthop_group_set(group);
+   }
+   deliver();
+   EXPECT_FALSE(device.nexthopGroups.active("g2"));
+   EXPECT_FALSE(device.nexthopGroups.active("g3"));
+   EXPECT_TRUE(device.nexthopGroups.active("g4"));
+}
+
+}  // namespace
+}  // namespace velm::embedded

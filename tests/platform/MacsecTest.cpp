@@ -1,0 +1,131 @@
+#include "tests/platform/IntfSwitchTest.h"
+
+namespace velm::embedded {
+namespace {
+
+using ::testing::AllOf;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Not;
+
+class MacsecTest : public IntfSwitchTest {
+ protected:
+   MacsecMgr& mgr() { return device.macsec; }
+   static macsec_profile_t profile(std::string const& name) {
+      macsec_key_t key;
+      key.cak_is("0123secret");
+      key.ckn_is("abcd");
+      key.encoded_is(true);
+      macsec_profile_t profile;
+      profile.name_is(name);
+      profile.primary_key_is(key);
+      profile.fallback_key_is(key);
+      return profile;
+   }
+   std::vector<std::string> statuses() {
+      std::vector<std::string> names;
+      for (auto it = mgr().macsec_intf_status_iter(); it; ++it) names.push_back(it->to_string());
+      return names;
+   }
+};
+
+TEST_F(MacsecTest, AProfileKnowsItsInterfacesAndTakesThemAlong) {
+   auto set = profile("p");
+   set.intfs_is({eth(7)});  // not for the setter to say
+   mgr().profile_set(set);
+   mgr().profile_set(profile("q"));
+   world({"interface Ethernet2", "mac security profile p", "interface Ethernet1", "mac security profile p",
+          "interface Ethernet3", "mac security profile q"});
+   EXPECT_THAT(mgr().profile("p").intfs(), ElementsAre(eth(1), eth(2)));
+   EXPECT_EQ(mgr().profile("p").fallback_key().cak(), "0123secret");
+   EXPECT_THAT(statuses(), ElementsAre("Ethernet1", "Ethernet2", "Ethernet3"));
+   set.mka_life_time_is(9);
+   mgr().profile_set(set);  // in use, and replaced
+   EXPECT_EQ(mgr().profile("p").mka_life_time(), 9);
+   EXPECT_THAT(mgr().profile("p").intfs(), ElementsAre(eth(1), eth(2)));
+   world({"simulate macsec Ethernet1 key-status 2 traffic-status 1"});
+   events();
+   mgr().profile_del("p");
+   mgr().profile_del("p");
+   EXPECT_THAT(events(), ElementsAre("Ethernet1 macsec 0 0"));
+   EXPECT_THAT(statuses(), ElementsAre("Ethernet3"));
+   EXPECT_EQ(mgr().intf_profile(eth(1)), "");
+   world({"interface Ethernet3", "no mac security profile", "no mac security profile"});
+   EXPECT_THAT(statuses(), IsEmpty());
+   EXPECT_TRUE(mgr().exists("q"));
+}
+
+TEST_F(MacsecTest, AStatusIsReportedWhenItChangesWhateverItsNumbers) {
+   mgr().profile_set(profile("p"));
+   mgr().intf_profile_is(eth(1), "p");
+   EXPECT_THAT(events(), IsEmpty());
+   EXPECT_THAT(eventsOf({"simulate macsec Ethernet1 key-status 9 traffic-status 255",
+                         "simulate macsec Ethernet1 key-status 9 traffic-status 255",
+                         "simulate macsec Ethernet1 key-status 2 traffic-status 1"}),
+               ElementsAre("Ethernet1 macsec 9 255", "Ethernet1 macsec 2 1"));
+   mgr().profile_set(profile("q"));
+   mgr().intf_profile_is(eth(1), "q");  // the hardware says when it has the other key
+   EXPECT_EQ(static_cast<int>(mgr().intf_status(eth(1)).key_status()), 2);
+   // An interface without a profile has no status, but who listens hears what it says.
+   EXPECT_THAT(eventsOf({"simulate macsec Ethernet2 key-status 3 traffic-status 0"}),
+               ElementsAre("Ethernet2 macsec 3 0"));
+   EXPECT_EQ(mgr().intf_status(eth(2)), macsec_intf_status_t());
+}
+
+TEST_F(MacsecTest, OnlyCapablePortsUseProfiles) {
+   mgr().profile_set(profile("p"));
+   EXPECT_THROW(mgr().intf_profile_is(eth(1), "nope"), configuration_error);
+   EXPECT_THROW(mgr().intf_profile_is(eth(99), "p"), configuration_error);
+   EXPECT_THROW(mgr().intf_profile_is(intf_id_t("Management1"), "p"), configuration_error);
+   EXPECT_THROW(mgr().profile_set(macsec_profile_t()), invalid_argument_error);
+   EXPECT_THROW(mgr().profile("nope"), invalid_argument_error);
+   EXPECT_FALSE(mgr().macsec_capable(eth(99)));
+   mgr().intf_profile_is(eth(1), "p");
+   world({"simulate macsec Ethernet1 capable false"});
+   EXPECT_FALSE(mgr().macsec_capable(eth(1)));
+   EXPECT_THAT(statuses(), IsEmpty());
+   EXPECT_THROW(mgr().intf_profile_is(eth(1), "p"), configuration_error);
+   EXPECT_NO_THROW(mgr().intf_profile_is(eth(1), ""));
+   world({"simulate macsec Ethernet1 capable true", "simulate macsec Management1 capable true"});
+   EXPECT_NO_THROW(mgr().intf_profile_is(eth(1), "p"));
+   EXPECT_NO_THROW(mgr().intf_profile_is(intf_id_t("Management1"), "p"));
+   EXPECT_THAT(refusal("simulate macsec Ethernet1 counter in_octets 5"), HasSubstr("no such counter in_octets"));
+   EXPECT_THAT(refusal("simulate macsec Ethernet99 capable true"), HasSubstr("no such interface Ethernet99"));
+   EXPECT_THAT(refusal("simulate macsec Ethernet1 key-status 256 traffic-status 0"),
+               HasSubstr("key-status 256 is out of range"));
+}
+
+TEST_F(MacsecTest, AllIsShownButTheKeys) {
+   mgr().profile_set(profile("p"));
+   world({"interface Ethernet1", "mac security profile p", "simulate macsec Ethernet1 counter in_pkts_not_valid 3",
+          "simulate macsec Ethernet2 capable false"});
+   auto const text = shown("show macsec");
+   EXPECT_THAT(text, AllOf(HasSubstr(R"({"profiles":{"p":{"name":"p","primary_key":{"ckn":"abcd","encoded":true},)"
+                                     R"("fallback_key":{"ckn":"abcd","encoded":true},"key_server_priority":16)"),
+                           HasSubstr(R"("intfs":["Ethernet1"]}})")));
+   EXPECT_THAT(text,
+               AllOf(HasSubstr(R"("intfs":{"Ethernet1":{"intf_profile":"p","macsec_capable":true,)"
+                               R"("intf_status":{"key_status":0,"traffic_status":0},"intf_counters":{)"),
+                     HasSubstr(R"("in_pkts_not_valid":3}},"Ethernet2":{"intf_profile":"","macsec_capable":false)"),
+                     Not(HasSubstr("secret")), Not(HasSubstr("cak"))));
+}
+
+TEST_F(MacsecTest, ProfilesAndTheirUseComeBackWithoutTheirStatus) {
+   restart([](Switch& before) {
+      before.macsec.profile_set(profile("p"));
+      EXPECT_TRUE(before.vapi
+                     .run_config_cmds({"interface Ethernet1", "mac security profile p",
+                                       "simulate macsec Ethernet1 key-status 2 traffic-status 1",
+                                       "simulate macsec Ethernet2 capable false"})
+                     .success());
+   });
+   EXPECT_EQ(mgr().profile("p").primary_key().cak(), "0123secret");
+   EXPECT_THAT(mgr().profile("p").intfs(), ElementsAre(eth(1)));
+   EXPECT_FALSE(mgr().macsec_capable(eth(2)));
+   EXPECT_THAT(statuses(), ElementsAre("Ethernet1"));
+   EXPECT_EQ(mgr().intf_status(eth(1)), macsec_intf_status_t());
+}
+
+}  // namespace
+}  // namespace velm::embedded

@@ -1,0 +1,204 @@
+#include "tests/platform/SwitchTest.h"
+
+namespace velm::embedded {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+mpls_route_key_t keyOf(std::uint32_t label, unsigned char metric = 0) { return {mpls_label_t(label), metric}; }
+
+mpls_route_via_t viaOf(std::uint32_t label, std::string const& group) {
+   mpls_route_via_t via(keyOf(label), mpls_action_t::forward);
+   via.nexthop_group_is(group);
+   return via;
+}
+
+struct Recorder : mpls_route_handler {
+   explicit Recorder(mpls_route_mgr& mgr, bool watching = true) : mpls_route_handler(&mgr) {
+      watch_all_mpls_routes(watching);
+   }
+   void on_mpls_route_set(mpls_route_key_t const& key, mpls_fec_id_t fec) override {
+      note(key.to_string(), "set", fec);
+   }
+   void on_mpls_route_del(mpls_route_key_t const& key) override { note(key.to_string(), "del", {}); }
+   void on_mpls_fec_set(mpls_fec_id_t fec) override { note("fec", "set", fec); }
+   void on_mpls_fec_del(mpls_fec_id_t fec) override { note("fec", "del", fec); }
+
+   void note(std::string const& what, std::string const& how, mpls_fec_id_t fec) {
+      seen.push_back(what + ' ' + how + ' ' + std::to_string(fec.id()));
+   }
+   std::vector<std::string> seen;
+};
+
+class MplsTest : public SwitchTest {
+ protected:
+   MplsRouteMgr& mgr() { return device.mplsRoutes; }
+   void set(std::uint32_t label) { mgr().mpls_route_set(mpls_route_t(keyOf(label))); }
+   std::vector<std::string> groupsOf(mpls_route_via_status_iter_t it) {
+      std::vector<std::string> groups;
+      for (; it; ++it) groups.push_back(it->nexthop_group());
+      return groups;
+   }
+};
+
+TEST_F(MplsTest, ViasAreToldByAllTheirAttributes) {
+   auto const key = keyOf(100);
+   mpls_route_via_t push(key, mpls_action_t::push);
+   EXPECT_THROW(mgr().mpls_route_via_set(push), configuration_error);
+   set(100);
+   mgr().mpls_route_via_set(push);
+   mgr().mpls_route_via_set(push);
+   mpls_route_via_t other = push;
+   other.pushswap_label_is(mpls_label_t(7));
+   EXPECT_FALSE(mgr().exists(other));
+   mgr().mpls_route_via_set(other);
+   int vias = 0;
+   for (auto it = mgr().mpls_route_via_iter(key); it; ++it) {
+      ++vias;
+      mgr().mpls_route_via_del(other);  // gone before the walk reaches it
+   }
+   EXPECT_EQ(vias, 1);
+   mgr().resync_init();
+   set(100);
+   mgr().resync_complete();
+   EXPECT_TRUE(mgr().exists(key));
+   EXPECT_FALSE(mgr().exists(push));
+}
+
+TEST_F(MplsTest, AFecIsItsRoutesAloneAndFindsIt) {
+   EXPECT_EQ(mgr().fec_id(keyOf(1)), mpls_fec_id_t(0));
+   EXPECT_EQ(mgr().metric(keyOf(1, 7)), 0);
+   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(0))), IsEmpty());
+   for (std::uint32_t label = 1; label <= 3; ++label) {
+      set(label);
+      mgr().mpls_route_via_set(viaOf(label, "g" + std::to_string(label)));
+   }
+   mgr().mpls_route_set(mpls_route_t(keyOf(1, 7)));  // the metric makes another route
+   EXPECT_EQ(mgr().metric(keyOf(1, 7)), 7);
+   auto const first = mgr().fec_id(keyOf(1));
+   auto const second = mgr().fec_id(keyOf(2));
+   auto const third = mgr().fec_id(keyOf(3));
+   EXPECT_EQ((std::set{first, second, third, mgr().fec_id(keyOf(1, 7)), mpls_fec_id_t(0)}).size(), 5);
+   set(2);
+   EXPECT_EQ(mgr().fec_id(keyOf(2)), second);
+   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(second)), ElementsAre("g2"));
+   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(keyOf(3))), ElementsAre("g3"));
+
+   mgr().mpls_route_del(keyOf(2));
+   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(second)), IsEmpty());
+   set(4);
+   EXPECT_GT(mgr().fec_id(keyOf(4)), third);
+   std::vector<std::string> programmed;
+   for (auto it = mgr().mpls_route_status_iter(); it; ++it) programmed.push_back(it->to_string());
+   EXPECT_THAT(programmed, ElementsAre("1 metric 0", "1 metric 7", "3 metric 0", "4 metric 0"));
+}
+
+TEST_F(MplsTest, EventsComeInOrderWhereTheHandlerWatchesAtTheDelivery) {
+   set(99);  // nobody watches
+   Recorder recorder(mgr());
+   Recorder idle(mgr(), false);
+   set(100);
+   set(100);
+   mgr().mpls_route_via_set(viaOf(100, "g"));
+   mgr().mpls_route_del(keyOf(100));
+   mgr().mpls_route_del(keyOf(100));
+   world({"simulate mpls fec 77 set", "simulate mpls fec 18446744073709551615 delete"});
+   EXPECT_THAT(recorder.seen, IsEmpty());
+   deliver();
+   EXPECT_THAT(recorder.seen,
+               ElementsAre("100 metric 0 set 2", "fec set 2", "100 metric 0 set 2", "fec set 2", "100 metric 0 del 0",
+                           "fec del 2", "fec set 77", "fec del 18446744073709551615"));
+   EXPECT_THAT(idle.seen, IsEmpty());
+   recorder.seen.clear();
+   set(101);
+   recorder.watch_all_mpls_routes(false);
+   deliver();
+   EXPECT_THAT(recorder.seen, IsEmpty());
+}
+
+TEST_F(MplsTest, TheOlderEventsAreThoseOfRoutesOfOneLabel) {
+   struct Old : mpls_route_handler {
+      using mpls_route_handler::mpls_route_handler;
+      void on_mpls_route_set(mpls_label_t label, mpls_fec_id_t fec) override { seen.emplace_back(label, fec.id()); }
+      void on_mpls_route_del(mpls_label_t label) override { seen.emplace_back(label, 0); }
+      std::vector<std::pair<mpls_label_t, unsigned long>> seen;
+   } old(&mgr());
+   old.watch_all_mpls_routes(true);
+   mpls_route_key_t const two(std::vector{mpls_label_t(1), mpls_label_t(2)}, 0);
+   mgr().mpls_route_set(mpls_route_t(two));
+   mgr().mpls_route_del(two);
+   set(3);
+   mgr().mpls_route_del(keyOf(3));
+   deliver();
+   EXPECT_THAT(old.seen, ElementsAre(std::pair(mpls_label_t(3), 2), std::pair(mpls_label_t(3), 0)));
+}
+
+TEST_F(MplsTest, AResyncRaisesWhatADeletionDoesForWhatWasNotRepeated) {
+   for (std::uint32_t label = 1; label <= 4; ++label) {
+      set(label);
+      mgr().mpls_route_via_set(viaOf(label, "g"));
+   }
+   Recorder recorder(mgr());
+   mgr().resync_complete();  // without a resync there is nothing to purge
+   mgr().resync_init();
+   set(2);
+   mgr().mpls_route_del(keyOf(3));
+   set(3);
+   mgr().mpls_route_via_set(viaOf(3, "h"));
+   mgr().resync_complete();
+   mgr().resync_complete();
+   deliver();
+   EXPECT_THAT(recorder.seen,
+               ElementsAre("2 metric 0 set 2", "fec set 2", "3 metric 0 del 0", "fec del 3", "3 metric 0 set 5",
+                           "fec set 5", "1 metric 0 del 0", "fec del 1", "4 metric 0 del 0", "fec del 4"));
+   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(1))), IsEmpty());
+   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(2))), IsEmpty());  // its via was not repeated
+   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(5))), ElementsAre("h"));
+}
+
+TEST_F(MplsTest, RoutesAreShownWithTheirFecsAndLabelsOfVrfs) {
+   mpls_route_key_t const key(std::vector{mpls_label_t(200), mpls_label_t(100)}, 9);
+   mpls_route_via_t via(key, mpls_action_t::swap);
+   via.hop_is(ip_addr_t("10.0.0.1"));
+   via.intf_is(intf_id_t("Ethernet1"));
+   via.pushswap_label_is(mpls_label_t(7));
+   mgr().mpls_route_set(mpls_route_t(key));
+   mgr().mpls_route_via_set(via);
+   device.mplsVrfLabels.mpls_vrf_label_set({mpls_label_t(300), "red"});
+   EXPECT_EQ(shown("show mpls route"),
+             R"({"routes":[{"key":{"labels":[200,100],"metric":9},"fec_id":1,"vias":[{"hop":"10.0.0.1",)"
+             R"("intf":"Ethernet1","pushswap_label":7,"label_action":3,"ttl_mode":0,"payload_type":0,)"
+             R"("skip_egress_acl":false,"nexthop_group":""}]}],"vrf_labels":[{"label":300,"vrf_name":"red"}]})");
+   EXPECT_THAT(refusal("simulate mpls fec -1 set"), HasSubstr("expected a number at '-1'"));
+   EXPECT_THAT(refusal("simulate mpls fec 1 gone"), HasSubstr("expected delete or set at 'gone'"));
+}
+
+TEST_F(MplsTest, RoutesComeBackWithTheirFecs) {
+   restart([](Switch& before) {
+      auto& mgr = before.mplsRoutes;
+      auto const setAll = [&](std::vector<std::uint32_t> const& labels) {
+         for (auto label : labels) {
+            mgr.mpls_route_set(mpls_route_t(keyOf(label)));
+            mgr.mpls_route_via_set(viaOf(label, "g" + std::to_string(label)));
+         }
+      };
+      setAll({5, 4, 3, 2});
+      mgr.mpls_route_del(keyOf(4));
+      mgr.resync_init();
+      setAll({5, 3});
+      mgr.resync_complete();
+      before.mplsVrfLabels.mpls_vrf_label_set({mpls_label_t(9), "red"});
+   });
+   EXPECT_EQ(mgr().table().size(), 2);
+   EXPECT_EQ(mgr().fec_id(keyOf(5)), mpls_fec_id_t(1));
+   EXPECT_EQ(mgr().fec_id(keyOf(3)), mpls_fec_id_t(3));
+   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(3))), ElementsAre("g3"));
+   set(8);
+   EXPECT_EQ(mgr().fec_id(keyOf(8)), mpls_fec_id_t(4));
+   EXPECT_EQ(device.mplsVrfLabels.mpls_vrf_label(mpls_label_t(9)).vrf_name(), "red");
+}
+
+}  // namespace
+}  // namespace velm::embedded

@@ -1,0 +1,179 @@
+#include "tests/platform/SwitchTest.h"
+
+namespace velm::embedded {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+nexthop_group_t groupOf(std::string const& name, std::string const& intf = "Ethernet1") {
+   nexthop_group_entry_t entry(ip_addr_t("10.0.0.1"));
+   entry.intf_is(intf_id_t(intf));
+   nexthop_group_t group(name, nexthop_group_encap_t::mpls);
+   group.nexthop_set(4, entry);
+   return group;
+}
+
+template <class Handler>
+struct Recorder : Handler {
+   using Handler::Handler;
+   void on_nexthop_group_active(std::string const& name, bool active) override {
+      seen.push_back(name + (active ? " active" : " inactive"));
+   }
+   void on_nexthop_group_programmed(std::string const& name, unsigned short version) override {
+      seen.push_back(name + ' ' + std::to_string(version));
+   }
+   std::vector<std::string> take() { return std::exchange(seen, {}); }
+   std::vector<std::string> seen;
+};
+
+class NexthopGroupTest : public SwitchTest {
+ protected:
+   NexthopGroupMgr& mgr() { return device.nexthopGroups; }
+   std::vector<std::string> programmed() {
+      std::vector<std::string> names;
+      for (auto it = mgr().programmed_nexthop_group_iter(); it; ++it) names.push_back(*it);
+      return names;
+   }
+};
+
+TEST_F(NexthopGroupTest, ProgrammingAndChangesOfStateAreToldWhereTheGroupIsWatched) {
+   Recorder<nexthop_group_handler> all(&mgr());
+   Recorder<nexthop_group_handler_v2> one(&mgr());
+   Recorder<nexthop_group_handler> idle(&mgr());
+   all.watch_all_nexthop_groups(true);
+   one.watch_nexthop_group("h", true);
+   mgr().nexthop_group_set(groupOf("g"));
+   mgr().nexthop_group_set(groupOf("h", "Ethernet2"));
+   EXPECT_THAT(all.take(), IsEmpty());
+   deliver();
+   EXPECT_THAT(all.take(), ElementsAre("g 1", "g active", "h 1", "h active"));
+   EXPECT_THAT(one.take(), ElementsAre("h 1", "h active"));
+   world({"simulate interface Ethernet1 oper down", "simulate interface Ethernet1 oper up"});
+   mgr().nexthop_group_set(groupOf("g"));  // alike: programmed again, and active as before
+   mgr().nexthop_group_set(groupOf("g", "Ethernet3"));
+   deliver();
+   EXPECT_THAT(all.take(), ElementsAre("g inactive", "g active", "g 2", "g 3"));
+   EXPECT_THAT(one.take(), IsEmpty());
+   EXPECT_THAT(idle.take(), IsEmpty());
+}
+
+TEST_F(NexthopGroupTest, TheOlderProgrammedEventIsThatOfTheSecondHandlerAlone) {
+   struct Old : nexthop_group_handler_v2 {
+      using nexthop_group_handler_v2::nexthop_group_handler_v2;
+      void on_nexthop_group_programmed(std::string const& name) override { seen.push_back(name); }
+      std::vector<std::string> seen;
+   } old(&mgr());
+   old.watch_all_nexthop_groups(true);
+   mgr().nexthop_group_set(groupOf("g"));
+   deliver();
+   EXPECT_THAT(old.seen, ElementsAre("g"));
+}
+
+TEST_F(NexthopGroupTest, WhatIsProgrammedIsReadOnceItIs) {
+   mgr().nexthop_group_set(groupOf("g"));
+   EXPECT_THROW(mgr().programmed_nexthop_group("g"), invalid_argument_error);
+   EXPECT_FALSE(mgr().active("g"));
+   deliver();
+   EXPECT_EQ(mgr().programmed_nexthop_group("g"), groupOf("g"));
+   EXPECT_THAT(programmed(), ElementsAre("g"));
+   mgr().resync_init();
+   mgr().nexthop_group_set(groupOf("h"));
+   mgr().resync_complete();
+   EXPECT_THROW(mgr().programmed_nexthop_group("g"), invalid_argument_error);
+   EXPECT_THROW(mgr().nexthop_group("g"), invalid_argument_error);
+   deliver();
+   EXPECT_THAT(programmed(), ElementsAre("h"));
+   EXPECT_FALSE(mgr().active("g"));
+}
+
+TEST_F(NexthopGroupTest, ACounterIsValidWhereTheGroupHasTheEntryAndGoesWithTheGroup) {
+   auto const read = [&](unsigned short entry) {
+      auto const counter = mgr().counter("g", entry);
+      return std::tuple(counter.valid(), counter.packets(), counter.bytes());
+   };
+   EXPECT_EQ(read(4), std::tuple(false, 0, 0));
+   mgr().nexthop_group_set(groupOf("g"));
+   EXPECT_EQ(read(4), std::tuple(true, 0, 0));
+   world({"simulate nexthop-group g counter 4 1 18446744073709551615", "simulate nexthop-group g counter 5 6 7"});
+   EXPECT_EQ(read(4), std::tuple(true, 1, 18446744073709551615UL));
+   EXPECT_EQ(read(5), std::tuple(false, 0, 0));
+   mgr().nexthop_group_set(groupOf("g", "Ethernet2"));
+   EXPECT_EQ(read(4), std::tuple(true, 1, 18446744073709551615UL));
+   mgr().nexthop_group_del("g");
+   mgr().nexthop_group_set(groupOf("g"));
+   EXPECT_EQ(read(4), std::tuple(true, 0, 0));
+}
+
+TEST_F(NexthopGroupTest, ASimulatedReportIsLikeOneOfTheDataplane) {
+   mgr().nexthop_group_set(groupOf("g"));
+   deliver();
+   Recorder<nexthop_group_handler> recorder(&mgr());
+   recorder.watch_all_nexthop_groups(true);
+   world({"simulate nexthop-group g active false", "simulate nexthop-group g programmed 65535",
+          "simulate nexthop-group stranger active true", "simulate nexthop-group stranger programmed 9"});
+   EXPECT_THAT(recorder.take(), IsEmpty());
+   deliver();
+   EXPECT_THAT(recorder.take(), ElementsAre("g inactive", "g 65535", "stranger active", "stranger 9"));
+   EXPECT_FALSE(mgr().active("g"));
+   EXPECT_THAT(programmed(), ElementsAre("g"));
+   mgr().nexthop_group_set(groupOf("g"));  // goes on from there
+   deliver();
+   EXPECT_THAT(recorder.take(), ElementsAre("g 0", "g active"));
+}
+
+TEST_F(NexthopGroupTest, GroupsAndTunnelsComeBackAndGroupsAreProgrammedAnew) {
+   nexthop_group_tunnel_t tunnel;
+   tunnel.tunnel_endpoint_is(ip_prefix_t("2001:db8::/32"));
+   tunnel.nhg_name_is("g");
+   restart([&](Switch& before) {
+      for (auto const* name : {"gone", "g"}) before.nexthopGroups.nexthop_group_set(groupOf(name));
+      before.nexthopGroups.nexthop_group_del("gone");
+      before.nexthopGroupTunnels.nexthop_group_tunnel_set(tunnel);
+   });
+   EXPECT_EQ(mgr().nexthop_group("g"), groupOf("g"));
+   EXPECT_FALSE(mgr().exists("gone"));
+   EXPECT_EQ(device.nexthopGroupTunnels.nexthop_group_tunnel(tunnel.tunnel_endpoint()), tunnel);
+   EXPECT_THAT(programmed(), IsEmpty());
+   deliver();
+   EXPECT_THAT(programmed(), ElementsAre("g"));
+   EXPECT_TRUE(mgr().active("g"));
+}
+
+TEST_F(NexthopGroupTest, GroupsAndTunnelsAreShown) {
+   auto group = groupOf("g");
+   auto entry = group.nexthops().at(4);
+   nexthop_group_mpls_action_t action(mpls_action_t::push);
+   action.label_stack_is({mpls_label_t(2), mpls_label_t(1)});
+   entry.mpls_action_is(action);
+   group.nexthop_set(12, entry);
+   mgr().nexthop_group_set(group);
+   deliver();
+   std::string const plain = R"("nexthop":"10.0.0.1","child_nexthop_group":"","intf":"Ethernet1","mpls_action":)";
+   EXPECT_EQ(shown("show nexthop-group g"),
+             R"({"nexthop_groups":{"g":{"name":"g","type":3,"gre_key_type":0,"ttl":0,"source_ip":"","source_intf":"",)"
+             R"("autosize":false,"counters_unshared":false,"hierarchical_fecs_enabled":false,"nexthops":{"4":{)" +
+                plain + R"({"action_type":0,"label_stack":[]}},"12":{)" + plain +
+                R"({"action_type":1,"label_stack":[2,1]}}},"destination_ips":{},"active":true,"version":1}}})");
+   EXPECT_THAT(device.vapi.run_show_cmd("show nexthop-group h").error_message(), HasSubstr("no such name h"));
+   for (auto const* number : {"programmed 65536", "counter 65536 0 0"}) {
+      EXPECT_THAT(refusal(std::string("simulate nexthop-group g ") + number), HasSubstr(" 65536 is out of range"));
+   }
+
+   nexthop_group_tunnel_t tunnel;
+   tunnel.tunnel_endpoint_is(ip_prefix_t("10.0.0.0/8"));
+   tunnel.nhg_name_is("g");
+   tunnel.igp_metric_is(5);
+   auto& tunnels = device.nexthopGroupTunnels;
+   EXPECT_THROW(tunnels.nexthop_group_tunnel(tunnel.tunnel_endpoint()), invalid_argument_error);
+   tunnels.nexthop_group_tunnel_set(tunnel);
+   EXPECT_EQ(tunnels.nexthop_group_tunnel(tunnel.tunnel_endpoint()), tunnel);
+   EXPECT_EQ(shown("show nexthop-group tunnel"),
+             R"({"tunnels":[{"tunnel_endpoint":"10.0.0.0/8","nhg_name":"g","igp_metric":5}]})");
+   tunnel.tunnel_endpoint_is(ip_prefix_t(ip_addr_t("10.0.0.0"), 33));
+   EXPECT_THROW(tunnels.nexthop_group_tunnel_set(tunnel), invalid_range_error);
+}
+
+}  // namespace
+}  // namespace velm::embedded

@@ -1,0 +1,302 @@
+#include <cstdlib>
+#include <filesystem>
+#include <utility>
+
+#include "tests/platform/SwitchTest.h"
+
+namespace velm::embedded {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+
+struct Recorder : policy_map_handler {
+   explicit Recorder(policy_map_mgr& mgr) : policy_map_handler(&mgr) { watch_all_policy_maps(true); }
+   void on_policy_map_sync(policy_map_key_t const& key) override { seen.push_back(key.to_string() + " sync"); }
+   void on_policy_map_sync_fail(policy_map_key_t const& key, std::string const& message) override {
+      seen.push_back(key.to_string() + " failed: " + message);
+   }
+   void on_policy_map_config_set(policy_map_key_t const& key) override { seen.push_back(key.to_string() + " set"); }
+
+   std::vector<std::string> take() { return std::exchange(seen, {}); }
+   std::vector<std::string> seen;
+};
+
+policy_map_rule_t redirect(std::string const& class_map, std::string const& group) {
+   policy_map_action_t action(policy_action_type_t::nexthop_group);
+   action.nexthop_group_name_is(group);
+   policy_map_rule_t rule({class_map, policy_feature_t::pbr});
+   rule.action_set(action);
+   return rule;
+}
+
+class PolicyMapTest : public SwitchTest {
+ protected:
+   PolicyMapMgr& mgr() { return device.policyMaps; }
+   static policy_map_key_t keyOf(std::string const& name) { return {name, policy_feature_t::pbr}; }
+   void set(std::string const& name) { mgr().policy_map_is(policy_map_t(keyOf(name))); }
+   void apply(std::string const& name, bool on = true, acl_direction_t direction = acl_direction_t::in) {
+      mgr().policy_map_apply(keyOf(name), intf_id_t("Ethernet1"), direction, on);
+   }
+   static std::vector<std::string> namesOf(policy_map_iter_t it) {
+      std::vector<std::string> names;
+      for (; it; ++it) names.push_back(it->name());
+      return names;
+   }
+   std::vector<std::pair<std::string, unsigned>> statuses(std::string const& name) {
+      std::vector<std::pair<std::string, unsigned>> statuses;
+      auto const told = mgr().hw_status(keyOf(name));
+      for (auto const& [place, status] : told.intf_statuses()) {
+         statuses.emplace_back(place.intf_id().to_string() + '/' + std::to_string(unsigned(place.direction())),
+                               unsigned(status));
+      }
+      return statuses;
+   }
+   std::vector<std::string> delivered() {
+      deliver();
+      return recorder.take();
+   }
+
+   Recorder recorder{device.policyMaps};
+};
+
+TEST_F(PolicyMapTest, ASetIsAnnouncedAndThenItsSync) {
+   policy_map_t map(keyOf("p"));
+   map.rule_set(1, redirect("c", "g"));
+   mgr().policy_map_is(map);
+   set("q");
+   EXPECT_THAT(recorder.seen, IsEmpty());  // never inside the call
+   EXPECT_EQ(mgr().policy_map(keyOf("p")), map);
+   EXPECT_THAT(delivered(), ElementsAre("p feature 1 set", "p feature 1 sync", "q feature 1 set", "q feature 1 sync"));
+   map.rule_del(1);
+   map.rule_set(2, redirect("d", "g"));
+   mgr().policy_map_is(map);  // whole
+   EXPECT_EQ(mgr().policy_map(keyOf("p")), map);
+   mgr().policy_map_is(map);  // nothing new, but whoever wrote it waits for the sync
+   EXPECT_THAT(delivered(), ElementsAre("p feature 1 set", "p feature 1 sync", "p feature 1 set", "p feature 1 sync"));
+   apply("p");
+   mgr().policy_map_del(keyOf("p"));
+   mgr().policy_map_del(keyOf("p"));
+   recorder.watch_all_policy_maps(false);
+   set("q");
+   EXPECT_THAT(delivered(), IsEmpty());
+   EXPECT_FALSE(mgr().exists(keyOf("p")));
+   EXPECT_THROW(mgr().policy_map(keyOf("p")), invalid_argument_error);
+}
+
+TEST_F(PolicyMapTest, OneWithoutANameIsAcceptedAndNotKept) {
+   mgr().policy_map_is(policy_map_t());
+   set("");
+   EXPECT_THAT(delivered(), IsEmpty());
+   EXPECT_THAT(namesOf(mgr().policy_map_iter()), IsEmpty());
+}
+
+TEST_F(PolicyMapTest, ItHasAStatusWhereItIsAppliedAsLongAsItIs) {
+   set("p");
+   set("q");
+   apply("p");
+   apply("p", true, acl_direction_t::out);
+   EXPECT_THAT(statuses("p"), IsEmpty());  // the dataplane's to tell
+   deliver();
+   EXPECT_THAT(statuses("p"), ElementsAre(Pair("Ethernet1/1", 1), Pair("Ethernet1/2", 1)));
+   EXPECT_THAT(namesOf(mgr().policy_map_hw_status_iter()), ElementsAre("p"));
+   set("p");
+   apply("p", false, acl_direction_t::out);
+   apply("q", false);
+   deliver();
+   EXPECT_THAT(statuses("p"), ElementsAre(Pair("Ethernet1/1", 1)));
+   apply("p", false);
+   deliver();
+   EXPECT_THAT(namesOf(mgr().policy_map_hw_status_iter()), IsEmpty());
+   EXPECT_THAT(statuses("unknown"), IsEmpty());
+
+   apply("p");
+   mgr().policy_map_del(keyOf("p"));
+   set("p");  // another one, which is applied nowhere
+   deliver();
+   EXPECT_THAT(statuses("p"), IsEmpty());
+   EXPECT_THAT(shown("show policy-map"), HasSubstr(R"("key":{"name":"p","feature":1},"rules":{},"applied":[])"));
+}
+
+TEST_F(PolicyMapTest, WhatCannotBeDoneIsRefusedAndChangesNothing) {
+   EXPECT_THROW(apply("unknown"), configuration_error);
+   apply("unknown", false);  // already so
+   set("p");
+   EXPECT_THROW(mgr().policy_map_apply(keyOf("p"), {}, acl_direction_t::in, true), invalid_argument_error);
+   acl_rule_ip_t raw;
+   raw.source_addr_is({ip_addr_t("10.0.0.0"), 33});
+   auto rule = redirect("c", "g");
+   rule.raw_rule_is(raw);
+   policy_map_t map(keyOf("p"));
+   map.rule_set(1, rule);
+   EXPECT_THROW(mgr().policy_map_is(map), invalid_range_error);
+   EXPECT_THAT(delivered(), ElementsAre("p feature 1 set", "p feature 1 sync"));
+   EXPECT_THAT(namesOf(mgr().policy_map_hw_status_iter()), IsEmpty());
+   EXPECT_THAT(mgr().policy_map(keyOf("p")).rules(), IsEmpty());
+}
+
+TEST_F(PolicyMapTest, AResyncDeletesWhatWasNotSetAgainWhereverItIsApplied) {
+   for (auto const* name : {"applied", "kept", "lost"}) set(name);
+   apply("applied");
+   apply("kept");
+   mgr().resync_init();
+   set("kept");
+   set("new");
+   apply("applied");  // does not count as a set
+   mgr().resync_complete();
+   deliver();
+   EXPECT_THAT(namesOf(mgr().policy_map_iter()), ElementsAre("kept", "new"));
+   EXPECT_THAT(namesOf(mgr().policy_map_hw_status_iter()), ElementsAre("kept"));
+   mgr().resync_complete();
+   EXPECT_TRUE(mgr().exists(keyOf("new")));
+}
+
+TEST_F(PolicyMapTest, TheWorldRaisesEventsAndStatuses) {
+   world({"simulate policy-map p feature 1 config-set", "simulate policy-map p feature 255 sync",
+          "simulate policy-map p feature 1 sync-fail \"no room\""});
+   EXPECT_THAT(delivered(), ElementsAre("p feature 1 set", "p feature 255 sync", "p feature 1 failed: no room"));
+   EXPECT_FALSE(mgr().exists(keyOf("p")));
+
+   set("p");
+   apply("p");
+   world({"simulate policy-map p feature 1 hw-status Ethernet1 1 200",
+          "simulate policy-map p feature 1 hw-status Ethernet2 out 3"});
+   auto const told = ElementsAre(Pair("Ethernet1/1", 200), Pair("Ethernet2/2", 3));
+   EXPECT_THAT(statuses("p"), told);
+   deliver();  // not undone by the application, which is older
+   EXPECT_THAT(statuses("p"), told);
+   apply("p");
+   mgr().policy_map_apply(keyOf("p"), intf_id_t("Ethernet2"), acl_direction_t::out, false);
+   deliver();
+   EXPECT_THAT(statuses("p"), ElementsAre(Pair("Ethernet1/1", 1)));
+}
+
+TEST_F(PolicyMapTest, TheWorldWritesRulesBehindTheAgentsBack) {
+   policy_map_t map(keyOf("p"));
+   map.rule_set(1, redirect("c", "g"));
+   mgr().policy_map_is(map);
+   apply("p");
+   delivered();
+   world({"simulate policy-map p feature 1 rule 2 class-map d nexthop-group h nexthop-group g",
+          "simulate policy-map new feature 2 rule 1 class-map d"});
+   EXPECT_THAT(delivered(), IsEmpty());
+   auto both = redirect("d", "h");
+   auto const other = redirect("d", "g");
+   both.action_set(*other.actions().begin());
+   map.rule_set(2, both);
+   EXPECT_EQ(mgr().policy_map(keyOf("p")), map);
+   EXPECT_THAT(shown("show policy-map"),
+               AllOf(HasSubstr(R"({"policy_maps":[{"key":{"name":"new","feature":2},"rules":{"1":{"class_map_key":)"
+                               R"({"name":"d","feature":1},"policy_map_rule_type":0,"raw_rule":{"action":0,)"),
+                     HasSubstr(R"("actions":[{"action_type":4,"nexthop_group_name":"g","nexthops":[],"vrf":"",)"
+                               R"("dscp":0,"traffic_class":0},{"action_type":4,"nexthop_group_name":"h",)"),
+                     HasSubstr(R"("applied":[{"intf_id":"Ethernet1","direction":1}])")));
+
+   struct Row {
+      char const* command;
+      char const* message;
+   };
+   for (auto const& row :
+        {Row{"policy-map r feature 256 rule 1 class-map c", "feature 256"},
+         Row{"policy-map r feature 1 rule 4294967296 class-map c", "rule 4294967296"},
+         Row{"policy-map \"\" feature 1 rule 1 class-map c", "needs a name"},
+         Row{"policy-map r feature 1 rule 1 class-map c nexthop-group", "at the end"},
+         Row{"policy-map r feature 1 hw-status Ethernet1 256 1", "direction 256"},
+         Row{"policy-map r feature 1 hw-status Ethernet1 1 256", "hw-status 256"},
+         Row{"policy-map r feature 1 sync-fail", "TEXT"}, Row{"class-map r rule 1 acl a type 256", "type 256"},
+         Row{"class-map \"\" rule 1 acl a type 1", "needs a name"}}) {
+      EXPECT_THAT(refusal(std::string("simulate ") + row.command), HasSubstr(row.message));
+   }
+   EXPECT_THAT(namesOf(mgr().policy_map_iter()), ElementsAre("new", "p"));
+   EXPECT_EQ(shown("show class-map"), R"({"class_maps":[]})");
+}
+
+TEST_F(PolicyMapTest, ClassMapsAreReplacedWholeAndOneRuleAtATimeByTheWorld) {
+   auto& mgr = device.classMaps;
+   auto const key = keyOf("c");
+   EXPECT_THROW(mgr.class_map(key), invalid_argument_error);
+   EXPECT_THROW(mgr.class_map_is(class_map_t(keyOf(""))), invalid_argument_error);
+   class_map_t map(key);
+   map.rule_set(7, class_map_rule_t({"a", acl_type_t::ipv4}));
+   mgr.class_map_is(map);
+   mgr.class_map_is(class_map_t(key));
+   EXPECT_EQ(mgr.class_map(key), class_map_t(key));
+   world({"simulate class-map c rule 1 acl a type 1", "simulate class-map c rule 2 acl b type 9"});
+   EXPECT_EQ(shown("show class-map"), R"({"class_maps":[{"key":{"name":"c","feature":1},"rules":{)"
+                                      R"("1":{"acl_key":{"acl_name":"a","acl_type":1}},)"
+                                      R"("2":{"acl_key":{"acl_name":"b","acl_type":9}}}}]})");
+   EXPECT_FALSE(mgr.exists({"c", policy_feature_t::qos}));
+   mgr.class_map_del(key);
+   mgr.class_map_del(key);
+   EXPECT_FALSE(mgr.exists(key));
+}
+
+// One run of a switch on a state folder.
+struct Boot : SwitchTest {
+   explicit Boot(std::string const& folder) : recorder(device.policyMaps) { device.stateIs(folder); }
+   void TestBody() override {}
+   using SwitchTest::deliver;
+   using SwitchTest::device;
+   using SwitchTest::shown;
+   using SwitchTest::world;
+
+   Recorder recorder;
+};
+
+TEST(PolicyStateTest, WhatWasCommittedAndAppliedComesBackAndIsCarriedOutAnew) {
+   std::string folder = std::filesystem::temp_directory_path() / "policy-XXXXXX";
+   ASSERT_NE(mkdtemp(folder.data()), nullptr);
+   policy_map_key_t const key("p", policy_feature_t::pbr);
+   acl_key_t const acl("a", acl_type_t::ipv4);
+   policy_map_hw_status_key_t const place(intf_id_t("Ethernet1"), acl_direction_t::in);
+   std::vector<std::string> const shows{"show class-map", "show policy-map"};
+   acl_rule_ip_t rule;
+   acl_port_spec_t ports;
+   ports.ports_is({80, 443, 80});
+   rule.source_port_is(ports);
+   std::vector<std::string> before;
+   {
+      Boot run(folder);
+      policy_map_action_t action(policy_action_type_t::nexthop);
+      action.nexthops_is({ip_addr_t("10.0.0.1"), ip_addr_t("::1")});
+      policy_map_rule_t mapRule({"c", policy_feature_t::pbr});
+      mapRule.action_set(action);
+      mapRule.raw_rule_is(rule);
+      policy_map_t map(key);
+      map.rule_set(70000, mapRule);
+      run.device.policyMaps.policy_map_is(map);
+      run.device.policyMaps.policy_map_apply(key, place.intf_id(), place.direction(), true);
+      run.device.acls.acl_rule_set(acl, 1, rule);
+      run.device.acls.acl_rule_set({"gone", acl_type_t::ipv4}, 1, rule);
+      run.device.acls.acl_commit();
+      run.device.acls.acl_rule_set(acl, 2, rule);
+      run.device.acls.acl_del({"gone", acl_type_t::ipv4});
+      run.device.acls.acl_commit();
+      run.device.acls.acl_del(acl);  // staged alone
+      run.world(
+         {"simulate class-map c rule 1 acl a type 1", "simulate policy-map p feature 1 hw-status Ethernet2 1 2"});
+      for (auto const& show : shows) before.push_back(run.shown(show));
+   }
+   {
+      Boot run(folder);
+      std::vector<std::string> after;
+      for (auto const& show : shows) after.push_back(run.shown(show));
+      EXPECT_EQ(after, before);
+      EXPECT_FALSE(run.device.acls.staged());
+      EXPECT_EQ(run.device.acls.committed().size(), 1);
+      auto it = run.device.acls.acl_rule_ip_iter(acl);
+      EXPECT_EQ(*it, std::pair(1U, rule));
+      ++it;
+      EXPECT_EQ(it->first, 2);
+      run.deliver();
+      EXPECT_THAT(run.device.policyMaps.hw_status(key).intf_statuses(),
+                  ElementsAre(Pair(place, policy_map_status_t::programmed)));
+      EXPECT_THAT(run.recorder.seen, IsEmpty());
+   }
+   std::filesystem::remove_all(folder);
+}
+
+}  // namespace
+}  // namespace velm::embedded

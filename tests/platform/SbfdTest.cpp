@@ -1,0 +1,343 @@
+#include <filesystem>
+#include <map>
+#include <set>
+
+#include "tests/platform/SwitchTest.h"
+
+namespace velm::embedded {
+namespace {
+
+using namespace std::chrono_literals;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+using Clock = std::chrono::steady_clock;
+using status_t = bfd_session_status_t;
+
+sbfd_echo_session_key_t keyOf(std::string const& intf, std::uint32_t label = 16) {
+   return {ip_addr_t("10.0.0.1"), intf_id_t(intf), {mpls_label_t(label)}, 46, 5};
+}
+
+struct Recorder : bfd_session_handler, intf_handler {
+   Recorder(bfd_session_mgr& sessions, intf_mgr& intfs) : bfd_session_handler(&sessions), intf_handler(&intfs) {
+      watch_all_sbfd_echo_sessions(true);
+      watch_all_intfs(true);
+   }
+   void on_sbfd_echo_session_set(sbfd_echo_session_key_t const& key) override { note(key, "set"); }
+   void on_sbfd_echo_session_del(sbfd_echo_session_key_t const& key) override { note(key, "del"); }
+   void on_sbfd_echo_session_status(sbfd_echo_session_key_t const& key, status_t status) override {
+      note(key, std::to_string(static_cast<unsigned>(status)));
+      last = Clock::now();
+   }
+   void on_sbfd_echo_session_rtt(sbfd_echo_session_key_t const& key,
+                                 sbfd_echo_session_rtt_stats_t const& stats) override {
+      rtts.emplace_back(key, stats);
+      last = Clock::now();
+   }
+   void on_oper_status(intf_id_t intf, oper_status_t status) override {
+      seen.push_back(intf.to_string() + (status == oper_status_t::up ? " up" : " down"));
+   }
+
+   void note(sbfd_echo_session_key_t const& key, std::string const& what) {
+      seen.push_back(key.nexthop_intf().to_string() + ' ' + std::to_string(key.labels().front().label()) + ' ' + what);
+   }
+   std::vector<std::string> take() { return std::exchange(seen, {}); }
+
+   std::vector<std::string> seen;
+   std::vector<std::pair<sbfd_echo_session_key_t, sbfd_echo_session_rtt_stats_t>> rtts;
+   Clock::time_point last;
+};
+
+class SbfdTest : public SwitchTest {
+ protected:
+   BfdSessionMgr& mgr() { return device.bfdSessions; }
+   void set(sbfd_echo_session_key_t const& key, sbfd_interval_t interval = {20, 1}) {
+      sdk_scoped_lock const lock;
+      mgr().sbfd_echo_session_set(key);
+      mgr().sbfd_echo_session_interval_is(key, interval);
+   }
+   // A session that is up, whose events are taken.
+   void setUp(sbfd_echo_session_key_t const& key, sbfd_interval_t interval = {20, 1}) {
+      set(key, interval);
+      EXPECT_TRUE(becomes(key, status_t::up));
+      recorder.seen.clear();
+   }
+   bool becomes(sbfd_echo_session_key_t const& key, status_t status) {
+      bool const reads = turnUntil([&] { return mgr().sbfd_echo_session_status(key) == status; });
+      deliver();
+      return reads;
+   }
+   bool seesEvents(std::size_t count) {
+      return turnUntil([&] { return recorder.seen.size() >= count; });
+   }
+
+   Recorder recorder{device.bfdSessions, device.intfs};
+};
+
+TEST_F(SbfdTest, ASessionIsUpWithItsInterfaceAndDownBehindTheInterfacesEvent) {
+   auto const key = keyOf("Ethernet1");
+   EXPECT_EQ(mgr().sbfd_echo_session_status(key), status_t::unknown);
+   set(key, {40, 2});
+   EXPECT_EQ(mgr().sbfd_echo_session_status(key), status_t::unknown);
+   ASSERT_TRUE(seesEvents(2));
+   EXPECT_THAT(recorder.take(), ElementsAre("Ethernet1 16 set", "Ethernet1 16 3"));
+
+   for (auto const& failure :
+        {std::pair("simulate interface Ethernet1 oper down", "simulate interface Ethernet1 oper up"),
+         std::pair("shutdown", "no shutdown")}) {
+      auto const start = Clock::now();
+      world({"interface Ethernet1", failure.first});
+      ASSERT_TRUE(seesEvents(2));
+      EXPECT_GE(recorder.last - start, 80ms);
+      EXPECT_THAT(recorder.take(), ElementsAre("Ethernet1 down", "Ethernet1 16 1"));
+      world({"interface Ethernet1", failure.second});
+      ASSERT_TRUE(seesEvents(2));
+      EXPECT_THAT(recorder.take(), ElementsAre("Ethernet1 up", "Ethernet1 16 3"));
+   }
+   mgr().sbfd_echo_session_del(key);
+   mgr().sbfd_echo_session_del(key);
+   EXPECT_EQ(mgr().sbfd_echo_session_status(key), status_t::unknown);
+   deliver();
+   EXPECT_THAT(recorder.seen, ElementsAre("Ethernet1 16 del"));
+}
+
+TEST_F(SbfdTest, AZeroInTheIntervalIsTheDefaultsPart) {
+   struct Row {
+      sbfd_interval_t interval;
+      std::chrono::milliseconds detection;
+   };
+   EXPECT_EQ(mgr().sbfd_echo_session_default_interval(), sbfd_interval_t(300, 3));
+   std::vector<Row> const rows{{{300, 3}, 900ms}, {{0, 3}, 900ms}, {{100, 0}, 300ms}, {{0, 0}, 900ms}, {{1, 1}, 1ms}};
+   for (std::size_t i = 0; i < rows.size(); ++i) set(keyOf("Ethernet1", 100 + i), rows[i].interval);
+   ASSERT_TRUE(seesEvents(2 * rows.size()));
+   recorder.seen.clear();
+   auto const start = Clock::now();
+   world({"simulate interface Ethernet1 oper down"});
+   for (std::size_t i : {4, 2, 0, 1, 3}) {
+      ASSERT_TRUE(becomes(keyOf("Ethernet1", 100 + i), status_t::down)) << i;
+      EXPECT_GE(recorder.last - start, rows[i].detection) << i;
+   }
+   EXPECT_EQ(recorder.seen[0], "Ethernet1 down");
+   EXPECT_EQ(recorder.seen[1], "Ethernet1 104 1");
+   EXPECT_EQ(recorder.seen[2], "Ethernet1 102 1");
+   EXPECT_EQ(recorder.seen.size(), 1 + rows.size());
+}
+
+TEST_F(SbfdTest, AnInterfaceThatComesBackInTimeIsNotMissed) {
+   setUp(keyOf("Ethernet1"), {1000, 60});
+   setUp(keyOf("Ethernet2"));
+   world({"simulate interface Ethernet1 oper down", "simulate interface Ethernet2 oper down"});
+   ASSERT_TRUE(becomes(keyOf("Ethernet2"), status_t::down));
+   world({"simulate interface Ethernet1 oper up"});
+   turnFor(50ms);
+   EXPECT_THAT(recorder.seen, ElementsAre("Ethernet1 down", "Ethernet2 down", "Ethernet2 16 1", "Ethernet1 up"));
+}
+
+TEST_F(SbfdTest, AFlapStartsTheTimeAnew) {
+   auto const key = keyOf("Ethernet1");
+   std::string const down = "simulate interface Ethernet1 oper down";
+   std::string const up = "simulate interface Ethernet1 oper up";
+   setUp(key, {300, 1});
+   do {  // again if this process was held up for so long that the session had to notice
+      world({up});
+      ASSERT_TRUE(becomes(key, status_t::up));
+      world({down});
+      turnFor(100ms);
+   } while (mgr().sbfd_echo_session_status(key) == status_t::down);
+   auto const start = Clock::now();
+   world({up, down});
+   ASSERT_TRUE(becomes(key, status_t::down));
+   EXPECT_GE(recorder.last - start, 300ms);
+}
+
+TEST_F(SbfdTest, OneDeletedDuringAFailureIsSilentAndOneSetThenTakesItsOwnTime) {
+   setUp(keyOf("Ethernet1"), {30, 1});
+   setUp(keyOf("Ethernet1", 17), {30, 1});
+   world({"simulate interface Ethernet1 oper down"});
+   mgr().sbfd_echo_session_del(keyOf("Ethernet1"));
+   ASSERT_TRUE(becomes(keyOf("Ethernet1", 17), status_t::down));
+   auto const start = Clock::now();
+   set(keyOf("Ethernet1", 18), {30, 2});
+   ASSERT_TRUE(becomes(keyOf("Ethernet1", 18), status_t::down));
+   EXPECT_GE(recorder.last - start, 60ms);
+   EXPECT_THAT(recorder.seen, ElementsAre("Ethernet1 down", "Ethernet1 16 del", "Ethernet1 17 1", "Ethernet1 18 set",
+                                          "Ethernet1 18 1"));
+}
+
+TEST_F(SbfdTest, AFailedInterfaceReachesItsManySessionsOnceEachBehindItsOwnEvent) {
+   constexpr std::size_t count = 16000;
+   constexpr std::uint32_t firstLabel = 1000;
+   setUp(keyOf("Ethernet2"));
+   for (std::size_t i = 0; i < count; ++i) set(keyOf("Ethernet1", firstLabel + i), {100, 1});
+   ASSERT_TRUE(seesEvents(2 * count));
+   recorder.seen.clear();
+   world({"simulate interface Ethernet1 oper down"});
+   ASSERT_TRUE(seesEvents(1 + count));
+   EXPECT_EQ(recorder.seen.front(), "Ethernet1 down");
+   EXPECT_EQ(std::set(recorder.seen.begin(), recorder.seen.end()).size(), 1 + count);
+   deliver();
+   EXPECT_EQ(recorder.seen.size(), 1 + count);
+   EXPECT_EQ(mgr().sbfd_echo_session_status(keyOf("Ethernet2")), status_t::up);
+
+   world({"simulate interface Ethernet1 oper up"});
+   for (std::size_t i = 0; i < count; ++i) {
+      mgr().sbfd_echo_session_rtt_enabled_is(keyOf("Ethernet1", firstLabel + i), true);
+   }
+   int turnsThatReport = 0;
+   std::size_t reported = 0;
+   ASSERT_TRUE(turnUntil([&] {
+      turnsThatReport += recorder.rtts.size() > reported ? 1 : 0;
+      reported = recorder.rtts.size();
+      return reported >= count;
+   }));
+   EXPECT_GE(turnsThatReport, 5);
+}
+
+TEST_F(SbfdTest, RttComesAboutOnceASecondWhileAskedForAndUp) {
+   auto const key = keyOf("Ethernet1");
+   setUp(key);
+   setUp(keyOf("Ethernet1", 17));
+   auto const start = Clock::now();
+   mgr().sbfd_echo_session_rtt_enabled_is(key, true);
+   ASSERT_TRUE(turnUntil([&] { return recorder.rtts.size() == 2; }));
+   EXPECT_GE(recorder.last - start, 1s);  // the second of them, however late the first came
+   for (auto const& [of, stats] : recorder.rtts) {
+      EXPECT_EQ(of, key);
+      std::vector const rising{
+         1U, stats.min_rtt(), stats.snapshot_min_rtt(), stats.last_rtt(), stats.snapshot_max_rtt(), stats.max_rtt()};
+      EXPECT_TRUE(std::ranges::is_sorted(rising)) << stats.to_string();
+      EXPECT_TRUE(stats.min_rtt() <= stats.avg_rtt() && stats.avg_rtt() <= stats.max_rtt()) << stats.to_string();
+   }
+   world({"simulate interface Ethernet1 oper down"});
+   ASSERT_TRUE(becomes(key, status_t::down));
+   auto const before = recorder.rtts.size();
+   turnFor(1100ms);
+   world({"simulate interface Ethernet1 oper up"});
+   mgr().sbfd_echo_session_rtt_enabled_is(key, false);
+   ASSERT_TRUE(becomes(key, status_t::up));
+   turnFor(1100ms);
+   EXPECT_EQ(recorder.rtts.size(), before);
+}
+
+TEST_F(SbfdTest, NothingHappensByItselfWhileThatIsOff) {
+   auto const key = keyOf("Ethernet1");
+   auto const failing = keyOf("Ethernet2");
+   setUp(failing, {1, 1});
+   mgr().sbfd_echo_session_rtt_enabled_is(failing, true);
+   world({"simulate interface Ethernet2 oper down", "simulate sbfd auto off"});
+   set(key);
+   turnFor(1200ms);
+   EXPECT_THAT(recorder.take(), ElementsAre("Ethernet2 down", "Ethernet1 16 set"));
+   EXPECT_THAT(recorder.rtts, IsEmpty());
+   world({"simulate sbfd Ethernet1 10.0.0.1 labels 16 dscp 46 exp 5 status 4"});
+   EXPECT_EQ(mgr().sbfd_echo_session_status(key), status_t::admin_down);
+   turnFor(50ms);
+   EXPECT_THAT(recorder.take(), ElementsAre("Ethernet1 16 4"));
+
+   world({"simulate sbfd auto on", "simulate sbfd auto on"});
+   ASSERT_TRUE(seesEvents(2));
+   deliver();
+   EXPECT_THAT(recorder.take(), ::testing::UnorderedElementsAre("Ethernet1 16 3", "Ethernet2 16 1"));
+}
+
+TEST_F(SbfdTest, ASimulatedReportIsAnEventWhereItIsWatchedWhateverThereIs) {
+   Recorder idle(mgr(), device.intfs);
+   idle.watch_all_sbfd_echo_sessions(false);
+   auto const key = keyOf("Ethernet1");
+   setUp(key);
+   idle.seen.clear();
+   std::string const session = "simulate sbfd Ethernet1 10.0.0.1 labels 16 dscp 46 exp 5 ";
+   world({session + "status 1", session + "status 1", session + "status 4294967295",
+          session + "rtt 5 1 4 9 2 3 4294967295", "simulate sbfd Ethernet2 10.0.0.1 labels 16 dscp 46 exp 5 status 3",
+          "simulate sbfd Ethernet2 2001:db8::1 labels - dscp 0 exp 255 rtt 1 2 3 4 5 6 7"});
+   EXPECT_THAT(recorder.seen, IsEmpty());
+   EXPECT_EQ(mgr().sbfd_echo_session_status(key), static_cast<status_t>(4294967295));
+   deliver();
+   EXPECT_THAT(recorder.seen,
+               ElementsAre("Ethernet1 16 1", "Ethernet1 16 1", "Ethernet1 16 4294967295", "Ethernet2 16 3"));
+   ASSERT_EQ(recorder.rtts.size(), 2U);
+   EXPECT_EQ(recorder.rtts[0], std::pair(key, sbfd_echo_session_rtt_stats_t(5, 1, 4, 9, 2, 3, 4294967295)));
+   EXPECT_EQ(recorder.rtts[0].second.to_string(), "last 5 min 1 avg 4 max 9 snapshot min 2 avg 3 max 4294967295");
+   EXPECT_EQ(recorder.rtts[1].first.to_string(), "Ethernet2 2001:db8::1 labels - dscp 0 exp 255");
+   EXPECT_THAT(idle.seen, IsEmpty());
+   EXPECT_THAT(idle.rtts, IsEmpty());
+   EXPECT_EQ(mgr().sbfd_echo_session_status(keyOf("Ethernet2")), status_t::unknown);
+}
+
+TEST_F(SbfdTest, CommandsShowTheSessionsAndRefuseWhatDoesNotFit) {
+   EXPECT_EQ(shown("show sbfd echo"), R"({"sessions":[]})");
+   world({"simulate sbfd auto off"});
+   sbfd_echo_session_key_t const key(ip_addr_t("10.0.0.1"), intf_id_t("Ethernet1"),
+                                     {mpls_label_t(17), mpls_label_t(16)}, 46, 5);
+   set(key, {0, 255});
+   mgr().sbfd_echo_session_rtt_enabled_is(key, true);
+   std::string const session = "simulate sbfd Ethernet1 10.0.0.1 labels 17,16 ";
+   world({session + "dscp 46 exp 5 status 7"});
+   EXPECT_EQ(shown("show sbfd echo"),
+             R"({"sessions":[{"key":{"nexthop":"10.0.0.1","nexthop_intf":"Ethernet1","labels":[17,16],"ip_dscp":46,)"
+             R"("mpls_exp":5},"min_tx":0,"multiplier":255,"rtt_enabled":true,"status":7}]})");
+
+   std::map<std::string, std::string> const refused{
+      {session + "dscp 256 exp 5 status 1", "dscp 256 is out of range"},
+      {session + "dscp 46 exp 256 status 1", "exp 256 is out of range"},
+      {session + "dscp 46 exp 5 status 4294967296", "status 4294967296 is out of range"},
+      {session + "dscp 46 exp 5 rtt 1 2 3 4 5 6 4294967296", "rtt 4294967296 is out of range"},
+      {"simulate sbfd Ethernet1 10.0.0.1 labels 1048576 dscp 46 exp 5 status 1", "1048576"},
+      {"simulate sbfd Ethernet1 10.0.0.1 labels 4294967312 dscp 46 exp 5 status 1", "label 4294967312"},
+      {session + "dscp 46 exp 5 rtt 1 2 3 4 5 6", "invalid command"},
+      {"simulate sbfd Nowhere 10.0.0.1 labels 16 dscp 46 exp 5 status 1", "invalid command"},
+      {"simulate sbfd auto maybe", "invalid command"}};
+   recorder.seen.clear();
+   for (auto const& [command, why] : refused) EXPECT_THAT(refusal(command), HasSubstr(why)) << command;
+   deliver();
+   EXPECT_THAT(recorder.seen, ElementsAre("Ethernet1 17 set", "Ethernet1 17 7"));
+   EXPECT_THAT(recorder.rtts, IsEmpty());
+}
+
+TEST_F(SbfdTest, WhatConcernsAnUnknownSessionIsRefusedByItsText) {
+   auto const key = keyOf("Ethernet1");
+   auto const refused = [&](auto const& change) -> std::string {
+      try {
+         change();
+      } catch (configuration_error const& e) {
+         return e.what();
+      }
+      return "accepted";
+   };
+   std::string const text = "no such sBFD echo session Ethernet1 10.0.0.1 labels 16 dscp 46 exp 5";
+   EXPECT_EQ(refused([&] { mgr().sbfd_echo_session_interval_is(key, {1, 1}); }), text);
+   EXPECT_EQ(refused([&] { mgr().sbfd_echo_session_rtt_enabled_is(key, true); }), text);
+   EXPECT_FALSE(mgr().sbfd_echo_session_iter());
+   EXPECT_EQ(mgr().sbfd_echo_session_status(key), status_t::unknown);
+}
+
+TEST_F(SbfdTest, SessionsOutliveTheirSwitchAndTheirStatusesDoNot) {
+   std::string pattern = std::filesystem::temp_directory_path() / "sbfd-XXXXXX";
+   std::string const top = mkdtemp(pattern.data());
+   auto const key = keyOf("Ethernet1", 1048575);
+   {
+      Switch before;
+      before.stateIs(top + "/state");
+      before.bfdSessions.sbfd_echo_session_set(key);
+      before.bfdSessions.sbfd_echo_session_interval_is(key, {50, 4});
+      before.bfdSessions.sbfd_echo_session_rtt_enabled_is(key, true);
+      before.bfdSessions.sbfd_echo_session_set(keyOf("Ethernet2"));
+      before.bfdSessions.sbfd_echo_session_set(key);
+      before.bfdSessions.simulateStatus(key, status_t::init);
+      before.bfdSessions.sbfd_echo_session_del(keyOf("Ethernet2"));
+   }
+   device.stateIs(top + "/state");
+   auto it = mgr().sbfd_echo_session_iter();
+   ASSERT_TRUE(it);
+   EXPECT_EQ(*it, key);
+   EXPECT_EQ(it->hash(), key.hash());
+   EXPECT_FALSE(++it);
+   EXPECT_THAT(shown("show sbfd echo"), HasSubstr(R"("min_tx":50,"multiplier":4,"rtt_enabled":true,"status":0)"));
+   EXPECT_TRUE(becomes(key, status_t::up));
+   EXPECT_THAT(recorder.seen, ElementsAre("Ethernet1 1048575 3"));
+   std::filesystem::remove_all(top);
+}
+
+}  // namespace
+}  // namespace velm::embedded
