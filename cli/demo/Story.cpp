@@ -107,6 +107,7 @@ class Story {
       theSwitchShowsWhatItHolds();
       aNewControllerTakesOver();
       theAgentStops();
+      theAgentComesBack();
    }
 
  private:
@@ -118,11 +119,7 @@ class Story {
          "where traffic goes, and the agent programs the switch. Here a small controller plays that through, with the\n"
          "agent at {} and a simulated switch inside it.\n",
          agent_.address());
-      auto const deadline = Clock::now() + std::chrono::seconds(20);
-      while (!agent_.waitUntilServing(std::chrono::milliseconds(200))) {
-         expect(!agent_.waitForEnd({}), "the agent keeps running once it is started");
-         expect(Clock::now() < deadline, "the agent serves within 20 seconds");
-      }
+      awaitService();
    }
 
    void theControllerIntroducesItself() {
@@ -225,6 +222,34 @@ class Story {
       expect(WIFEXITED(status) && WEXITSTATUS(status) == 0,
              fmt::format("the agent exits with status 0; waitpid says {:#x}", status));
       say("It shut down in order: exit status 0 after {:.0f} ms.", time.count());
+   }
+
+   void theAgentComesBack() {
+      chapter("The agent starts again and finds its routes (--switch-state)");
+      auto const start = Clock::now();
+      agent_.restart();
+      awaitService();
+      Milliseconds const time = Clock::now() - start;
+      view_ = SwitchView(agent_.channel());
+      expectTable(view_.routes());
+      auto const found = Controller(agent_.channel()).init(ourTag);
+      expect(found.ip_routes_exist() && found.nexthop_groups_exist(),
+             "init tells of the routes and groups that are back");
+      say(
+         "The switch keeps its state in a folder that outlives the process. {:.0f} ms after the start it serves again,",
+         time.count());
+      say("with the same {} routes, and has programmed the groups anew:", routes_.size());
+      show(groupTable(awaitGroups(1)));
+      agent_.signal(SIGTERM);
+      expect(agent_.waitForEnd() == 0, "the agent exits with status 0");
+   }
+
+   void awaitService() {
+      auto const deadline = Clock::now() + std::chrono::seconds(20);
+      while (!agent_.waitUntilServing(std::chrono::milliseconds(200))) {
+         expect(!agent_.waitForEnd({}), "the agent keeps running once it is started");
+         expect(Clock::now() < deadline, "the agent serves within 20 seconds");
+      }
    }
 
    static std::string statusName(pb::rpc_status_msg const& answer, pb::rpc_status_msg::rpc_status_value_enum expected) {

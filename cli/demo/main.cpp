@@ -10,6 +10,7 @@
 
 #include "cli/demo/Story.h"
 #include "cli/support/AgentProcess.h"
+#include "cli/support/TempFolder.h"
 
 namespace VelmSdkRpc::demo {
 namespace {
@@ -28,7 +29,10 @@ void showAgentOutput(AgentProcess& agent) {
 
 int play(std::string const& program) {
    // A line of trace for each route would be most of the work; level 0 is errors and what happens once.
-   AgentProcess agent({.program = program, .listen = freeAddress(), .arguments = {"--trace", "VelmSdkRpc/0"}});
+   TempFolder const state;
+   AgentProcess agent({.program = program,
+                       .listen = freeAddress(),
+                       .arguments = {"--trace", "VelmSdkRpc/0", "--switch-state", state.path()}});
    try {
       tellStory(agent);
       return 0;

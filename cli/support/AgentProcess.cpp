@@ -9,13 +9,12 @@
 #include <array>
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <fcntl.h>
-#include <filesystem>
 #include <poll.h>
 #include <spawn.h>
 #include <system_error>
 #include <unistd.h>
+#include <utility>
 
 extern char** environ;
 
@@ -41,17 +40,24 @@ HeldPort::HeldPort() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
 
 HeldPort::~HeldPort() { close(socket_); }
 
-AgentProcess::AgentProcess(Options const& options) : address_(options.listen) {
+AgentProcess::AgentProcess(Options options) : options_(std::move(options)), address_(options_.listen) {
    if (address_.empty()) {
-      auto folder = (std::filesystem::temp_directory_path() / "agent-XXXXXX").string();
-      if (mkdtemp(folder.data()) == nullptr) fail("mkdtemp", errno);
-      folder_ = folder;
-      address_ = "unix:" + folder_ + "/socket";
+      folder_.emplace();
+      address_ = "unix:" + folder_->path() + "/socket";
    }
+   start();
+}
+
+void AgentProcess::restart() {
+   status_.reset();
+   start();
+}
+
+void AgentProcess::start() {
    std::array<int, 2> ends{};
    if (pipe2(ends.data(), O_CLOEXEC) != 0) fail("pipe", errno);
    try {
-      spawn(options, ends[1]);
+      spawn(ends[1]);
    } catch (...) {
       close(ends[0]);
       close(ends[1]);
@@ -67,15 +73,11 @@ AgentProcess::~AgentProcess() {
       waitForEnd();
    }
    if (collector_.joinable()) collector_.join();
-   if (!folder_.empty()) {
-      std::error_code ignored;
-      std::filesystem::remove_all(folder_, ignored);
-   }
 }
 
-void AgentProcess::spawn(Options const& options, int stderrWrite) {
-   std::vector<std::string> words{options.program, "--listen", address_};
-   words.insert(words.end(), options.arguments.begin(), options.arguments.end());
+void AgentProcess::spawn(int stderrWrite) {
+   std::vector<std::string> words{options_.program, "--listen", address_};
+   words.insert(words.end(), options_.arguments.begin(), options_.arguments.end());
    std::vector<char*> argv;
    argv.reserve(words.size() + 1);
    for (auto& word : words) argv.push_back(word.data());
@@ -84,9 +86,9 @@ void AgentProcess::spawn(Options const& options, int stderrWrite) {
    posix_spawn_file_actions_t actions;
    posix_spawn_file_actions_init(&actions);
    posix_spawn_file_actions_adddup2(&actions, stderrWrite, STDERR_FILENO);
-   int const result = posix_spawn(&pid_, options.program.c_str(), &actions, nullptr, argv.data(), environ);
+   int const result = posix_spawn(&pid_, options_.program.c_str(), &actions, nullptr, argv.data(), environ);
    posix_spawn_file_actions_destroy(&actions);
-   if (result != 0) fail(options.program.c_str(), result);
+   if (result != 0) fail(options_.program.c_str(), result);
 }
 
 void AgentProcess::collect(int stderrRead) {

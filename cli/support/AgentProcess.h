@@ -11,6 +11,8 @@
 #include <thread>
 #include <vector>
 
+#include "cli/support/TempFolder.h"
+
 namespace VelmSdkRpc {
 
 /// A port of 127.0.0.1 that this object holds for itself.
@@ -44,10 +46,13 @@ class AgentProcess {
    };
 
    /// Starts the process. Throws std::system_error if it cannot be started; does not wait for it to listen.
-   explicit AgentProcess(Options const& options);
+   explicit AgentProcess(Options options);
    ~AgentProcess();
    AgentProcess(AgentProcess const&) = delete;
    AgentProcess& operator=(AgentProcess const&) = delete;
+
+   /// Starts it again, as it was started, at the same address; it must have ended, waitForEnd() having said so.
+   void restart();
 
    std::string const& address() const { return address_; }
    pid_t pid() const { return pid_; }
@@ -61,14 +66,16 @@ class AgentProcess {
    /// The status of waitpid, once the process has ended; nothing if it has not in time.
    std::optional<int> waitForEnd(std::chrono::milliseconds timeout = std::chrono::seconds(20));
 
-   /// What the agent has written to stderr so far; all of it once it has ended.
+   /// What the agent has written to stderr so far, over all of its starts; all of it once it has ended.
    std::string stderrText() const;
 
  private:
-   void spawn(Options const& options, int stderrWrite);
+   void start();
+   void spawn(int stderrWrite);
    void collect(int stderrRead);
 
-   std::string folder_;  // of the Unix socket; empty without one
+   Options const options_;
+   std::optional<TempFolder> folder_;  // of the Unix socket
    std::string address_;
    pid_t pid_ = -1;
    std::optional<int> status_;
