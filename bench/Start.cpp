@@ -1,0 +1,102 @@
+// How long the agent takes from its start to its first answer, with a million routes in its state folder.
+
+#include <CLI/CLI.hpp>
+#include <fmt/format.h>
+
+#include <chrono>
+#include <csignal>
+#include <cstdio>
+#include <exception>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+
+#include "bench/Report.h"
+#include "bench/Rounds.h"
+#include "bench/Routes.h"
+#include "bench/Server.h"
+#include "cli/support/TempFolder.h"
+
+namespace VelmSdkRpc::Bench {
+namespace {
+
+constexpr double goalSeconds = 2;
+
+struct Options {
+   std::string agent;
+   std::string json;
+   std::size_t routes = 1'000'000;
+   std::size_t rounds = 5;
+};
+
+std::vector<std::string> withFolder(std::string const& folder) {
+   auto arguments = quietly();
+   arguments.insert(arguments.end(), {"--switch-state", folder});
+   return arguments;
+}
+
+void fill(Options const& options, std::string const& folder) {
+   Server agent("agent", options.agent, withFolder(folder));
+   openSession(agent);
+   program(agent, tableOf(options.routes));
+}
+
+Sample startOnce(Options const& options, std::string const& folder) {
+   auto const start = std::chrono::steady_clock::now();
+   Server agent("agent", options.agent, withFolder(folder));
+   pb::rpc_server_init_status_msg answer;
+   grpc::ClientContext context;
+   auto const status = agent.stub().rpc_server_init(&context, {}, &answer);
+   if (!status.ok()) throw std::runtime_error("rpc_server_init: " + status.error_message());
+   return {std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(), agent.cpuSeconds()};
+}
+
+void run(Options const& options) {
+   Report report(
+      "start",
+      fmt::format("from the agent's start to the answer to rpc_server_init; medians of {} rounds", options.rounds),
+      {{"folder", "state folder"},
+       {"seconds", "s", 3},
+       {"cpu_seconds", "CPU s", 3},
+       {"above_empty", "s above empty", 3},
+       {"mib", "MiB on disk", 1}});
+   report.fact("routes", static_cast<double>(options.routes));
+   report.fact("goal_seconds", goalSeconds);
+   report.note(fmt::format("Goal: {:.1f} s.", goalSeconds));
+   TempFolder const empty;
+   TempFolder const full;
+   fill(options, full.path());
+   std::vector<std::string> const folders{empty.path(), full.path()};
+   auto const samples = interleave(folders.size(), options.rounds,
+                                   [&](std::size_t which, std::size_t) { return startOnce(options, folders[which]); });
+   auto const none = medianOf(samples[0], &Sample::seconds);
+   for (std::size_t i = 0; i < folders.size(); ++i) {
+      auto const seconds = medianOf(samples[i], &Sample::seconds);
+      constexpr double mebibyte = 1024.0 * 1024.0;
+      auto const bytes = static_cast<double>(std::filesystem::file_size(folders[i] + "/switch.mdb"));
+      report.row({i == 0 ? std::string("empty") : fmt::format("{} routes", options.routes), seconds,
+                  medianOf(samples[i], &Sample::cpuSeconds), seconds - none, bytes / mebibyte});
+   }
+   report.publish(options.json);
+}
+
+}  // namespace
+}  // namespace VelmSdkRpc::Bench
+
+int main(int argc, char** argv) {
+   VelmSdkRpc::Bench::Options options;
+   CLI::App app("Measures how fast the agent starts with its state.", "start");
+   app.option_defaults()->always_capture_default();
+   app.add_option("--agent", options.agent, "The agent's program")->required();
+   app.add_option("--json", options.json, "File to leave the results in");
+   app.add_option("--routes", options.routes, "Routes in the folder")->check(CLI::PositiveNumber);
+   app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
+   CLI11_PARSE(app, argc, argv);
+   try {
+      VelmSdkRpc::Bench::run(options);
+   } catch (std::exception const& e) {
+      fmt::print(stderr, "start: {}\n", e.what());
+      return 1;
+   }
+   return 0;
+}
