@@ -26,7 +26,7 @@ TEST_F(VapiServiceTest, RefusedAndUnparsableCommandsDiffer) {
    };
    std::vector<Row> const rows{{"shutdown", 1001, "no interface is chosen"},
                                {"no interface Ethernet1", 1001, "Ethernet1 is a port"},
-                               {"interface Ethernt1", 1000, "expected INTF at 'Ethernt1'"},
+                               {"interface Ethernt1", 1000, "expected an interface at 'Ethernt1'"},
                                {"description \"half", 1000, "a quote is not closed"},
                                {"simulate fail no_mgr.op error x", 1001, "no such operation no_mgr.op"},
                                {"simulate fail ip_route_mgr.exists odd x", 1001, "no such error odd"},
