@@ -98,7 +98,11 @@ class BareDatabase : public Contender {
       auto const bytes = bytesOf(key);
       database_.write([&](embedded::Database::Change& change) { change.del(bytes); });
    }
-   bool find(ip_route_key_t const&) override { return false; }
+   bool find(ip_route_key_t const& key) override {
+      bool found = false;
+      database_.walk(bytesOf(key), [&](std::string_view, std::string_view) { found = true; });
+      return found;
+   }
    std::size_t iterate() override {
       std::size_t sum = 0;
       database_.walk({}, [&](std::string_view key, std::string_view) { sum += key.size(); });

@@ -10,6 +10,12 @@ if(VELM_SANITIZE)
   endif()
 endif()
 
+# velm_precompile(TARGET HEADER): a header that most sources of the target begin with is read once for all of them.
+function(velm_precompile target header)
+  target_precompile_headers(${target} PRIVATE ${header})
+  target_compile_options(${target} PRIVATE -fpch-preprocess)  # ccache must see that there is one
+endfunction()
+
 # velm_library(NAME SOURCES... LINK LIBRARIES...): one layer of the project as a static library.
 function(velm_library name)
   cmake_parse_arguments(ARG "" "" "LINK" ${ARGN})

@@ -103,6 +103,7 @@ TEST(StopTest, AnAnswerOnItsWayStillLeavesAndTheSdkLockIsNotAskedFor) {
    running = &server;
    server.start();
    EXPECT_EQ(echo(*server.client()).text, "hello");
+   server.join();  // its thread wrote `stop`
    stop.get();
 }
 
