@@ -1,21 +1,19 @@
 // How long an event of the switch takes to its handler while another thread programs routes without pause.
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <cstdio>
 #include <endian.h>
-#include <exception>
 #include <mutex>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "bench/Program.h"
 #include "bench/Report.h"
 #include "cli/support/TempFolder.h"
 #include "platform/switch/Switch.h"
@@ -159,18 +157,14 @@ void run(Options const& options) {
 }  // namespace VelmSdkRpc::Bench
 
 int main(int argc, char** argv) {
-   VelmSdkRpc::Bench::Options options;
-   CLI::App app("Measures how late events are under load.", "event_latency");
-   app.option_defaults()->always_capture_default();
-   app.add_option("--json", options.json, "File to leave the results in");
-   app.add_option("--routes", options.routes, "Routes to program, over and over")->check(CLI::PositiveNumber);
-   app.add_option("--events", options.events, "Events")->check(CLI::PositiveNumber);
-   CLI11_PARSE(app, argc, argv);
-   try {
-      VelmSdkRpc::Bench::run(options);
-   } catch (std::exception const& e) {
-      fmt::print(stderr, "event_latency: {}\n", e.what());
-      return 1;
-   }
-   return 0;
+   namespace Bench = VelmSdkRpc::Bench;
+   Bench::Options options;
+   return Bench::benchmarkMain(
+      argc, argv, "event_latency", "Measures how late events are under load.",
+      [&](CLI::App& app) {
+         app.add_option("--json", options.json, "File to leave the results in");
+         app.add_option("--routes", options.routes, "Routes to program, over and over")->check(CLI::PositiveNumber);
+         app.add_option("--events", options.events, "Events")->check(CLI::PositiveNumber);
+      },
+      [&] { Bench::run(options); });
 }

@@ -1,17 +1,15 @@
 #include "bench/RouteBenchmark.h"
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <chrono>
-#include <cstdio>
 #include <deque>
-#include <exception>
 #include <map>
 #include <stdexcept>
 #include <string>
 #include <utility>
 
+#include "bench/Program.h"
 #include "bench/Report.h"
 #include "bench/Rounds.h"
 
@@ -107,30 +105,26 @@ void run(RouteSubject const& subject, RouteOptions const& options, PrepareFor co
 
 int routeBenchmark(int argc, char** argv, RouteSubject const& subject, RouteOptions options,
                    PrepareFor const& prepareFor) {
-   CLI::App app(fmt::format("Compares the agent with a floor: {}.", subject.call), subject.name);
-   app.option_defaults()->always_capture_default();
-   app.add_option("--agent", options.agent, "The agent's program")->required();
-   app.add_option("--floor", options.floor, "The floor's program")->required();
-   app.add_option("--json", options.json, "File to leave the results in");
-   app.add_option("--routes", options.routes, "Routes in the agent's table")->check(CLI::PositiveNumber);
    std::map<std::string, Order> orders;
    for (auto const order : options.orders) orders.emplace(nameOf(order), order);
-   app.add_option("--order", options.orders, "Which prefixes are added; repeatable")
-      ->transform(CLI::CheckedTransformer(orders))
-      ->option_text("ascending|shuffled|repeated ...");
-   app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
-   app.add_option("--adds", options.adds, "Adds to each server in each round, at most --routes")
-      ->check(CLI::PositiveNumber);
-   app.add_option("--outstanding", options.outstanding, "Calls in flight")->check(CLI::PositiveNumber);
-   CLI11_PARSE(app, argc, argv);
-   try {
-      if (options.adds > options.routes) throw std::invalid_argument("--adds exceeds --routes");
-      run(subject, options, prepareFor);
-   } catch (std::exception const& e) {
-      fmt::print(stderr, "{}: {}\n", subject.name, e.what());
-      return 1;
-   }
-   return 0;
+   auto const addOptions = [&](CLI::App& app) {
+      app.add_option("--agent", options.agent, "The agent's program")->required();
+      app.add_option("--floor", options.floor, "The floor's program")->required();
+      app.add_option("--json", options.json, "File to leave the results in");
+      app.add_option("--routes", options.routes, "Routes in the agent's table")->check(CLI::PositiveNumber);
+      app.add_option("--order", options.orders, "Which prefixes are added; repeatable")
+         ->transform(CLI::CheckedTransformer(orders))
+         ->option_text("ascending|shuffled|repeated ...");
+      app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
+      app.add_option("--adds", options.adds, "Adds to each server in each round, at most --routes")
+         ->check(CLI::PositiveNumber);
+      app.add_option("--outstanding", options.outstanding, "Calls in flight")->check(CLI::PositiveNumber);
+   };
+   return benchmarkMain(argc, argv, subject.name, fmt::format("Compares the agent with a floor: {}.", subject.call),
+                        addOptions, [&] {
+                           if (options.adds > options.routes) throw std::invalid_argument("--adds exceeds --routes");
+                           run(subject, options, prepareFor);
+                        });
 }
 
 }  // namespace VelmSdkRpc::Bench

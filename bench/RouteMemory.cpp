@@ -1,11 +1,8 @@
 // What a route costs the agent in memory, at a million of them.
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
-#include <cstdio>
-#include <exception>
-
+#include "bench/Program.h"
 #include "bench/Report.h"
 #include "bench/Routes.h"
 #include "bench/Server.h"
@@ -47,17 +44,14 @@ void run(Options const& options) {
 }  // namespace VelmSdkRpc::Bench
 
 int main(int argc, char** argv) {
-   VelmSdkRpc::Bench::Options options;
-   CLI::App app("Measures the agent's memory for each route.", "route_memory");
-   app.add_option("--agent", options.agent, "The agent's program")->required();
-   app.add_option("--json", options.json, "File to leave the results in");
-   app.add_option("--routes", options.routes, "Routes to load")->check(CLI::PositiveNumber);
-   CLI11_PARSE(app, argc, argv);
-   try {
-      VelmSdkRpc::Bench::run(options);
-   } catch (std::exception const& e) {
-      fmt::print(stderr, "route_memory: {}\n", e.what());
-      return 1;
-   }
-   return 0;
+   namespace Bench = VelmSdkRpc::Bench;
+   Bench::Options options;
+   return Bench::benchmarkMain(
+      argc, argv, "route_memory", "Measures the agent's memory for each route.",
+      [&](CLI::App& app) {
+         app.add_option("--agent", options.agent, "The agent's program")->required();
+         app.add_option("--json", options.json, "File to leave the results in");
+         app.add_option("--routes", options.routes, "Routes to load")->check(CLI::PositiveNumber);
+      },
+      [&] { Bench::run(options); });
 }

@@ -1,16 +1,14 @@
 // How long the agent takes from its start to its first answer, with a million routes in its state folder.
 
-#include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
 #include <chrono>
 #include <csignal>
-#include <cstdio>
-#include <exception>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
 
+#include "bench/Program.h"
 #include "bench/Report.h"
 #include "bench/Rounds.h"
 #include "bench/Routes.h"
@@ -84,19 +82,15 @@ void run(Options const& options) {
 }  // namespace VelmSdkRpc::Bench
 
 int main(int argc, char** argv) {
-   VelmSdkRpc::Bench::Options options;
-   CLI::App app("Measures how fast the agent starts with its state.", "start");
-   app.option_defaults()->always_capture_default();
-   app.add_option("--agent", options.agent, "The agent's program")->required();
-   app.add_option("--json", options.json, "File to leave the results in");
-   app.add_option("--routes", options.routes, "Routes in the folder")->check(CLI::PositiveNumber);
-   app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
-   CLI11_PARSE(app, argc, argv);
-   try {
-      VelmSdkRpc::Bench::run(options);
-   } catch (std::exception const& e) {
-      fmt::print(stderr, "start: {}\n", e.what());
-      return 1;
-   }
-   return 0;
+   namespace Bench = VelmSdkRpc::Bench;
+   Bench::Options options;
+   return Bench::benchmarkMain(
+      argc, argv, "start", "Measures how fast the agent starts with its state.",
+      [&](CLI::App& app) {
+         app.add_option("--agent", options.agent, "The agent's program")->required();
+         app.add_option("--json", options.json, "File to leave the results in");
+         app.add_option("--routes", options.routes, "Routes in the folder")->check(CLI::PositiveNumber);
+         app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
+      },
+      [&] { Bench::run(options); });
 }

@@ -1,16 +1,13 @@
 // The switch's route table at a million routes, in the process: what a manager costs above a bare container, and a
 // state folder above a bare database.
 
-#include <CLI/CLI.hpp>
 #include <absl/container/btree_map.h>
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <cstdio>
 #include <endian.h>
-#include <exception>
 #include <functional>
 #include <memory>
 #include <numeric>
@@ -19,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "bench/Program.h"
 #include "bench/Report.h"
 #include "bench/Rounds.h"
 #include "cli/support/TempFolder.h"
@@ -271,18 +269,14 @@ void run(Options const& options) {
 }  // namespace VelmSdkRpc::Bench
 
 int main(int argc, char** argv) {
-   VelmSdkRpc::Bench::Options options;
-   CLI::App app("Compares the switch's route table with bare containers.", "switch_table");
-   app.option_defaults()->always_capture_default();
-   app.add_option("--json", options.json, "File to leave the results in");
-   app.add_option("--routes", options.routes, "Routes in the table")->check(CLI::PositiveNumber);
-   app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
-   CLI11_PARSE(app, argc, argv);
-   try {
-      VelmSdkRpc::Bench::run(options);
-   } catch (std::exception const& e) {
-      fmt::print(stderr, "switch_table: {}\n", e.what());
-      return 1;
-   }
-   return 0;
+   namespace Bench = VelmSdkRpc::Bench;
+   Bench::Options options;
+   return Bench::benchmarkMain(
+      argc, argv, "switch_table", "Compares the switch's route table with bare containers.",
+      [&](CLI::App& app) {
+         app.add_option("--json", options.json, "File to leave the results in");
+         app.add_option("--routes", options.routes, "Routes in the table")->check(CLI::PositiveNumber);
+         app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
+      },
+      [&] { Bench::run(options); });
 }
