@@ -15,6 +15,7 @@ Response call(Stub& stub, grpc::Status (Stub::*method)(grpc::ClientContext*, Req
               Request const& request) {
    grpc::ClientContext context;
    context.set_deadline(std::chrono::system_clock::now() + std::chrono::seconds(30));
+   context.set_wait_for_ready(true);  // a busy machine may need more than one try to connect
    Response response;
    auto const status = (stub.*method)(&context, request, &response);
    if (!status.ok()) {

@@ -108,6 +108,7 @@ bool readsThrough(Reading& reading, MDB_dbi tree) {
 [[noreturn]] void readAll(std::string const& path) {
    constexpr unsigned patience = 60;
    constexpr MDB_dbi freePages = 0;
+   close_range(STDERR_FILENO + 1, ~0U, 0);  // the folder's lock is the parent's and must go with it
    alarm(patience);
    MDB_env* env = nullptr;
    try {
