@@ -1,26 +1,54 @@
 #include "native/NhgTunnel.h"
 
+#include "convert/Utils.h"
 #include "native/Programmer.h"
+#include "platform/pesko/ProcessTrace.h"
+#include "platform/velm/format.h"
+#include "platform/velm/nexthop_group_tunnel.h"
 
 namespace VelmSdkRpc {
 namespace {
 
 constexpr auto className = "NhgTunnelProgrammer";
-constexpr auto what = "nexthop-group tunnels";
 
 }  // namespace
 
-NhgTunnelProgrammer::NhgTunnelProgrammer(ClientInit const& clientInit) : clientInit_(clientInit) {}
+NhgTunnelProgrammer::NhgTunnelProgrammer(ClientInit const& clientInit,
+                                         velm::nexthop_group_tunnel_mgr* nexthopGroupTunnelMgr)
+   : clientInit_(clientInit), nexthopGroupTunnelMgr_(nexthopGroupTunnelMgr) {}
 
 void NhgTunnelProgrammer::processNhgTunnelRequest(pb::nexthop_group_tunnel_msg const& request,
                                                   pb::rpc_status_msg& status) {
-   answerUnbuilt(clientInit_, className, request, status, what);
+   answer(clientInit_, className, request, status, [&](std::string& error) {
+      return request.nexthop_group().empty() ? delTunRibRoute(request, error) : addTunRibRoute(request, error);
+   });
 }
 
 void NhgTunnelProgrammer::processNhgTunnelBulkRequest(pb::nexthop_group_tunnel_bulk_msg const& request,
                                                       pb::rpc_status_bulk_msg& status) {
    answerEach(request.nexthop_group_tunnel(), status,
               [&](auto const& element, auto& answered) { processNhgTunnelRequest(element, answered); });
+}
+
+std::uint32_t NhgTunnelProgrammer::addTunRibRoute(pb::nexthop_group_tunnel_msg const& request, std::string& /*error*/) {
+   auto const prefix = ipPrefixToPrefix(request.prefix());
+   trace(1, className, "create {} tunnel", prefix);
+   velm::nexthop_group_tunnel_t tunnel;
+   tunnel.tunnel_endpoint_is(prefix);
+   tunnel.nhg_name_is(request.nexthop_group());
+   tunnel.igp_metric_is(request.igp_metric());
+   velm::sdk_scoped_lock const lock;
+   nexthopGroupTunnelMgr_->nexthop_group_tunnel_set(tunnel);
+   return pb::rpc_status_msg::STATUS_SUCCESS;
+}
+
+std::uint32_t NhgTunnelProgrammer::delTunRibRoute(pb::nexthop_group_tunnel_msg const& request, std::string& /*error*/) {
+   auto const prefix = ipPrefixToPrefix(request.prefix());
+   trace(1, className, "delete {} tunnel", prefix);
+   if (!nexthopGroupTunnelMgr_->exists(prefix)) return pb::rpc_status_msg::STATUS_NOT_FOUND;
+   velm::sdk_scoped_lock const lock;
+   nexthopGroupTunnelMgr_->nexthop_group_tunnel_del(prefix);
+   return pb::rpc_status_msg::STATUS_SUCCESS;
 }
 
 }  // namespace VelmSdkRpc

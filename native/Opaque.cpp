@@ -1,25 +1,52 @@
 #include "native/Opaque.h"
 
 #include "native/Programmer.h"
+#include "platform/pesko/ProcessTrace.h"
+#include "platform/velm/agent.h"
 
 namespace VelmSdkRpc {
 namespace {
 
 constexpr auto className = "OpaqueProgrammer";
-constexpr auto what = "opaque pairs";
 
 }  // namespace
 
-OpaqueProgrammer::OpaqueProgrammer(ClientInit const& clientInit) : clientInit_(clientInit) {}
+OpaqueProgrammer::OpaqueProgrammer(ClientInit const& clientInit, velm::agent_mgr* agentMgr)
+   : clientInit_(clientInit), agentMgr_(agentMgr) {}
 
 void OpaqueProgrammer::processOpaqueStateSetRequest(pb::rpc_server_state_config_msg const& request,
                                                     pb::rpc_status_msg& status) {
-   answerUnbuilt(clientInit_, className, request, status, what);
+   answer(clientInit_, className, request, status, [&](std::string& /*error*/) {
+      velm::sdk_scoped_lock const lock;
+      trace(1, className, "Opaque set for {} key/value pairs and {} deletes", request.set_size(),
+            request.delete__size());
+      for (auto const& pair : request.set()) {
+         trace(1, className, "Opaque set key='{}' value='{}'", pair.key(), pair.value());
+         agentMgr_->status_set(pair.key(), pair.value());
+      }
+      for (auto const& pair : request.delete_()) {
+         trace(1, className, "Opaque del key='{}'", pair.key());
+         agentMgr_->status_del(pair.key());
+      }
+      return pb::rpc_status_msg::STATUS_SUCCESS;
+   });
 }
 
 void OpaqueProgrammer::processOpaqueStateGetRequest(pb::rpc_server_state_status_msg const& request,
                                                     pb::rpc_server_state_status_msg& answer) {
-   for (auto const& wanted : request.value()) answer.add_value()->set_key(wanted.key());
+   try {
+      velm::sdk_scoped_lock const lock;
+      trace(1, className, "Opaque get for {} keys", request.value_size());
+      for (auto const& wanted : request.value()) {
+         auto value = agentMgr_->status(wanted.key());
+         trace(1, className, "Opaque get key='{}' value='{}'", wanted.key(), value);
+         auto& pair = *answer.add_value();
+         pair.set_key(wanted.key());
+         pair.set_value(std::move(value));
+      }
+   } catch (velm::error const& e) {
+      traceError(className, exceptionText(request, e));  // the answer has no place for it
+   }
 }
 
 }  // namespace VelmSdkRpc

@@ -2,22 +2,33 @@
 
 #include "velmsdk.pb.h"
 
+namespace velm {
+class agent_mgr;
+}
+
 namespace VelmSdkRpc {
 
 class ClientInit;
 
-/// Answers for the client's opaque pairs, which this agent does not store: refused, with a text that says so.
+/// The client's own key/value pairs, which nobody here interprets. They are kept in the switch's table of agent
+/// statuses under the client's keys as they are: one namespace with the statuses, the agent's own among them. Server
+/// thread only.
 class OpaqueProgrammer {
  public:
-   explicit OpaqueProgrammer(ClientInit const& clientInit);
+   /// The manager stays the caller's.
+   OpaqueProgrammer(ClientInit const& clientInit, velm::agent_mgr* agentMgr);
 
+   /// Stores the pairs, then removes the keys, in one step towards the switch's main loop. A failure ends it, stands in
+   /// the status, and leaves what was done before.
    void processOpaqueStateSetRequest(pb::rpc_server_state_config_msg const& request, pb::rpc_status_msg& status);
-   /// A pair with an empty value for every key asked for: nothing is stored.
+   /// A pair for every key asked for, in that order; an absent key has an empty value. Works before rpc_server_init. A
+   /// failure is traced alone, and leaves the pairs read so far.
    void processOpaqueStateGetRequest(pb::rpc_server_state_status_msg const& request,
                                      pb::rpc_server_state_status_msg& answer);
 
  private:
    ClientInit const& clientInit_;
+   velm::agent_mgr* agentMgr_;
 };
 
 }  // namespace VelmSdkRpc

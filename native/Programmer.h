@@ -26,6 +26,12 @@ void traceError(std::string_view className, std::string_view text);
 /// Leaves the text in `error`, traced, and returns STATUS_ERROR: the end of a refusal.
 std::uint32_t refuse(std::string_view className, std::string& error, std::string text);
 
+/// What is said of a velm::error that ended a request.
+template <class Request>
+std::string exceptionText(Request const& request, velm::error const& e) {
+   return fmt::format("Error: request {} exception {}", request, e.what());
+}
+
 /// Answers one request: refuses it before rpc_server_init, else does work(error), which returns the status and may
 /// leave a text in `error`, and reports a velm::error that it throws. `className` labels the trace.
 template <class Request, class Work>
@@ -37,7 +43,7 @@ void answer(ClientInit const& clientInit, std::string_view className, Request co
       try {
          result = work(error);
       } catch (velm::error const& e) {
-         result = refuse(className, error, fmt::format("Error: request {} exception {}", request, e.what()));
+         result = refuse(className, error, exceptionText(request, e));
       }
    } else {
       refuse(className, error, fmt::format("Error: no prior rpc_server_init call, request {}", request));

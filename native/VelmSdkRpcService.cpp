@@ -54,7 +54,7 @@ void bind(VelmSdkRpcService& service, Owner& owner,
 
 }  // namespace
 
-VelmSdkRpcService::VelmSdkRpcService(velm::acl_mgr* /*aclMgr*/, velm::agent_mgr* /*agentMgr*/,
+VelmSdkRpcService::VelmSdkRpcService(velm::acl_mgr* /*aclMgr*/, velm::agent_mgr* agentMgr,
                                      velm::bfd_session_mgr* /*bfdSessionMgr*/, velm::intf_mgr* /*intfMgr*/,
                                      velm::class_map_mgr* /*classMapMgr*/, velm::ip_route_mgr* ipRouteMgr,
                                      velm::mpls_route_mgr* mplsRouteMgr, velm::mpls_vrf_label_mgr* mplsVrfLabelMgr,
@@ -67,10 +67,10 @@ VelmSdkRpcService::VelmSdkRpcService(velm::acl_mgr* /*aclMgr*/, velm::agent_mgr*
      bfdProgrammer_(std::make_unique<BfdProgrammer>(*clientInit_)),
      cbfNhgRedirectProgrammer_(std::make_unique<CbfNhgRedirectProgrammer>(*clientInit_)),
      ipRouteProgrammer_(std::make_unique<IpRouteProgrammer>(*clientInit_, ipRouteMgr)),
-     mplsRouteProgrammer_(std::make_unique<MplsRouteProgrammer>(*clientInit_)),
+     mplsRouteProgrammer_(std::make_unique<MplsRouteProgrammer>(*clientInit_, mplsRouteMgr, mplsVrfLabelMgr)),
      nexthopGroupProgrammer_(std::make_unique<NexthopGroupProgrammer>(*clientInit_, nexthopGroupMgr)),
-     nhgTunnelProgrammer_(std::make_unique<NhgTunnelProgrammer>(*clientInit_)),
-     opaqueProgrammer_(std::make_unique<OpaqueProgrammer>(*clientInit_)) {}
+     nhgTunnelProgrammer_(std::make_unique<NhgTunnelProgrammer>(*clientInit_, nexthopGroupTunnelMgr)),
+     opaqueProgrammer_(std::make_unique<OpaqueProgrammer>(*clientInit_, agentMgr)) {}
 
 VelmSdkRpcService::~VelmSdkRpcService() = default;
 

@@ -213,6 +213,9 @@ mpls_vrf_label_t MplsVrfLabelMgr::mpls_vrf_label(mpls_label_t label) const {
 
 void MplsVrfLabelMgr::mpls_vrf_label_set(mpls_vrf_label_t const& entry) {
    Call const call(set_);
+   if (entry.vrf_name().empty()) {  // reads as no entry
+      throw invalid_argument_error(fmt::format("MPLS label {} names no VRF", entry.label().label()));
+   }
    table_.set(entry.label(), entry);
 }
 

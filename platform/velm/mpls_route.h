@@ -223,6 +223,7 @@ class mpls_vrf_label_mgr {
 
    /// The entry of the label; its VRF name is empty if there is none.
    virtual mpls_vrf_label_t mpls_vrf_label(mpls_label_t label) const = 0;
+   /// Creates or replaces. Throws invalid_argument_error for an entry without a VRF name.
    virtual void mpls_vrf_label_set(mpls_vrf_label_t const& entry) = 0;
    /// One that is absent is no error.
    virtual void mpls_vrf_label_del(mpls_label_t label) = 0;

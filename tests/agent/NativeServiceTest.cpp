@@ -47,7 +47,7 @@ TEST_F(NativeServiceTest, ProgrammersRefuseBeforeInitAndTheSwitchIsNotTouched) {
 
 TEST_F(NativeServiceTest, WhatIsNotBuiltSaysSoAfterInitAndItsStreamEndsAtOnce) {
    init();
-   EXPECT_THAT(call(&Stub::nexthop_group_tunnel, pb::nexthop_group_tunnel_msg()),
+   EXPECT_THAT(call(&Stub::sbfd_echo_session, pb::sbfd_echo_session_msg()),
                AllOf(::testing::Property(&rpc_status_msg::status, rpc_status_msg::STATUS_ERROR),
                      ::testing::Property(&rpc_status_msg::debug_string, HasSubstr("not built"))));
    grpc::ClientContext context;

@@ -4,55 +4,21 @@
 #include <memory>
 #include <utility>
 
-#include "native/ClientInit.h"
 #include "native/IpRoute.h"
 #include "native/NexthopGroup.h"
-#include "native/VelmSdkRpcService.h"
-#include "tests/support/MockManagers.h"
+#include "native/NhgTunnel.h"
+#include "native/Opaque.h"
+#include "tests/native/ProgrammerTest.h"
 
 namespace VelmSdkRpc {
 namespace {
 
+using ::testing::ElementsAre;
 using ::testing::InSequence;
 using ::testing::Matcher;
 using ::testing::NiceMock;
 
-class ProgrammerOrderTest : public ::testing::Test {
- protected:
-   ProgrammerOrderTest()
-      : service(nullptr, nullptr, nullptr, nullptr, nullptr, &ipRoutes, &mplsRoutes, &vrfLabels, &groups, &tunnels,
-                nullptr),
-        client(service, &ipRoutes, &mplsRoutes, &vrfLabels, &groups, &tunnels) {
-      ON_CALL(ipRoutes, ip_route_iter).WillByDefault([] { return emptyIter<velm::ip_route_t>(); });
-      ON_CALL(mplsRoutes, mpls_route_iter).WillByDefault([] { return emptyIter<velm::mpls_route_t>(); });
-      ON_CALL(vrfLabels, mpls_vrf_label_iter).WillByDefault([] { return emptyIter<velm::mpls_vrf_label_t>(); });
-      ON_CALL(groups, nexthop_group_iter).WillByDefault([] { return emptyIter<velm::nexthop_group_t>(); });
-      ON_CALL(tunnels, nexthop_group_tunnel_iter).WillByDefault([] {
-         return emptyIter<velm::nexthop_group_tunnel_t>();
-      });
-   }
-
-   pb::rpc_server_init_status_msg init() {
-      pb::rpc_server_init_status_msg answer;
-      client.processInitRequest({}, answer);
-      return answer;
-   }
-   pb::rpc_status_msg resync(pb::rpc_server_resync_state_enum state) {
-      pb::rpc_server_resync_msg request;
-      request.set_resync_state(state);
-      pb::rpc_status_msg answer;
-      client.processResync(request, answer);
-      return answer;
-   }
-
-   NiceMock<MockIpRouteMgr> ipRoutes;
-   NiceMock<MockMplsRouteMgr> mplsRoutes;
-   NiceMock<MockMplsVrfLabelMgr> vrfLabels;
-   NiceMock<MockNexthopGroupMgr> groups;
-   NiceMock<MockNexthopGroupTunnelMgr> tunnels;
-   VelmSdkRpcService service;
-   ClientInit client;
-};
+class ProgrammerOrderTest : public ProgrammerTest {};
 
 auto underLock() {
    return [](auto&&...) { EXPECT_TRUE(velm::sdk_scoped_lock::held()); };
@@ -165,6 +131,47 @@ TEST_F(ProgrammerOrderTest, EntriesPastTheLastIndexWrapAround) {
    });
    pb::rpc_status_msg status;
    programmer.processNexthopGroupRequest(request, status);
+}
+
+TEST_F(ProgrammerOrderTest, ATunnelIsReplacedInOneCallAndLookedUpBeforeItIsDeleted) {
+   NhgTunnelProgrammer programmer(client, &tunnels);
+   init();
+   ON_CALL(tunnels, exists).WillByDefault(noted("exists", true));
+   ON_CALL(tunnels, nexthop_group_tunnel_set).WillByDefault(noted("set"));
+   ON_CALL(tunnels, nexthop_group_tunnel_del).WillByDefault(noted("del"));
+   pb::nexthop_group_tunnel_msg request;
+   request.set_nexthop_group("g");
+   request.set_igp_metric(7);
+   pb::rpc_status_msg status;
+   programmer.processNhgTunnelRequest(request, status);
+   EXPECT_THAT(takeCalls(), ElementsAre("set"));
+   request.clear_nexthop_group();
+   programmer.processNhgTunnelRequest(request, status);
+   EXPECT_THAT(takeCalls(), ElementsAre("(exists)", "del"));
+}
+
+TEST_F(ProgrammerOrderTest, OpaquePairsAreSetThenDeletedInTheirOrderInOneStep) {
+   NiceMock<MockAgentMgr> agent;
+   OpaqueProgrammer programmer(client, &agent);
+   init();
+   ON_CALL(agent, status_set).WillByDefault([&](auto const& key, auto const& value) { note(key + '=' + value); });
+   ON_CALL(agent, status_del).WillByDefault([&](auto const& key) { note("no " + key); });
+   ON_CALL(agent, status).WillByDefault(noted("read", std::string("1")));
+   pb::rpc_server_state_config_msg request;
+   for (auto const* key : {"b", "", "a"}) {
+      auto& pair = *request.add_set();
+      pair.set_key(key);
+      pair.set_value("1");
+      request.add_delete_()->set_key(key);
+   }
+   pb::rpc_status_msg status;
+   programmer.processOpaqueStateSetRequest(request, status);
+   EXPECT_THAT(takeCalls(), ElementsAre("b=1", "=1", "a=1", "no b", "no ", "no a"));
+   pb::rpc_server_state_status_msg wanted;
+   wanted.add_value();
+   pb::rpc_server_state_status_msg answer;
+   programmer.processOpaqueStateGetRequest(wanted, answer);
+   EXPECT_THAT(takeCalls(), ElementsAre("read"));
 }
 
 TEST_F(ProgrammerOrderTest, AnErrorOfTheTagLeavesInit) {

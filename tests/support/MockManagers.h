@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/velm/agent.h"
 #include "platform/velm/ip_route.h"
 #include "platform/velm/mpls_route.h"
 #include "platform/velm/nexthop_group.h"
@@ -35,6 +36,21 @@ template <class T>
 velm::iter_base<T> emptyIter() {
    return iterOf(std::vector<T>());
 }
+
+class MockAgentMgr : public velm::agent_mgr {
+ public:
+   MOCK_METHOD(bool, enabled, (), (const, override));
+   MOCK_METHOD(std::string, agent_option, (std::string const&), (const, override));
+   MOCK_METHOD(bool, agent_option_exists, (std::string const&), (const, override));
+   MOCK_METHOD(velm::agent_option_iter_t, agent_option_iter, (), (const, override));
+   MOCK_METHOD(std::string, status, (std::string const&), (const, override));
+   MOCK_METHOD(velm::agent_status_iter_t, status_iter, (), (const, override));
+   MOCK_METHOD(void, status_set, (std::string const&, std::string const&), (override));
+   MOCK_METHOD(void, status_del, (std::string const&), (override));
+   MOCK_METHOD(void, shutdown_complete_is, (bool), (override));
+   MOCK_METHOD(std::uint32_t, agent_id, (), (const, override));
+   MOCK_METHOD(double, agent_uptime, (), (const, override));
+};
 
 class MockIpRouteMgr : public velm::ip_route_mgr {
  public:
