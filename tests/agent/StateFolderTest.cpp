@@ -41,6 +41,12 @@ TEST_F(StateFolderTest, TheSwitchIsAsItWasAfterARestart) {
    init();
    EXPECT_THAT(setGroup(groupMsg("g")), Succeeded());
    EXPECT_THAT(setRoute(routeMsg("10.0.0.0/8", "g")), Succeeded());
+   for (auto const& label : {labelToGroup(100, "g"), labelToVrf(101, "red")}) EXPECT_THAT(setLabel(label), Succeeded());
+   EXPECT_THAT(setTunnel(tunnelMsg("192.0.2.1/32", "g", 5)), Succeeded());
+   pb::rpc_server_state_config_msg pair;
+   pair.add_set()->set_key("mine");
+   pair.mutable_set(0)->set_value("kept");
+   EXPECT_THAT(call(&pb::velmsdk_service::Stub::rpc_server_state, pair), Succeeded());
    world({"interface Ethernet1", "description \"to the north\"", "shutdown", "ip address 192.0.2.1/24",
           "interface Loopback0", "agent option colour blue"});
    auto const interfaces = runShow("show interfaces").raw_response();
@@ -49,9 +55,13 @@ TEST_F(StateFolderTest, TheSwitchIsAsItWasAfterARestart) {
    EXPECT_EQ(runShow("show interfaces").raw_response(), interfaces);
    EXPECT_THAT(groupsByPrefix(), ElementsAre(::testing::Pair("10.0.0.0/8", "g")));
    EXPECT_STREQ(show("show agent")["options"]["colour"].GetString(), "blue");
+   EXPECT_STREQ(show("show agent")["statuses"]["mine"].GetString(), "kept");
+   EXPECT_THAT(labels(), ElementsAre("100 4 0 0 hop= intf= group=g", "101 red"));
+   EXPECT_THAT(tunnels(), ElementsAre("192.0.2.1/32 g 5"));
    EXPECT_STREQ(show("show version")["state"].GetString(), folder.c_str());
    auto const found = init();
-   EXPECT_TRUE(found.ip_routes_exist() && found.nexthop_groups_exist());
+   EXPECT_TRUE(found.ip_routes_exist() && found.nexthop_groups_exist() && found.mpls_routes_exist() &&
+               found.nexthop_group_tunnels_exist());
    EXPECT_TRUE(
       eventually([&] { return show("show nexthop-group g")["nexthop_groups"]["g"]["version"].GetInt() == 1; }));
    EXPECT_FALSE(show("show nexthop-group g")["nexthop_groups"]["g"]["active"].GetBool());  // its interface is shut down

@@ -43,6 +43,47 @@ pb::nexthop_group_msg groupMsg(std::string const& name, std::string const& intf,
    return group;
 }
 
+pb::nexthop_group_tunnel_msg tunnelMsg(std::string const& prefix, std::string const& group, std::uint32_t metric) {
+   pb::nexthop_group_tunnel_msg tunnel;
+   *tunnel.mutable_prefix() = prefixMsg(prefix);
+   tunnel.set_nexthop_group(group);
+   tunnel.set_igp_metric(metric);
+   return tunnel;
+}
+
+pb::mpls_route_msg labelToNexthop(std::uint32_t label, std::uint32_t swap) {
+   pb::mpls_route_msg route;
+   route.set_label(label);
+   auto& nexthop = *route.mutable_nexthop();
+   nexthop.set_nexthop_interface("Ethernet1");
+   nexthop.set_mpls_operation(pb::nexthop_msg::MPLS_OP_SWAP);
+   nexthop.add_labels(swap);
+   return route;
+}
+
+pb::mpls_route_msg labelToGroup(std::uint32_t label, std::string const& group) {
+   pb::mpls_route_msg route;
+   route.set_label(label);
+   auto& forward = *route.mutable_forward_nexthop_group();
+   forward.set_nexthop_group(group);
+   forward.set_mpls_operation(pb::mpls_route_msg_forward_nexthop_group_msg::FORWARD_OP_FORWARD);
+   return route;
+}
+
+pb::mpls_route_msg labelToVrf(std::uint32_t label, std::string const& vrf) {
+   pb::mpls_route_msg route;
+   route.set_label(label);
+   route.set_pop_and_forward_vrf_name(vrf);
+   return route;
+}
+
+pb::mpls_route_msg labelDeletion(std::uint32_t label) {
+   pb::mpls_route_msg route;
+   route.set_label(label);
+   route.set_request_delete(true);
+   return route;
+}
+
 AgentTest::AgentTest(std::vector<std::string> arguments) : arguments_(std::move(arguments)) {}
 
 void AgentTest::SetUp() { restart(); }
@@ -59,7 +100,8 @@ void AgentTest::restart() {
 
 void AgentTest::TearDown() {
    if (!HasFailure()) return;
-   for (auto const* command : {"show ip route limit 20", "show nexthop-group", "show switch calls"}) {
+   for (auto const* command : {"show ip route limit 20", "show mpls route", "show nexthop-group",
+                               "show nexthop-group tunnel", "show switch calls"}) {
       fmt::print(stderr, "{}: {}\n", command, runShow(command).raw_response());
    }
    fmt::print(stderr, "the agent wrote:\n{}\n", agent_->stderrText());
@@ -104,6 +146,14 @@ velm::remote::VapiResponse AgentTest::runConfig(std::vector<std::string> const& 
    return response.response();
 }
 
+pb::rpc_status_msg AgentTest::setTunnel(pb::nexthop_group_tunnel_msg const& tunnel) {
+   return call(&pb::velmsdk_service::Stub::nexthop_group_tunnel, tunnel);
+}
+
+pb::rpc_status_msg AgentTest::setLabel(pb::mpls_route_msg const& label) {
+   return call(&pb::velmsdk_service::Stub::mpls_route, label);
+}
+
 rapidjson::Document AgentTest::show(std::string const& command) {
    auto const answer = runShow(command);
    EXPECT_TRUE(answer.success()) << command << ": " << answer.error_message();
@@ -129,6 +179,35 @@ std::vector<std::string> AgentTest::routes() {
    auto const json = show("show ip route");
    for (auto const& route : json["routes"].GetArray()) prefixes.emplace_back(route["key"]["prefix"].GetString());
    return prefixes;
+}
+
+std::vector<std::string> AgentTest::tunnels() {
+   std::vector<std::string> lines;
+   auto const json = show("show nexthop-group tunnel");
+   for (auto const& tunnel : json["tunnels"].GetArray()) {
+      lines.push_back(fmt::format("{} {} {}", tunnel["tunnel_endpoint"].GetString(), tunnel["nhg_name"].GetString(),
+                                  tunnel["igp_metric"].GetUint()));
+   }
+   return lines;
+}
+
+std::vector<std::string> AgentTest::labels() {
+   std::vector<std::string> lines;
+   auto const json = show("show mpls route");
+   for (auto const& route : json["routes"].GetArray()) {
+      auto const label = std::to_string(route["key"]["labels"][0].GetUint());
+      for (auto const& via : route["vias"].GetArray()) {
+         lines.push_back(fmt::format("{} {} {} {} hop={} intf={} group={}", label, via["label_action"].GetUint(),
+                                     via["pushswap_label"].GetUint(), via["payload_type"].GetUint(),
+                                     via["hop"].GetString(), via["intf"].GetString(),
+                                     via["nexthop_group"].GetString()));
+      }
+      if (route["vias"].Empty()) lines.push_back(label);
+   }
+   for (auto const& entry : json["vrf_labels"].GetArray()) {
+      lines.push_back(fmt::format("{} {}", entry["label"].GetUint(), entry["vrf_name"].GetString()));
+   }
+   return lines;
 }
 
 int AgentTest::stop(int signal) {

@@ -27,6 +27,14 @@ pb::ip_route_msg routeMsg(std::string const& prefix, std::string const& group, s
 /// A group with one nexthop of the interface, `count` entries wide.
 pb::nexthop_group_msg groupMsg(std::string const& name, std::string const& intf = "Ethernet1", std::uint32_t count = 1);
 
+pb::nexthop_group_tunnel_msg tunnelMsg(std::string const& prefix, std::string const& group, std::uint32_t metric = 0);
+/// A label that is swapped for another one, one that is forwarded to a group, one that is looked up in a VRF, and the
+/// deletion of one.
+pb::mpls_route_msg labelToNexthop(std::uint32_t label, std::uint32_t swap);
+pb::mpls_route_msg labelToGroup(std::uint32_t label, std::string const& group);
+pb::mpls_route_msg labelToVrf(std::uint32_t label, std::string const& vrf);
+pb::mpls_route_msg labelDeletion(std::uint32_t label);
+
 /// The whole agent on its embedded switch, as a process of its own behind a Unix socket. A failed test prints what the
 /// agent wrote and the switch's tables.
 class AgentTest : public ::testing::Test {
@@ -56,6 +64,8 @@ class AgentTest : public ::testing::Test {
    pb::rpc_status_msg resync(pb::rpc_server_resync_state_enum state);
    pb::rpc_status_msg setRoute(pb::ip_route_msg const& route);
    pb::rpc_status_msg setGroup(pb::nexthop_group_msg const& group);
+   pb::rpc_status_msg setTunnel(pb::nexthop_group_tunnel_msg const& tunnel);
+   pb::rpc_status_msg setLabel(pb::mpls_route_msg const& label);
 
    /// A show command's answer, as JSON.
    rapidjson::Document show(std::string const& command);
@@ -66,6 +76,11 @@ class AgentTest : public ::testing::Test {
    void world(std::vector<std::string> const& commands);
    std::uint64_t switchCalls(std::string const& operation);
    std::vector<std::string> routes();
+   /// "192.0.2.1/32 group 5", with the metric.
+   std::vector<std::string> tunnels();
+   /// "100 red" for a lookup in a VRF; for each via "100 ACTION LABEL PAYLOAD hop=ADDR intf=NAME group=NAME", enums as
+   /// numbers; "100" alone for a route without a via.
+   std::vector<std::string> labels();
 
    /// Ends the agent and gives its exit status, negative for the signal that ended it.
    int stop(int signal);
