@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <rapidjson/document.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <utility>
 
@@ -22,12 +23,16 @@ rapidjson::Document parse(std::string const& text) {
 
 // RapidJSON asserts that a member is there and of the type asked for; an answer is not to be trusted so far.
 template <class T>
-T get(Json const& object, char const* key) {
-   if (object.IsObject()) {
-      auto const member = object.FindMember(key);
-      if (member != object.MemberEnd() && member->value.Is<T>()) return member->value.Get<T>();
-   }
+T as(Json const* value, char const* key) {
+   if (value != nullptr && value->Is<T>()) return value->Get<T>();
    throw std::runtime_error(fmt::format("the switch's answer has no fitting member {}", key));
+}
+
+template <class T>
+T get(Json const& object, char const* key) {
+   if (!object.IsObject()) return as<T>(nullptr, key);
+   auto const member = object.FindMember(key);
+   return as<T>(member == object.MemberEnd() ? nullptr : &member->value, key);
 }
 std::string text(Json const& object, char const* key) { return get<char const*>(object, key); }
 Json::ConstArray list(Json const& object, char const* key) { return get<Json::ConstArray>(object, key); }
@@ -46,7 +51,9 @@ Route routeOf(Json const& row) {
 
 Hop hopOf(Json const& entry) {
    Hop hop{.intf = text(entry, "intf"), .neighbour = text(entry, "nexthop")};
-   for (auto const& label : list(child(entry, "mpls_action"), "label_stack")) hop.label = label.Get<unsigned>();
+   for (auto const& label : list(child(entry, "mpls_action"), "label_stack")) {
+      hop.label = as<unsigned>(&label, "label_stack");
+   }
    return hop;
 }
 
@@ -68,6 +75,38 @@ GroupState groupOf(Json const& row) {
    return group;
 }
 
+// The rows of a list, each made of one element.
+template <class Row>
+std::vector<Row> rowsOf(Json const& answer, char const* key, Row (*rowOf)(Json const&)) {
+   std::vector<Row> rows;
+   for (auto const& element : list(answer, key)) rows.push_back(rowOf(element));
+   return rows;
+}
+
+LabelAction actionOf(Json const& via) {
+   auto const number = get<unsigned>(via, "label_action");
+   if (number < static_cast<unsigned>(LabelAction::push) || number > static_cast<unsigned>(LabelAction::forward)) {
+      throw std::runtime_error(fmt::format("the switch's answer has an unknown label_action {}", number));
+   }
+   return static_cast<LabelAction>(number);
+}
+
+LabelRoute labelOf(std::uint32_t label, Json const& via) {
+   auto const group = text(via, "nexthop_group");
+   if (!group.empty()) return {label, ToGroup{actionOf(via), group}};
+   Hop const hop{
+      .intf = text(via, "intf"), .neighbour = text(via, "hop"), .label = get<unsigned>(via, "pushswap_label")};
+   return {label, ToNexthop{actionOf(via), hop}};
+}
+
+LabelRoute vrfLabelOf(Json const& row) { return {get<unsigned>(row, "label"), ToVrf{text(row, "vrf_name")}}; }
+
+Tunnel tunnelOf(Json const& row) {
+   return {.endpoint = text(row, "tunnel_endpoint"),
+           .group = text(row, "nhg_name"),
+           .metric = get<unsigned>(row, "igp_metric")};
+}
+
 }  // namespace
 
 SwitchView::SwitchView(std::shared_ptr<grpc::Channel> const& channel)
@@ -76,10 +115,7 @@ SwitchView::SwitchView(std::shared_ptr<grpc::Channel> const& channel)
 std::size_t SwitchView::routeCount() { return get<std::uint64_t>(parse(show("show ip route summary")), "count"); }
 
 std::vector<Route> SwitchView::routes(std::string const& prefix) {
-   auto const answer = parse(show(prefix.empty() ? "show ip route" : "show ip route " + prefix));
-   std::vector<Route> routes;
-   for (auto const& row : list(answer, "routes")) routes.push_back(routeOf(row));
-   return routes;
+   return rowsOf(parse(show(prefix.empty() ? "show ip route" : "show ip route " + prefix)), "routes", routeOf);
 }
 
 std::vector<GroupState> SwitchView::groups() {
@@ -87,6 +123,33 @@ std::vector<GroupState> SwitchView::groups() {
    std::vector<GroupState> groups;
    for (auto const& [name, row] : members(answer, "nexthop_groups")) groups.push_back(groupOf(row));
    return groups;
+}
+
+std::vector<LabelRoute> SwitchView::labels() {
+   auto const answer = parse(show("show mpls route"));
+   auto labels = rowsOf(answer, "vrf_labels", vrfLabelOf);
+   for (auto const& row : list(answer, "routes")) {
+      for (auto const& label : list(child(row, "key"), "labels")) {
+         for (auto const& via : list(row, "vias")) labels.push_back(labelOf(as<unsigned>(&label, "labels"), via));
+      }
+   }
+   std::ranges::sort(labels);
+   return labels;
+}
+
+std::vector<Tunnel> SwitchView::tunnels() {
+   return rowsOf(parse(show("show nexthop-group tunnel")), "tunnels", tunnelOf);
+}
+
+std::vector<Pair> SwitchView::statuses(std::string_view prefix) {
+   auto const answer = parse(show("show agent"));
+   std::vector<Pair> statuses;
+   for (auto const& [key, value] : members(answer, "statuses")) {
+      std::string const name = key.GetString();
+      if (name.starts_with(prefix)) statuses.push_back({name, as<char const*>(&value, "statuses")});
+   }
+   std::ranges::sort(statuses);
+   return statuses;
 }
 
 std::string SwitchView::show(std::string const& command) {

@@ -6,9 +6,10 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "cli/demo/Controller.h"
+#include "cli/demo/Entries.h"
 #include "remote/vapi.grpc.pb.h"
 
 namespace VelmSdkRpc::demo {
@@ -32,6 +33,12 @@ class SwitchView {
    std::vector<Route> routes(std::string const& prefix = {});
    /// By name.
    std::vector<GroupState> groups();
+   /// By label. One that the switch has in both of its tables, or with several ways, comes once for each.
+   std::vector<LabelRoute> labels();
+   /// In the order of the switch.
+   std::vector<Tunnel> tunnels();
+   /// Those of the agent's statuses whose keys begin so, by key.
+   std::vector<Pair> statuses(std::string_view prefix);
 
  private:
    std::string show(std::string const& command);

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+#include "cli/demo/Plan.h"
+#include "cli/demo/SwitchView.h"
+#include "cli/support/AgentProcess.h"
+
+namespace VelmSdkRpc::demo {
+
+/// What the chapters share. The story keeps what its controllers have asked for, as a controller does, and holds what
+/// the switch shows against it.
+struct Stage {
+   explicit Stage(AgentProcess& process) : agent(process), view(process.channel()) {}
+
+   /// Prints the number and the title of the next chapter.
+   void chapter(std::string_view title);
+   /// Waits until the agent, which has been started, serves.
+   void awaitService() const;
+   /// Tells how many routes there are, which are as many as were asked for.
+   void sayRouteCount();
+   /// The switch's groups once they are as asked for, active, and programmed so often.
+   std::vector<GroupState> awaitGroups(std::uint32_t version);
+
+   AgentProcess& agent;
+   SwitchView view;
+   Plan plan;
+   int chapters = 0;
+};
+
+}  // namespace VelmSdkRpc::demo
