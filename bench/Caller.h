@@ -9,16 +9,19 @@
 #include <stdexcept>
 #include <vector>
 
+#include "bench/Bulk.h"
 #include "velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 
 /// Whether the answer says that all of the request was carried out.
-inline bool succeeded(pb::ip_route_msg const&, pb::rpc_status_msg const& answer) {
+template <class Request>
+bool succeeded(Request const&, pb::rpc_status_msg const& answer) {
    return answer.status() == pb::rpc_status_msg::STATUS_SUCCESS;
 }
-inline bool succeeded(pb::ip_route_bulk_msg const& request, pb::rpc_status_bulk_msg const& answer) {
-   if (answer.status_size() != request.ip_route_size()) return false;
+template <class Bulk>
+bool succeeded(Bulk const& request, pb::rpc_status_bulk_msg const& answer) {
+   if (answer.status_size() != elementsOf(request).size()) return false;
    for (auto const& status : answer.status()) {
       if (status.status() != pb::rpc_status_msg::STATUS_SUCCESS) return false;
    }

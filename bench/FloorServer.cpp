@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <string>
 
+#include "bench/Bulk.h"
 #include "rpc/Method.h"
 #include "velmsdk.grpc.pb.h"
 
@@ -16,15 +17,16 @@ namespace {
 
 using AsyncService = pb::velmsdk_service::AsyncService;
 
-void answer(pb::ip_route_msg const&, pb::rpc_status_msg& response) {
+template <class Request>
+void answer(Request const&, pb::rpc_status_msg& response) {
    response.set_status(pb::rpc_status_msg::STATUS_SUCCESS);
 }
 
-void answer(pb::ip_route_bulk_msg const& request, pb::rpc_status_bulk_msg& response) {
-   response.mutable_status()->Reserve(request.ip_route_size());
-   for (int i = 0; i < request.ip_route_size(); ++i) {
-      response.add_status()->set_status(pb::rpc_status_msg::STATUS_SUCCESS);
-   }
+template <class Bulk>
+void answer(Bulk const& request, pb::rpc_status_bulk_msg& response) {
+   auto const count = elementsOf(request).size();
+   response.mutable_status()->Reserve(count);
+   for (int i = 0; i < count; ++i) response.add_status()->set_status(pb::rpc_status_msg::STATUS_SUCCESS);
 }
 
 class Event {
@@ -79,6 +81,8 @@ int serve(std::string const& address) {
    }
    new Call<&AsyncService::Requestip_route>(service, *queue);
    new Call<&AsyncService::Requestip_route_bulk>(service, *queue);
+   new Call<&AsyncService::Requestmpls_route_bulk>(service, *queue);
+   new Call<&AsyncService::Requestnexthop_group_tunnel_bulk>(service, *queue);
    void* tag = nullptr;
    bool ok = false;
    while (queue->Next(&tag, &ok)) static_cast<Event*>(tag)->proceed(ok);
@@ -89,7 +93,7 @@ int serve(std::string const& address) {
 }  // namespace VelmSdkRpc::Bench
 
 int main(int argc, char** argv) {
-   CLI::App app("Answers ip_route and ip_route_bulk with success and does nothing else.");
+   CLI::App app("Answers what the benchmarks call with success and does nothing else.");
    std::string address;
    app.add_option("--listen", address, "Address to listen on")->required();
    CLI11_PARSE(app, argc, argv);

@@ -1,25 +1,42 @@
 // Single ip_route adds, many outstanding, against a table of a million routes.
 
+#include <memory>
+#include <utility>
+#include <vector>
+
 #include "bench/Caller.h"
 #include "bench/RouteBenchmark.h"
+#include "bench/Routes.h"
 
 namespace VelmSdkRpc::Bench {
 namespace {
 
-Prepare prepareFor(Server& server, RouteOptions const& options) {
-   auto const caller = std::make_shared<Caller<pb::ip_route_msg, pb::rpc_status_msg>>(
-      server.channel(), &pb::velmsdk_service::Stub::Asyncip_route, options.outstanding);
-   return [caller](Adds const& adds) { return [caller, &adds] { caller->call(adds); }; };
-}
+class SingleRoutes : public BulkSubject<IpRoutes> {
+ public:
+   using BulkSubject::BulkSubject;
+
+   Prepare prepareFor(Server& server, std::size_t outstanding) const override {
+      auto const caller = std::make_shared<Caller<pb::ip_route_msg, pb::rpc_status_msg>>(
+         server.channel(), &pb::velmsdk_service::Stub::Asyncip_route, outstanding);
+      return [this, caller](PlaceList const& places) {
+         std::vector<pb::ip_route_msg> requests;
+         requests.reserve(places.size());
+         for (auto const place : places) requests.push_back(kind().add(place));
+         return [caller, requests = std::move(requests)] { caller->call(requests); };
+      };
+   }
+};
 
 }  // namespace
 }  // namespace VelmSdkRpc::Bench
 
 int main(int argc, char** argv) {
    namespace Bench = VelmSdkRpc::Bench;
-   Bench::RouteOptions defaults;
+   Bench::IpRoutes const routes;
+   Bench::SingleRoutes const subject(routes);
+   Bench::ContestOptions defaults;
    defaults.adds = 20'000;
    defaults.outstanding = 64;
    return Bench::routeBenchmark(argc, argv, {.name = "ip_route", .call = "one to a call", .goal = 0.85}, defaults,
-                                Bench::prepareFor);
+                                subject);
 }

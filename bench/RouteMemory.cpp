@@ -6,6 +6,7 @@
 #include "bench/Report.h"
 #include "bench/Routes.h"
 #include "bench/Server.h"
+#include "bench/Subject.h"
 
 namespace VelmSdkRpc::Bench {
 namespace {
@@ -18,10 +19,11 @@ struct Options {
 
 // By what the agent has resident before and after the load.
 std::vector<Report::Cell> measure(char const* name, Family family, Options const& options) {
+   IpRoutes const routes{family};
    Server agent("agent", options.agent, quietly());
    openSession(agent);
    auto const before = agent.residentBytes();
-   program(agent, tableOf(options.routes, family));
+   BulkSubject<IpRoutes>(routes).fill(agent, options.routes);
    auto const after = agent.residentBytes();
    constexpr double mebibyte = 1024.0 * 1024.0;
    return {name, before / mebibyte, after / mebibyte, (after - before) / static_cast<double>(options.routes)};

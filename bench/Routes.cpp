@@ -1,18 +1,14 @@
 #include "bench/Routes.h"
 
-#include <algorithm>
-#include <numeric>
-#include <random>
+#include <cstdint>
 #include <stdexcept>
-
-#include "bench/Caller.h"
+#include <string>
 
 namespace VelmSdkRpc::Bench {
 namespace {
 
 constexpr std::uint32_t tag = 7;
 constexpr auto groupName = "group-1";
-constexpr std::size_t loadSize = 1000;  // elements of a bulk request that loads a table
 
 std::string networkOrder(std::uint32_t value) {
    std::string bytes(4, '\0');
@@ -20,30 +16,14 @@ std::string networkOrder(std::uint32_t value) {
    return bytes;
 }
 
-pb::ip_route_msg route(std::size_t place, Family family) {
+void setHost(pb::ip_prefix_msg& prefix, Place place, Family family = Family::ipv4) {
    bool const ipv4 = family == Family::ipv4;
-   auto const number = static_cast<std::uint32_t>(place);
-   pb::ip_route_msg route;
-   route.set_tag(tag);
-   route.set_nexthop_group(groupName);
-   auto& prefix = *route.mutable_prefix();
-   prefix.set_addr(ipv4 ? networkOrder((16U << 24U) + number)
-                        : std::string("\x20\x01\x0d\xb8\0\0\0\0\0\0\0\0", 12) + networkOrder(number));
+   prefix.set_addr(ipv4 ? networkOrder((16U << 24U) + place)
+                        : std::string("\x20\x01\x0d\xb8\0\0\0\0\0\0\0\0", 12) + networkOrder(place));
    prefix.set_prefix_length(ipv4 ? 32 : 128);
-   return route;
 }
 
-// Places on the line of addresses: the table holds the even ones, the odd ones are fresh.
-std::size_t heldPlace(std::size_t index) { return 2 * index; }
-std::size_t freshPlace(std::size_t index) { return 2 * index + 1; }
-
-// The numbers below `count` in an order that is the same in every run.
-std::vector<std::uint32_t> shuffledIndexes(std::size_t count) {
-   std::vector<std::uint32_t> indexes(count);
-   std::iota(indexes.begin(), indexes.end(), 0U);
-   std::shuffle(indexes.begin(), indexes.end(), std::mt19937(1));
-   return indexes;
-}
+std::string nexthopAddress() { return networkOrder(10U << 24U | 1U); }
 
 void require(bool done, char const* what, google::protobuf::Message const& answer) {
    if (!done) throw std::runtime_error(std::string(what) + " failed: " + answer.ShortDebugString());
@@ -51,46 +31,69 @@ void require(bool done, char const* what, google::protobuf::Message const& answe
 
 }  // namespace
 
-char const* nameOf(Order order) {
-   switch (order) {
-      case Order::ascending: return "ascending";
-      case Order::shuffled: return "shuffled";
-      case Order::repeated: return "repeated";
+IpRoutes::Element IpRoutes::add(Place place) const {
+   auto route = removal(place);
+   route.set_nexthop_group(groupName);
+   return route;
+}
+
+IpRoutes::Element IpRoutes::removal(Place place) const {
+   Element route;
+   route.set_tag(tag);
+   setHost(*route.mutable_prefix(), place, family);
+   return route;
+}
+
+NhgTunnels::Element NhgTunnels::add(Place place) const {
+   auto tunnel = removal(place);
+   tunnel.set_nexthop_group(groupName);
+   tunnel.set_igp_metric(10);
+   return tunnel;
+}
+
+NhgTunnels::Element NhgTunnels::removal(Place place) const {
+   Element tunnel;
+   setHost(*tunnel.mutable_prefix(), place);
+   return tunnel;
+}
+
+char const* MplsRoutes::name() const {
+   switch (form) {
+      case Form::group: return "labels to a group";
+      case Form::nexthop: return "labels to a nexthop";
+      case Form::vrf: return "labels to a VRF";
    }
    return "?";
 }
 
-Adds tableOf(std::size_t routes, Family family) {
-   Adds table;
-   table.reserve(routes);
-   for (std::size_t i = 0; i < routes; ++i) table.push_back(route(heldPlace(i), family));
-   return table;
-}
-
-Adds addsOf(Order order, std::size_t routes, std::size_t count, std::size_t round) {
-   auto const shuffled = order == Order::ascending ? std::vector<std::uint32_t>() : shuffledIndexes(routes);
-   Adds adds;
-   adds.reserve(count);
-   for (std::size_t i = 0; i < count; ++i) {
-      auto const turn = (round * count + i) % routes;
-      auto const index = order == Order::ascending ? turn : shuffled[turn];
-      adds.push_back(route(order == Order::repeated ? heldPlace(index) : freshPlace(index), Family::ipv4));
+MplsRoutes::Element MplsRoutes::add(Place place) const {
+   Element route;
+   route.set_label(reserved + place);
+   switch (form) {
+      case Form::group: {
+         auto& forward = *route.mutable_forward_nexthop_group();
+         forward.set_nexthop_group(groupName);
+         forward.set_mpls_operation(pb::mpls_route_msg_forward_nexthop_group_msg::FORWARD_OP_FORWARD);
+         break;
+      }
+      case Form::nexthop: {
+         auto& nexthop = *route.mutable_nexthop();
+         nexthop.mutable_nexthop_ip()->set_addr(nexthopAddress());
+         nexthop.set_nexthop_interface("Ethernet1");
+         nexthop.set_mpls_operation(pb::nexthop_msg::MPLS_OP_SWAP);
+         nexthop.add_labels(reserved);
+         break;
+      }
+      case Form::vrf: route.set_pop_and_forward_vrf_name("vrf-1"); break;
    }
-   return adds;
+   return route;
 }
 
-Adds deletionOf(Adds adds) {
-   for (auto& add : adds) add.clear_nexthop_group();
-   return adds;
-}
-
-std::vector<pb::ip_route_bulk_msg> inBulk(Adds const& routes, std::size_t size) {
-   std::vector<pb::ip_route_bulk_msg> requests;
-   for (std::size_t i = 0; i < routes.size(); ++i) {
-      if (i % size == 0) requests.emplace_back();
-      *requests.back().add_ip_route() = routes[i];
-   }
-   return requests;
+MplsRoutes::Element MplsRoutes::removal(Place place) const {
+   Element route;
+   route.set_label(reserved + place);
+   route.set_request_delete(true);
+   return route;
 }
 
 void openSession(Server& agent) {
@@ -105,17 +108,11 @@ void openSession(Server& agent) {
    pb::nexthop_group_msg group;
    group.set_name(groupName);
    auto& nexthop = *group.add_nexthop();
-   nexthop.mutable_nexthop_ip()->set_addr(networkOrder(10U << 24U | 1U));
+   nexthop.mutable_nexthop_ip()->set_addr(nexthopAddress());
    nexthop.set_replicate_count(1);
    pb::rpc_status_msg made;
    bool const answered = agent.stub().nexthop_group(&groupContext, group, &made).ok();
    require(answered && made.status() == pb::rpc_status_msg::STATUS_SUCCESS, "nexthop_group", made);
-}
-
-void program(Server& agent, Adds const& routes) {
-   Caller<pb::ip_route_bulk_msg, pb::rpc_status_bulk_msg> caller(agent.channel(),
-                                                                 &pb::velmsdk_service::Stub::Asyncip_route_bulk, 2);
-   caller.call(inBulk(routes, loadSize));
 }
 
 }  // namespace VelmSdkRpc::Bench

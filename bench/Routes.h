@@ -1,41 +1,64 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
-#include <string>
-#include <vector>
 
+#include "bench/Places.h"
 #include "bench/Server.h"
-#include "velmsdk.pb.h"
+#include "velmsdk.grpc.pb.h"
 
-/// The routes of the benchmarks: host routes, one tag, one nexthop group. A table of N holds the prefixes 0 to N-1, and
-/// between each two of them lies one fresh prefix that it does not hold.
+/// The kinds of entries that benchmarks program. Each says how many keys there are, what the bulk method is, and what
+/// requests set and delete the entry at a place. All of them name one nexthop group.
 namespace VelmSdkRpc::Bench {
 
 enum class Family { ipv4, ipv6 };
 
-/// Which prefixes a round adds.
-enum class Order {
-   ascending,  // fresh ones, neighbours, by rising address
-   shuffled,   // fresh ones from all over the table
-   repeated,   // ones that the table holds, from all over it, as after a client's restart
+/// Host routes, with one tag.
+struct IpRoutes {
+   using Element = pb::ip_route_msg;
+   using Bulk = pb::ip_route_bulk_msg;
+   static constexpr auto method = &pb::velmsdk_service::Stub::Asyncip_route_bulk;
+   static constexpr std::size_t keys = std::size_t{1} << 31U;
+
+   Family family = Family::ipv4;
+
+   char const* name() const { return "routes"; }
+   Element add(Place place) const;
+   Element removal(Place place) const;
 };
-char const* nameOf(Order order);
 
-using Adds = std::vector<pb::ip_route_msg>;
+/// Tunnels to host addresses.
+struct NhgTunnels {
+   using Element = pb::nexthop_group_tunnel_msg;
+   using Bulk = pb::nexthop_group_tunnel_bulk_msg;
+   static constexpr auto method = &pb::velmsdk_service::Stub::Asyncnexthop_group_tunnel_bulk;
+   static constexpr std::size_t keys = IpRoutes::keys;
 
-/// The routes of a table of that size, by rising address.
-Adds tableOf(std::size_t routes, Family family = Family::ipv4);
-/// `count` adds to a table of that size, at most its size; other ones in each round.
-Adds addsOf(Order order, std::size_t routes, std::size_t count, std::size_t round);
-/// The same routes as requests that delete them.
-Adds deletionOf(Adds adds);
-/// The routes in bulk requests of `size` elements; the last one may have fewer.
-std::vector<pb::ip_route_bulk_msg> inBulk(Adds const& routes, std::size_t size);
+   char const* name() const { return "tunnels"; }
+   Element add(Place place) const;
+   Element removal(Place place) const;
+};
 
-/// Opens the client's session and makes the nexthop group of all routes. Throws std::runtime_error on failure.
+/// Labels, all with the same forwarding choice.
+struct MplsRoutes {
+   enum class Form {
+      group,    // forwarded as the group says
+      nexthop,  // swapped for another label to a nexthop
+      vrf,      // popped and looked up in a VRF
+   };
+   using Element = pb::mpls_route_msg;
+   using Bulk = pb::mpls_route_bulk_msg;
+   static constexpr auto method = &pb::velmsdk_service::Stub::Asyncmpls_route_bulk;
+   static constexpr Place reserved = 16;  // the lowest labels, which have a meaning of their own
+   static constexpr std::size_t keys = (std::size_t{1} << 20U) - reserved;
+
+   Form form = Form::group;
+
+   char const* name() const;
+   Element add(Place place) const;
+   Element removal(Place place) const;
+};
+
+/// Opens the client's session and makes the nexthop group of all entries. Throws std::runtime_error on failure.
 void openSession(Server& agent);
-/// Carries the routes out, by bulk. Throws std::runtime_error if one fails.
-void program(Server& agent, Adds const& routes);
 
 }  // namespace VelmSdkRpc::Bench

@@ -13,6 +13,7 @@
 #include "bench/Rounds.h"
 #include "bench/Routes.h"
 #include "bench/Server.h"
+#include "bench/Subject.h"
 #include "cli/support/TempFolder.h"
 
 namespace VelmSdkRpc::Bench {
@@ -34,9 +35,10 @@ std::vector<std::string> withFolder(std::string const& folder) {
 }
 
 void fill(Options const& options, std::string const& folder) {
+   IpRoutes const routes;
    Server agent("agent", options.agent, withFolder(folder));
    openSession(agent);
-   program(agent, tableOf(options.routes));
+   BulkSubject<IpRoutes>(routes).fill(agent, options.routes);
 }
 
 Sample startOnce(Options const& options, std::string const& folder) {

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "velmsdk.pb.h"
+
+namespace VelmSdkRpc::Bench {
+
+/// The elements of a bulk request.
+inline auto& elementsOf(pb::ip_route_bulk_msg& bulk) { return *bulk.mutable_ip_route(); }
+inline auto const& elementsOf(pb::ip_route_bulk_msg const& bulk) { return bulk.ip_route(); }
+inline auto& elementsOf(pb::mpls_route_bulk_msg& bulk) { return *bulk.mutable_mpls_route(); }
+inline auto const& elementsOf(pb::mpls_route_bulk_msg const& bulk) { return bulk.mpls_route(); }
+inline auto& elementsOf(pb::nexthop_group_tunnel_bulk_msg& bulk) { return *bulk.mutable_nexthop_group_tunnel(); }
+inline auto const& elementsOf(pb::nexthop_group_tunnel_bulk_msg const& bulk) { return bulk.nexthop_group_tunnel(); }
+
+}  // namespace VelmSdkRpc::Bench

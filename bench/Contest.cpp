@@ -1,0 +1,92 @@
+#include "bench/Contest.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <chrono>
+#include <map>
+#include <stdexcept>
+#include <utility>
+
+#include "bench/Routes.h"
+
+namespace VelmSdkRpc::Bench {
+
+void addContestOptions(CLI::App& app, ContestOptions& options) {
+   std::map<std::string, Order> orders;
+   for (auto const order : {Order::ascending, Order::shuffled, Order::repeated}) orders.emplace(nameOf(order), order);
+   app.add_option("--agent", options.agent, "The agent's program")->required();
+   app.add_option("--floor", options.floor, "The floor's program")->required();
+   app.add_option("--json", options.json, "File to leave the results in");
+   app.add_option("--order", options.orders, "Which keys are added; repeatable")
+      ->transform(CLI::CheckedTransformer(orders))
+      ->option_text("ascending|shuffled|repeated ...");
+   app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
+   app.add_option("--adds", options.adds, "Adds to each server in each round")->check(CLI::PositiveNumber);
+   app.add_option("--outstanding", options.outstanding, "Calls in flight")->check(CLI::PositiveNumber);
+}
+
+void addContestFacts(Report& report, ContestOptions const& options) {
+   report.fact("outstanding", static_cast<double>(options.outstanding));
+   report.fact("rounds", static_cast<double>(options.rounds));
+   report.fact("adds_per_round", static_cast<double>(options.adds));
+}
+
+Contest::Contender::Contender(std::string name, std::string const& program, std::vector<std::string> arguments,
+                              Places places)
+   : server(std::move(name), program, std::move(arguments)), places(std::move(places)) {}
+
+void Contest::enterFloor(std::size_t size) {
+   auto& floor = contenders_.emplace_back("floor", options_.floor, std::vector<std::string>(), placesOf(size));
+   floor.prepare = subject_.prepareFor(floor.server, options_.outstanding);
+}
+
+void Contest::enterAgent(char const* name, std::vector<std::string> arguments, std::size_t size) {
+   auto& agent = contenders_.emplace_back(name, options_.agent, std::move(arguments), placesOf(size));
+   agent.keeps = true;
+   agent.prepare = subject_.prepareFor(agent.server, options_.outstanding);
+   openSession(agent.server);
+   subject_.add(agent.server, agent.places.table());
+}
+
+Places Contest::placesOf(std::size_t size) const {
+   Places places(size, subject_.keys());
+   if (places.fresh() < std::min(options_.adds, bulkSize)) {
+      throw std::invalid_argument(
+         fmt::format("a table of {} leaves {} keys fresh, too few for a call", size, places.fresh()));
+   }
+   return places;
+}
+
+Contest::Samples Contest::compare(Order order, std::size_t rounds) {
+   auto const lap = this->lap();
+   return interleave(contenders_.size(), rounds, [&](std::size_t contender, std::size_t round) {
+      return measure(contenders_[contender], order, round, lap);
+   });
+}
+
+// The same for all, so that they differ in nothing but their tables: what the smallest can take at once.
+std::size_t Contest::lap() const {
+   auto lap = options_.adds;
+   for (auto const& contender : contenders_) lap = std::min(lap, contender.places.fresh());
+   return lap;
+}
+
+Sample Contest::measure(Contender& contender, Order order, std::size_t round, std::size_t lap) const {
+   using Clock = std::chrono::steady_clock;
+   Sample sample;
+   for (std::size_t done = 0; done < options_.adds; done += lap) {
+      auto const places = contender.places.of(order, round * options_.adds + done, std::min(lap, options_.adds - done));
+      auto const calls = contender.prepare(places);
+      auto const cpuBefore = contender.server.cpuSeconds();
+      auto const start = Clock::now();
+      calls();
+      auto const end = Clock::now();
+      sample.cpuSeconds += contender.server.cpuSeconds() - cpuBefore;
+      sample.seconds += std::chrono::duration<double>(end - start).count();
+      if (contender.keeps && order != Order::repeated) subject_.remove(contender.server, places);
+   }
+   return sample;
+}
+
+}  // namespace VelmSdkRpc::Bench

@@ -1,0 +1,86 @@
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <vector>
+
+#include "bench/Bulk.h"
+#include "bench/Caller.h"
+#include "bench/Places.h"
+#include "bench/Server.h"
+
+namespace VelmSdkRpc::Bench {
+
+/// Builds the requests that add the entries at the places, outside the time, and gives the work inside it: the calls.
+using Prepare = std::function<std::function<void()>(PlaceList const& places)>;
+
+/// What is programmed, and by calls of what form. Its calls throw std::runtime_error if one fails.
+class Subject {
+ public:
+   Subject() = default;
+   Subject(Subject const&) = delete;
+   Subject& operator=(Subject const&) = delete;
+   virtual ~Subject() = default;
+
+   /// The entries, in words.
+   virtual char const* name() const = 0;
+   /// How many different keys an entry can have.
+   virtual std::size_t keys() const = 0;
+   /// Adds and deletes entries by bulk: what surrounds the measured calls.
+   virtual void add(Server& agent, PlaceList const& places) const = 0;
+   virtual void remove(Server& agent, PlaceList const& places) const = 0;
+   /// Adds a table of that size.
+   void fill(Server& agent, std::size_t size) const { add(agent, Places(size, keys()).table()); }
+   /// The measured calls to one server, that many outstanding.
+   virtual Prepare prepareFor(Server& server, std::size_t outstanding) const = 0;
+};
+
+/// Elements of a bulk request.
+inline constexpr std::size_t bulkSize = 1000;
+
+/// Requests of bulkSize elements, which (kind.*make)(place) makes; the last one may have fewer.
+template <class Kind>
+std::vector<typename Kind::Bulk> inBulk(Kind const& kind, typename Kind::Element (Kind::*make)(Place) const,
+                                        PlaceList const& places) {
+   std::vector<typename Kind::Bulk> requests;
+   requests.reserve(places.size() / bulkSize + 1);
+   for (std::size_t i = 0; i < places.size(); ++i) {
+      if (i % bulkSize == 0) requests.emplace_back();
+      *elementsOf(requests.back()).Add() = (kind.*make)(places[i]);
+   }
+   return requests;
+}
+
+/// Entries of a kind, bulkSize of them to a call.
+template <class Kind>
+class BulkSubject : public Subject {
+ public:
+   using BulkCaller = Caller<typename Kind::Bulk, pb::rpc_status_bulk_msg>;
+
+   /// The kind is the caller's and may still change before the first use.
+   explicit BulkSubject(Kind const& kind) : kind_(kind) {}
+
+   char const* name() const override { return kind_.name(); }
+   std::size_t keys() const override { return Kind::keys; }
+   void add(Server& agent, PlaceList const& places) const override { program(agent, &Kind::add, places); }
+   void remove(Server& agent, PlaceList const& places) const override { program(agent, &Kind::removal, places); }
+   Prepare prepareFor(Server& server, std::size_t outstanding) const override {
+      auto const caller = std::make_shared<BulkCaller>(server.channel(), Kind::method, outstanding);
+      return [this, caller](PlaceList const& places) {
+         return [caller, requests = inBulk(kind_, &Kind::add, places)] { caller->call(requests); };
+      };
+   }
+
+ protected:
+   Kind const& kind() const { return kind_; }
+
+ private:
+   void program(Server& agent, typename Kind::Element (Kind::*make)(Place) const, PlaceList const& places) const {
+      BulkCaller(agent.channel(), Kind::method, 2).call(inBulk(kind_, make, places));
+   }
+
+   Kind const& kind_;
+};
+
+}  // namespace VelmSdkRpc::Bench
