@@ -1,11 +1,19 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
+#include <memory>
 #include <string>
 
+#include "platform/velm/errors.h"
+#include "platform/velm/iter.h"
 #include "rpc/BulkRequestHandler.h"
 #include "rpc/GrpcService.h"
+#include "rpc/IteratorStreamingHandler.h"
 #include "rpc/Method.h"
+#include "rpc/StreamingAdapterHandler.h"
+#include "rpc/StreamingRequestHandler.h"
+#include "rpc/SubscriptionController.h"
 #include "rpc/UnaryRequestHandler.h"
 #include "rpc/UnimplementedStreamHandler.h"
 #include "tiny.grpc.pb.h"
@@ -18,7 +26,7 @@ namespace tiny = velm::tiny;
 class TinyService : public GrpcService {
  public:
    using AsyncService = tiny::Tiny::AsyncService;
-   static constexpr std::size_t methods = 6;
+   static constexpr std::size_t methods = 9;
 
    TinyService() : GrpcService("tiny") {}
 
@@ -31,7 +39,19 @@ class TinyService : public GrpcService {
 
    // Set before the server runs.
    std::function<std::string(std::string const&)> onText = [](std::string const& text) { return text; };
+   std::function<void()> onCallback = [] {};  // without the SDK lock
    std::function<void(grpc::ServerBuilder&)> onRegister;
+
+   /// To the watches of both kinds, as the main loop does it.
+   void publish(std::string const& key, std::string const& text);
+   void startWatching() { ++starts; }
+   void stopWatching() { ++stops; }
+
+   SubscriptionController<TinyService> subscriptions{*this};
+   SubscriptionController<TinyService> subscriptionsByAdapter{*this};
+   std::atomic<int> starts{0};
+   std::atomic<int> stops{0};
+   std::atomic<std::uint64_t> steps{0};  // of all iterators
 
  private:
    AsyncService asyncService_;
@@ -46,7 +66,7 @@ class CallbackHandler
  public:
    using RequestFn = void (TinyService::AsyncService::*)(grpc::ServerContext*, Request*, typename Base::Responder*,
                                                          grpc::CompletionQueue*, grpc::ServerCompletionQueue*, void*);
-   using Callback = void (*)(Request const&, Response&);
+   using Callback = void (*)(TinyService&, Request const&, Response&);
 
    CallbackHandler(HandlerSeat const& seat, TinyService& service, RequestFn requestFn, Callback callback)
       : Base(seat, service), requestFn_(requestFn), callback_(callback) {}
@@ -57,7 +77,7 @@ class CallbackHandler
    }
    void process() override {
       Response response;
-      callback_(this->request(), response);
+      callback_(this->service(), this->request(), response);
       this->responder().Finish(response, grpc::Status::OK, this->id());
    }
 
@@ -113,15 +133,80 @@ struct BulkEcho : Method<&TinyService::AsyncService::Requestbulk_echo> {
 
 struct Later : Method<&TinyService::AsyncService::Requestlater> {};
 
+class WatchHandler
+   : public StreamingRequestHandler<WatchHandler, tiny::WatchRequest, tiny::WatchResponse, TinyService> {
+ public:
+   using StreamingRequestHandler::StreamingRequestHandler;
+   static constexpr auto requestFn() { return &TinyService::AsyncService::Requestwatch; }
+   void subscribe() override { service().subscriptions.subscribe(id()); }
+   void cancel() override { service().subscriptions.cancel(id()); }
+   bool filter(tiny::WatchResponse const& response) const override {
+      return request().key().empty() || request().key() == response.key();
+   }
+};
+
+struct Watch : Method<&TinyService::AsyncService::Requestwatch_by_adapter> {
+   void subscribe(TinyService& service, Request const&, void* id) { service.subscriptionsByAdapter.subscribe(id); }
+   void cancel(TinyService& service, void* id) { service.subscriptionsByAdapter.cancel(id); }
+   bool filter(Request const& request, Response const& response) const {
+      return request.key().empty() || request.key() == response.key();
+   }
+};
+using WatchByAdapter = StreamingAdapterHandler<Watch, tiny::WatchRequest, tiny::WatchResponse, TinyService>;
+
+inline void TinyService::publish(std::string const& key, std::string const& text) {
+   velm::sdk_scoped_lock const lock;
+   tiny::WatchResponse response;
+   response.set_key(key);
+   response.set_text(text);
+   subscriptions.publishA<WatchHandler>(response);
+   subscriptionsByAdapter.publishA<WatchByAdapter>(response);
+}
+
+/// Counts up to a bound.
+class Numbers : public velm::iter_impl<std::uint64_t> {
+ public:
+   Numbers(TinyService& service, std::uint64_t count) : service_(service), count_(count) {}
+   std::unique_ptr<velm::iter_impl<std::uint64_t>> clone() const override { return std::make_unique<Numbers>(*this); }
+   std::uint64_t const* current() const override { return number_ < count_ ? &number_ : nullptr; }
+   void advance() override {
+      service_.steps += velm::sdk_scoped_lock::held() ? 1 : 1'000'000;
+      ++number_;
+   }
+
+ private:
+   TinyService& service_;
+   std::uint64_t number_ = 0;
+   std::uint64_t count_;
+};
+
+struct Items : Method<&TinyService::AsyncService::Requestitems> {
+   static velm::iter_base<std::uint64_t> call(TinyService& service, Request const& request) {
+      if (!request.error().empty()) throw velm::configuration_error(request.error());
+      return velm::iter_base<std::uint64_t>(std::make_unique<Numbers>(service, request.count()));
+   }
+   static Response response(std::uint64_t number) {
+      Response response;
+      response.set_number(number);
+      return response;
+   }
+};
+
 inline void TinyService::startHandlers() {
    registerAdapter<UnaryRequestHandler, Echo>(*this);
    registerAdapter<BulkRequestHandler, BulkEcho>(*this);
    arm<CallbackHandler<tiny::EchoRequest, tiny::EchoResponse>>(
       *this, &AsyncService::Requestcallback,
-      [](tiny::EchoRequest const& request, tiny::EchoResponse& response) { response.set_text(request.text()); });
+      [](TinyService& service, tiny::EchoRequest const& request, tiny::EchoResponse& response) {
+         service.onCallback();
+         response.set_text(request.text());
+      });
    arm<FloodHandler>(*this);
    arm<HoldHandler>(*this);
    registerAdapter<UnimplementedStreamHandler, Later>(*this);
+   arm<WatchHandler>(*this);
+   registerAdapter<StreamingAdapterHandler, Watch>(*this);
+   registerAdapter<IteratorStreamingHandler, Items>(*this);
 }
 
 }  // namespace VelmSdkRpc::Test
