@@ -23,6 +23,9 @@
 #include "platform/qor/Runtime.h"
 #include "platform/velm/errors.h"
 #include "platform/velm/sdk.h"
+#include "remote/AgentService.h"
+#include "remote/IntfCounterService.h"
+#include "remote/IntfService.h"
 #include "remote/VapiService.h"
 
 namespace VelmSdkRpc {
@@ -62,8 +65,12 @@ class Agent : public velm::agent_handler {
          new VelmSdkRpcService(aclMgr_, agentMgr_, bfdSessionMgr_, intfMgr_, classMapMgr_, ipRouteMgr_, mplsRouteMgr_,
                                mplsVrfLabelMgr_, nexthopGroupMgr_, nexthopGroupTunnelMgr_, policyMapMgr_));
       Test::btestHelper = native.get();
+      std::unique_ptr<IntfCounterService> intfCounter(new IntfCounterService(intfCounterMgr_));
+      std::unique_ptr<IntfService> intf(new IntfService(intfMgr_));
       std::unique_ptr<VapiService> vapi(new VapiService(vapiMgr_));
-      server_ = std::make_unique<GrpcServer>(listenAddress_, native, std::move(vapi));
+      std::unique_ptr<AgentService> agent(new AgentService(agentMgr_));
+      server_ = std::make_unique<GrpcServer>(listenAddress_, native, std::move(agent), std::move(vapi), std::move(intf),
+                                             std::move(intfCounter));
       serverThread_ = std::thread([server = server_.get()] { server->run(); });
       // Says what is intended: the thread binds the port, and reports for itself when it cannot.
       trace(1, className, "Server listening on {}", listenAddress_);
@@ -96,7 +103,7 @@ class Agent : public velm::agent_handler {
    velm::vapi_mgr* vapiMgr_;
    [[maybe_unused]] velm::eth_lag_intf_mgr* ethLagIntfMgr_;
    velm::intf_mgr* intfMgr_;
-   [[maybe_unused]] velm::intf_counter_mgr* intfCounterMgr_;
+   velm::intf_counter_mgr* intfCounterMgr_;
    [[maybe_unused]] velm::ip_intf_mgr* ipIntfMgr_;
    velm::ip_route_mgr* ipRouteMgr_;
    [[maybe_unused]] velm::macsec_mgr* macsecMgr_;

@@ -5,41 +5,34 @@
 
 #include "convert/Vapi.h"
 #include "platform/velm/vapi.h"
-#include "rpc/GenericRequestHandler.h"
+#include "rpc/NamedRequestHandler.h"
 
 namespace VelmSdkRpc {
 namespace {
 
 using AsyncService = VapiService::AsyncService;
 
-class RunShowCommandHandler : public GenericRequestHandler<RunShowCommandHandler, velm::remote::RunShowCmdRequest,
-                                                           velm::remote::RunShowCmdResponse, VapiService, false> {
+class RunShowCommandHandler
+   : public NamedRequestHandler<RunShowCommandHandler, &AsyncService::Requestrun_show_cmd, VapiService> {
  public:
-   using GenericRequestHandler::GenericRequestHandler;
-   static constexpr auto requestFn() { return &AsyncService::Requestrun_show_cmd; }
+   using NamedRequestHandler::NamedRequestHandler;
    void process() override {
-      respond([this] {
+      answer([this](Response& response) {
          auto result = service().mgr().run_show_cmd(request().command());
-         velm::remote::RunShowCmdResponse response;
          *response.mutable_response() = types::convert(result);
-         return response;
       });
    }
 };
 
 class RunConfigCommandHandler
-   : public GenericRequestHandler<RunConfigCommandHandler, velm::remote::RunConfigCmdsRequest,
-                                  velm::remote::RunConfigCmdsResponse, VapiService, false> {
+   : public NamedRequestHandler<RunConfigCommandHandler, &AsyncService::Requestrun_config_cmds, VapiService> {
  public:
-   using GenericRequestHandler::GenericRequestHandler;
-   static constexpr auto requestFn() { return &AsyncService::Requestrun_config_cmds; }
+   using NamedRequestHandler::NamedRequestHandler;
    void process() override {
-      respond([this] {
+      answer([this](Response& response) {
          std::vector<std::string> const commands(request().commands().begin(), request().commands().end());
          auto result = service().mgr().run_config_cmds(commands);
-         velm::remote::RunConfigCmdsResponse response;
          *response.mutable_response() = types::convert(result);
-         return response;
       });
    }
 };
