@@ -174,6 +174,15 @@ std::uint64_t AgentTest::switchCalls(std::string const& operation) {
    return calls.HasMember(operation.c_str()) ? calls[operation.c_str()].GetUint64() : 0;
 }
 
+std::vector<std::string> AgentTest::watches(std::string const& handler) {
+   std::vector<std::string> keys;
+   auto const json = show("show switch watches");
+   if (json["watches"].HasMember(handler.c_str())) {
+      for (auto const& key : json["watches"][handler.c_str()].GetArray()) keys.emplace_back(key.GetString());
+   }
+   return keys;
+}
+
 std::vector<std::string> AgentTest::routes() {
    std::vector<std::string> prefixes;
    auto const json = show("show ip route");

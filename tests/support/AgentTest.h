@@ -47,6 +47,7 @@ class AgentTest : public ::testing::Test {
    void restart();
 
    AgentProcess& agent() { return *agent_; }
+   std::shared_ptr<grpc::Channel> const& channel() const { return channel_; }
    pb::velmsdk_service::Stub& client() { return *client_; }
 
    /// Calls a method of the native service, which must end with OK, and gives its answer.
@@ -74,6 +75,8 @@ class AgentTest : public ::testing::Test {
    velm::remote::VapiResponse runConfig(std::vector<std::string> const& commands);
    /// Plays the outside world, or configures; must succeed.
    void world(std::vector<std::string> const& commands);
+   /// The keys that a handler base watches, by `show switch watches`.
+   std::vector<std::string> watches(std::string const& handler);
    std::uint64_t switchCalls(std::string const& operation);
    std::vector<std::string> routes();
    /// "192.0.2.1/32 group 5", with the metric.
