@@ -91,8 +91,16 @@ struct MainLoop::Impl {
       sleep();
    }
 
+   bool eventsReady() {
+      std::lock_guard const lock(mutex);
+      return events.ready();
+   }
+
    void deliver() {
+      if (!eventsReady()) return;
       {
+         // Under the SDK lock, so that what one hold of it caused, as a list of commands does, stays together.
+         sdk_scoped_lock const sdkLock;
          std::lock_guard const lock(mutex);
          events.take(batch);
       }

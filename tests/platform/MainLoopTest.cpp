@@ -85,6 +85,31 @@ TEST(MainLoopTest, AnEventOwnsItsCapturesUntilItIsDone) {
    EXPECT_EQ(counted.use_count(), 10);
 }
 
+TEST(MainLoopTest, WhatOneHoldOfTheLockCausesIsDeliveredBeforeATaskRuns) {
+   auto const scheduler = makeScheduler();
+   MainLoop loop(scheduler);
+   int delivered = 0;
+   Job job(scheduler, 1, [&] { EXPECT_EQ(delivered % 2, 0); });
+   std::thread poster([&] {
+      for (int i = 0; i < 200; ++i) {
+         sdk_scoped_lock const lock;
+         for (int event = 0; event < 2; ++event) {
+            loop.post([&] {
+               ++delivered;
+               job.scheduleTask();
+            });
+            // Long enough for the loop to wake up to the first one.
+            auto const later = std::chrono::steady_clock::now() + std::chrono::microseconds(100);
+            while (std::chrono::steady_clock::now() < later) std::this_thread::yield();
+         }
+      }
+      loop.post([&] { loop.stop(); });
+   });
+   loop.run([] {});
+   poster.join();
+   EXPECT_EQ(delivered, 400);
+}
+
 TEST(MainLoopTest, AStormOfEventsLeavesTheLockToOthers) {
    MainLoop loop(makeScheduler());
    std::atomic<bool> gotIn{false};
