@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
@@ -13,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "bench/Percentiles.h"
 #include "bench/Program.h"
 #include "bench/Report.h"
 #include "cli/support/TempFolder.h"
@@ -130,9 +130,8 @@ std::vector<Report::Cell> measure(Load const& load, Options const& options) {
    over = true;
    if (client.joinable()) client.join();
    auto const seconds = std::chrono::duration<double>(Clock::now() - begin).count();
-   std::ranges::sort(milliseconds);
-   return {load.name, static_cast<double>(programmed) / seconds, milliseconds[milliseconds.size() / 2],
-           milliseconds[milliseconds.size() * 99 / 100], milliseconds.back()};
+   auto const latency = percentilesOf(std::move(milliseconds));
+   return {load.name, static_cast<double>(programmed) / seconds, latency.p50, latency.p99, latency.max};
 }
 
 void run(Options const& options) {

@@ -5,17 +5,22 @@
 #include <CLI/CLI.hpp>
 #include <grpcpp/grpcpp.h>
 
+#include <cstddef>
 #include <cstdio>
 #include <string>
 
 #include "bench/Bulk.h"
-#include "rpc/Method.h"
+#include "bench/FloorCall.h"
+#include "bench/FloorStatuses.h"
+#include "bench/FloorWatch.h"
 #include "velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 namespace {
 
+namespace remote = velm::remote;
 using AsyncService = pb::velmsdk_service::AsyncService;
+using Queue = grpc::ServerCompletionQueue;
 
 template <class Request>
 void answer(Request const&, pb::rpc_status_msg& response) {
@@ -29,63 +34,48 @@ void answer(Bulk const& request, pb::rpc_status_bulk_msg& response) {
    for (int i = 0; i < count; ++i) response.add_status()->set_status(pb::rpc_status_msg::STATUS_SUCCESS);
 }
 
-class Event {
- public:
-   virtual ~Event() = default;
-   virtual void proceed(bool ok) = 0;
-};
+void serveProgramming(AsyncService& service, Queue& queue) {
+   auto const succeed = [](auto const& request, auto& response) { answer(request, response); };
+   serveCalls<&AsyncService::Requestip_route>(service, queue, succeed);
+   serveCalls<&AsyncService::Requestip_route_bulk>(service, queue, succeed);
+   serveCalls<&AsyncService::Requestmpls_route_bulk>(service, queue, succeed);
+   serveCalls<&AsyncService::Requestnexthop_group_tunnel_bulk>(service, queue, succeed);
+}
 
-// One call of a method; its address is the tag of its events, and it deletes itself behind the last one.
-template <auto post>
-class Call final : public Event {
- public:
-   Call(AsyncService& service, grpc::ServerCompletionQueue& queue)
-      : service_(service), queue_(queue), responder_(&context_) {
-      (service_.*post)(&context_, &request_, &responder_, &queue_, &queue_, this);
-   }
+// A description is written to every open watch before its call is answered.
+void serveWatches(FloorWatch::Service& service, Queue& queue, FloorWatch::Open& open) {
+   new FloorWatch(service, queue, open);
+   serveCalls<&FloorWatch::Service::Requestdescription_is>(
+      service, queue, [&open](remote::DescriptionIsRequest const& request, remote::DescriptionIsResponse&) {
+         FloorWatch::Response event;
+         *event.mutable_intf_id() = request.intf_id();
+         event.set_description(request.description());
+         for (auto* const watch : open) watch->send(event);
+      });
+}
 
-   void proceed(bool ok) override {
-      if (!ok || answered_) {
-         delete this;
-         return;
-      }
-      new Call(service_, queue_);
-      answered_ = true;
-      Response response;
-      answer(request_, response);
-      responder_.Finish(response, grpc::Status::OK, this);
-   }
-
- private:
-   using Request = typename PostedMethod<decltype(post)>::Request;
-   using Response = typename PostedMethod<decltype(post)>::Response;
-
-   AsyncService& service_;
-   grpc::ServerCompletionQueue& queue_;
-   grpc::ServerContext context_;
-   grpc::ServerAsyncResponseWriter<Response> responder_;
-   Request request_;
-   bool answered_ = false;
-};
-
-int serve(std::string const& address) {
-   AsyncService service;
+int serve(std::string const& address, std::size_t statuses) {
+   AsyncService programming;
+   FloorStatuses::Service agent;
+   FloorWatch::Service intfs;
+   FloorWatch::Open open;
    grpc::ServerBuilder builder;
    builder.AddListeningPort(address, grpc::InsecureServerCredentials());
-   builder.RegisterService(&service);
+   builder.RegisterService(&programming);
+   builder.RegisterService(&agent);
+   builder.RegisterService(&intfs);
    auto const queue = builder.AddCompletionQueue();
    auto const server = builder.BuildAndStart();
    if (!server) {
       std::fprintf(stderr, "cannot listen on %s\n", address.c_str());
       return 1;
    }
-   new Call<&AsyncService::Requestip_route>(service, *queue);
-   new Call<&AsyncService::Requestip_route_bulk>(service, *queue);
-   new Call<&AsyncService::Requestmpls_route_bulk>(service, *queue);
-   new Call<&AsyncService::Requestnexthop_group_tunnel_bulk>(service, *queue);
+   serveProgramming(programming, *queue);
+   new FloorStatuses(agent, *queue, statuses);
+   serveWatches(intfs, *queue, open);
    void* tag = nullptr;
    bool ok = false;
-   while (queue->Next(&tag, &ok)) static_cast<Event*>(tag)->proceed(ok);
+   while (queue->Next(&tag, &ok)) static_cast<FloorEvent*>(tag)->proceed(ok);
    return 0;  // never: whoever started this process kills it
 }
 
@@ -95,7 +85,9 @@ int serve(std::string const& address) {
 int main(int argc, char** argv) {
    CLI::App app("Answers what the benchmarks call with success and does nothing else.");
    std::string address;
+   std::size_t statuses = 0;
    app.add_option("--listen", address, "Address to listen on")->required();
+   app.add_option("--statuses", statuses, "Names to send as those of the statuses");
    CLI11_PARSE(app, argc, argv);
-   return VelmSdkRpc::Bench::serve(address);
+   return VelmSdkRpc::Bench::serve(address, statuses);
 }

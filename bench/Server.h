@@ -21,6 +21,10 @@ class Server {
    std::string const& name() const { return name_; }
    std::shared_ptr<grpc::Channel> const& channel() const { return channel_; }
    pb::velmsdk_service::Stub& stub() { return *stub_; }
+   /// A channel of another connection, for another client.
+   std::shared_ptr<grpc::Channel> newChannel() const { return process_.channel(); }
+   /// The same, for one that does not read: this side takes no more of a stream than it must.
+   std::shared_ptr<grpc::Channel> newNarrowChannel() const;
 
    /// Processor time of all its threads so far.
    double cpuSeconds() const;

@@ -1,0 +1,34 @@
+#include "bench/Audience.h"
+
+#include <memory>
+#include <vector>
+
+namespace VelmSdkRpc::Bench {
+
+Audience::Audience(Server& server, std::size_t watchers, std::size_t connections)
+   : call_(client_, server.newChannel(), &Stub::Asyncdescription_is) {
+   request_.mutable_intf_id()->set_name("Ethernet1");
+   std::vector<std::shared_ptr<grpc::Channel>> channels;
+   for (std::size_t i = 0; i < connections; ++i) channels.push_back(server.newChannel());
+   for (std::size_t i = 0; i < watchers; ++i) {
+      watches_.emplace_back(client_, channels[i % connections], [this](Watch::Event const& event) { hear(event); });
+   }
+}
+
+Audience::Delay Audience::change() {
+   request_.set_description(std::to_string(++changes_));
+   heard_ = 0;
+   auto const begin = Clock::now();
+   call_.begin(request_);
+   client_.runUntil([this] { return call_.answered() && heard_ == watches_.size(); });
+   auto const since = [&](Clock::time_point end) { return std::chrono::duration<double, std::milli>(end - begin); };
+   return {since(call_.answeredAt()).count(), since(heardAt_).count()};
+}
+
+void Audience::hear(Watch::Event const& event) {
+   if (event.description() != request_.description()) return;
+   heardAt_ = Clock::now();
+   ++heard_;
+}
+
+}  // namespace VelmSdkRpc::Bench
