@@ -1,8 +1,8 @@
 #pragma once
 
+#include <grpc/support/time.h>
 #include <grpcpp/alarm.h>
 
-#include <chrono>
 #include <deque>
 #include <mutex>
 
@@ -61,7 +61,8 @@ class WatchRequestHandler : public GenericRequestHandler<Derived, Request, Respo
       if (queue_.size() == 1 && source_ == EventSource::None) {
          source_ = EventSource::Alarm;
          trace(this->service().tracer(), 9, "Set alarm for handler {}\n", this->id());
-         alarm_.Set(this->completionQueue(), std::chrono::system_clock::now(), this->id());
+         // Long past is at once; gRPC rounds the present up to a whole millisecond and leaves it to a thread of timers.
+         alarm_.Set(this->completionQueue(), gpr_inf_past(GPR_CLOCK_REALTIME), this->id());
       }
       return true;
    }
