@@ -1,6 +1,9 @@
 #include "native/VelmSdkRpcService.h"
 
+#include <utility>
+
 #include "cbf/CbfNexthopGroupRedirect.h"
+#include "convert/Format.h"
 #include "native/CallbackRequestHandler.h"
 #include "native/ClientInit.h"
 #include "native/IpRoute.h"
@@ -8,14 +11,19 @@
 #include "native/NexthopGroup.h"
 #include "native/NhgTunnel.h"
 #include "native/Opaque.h"
+#include "platform/pesko/DisplayPointer.h"
+#include "platform/pesko/ProcessTrace.h"
 #include "rpc/Method.h"
-#include "rpc/UnimplementedStreamHandler.h"
 #include "sbfd/Bfd.h"
+#include "sbfd/SbfdEchoUpdates.h"
+#include "sbfd/SbfdEchoUpdatesHandler.h"
 
 namespace VelmSdkRpc {
 namespace {
 
 using AsyncService = VelmSdkRpcService::AsyncService;
+
+constexpr auto traceLabel = "GrpcServer";  // under which readers of the trace look for batches
 
 // A call that is held open for as long as the server lives: its end is how a client learns that the agent has gone. The
 // server never writes to it, never ends it and does not ask to be told of its end.
@@ -55,16 +63,17 @@ void bind(VelmSdkRpcService& service, Owner& owner,
 }  // namespace
 
 VelmSdkRpcService::VelmSdkRpcService(velm::acl_mgr* /*aclMgr*/, velm::agent_mgr* agentMgr,
-                                     velm::bfd_session_mgr* /*bfdSessionMgr*/, velm::intf_mgr* /*intfMgr*/,
+                                     velm::bfd_session_mgr* bfdSessionMgr, velm::intf_mgr* intfMgr,
                                      velm::class_map_mgr* /*classMapMgr*/, velm::ip_route_mgr* ipRouteMgr,
                                      velm::mpls_route_mgr* mplsRouteMgr, velm::mpls_vrf_label_mgr* mplsVrfLabelMgr,
                                      velm::nexthop_group_mgr* nexthopGroupMgr,
                                      velm::nexthop_group_tunnel_mgr* nexthopGroupTunnelMgr,
                                      velm::policy_map_mgr* /*policyMapMgr*/)
    : GrpcService("VelmSdkRpc"),
+     sbfdEchoUpdates_(std::make_unique<SbfdEchoUpdates>(*this)),
      clientInit_(std::make_unique<ClientInit>(*this, ipRouteMgr, mplsRouteMgr, mplsVrfLabelMgr, nexthopGroupMgr,
                                               nexthopGroupTunnelMgr)),
-     bfdProgrammer_(std::make_unique<BfdProgrammer>(*clientInit_)),
+     bfdProgrammer_(std::make_unique<BfdProgrammer>(*clientInit_, bfdSessionMgr, intfMgr, *this)),
      cbfNhgRedirectProgrammer_(std::make_unique<CbfNhgRedirectProgrammer>(*clientInit_)),
      ipRouteProgrammer_(std::make_unique<IpRouteProgrammer>(*clientInit_, ipRouteMgr)),
      mplsRouteProgrammer_(std::make_unique<MplsRouteProgrammer>(*clientInit_, mplsRouteMgr, mplsVrfLabelMgr)),
@@ -103,9 +112,23 @@ void VelmSdkRpcService::startHandlers() {
    bind<sbfdEchoSessionHandlerName, &AsyncService::Requestsbfd_echo_session>(*this, *bfdProgrammer_, &Bfd::processSbfdEchoSessionRequest);
    bind<sbfdEchoSessionBulkHandlerName, &AsyncService::Requestsbfd_echo_session_bulk>(*this, *bfdProgrammer_, &Bfd::processSbfdEchoSessionBulkRequest);
    arm<DetectServerAliveHandler>(*this);
-   registerAdapter<UnimplementedStreamHandler, Method<&AsyncService::Requestwatch_sbfd_echo_session_status_msgs>>(*this);
+   arm<SbfdEchoUpdatesHandler>(*this);
 }
 // clang-format on
+
+void VelmSdkRpcService::registerSbfdHandlerForUpdates(void* opaqueId) { sbfdEchoUpdates_->insert(opaqueId); }
+
+void VelmSdkRpcService::sendSbfdAliveUpdate(pb::watch_sbfd_echo_session_status_msg&& batch) {
+   if (stopping()) return;
+   trace(1, traceLabel, "{} Bulk alive update {}", Pesko::DisplayPointer(this), batch);
+   sbfdEchoUpdates_->send(std::move(batch), &SbfdEchoUpdatesHandler::sendAliveUpdate);
+}
+
+void VelmSdkRpcService::sendSbfdRttUpdate(pb::watch_sbfd_echo_session_status_msg&& batch) {
+   if (stopping()) return;
+   trace(6, traceLabel, "{} Bulk rtt update {}", Pesko::DisplayPointer(this), batch);
+   sbfdEchoUpdates_->send(std::move(batch), &SbfdEchoUpdatesHandler::sendRttUpdate);
+}
 
 namespace Test {
 VelmSdkRpcService* btestHelper = nullptr;

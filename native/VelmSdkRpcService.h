@@ -29,6 +29,7 @@ class MplsRouteProgrammer;
 class NexthopGroupProgrammer;
 class NhgTunnelProgrammer;
 class OpaqueProgrammer;
+class SbfdEchoUpdates;
 
 /// The native service: owns the client session and the programmers and binds them to the methods of velmsdk_service.
 /// Programmers run on the server thread, one request at a time.
@@ -49,6 +50,12 @@ class VelmSdkRpcService : public GrpcService {
 
    AsyncService& asyncService() { return asyncService_; }
 
+   /// A stream of sBFD updates has begun.
+   void registerSbfdHandlerForUpdates(void* opaqueId);
+   // Hand a batch to every such stream; dropped if there is none, and once the service is stopping. Under the SDK lock.
+   void sendSbfdAliveUpdate(pb::watch_sbfd_echo_session_status_msg&& batch);
+   void sendSbfdRttUpdate(pb::watch_sbfd_echo_session_status_msg&& batch);
+
    // What ClientInit drives by name.
    BfdProgrammer& bfdProgrammer() { return *bfdProgrammer_; }
    CbfNhgRedirectProgrammer& cbfNhgRedirectProgrammer() { return *cbfNhgRedirectProgrammer_; }
@@ -56,6 +63,7 @@ class VelmSdkRpcService : public GrpcService {
 
  private:
    AsyncService asyncService_;
+   std::unique_ptr<SbfdEchoUpdates> sbfdEchoUpdates_;
    std::unique_ptr<ClientInit> clientInit_;
    std::unique_ptr<BfdProgrammer> bfdProgrammer_;
    std::unique_ptr<CbfNhgRedirectProgrammer> cbfNhgRedirectProgrammer_;

@@ -1,25 +1,91 @@
 #pragma once
 
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "platform/loom/Task.h"
+#include "platform/qor/HashMap2018.h"
+#include "platform/velm/bfd.h"
+#include "platform/velm/intf.h"
 #include "velmsdk.pb.h"
 
 namespace VelmSdkRpc {
 
+class BfdRttBacklogSm;
+class BfdSendAliveBulkMsgTask;
 class ClientInit;
+class VelmSdkRpcService;
 
-/// Answers for sBFD echo sessions, which this agent does not program: refused, with a text that says so.
-class BfdProgrammer {
+/// Programs sBFD echo sessions and passes what becomes of them to the status stream. What was asked for lives in the
+/// switch; here stands of each session only when it was asked for last, and which ones follow their interface's state.
+///
+/// Requests and resyncs run on the server thread and hold the SDK lock where they touch the switch or the members; SDK
+/// callbacks and tasks run on the main loop, which holds it.
+class BfdProgrammer : public velm::bfd_session_handler, public velm::intf_handler {
  public:
-   explicit BfdProgrammer(ClientInit const& clientInit);
+   /// The managers stay the caller's. Sessions that the switch has already are taken over: they go with the first
+   /// resync that does not repeat them.
+   BfdProgrammer(ClientInit const& clientInit, velm::bfd_session_mgr* bfdSessionMgr, velm::intf_mgr* intfMgr,
+                 VelmSdkRpcService& service);
+   ~BfdProgrammer() override;
 
+   /// Creates or changes the session, or deletes it. Failures stand in the status; what was done before one stays. An
+   /// address of a bad length ends the process.
    void processSbfdEchoSessionRequest(pb::sbfd_echo_session_msg const& request, pb::rpc_status_msg& status);
+   /// Answers every element in order; none stops the others and nothing is rolled back.
    void processSbfdEchoSessionBulkRequest(pb::sbfd_echo_session_bulk_msg const& request,
                                           pb::rpc_status_bulk_msg& status);
-   /// A resync has nothing to purge while no session can exist.
-   void resyncStart() {}
-   void resyncEnd() {}
+
+   void resyncStart();
+   /// Deletes the sessions that were not asked for since the start, and sends the statuses of the others in one batch,
+   /// unless TERNAGENT_NOBFD stands in the environment.
+   void resyncEnd();
+
+   void on_sbfd_echo_session_status(velm::sbfd_echo_session_key_t const& key,
+                                    velm::bfd_session_status_t status) override;
+   void on_sbfd_echo_session_rtt(velm::sbfd_echo_session_key_t const& key,
+                                 velm::sbfd_echo_session_rtt_stats_t const& stats) override;
+
+   void on_intf_create(velm::intf_id_t intf) override;
+   void on_intf_delete(velm::intf_id_t intf) override;
+   void on_oper_status(velm::intf_id_t intf, velm::oper_status_t oper) override;
+   void on_admin_enabled(velm::intf_id_t intf, bool admin) override;
 
  private:
+   using Key = velm::sbfd_echo_session_key_t;
+   struct SessionKeyHash {
+      std::size_t operator()(Key const& key) const { return static_cast<std::uint32_t>(key.hash()); }
+   };
+   using KeySet = std::unordered_set<Key, SessionKeyHash>;
+   struct IntfHash {
+      std::size_t operator()(velm::intf_id_t const& intf) const;
+   };
+
+   std::uint32_t process(pb::sbfd_echo_session_msg const& request, std::string& error);
+   void program(pb::sbfd_echo_session_msg const& request, Key const& key);
+   void doDelete(Key const& key);
+   void epochIs(Key const& key);
+   void intfToKeySetIs(Key const& key);
+   void intfToKeySetDel(Key const& key);
+   void handleIntfStateChange(velm::intf_id_t const& intf, bool admin, velm::oper_status_t oper);
+   void sendStatusBatch(pb::watch_sbfd_echo_session_status_msg&& batch);
+
+   VelmSdkRpcService* service_;
    ClientInit const& clientInit_;
+   velm::bfd_session_mgr* bfdSessionMgr_;
+   velm::intf_mgr* intfMgr_;
+   // The SDK lock guards all below.
+   std::uint32_t epoch_ = 0;                                             // of resyncs
+   std::unordered_map<velm::intf_id_t, KeySet, IntfHash> intfToKeySet_;  // by interface, those that follow it; watched
+   Qor::HashMap2018<Qor::HashMap2018Node<Key, std::uint32_t>> sessionEpochs_;  // when asked for last
+   Qor::Ptr<BfdRttBacklogSm> rttBacklogSm_;
+   Qor::Ptr<Loom::Task> rttBacklogTask_;
+   pb::watch_sbfd_echo_session_status_msg aliveBulkMsg_;  // changes that wait for the task
+   std::shared_ptr<BfdSendAliveBulkMsgTask> aliveTask_;
 };
 
 }  // namespace VelmSdkRpc

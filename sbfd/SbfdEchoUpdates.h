@@ -1,0 +1,36 @@
+#pragma once
+
+#include <mutex>
+#include <set>
+
+#include "rpc/OpaqueId.h"
+#include "velmsdk.pb.h"
+
+namespace VelmSdkRpc {
+
+class GrpcService;
+class SbfdEchoUpdatesHandler;
+
+/// The streams that listen for sBFD updates. Thread-safe.
+class SbfdEchoUpdates {
+ public:
+   using Batch = pb::watch_sbfd_echo_session_status_msg;
+   /// The handler's operation that queues a batch.
+   using Send = void (SbfdEchoUpdatesHandler::*)(Batch&&);
+
+   /// The service owns the handlers, and this.
+   explicit SbfdEchoUpdates(GrpcService& grpcService) : grpcService_(grpcService) {}
+
+   /// Adds a handler, which must not be there yet.
+   void insert(OpaqueId id);
+   /// Hands every listener a copy, the last one the batch itself; without a listener it is dropped. A listener whose
+   /// handler has gone is forgotten, here and nowhere else.
+   void send(Batch&& batch, Send send);
+
+ private:
+   GrpcService& grpcService_;
+   std::mutex mutex_;
+   std::set<OpaqueId> handlerIds_;  // guarded by mutex_
+};
+
+}  // namespace VelmSdkRpc

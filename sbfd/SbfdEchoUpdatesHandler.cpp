@@ -1,0 +1,63 @@
+#include "sbfd/SbfdEchoUpdatesHandler.h"
+
+#include <utility>
+
+#include "convert/Format.h"
+#include "native/VelmSdkRpcService.h"
+#include "platform/pesko/DisplayPointer.h"
+#include "platform/pesko/ProcessTrace.h"
+
+namespace VelmSdkRpc {
+namespace {
+
+constexpr auto className = "SbfdEchoUpdatesHandler";
+
+}  // namespace
+
+void SbfdEchoUpdatesHandler::process() {
+   if (state() == HandlerState::Armed) {
+      stateIs(HandlerState::Active);
+      service().registerSbfdHandlerForUpdates(id());
+   } else {
+      std::lock_guard const lock(writeMutex_);
+      doWrite();
+   }
+}
+
+void SbfdEchoUpdatesHandler::sendAliveUpdate(Batch&& batch) {
+   trace(6, className, "{} Queue alive update {}", Pesko::DisplayPointer(this), batch);
+   queue(aliveQueue_, std::move(batch));
+}
+
+void SbfdEchoUpdatesHandler::sendRttUpdate(Batch&& batch) {
+   trace(6, className, "{} Queue rtt update {}", Pesko::DisplayPointer(this), batch);
+   queue(rttQueue_, std::move(batch));
+}
+
+void SbfdEchoUpdatesHandler::queue(std::deque<Batch>& queue, Batch&& batch) {
+   {
+      std::lock_guard const lock(queueMutex_);
+      queue.push_back(std::move(batch));
+   }
+   std::lock_guard const lock(writeMutex_);
+   if (canWrite_) doWrite();
+}
+
+void SbfdEchoUpdatesHandler::doWrite() {
+   std::unique_lock lock(queueMutex_);
+   bool const alive = !aliveQueue_.empty();
+   auto& queue = alive ? aliveQueue_ : rttQueue_;
+   if (queue.empty()) {
+      canWrite_ = true;
+      trace(9, className, "{} Write idle", Pesko::DisplayPointer(this));
+      return;
+   }
+   auto const batch = std::move(queue.front());
+   queue.pop_front();
+   lock.unlock();
+   trace(6, className, "{} Write {} update {}", Pesko::DisplayPointer(this), alive ? "alive" : "RTT", batch);
+   canWrite_ = false;
+   responder().Write(batch, id());
+}
+
+}  // namespace VelmSdkRpc
