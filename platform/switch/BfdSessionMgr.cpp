@@ -66,6 +66,8 @@ sbfd_echo_session_iter_t BfdSessionMgr::sbfd_echo_session_iter() const {
 
 void BfdSessionMgr::sbfd_echo_session_set(sbfd_echo_session_key_t const& key) {
    Call const call(set_);
+   if (key.nexthop().af() == af_t::none)
+      throw invalid_argument_error(fmt::format("sBFD session {} names no nexthop", key.to_string()));
    if (table_.contains(key)) return;
    table_.set(key, {});
    raise([key](bfd_session_handler& handler) { handler.on_sbfd_echo_session_set(key); });

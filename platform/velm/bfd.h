@@ -184,7 +184,8 @@ class bfd_session_mgr : public base_mgr<bfd_session_handler, bfd_session_key_t> 
    virtual ~bfd_session_mgr() = default;
 
    virtual sbfd_echo_session_iter_t sbfd_echo_session_iter() const = 0;
-   /// Creates the session with the default interval and without RTT; one that exists stays as it is.
+   /// Creates the session with the default interval and without RTT; one that exists stays as it is. Throws
+   /// invalid_argument_error for a key without a nexthop.
    virtual void sbfd_echo_session_set(sbfd_echo_session_key_t const& key) = 0;
    /// Deletes the session; one that is absent is no error. Its status is unknown from now on.
    virtual void sbfd_echo_session_del(sbfd_echo_session_key_t const& key) = 0;

@@ -133,6 +133,104 @@ TEST_F(StormTest, EveryWatcherEndsUpWithTheLastStateOfEachInterface) {
    EXPECT_EQ(stop(SIGTERM), 0);  // not if ThreadSanitizer has seen a race in it
 }
 
+/// Creates and deletes sBFD sessions in bulk until it is stopped.
+class SessionProgrammer {
+ public:
+   explicit SessionProgrammer(AgentProcess const& agent)
+      : client_(pb::velmsdk_service::NewStub(agent.channel())), thread_([this] { run(); }) {}
+   ~SessionProgrammer() {
+      over_ = true;
+      thread_.join();
+   }
+
+ private:
+   void run() {
+      for (unsigned round = 0; !over_; ++round) {
+         pb::sbfd_echo_session_bulk_msg sessions;
+         for (unsigned i = 0; i < 100; ++i) {
+            auto& session = *sessions.add_sbfd_echo_session();
+            auto& key = *session.mutable_session_key();
+            key.set_outgoing_interface(fmt::format("Ethernet{}", 1 + i % 4));
+            key.mutable_nexthop()->set_addr(std::string("\x0a\0\0\x01", 4));
+            key.add_labels(16 + i);
+            session.set_track_interface_state(i % 2 == 0);
+            session.set_rtt_enabled(true);
+            session.set_request_delete(round % 3 == 2 && i % 5 == 0);
+         }
+         auto const answer = ask(*client_, &pb::velmsdk_service::Stub::sbfd_echo_session_bulk, sessions).response;
+         for (auto const& status : answer.status()) EXPECT_THAT(status, Succeeded());
+      }
+   }
+
+   std::unique_ptr<pb::velmsdk_service::Stub> const client_;
+   std::atomic<bool> over_ = false;
+   std::thread thread_;
+};
+
+/// Listens for sBFD updates over a connection of its own until one of its label comes.
+class Listener {
+ public:
+   using Batch = pb::watch_sbfd_echo_session_status_msg;
+
+   Listener(AgentProcess const& agent, std::uint32_t lastLabel)
+      : client_(pb::velmsdk_service::NewStub(agent.channel())),
+        stream_(*client_, &pb::velmsdk_service::Stub::watch_sbfd_echo_session_status_msgs,
+                pb::watch_sbfd_echo_session_config_msg()) {
+      // Taken behind the stream's call: from here on it listens.
+      ask(*client_, &pb::velmsdk_service::Stub::get_rpc_server_state, pb::rpc_server_state_status_msg());
+      thread_ = std::thread([this, lastLabel] { read(lastLabel); });
+   }
+   ~Listener() {
+      stream_.cancel();
+      thread_.join();
+   }
+   bool heardTheLast() const { return heard_; }
+
+ private:
+   void read(std::uint32_t lastLabel) {
+      while (auto const batch = stream_.next()) {
+         for (auto const& element : batch->bulk()) {
+            if (!element.session_key().labels().empty() && element.session_key().labels(0) == lastLabel) heard_ = true;
+         }
+      }
+   }
+
+   std::unique_ptr<pb::velmsdk_service::Stub> const client_;
+   Stream<Batch> stream_;
+   std::atomic<bool> heard_ = false;
+   std::thread thread_;
+};
+
+TEST_F(StormTest, ListenersHearTheLastStatusBehindAStormOfSessions) {
+   init();
+   constexpr std::uint32_t lastLabel = 1000;
+   std::list<Listener> listeners;
+   for (int i = 0; i < 3; ++i) listeners.emplace_back(agent(), lastLabel);
+   {
+      SessionProgrammer const programmer(agent());
+      for (int storm = 0; storm < 50; ++storm) {
+         std::vector<std::string> commands;
+         for (int i = 0; i < 100; ++i) {
+            auto const session =
+               fmt::format("simulate sbfd Ethernet{} 10.0.0.1 labels {} dscp 0 exp 0 ", 1 + i % 4, 16 + i);
+            commands.push_back(session + fmt::format("status {}", (storm + i) % 5));
+            commands.push_back(session + "rtt 1 2 3 4 5 6 7");
+         }
+         commands.push_back(
+            fmt::format("simulate interface Ethernet{} oper {}", 1 + storm % 4, storm % 8 < 4 ? "down" : "up"));
+         world(commands);
+         if (storm % 10 == 9) {
+            resync(pb::RESYNC_START);
+            EXPECT_THAT(resync(pb::RESYNC_END), Succeeded());
+         }
+      }
+   }
+   world({fmt::format("simulate sbfd Ethernet1 10.0.0.1 labels {} dscp 0 exp 0 status 3", lastLabel)});
+   for (auto const& listener : listeners) EXPECT_TRUE(eventually([&] { return listener.heardTheLast(); }));
+   listeners.clear();
+   EXPECT_EQ(stop(SIGTERM), 0);  // not if ThreadSanitizer has seen a race in it
+}
+
 // Not a test: what the process does that the test below starts and kills.
 TEST(ReaderProcess, DISABLED_ReadsUntilItIsKilled) {
    auto const channel = grpc::CreateChannel(std::getenv("READER_OF"), grpc::InsecureChannelCredentials());

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -17,8 +18,9 @@ namespace VelmSdkRpc {
 class ProgrammerTest : public ::testing::Test {
  protected:
    ProgrammerTest()
-      : service(nullptr, nullptr, nullptr, nullptr, nullptr, &ipRoutes, &mplsRoutes, &vrfLabels, &groups, &tunnels,
-                nullptr),
+      : sessions(noSessions()),
+        service(nullptr, nullptr, sessions.get(), &intfs, nullptr, &ipRoutes, &mplsRoutes, &vrfLabels, &groups,
+                &tunnels, nullptr),
         client(service, &ipRoutes, &mplsRoutes, &vrfLabels, &groups, &tunnels) {
       ON_CALL(ipRoutes, ip_route_iter).WillByDefault([] { return emptyIter<velm::ip_route_t>(); });
       ON_CALL(mplsRoutes, mpls_route_iter).WillByDefault([] { return emptyIter<velm::mpls_route_t>(); });
@@ -42,6 +44,9 @@ class ProgrammerTest : public ::testing::Test {
       return answer;
    }
 
+   using Sessions = ::testing::NiceMock<MockBfdSessionMgr>;
+   std::unique_ptr<Sessions> const sessions;
+   ::testing::NiceMock<MockIntfMgr> intfs;
    ::testing::NiceMock<MockIpRouteMgr> ipRoutes;
    ::testing::NiceMock<MockMplsRouteMgr> mplsRoutes;
    ::testing::NiceMock<MockMplsVrfLabelMgr> vrfLabels;
@@ -49,6 +54,18 @@ class ProgrammerTest : public ::testing::Test {
    ::testing::NiceMock<MockNexthopGroupTunnelMgr> tunnels;
    VelmSdkRpcService service;
    ClientInit client;
+
+   /// The service asks for the sessions when it is made.
+   static std::unique_ptr<Sessions> noSessions() {
+      auto sessions = std::make_unique<Sessions>();
+      ON_CALL(*sessions, sbfd_echo_session_iter).WillByDefault([] {
+         return emptyIter<velm::sbfd_echo_session_key_t>();
+      });
+      ON_CALL(*sessions, sbfd_echo_session_default_interval).WillByDefault([] {
+         return velm::sbfd_interval_t(300, 3);
+      });
+      return sessions;
+   }
 
    /// Notes a call, in brackets if it came without the lock.
    void note(std::string const& name) { calls_.push_back(velm::sdk_scoped_lock::held() ? name : "(" + name + ")"); }

@@ -105,7 +105,7 @@ std::vector<Operation> const operations{
    {"agent_mgr.shutdown_complete_is", [](sdk& s) { s.get_agent_mgr()->shutdown_complete_is(false); }},
 
    {"bfd_session_mgr.sbfd_echo_session_iter", [](sdk& s) { s.get_bfd_session_mgr()->sbfd_echo_session_iter(); }},
-   {"bfd_session_mgr.sbfd_echo_session_set", [](sdk& s) { s.get_bfd_session_mgr()->sbfd_echo_session_set({}); }},
+   {"bfd_session_mgr.sbfd_echo_session_set", [](sdk& s) { s.get_bfd_session_mgr()->sbfd_echo_session_set(sessionKey); }},
    {"bfd_session_mgr.sbfd_echo_session_del", [](sdk& s) { s.get_bfd_session_mgr()->sbfd_echo_session_del(sessionKey); }},
    {"bfd_session_mgr.sbfd_echo_session_default_interval", [](sdk& s) { s.get_bfd_session_mgr()->sbfd_echo_session_default_interval(); }},
    {"bfd_session_mgr.sbfd_echo_session_interval_is", [](sdk& s) { s.get_bfd_session_mgr()->sbfd_echo_session_interval_is(sessionKey, {100, 5}); }},

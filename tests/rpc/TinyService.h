@@ -15,7 +15,6 @@
 #include "rpc/StreamingRequestHandler.h"
 #include "rpc/SubscriptionController.h"
 #include "rpc/UnaryRequestHandler.h"
-#include "rpc/UnimplementedStreamHandler.h"
 #include "tiny.grpc.pb.h"
 
 namespace VelmSdkRpc::Test {
@@ -26,7 +25,7 @@ namespace tiny = velm::tiny;
 class TinyService : public GrpcService {
  public:
    using AsyncService = tiny::Tiny::AsyncService;
-   static constexpr std::size_t methods = 9;
+   static constexpr std::size_t methods = 8;
 
    TinyService() : GrpcService("tiny") {}
 
@@ -131,8 +130,6 @@ struct BulkEcho : Method<&TinyService::AsyncService::Requestbulk_echo> {
    static void call(TinyService& service, tiny::EchoRequest const& element) { Echo::call(service, element); }
 };
 
-struct Later : Method<&TinyService::AsyncService::Requestlater> {};
-
 class WatchHandler
    : public StreamingRequestHandler<WatchHandler, tiny::WatchRequest, tiny::WatchResponse, TinyService> {
  public:
@@ -203,7 +200,6 @@ inline void TinyService::startHandlers() {
       });
    arm<FloodHandler>(*this);
    arm<HoldHandler>(*this);
-   registerAdapter<UnimplementedStreamHandler, Later>(*this);
    arm<WatchHandler>(*this);
    registerAdapter<StreamingAdapterHandler, Watch>(*this);
    registerAdapter<IteratorStreamingHandler, Items>(*this);

@@ -8,6 +8,8 @@
 #include <vector>
 
 #include "platform/velm/agent.h"
+#include "platform/velm/bfd.h"
+#include "platform/velm/intf.h"
 #include "platform/velm/ip_route.h"
 #include "platform/velm/mpls_route.h"
 #include "platform/velm/nexthop_group.h"
@@ -50,6 +52,31 @@ class MockAgentMgr : public velm::agent_mgr {
    MOCK_METHOD(void, shutdown_complete_is, (bool), (override));
    MOCK_METHOD(std::uint32_t, agent_id, (), (const, override));
    MOCK_METHOD(double, agent_uptime, (), (const, override));
+};
+
+class MockBfdSessionMgr : public velm::bfd_session_mgr {
+ public:
+   using key = velm::sbfd_echo_session_key_t;
+   MOCK_METHOD(velm::sbfd_echo_session_iter_t, sbfd_echo_session_iter, (), (const, override));
+   MOCK_METHOD(void, sbfd_echo_session_set, (key const&), (override));
+   MOCK_METHOD(void, sbfd_echo_session_del, (key const&), (override));
+   MOCK_METHOD(velm::sbfd_interval_t, sbfd_echo_session_default_interval, (), (const, override));
+   MOCK_METHOD(void, sbfd_echo_session_interval_is, (key const&, velm::sbfd_interval_t), (override));
+   MOCK_METHOD(void, sbfd_echo_session_rtt_enabled_is, (key const&, bool), (override));
+   MOCK_METHOD(velm::bfd_session_status_t, sbfd_echo_session_status, (key const&), (const, override));
+};
+
+class MockIntfMgr : public velm::intf_mgr {
+ public:
+   MOCK_METHOD(velm::intf_iter_t, intf_iter, (), (const, override));
+   MOCK_METHOD(bool, exists, (velm::intf_id_t), (const, override));
+   MOCK_METHOD(std::string, kernel_intf_name, (velm::intf_id_t), (const, override));
+   MOCK_METHOD(velm::intf_id_t, velm_intf_name, (std::string const&), (const, override));
+   MOCK_METHOD(bool, admin_enabled, (velm::intf_id_t), (const, override));
+   MOCK_METHOD(void, admin_enabled_is, (velm::intf_id_t, bool), (override));
+   MOCK_METHOD(std::string, description, (velm::intf_id_t), (const, override));
+   MOCK_METHOD(void, description_is, (velm::intf_id_t, std::string const&), (override));
+   MOCK_METHOD(velm::oper_status_t, oper_status, (velm::intf_id_t), (const, override));
 };
 
 class MockIpRouteMgr : public velm::ip_route_mgr {

@@ -1,0 +1,138 @@
+// The sBFD programmer's calls of the switch, the drain of RTT figures run by run, and the task that sends statuses.
+#include <fmt/format.h>
+
+#include "platform/loom/TaskScheduler.h"
+#include "sbfd/Bfd.h"
+#include "sbfd/BfdRttBacklogSm.h"
+#include "sbfd/BfdSendAliveBulkMsgTask.h"
+#include "tests/native/ProgrammerTest.h"
+
+namespace VelmSdkRpc {
+namespace {
+
+using ::testing::ElementsAre;
+
+velm::sbfd_echo_session_key_t keyOf(std::uint32_t label) {
+   return {velm::ip_addr_t("10.0.0.1"), velm::intf_id_t("Ethernet1"), {velm::mpls_label_t(label)}, 0, 0};
+}
+
+class BfdTest : public ProgrammerTest {
+ protected:
+   BfdTest() {
+      init();
+      ON_CALL(*sessions, sbfd_echo_session_set).WillByDefault(noted("set"));
+      ON_CALL(*sessions, sbfd_echo_session_del).WillByDefault(noted("del"));
+      ON_CALL(*sessions, sbfd_echo_session_interval_is).WillByDefault([&](auto const&, velm::sbfd_interval_t interval) {
+         note(fmt::format("interval {} {}", interval.min_tx(), interval.multiplier()));
+      });
+      ON_CALL(*sessions, sbfd_echo_session_rtt_enabled_is).WillByDefault(noted("rtt"));
+   }
+};
+
+TEST_F(BfdTest, ASessionIsSetThenItsIntervalThenItsRttUnderOneLock) {
+   BfdProgrammer programmer(client, sessions.get(), &intfs, service);
+   pb::sbfd_echo_session_msg request;
+   request.mutable_session_key()->mutable_nexthop()->set_addr(std::string(4, '\x0a'));
+   for (auto const label : {3, 1, 2}) request.mutable_session_key()->add_labels(label);
+   EXPECT_CALL(*sessions, sbfd_echo_session_set)
+      .WillOnce([&](velm::sbfd_echo_session_key_t const& key) {
+         EXPECT_THAT(key.labels(), ElementsAre(velm::mpls_label_t(3), velm::mpls_label_t(1), velm::mpls_label_t(2)));
+         note("set");
+      })
+      .WillRepeatedly(noted("set"));
+   pb::rpc_status_msg status;
+   programmer.processSbfdEchoSessionRequest(request, status);
+   EXPECT_THAT(takeCalls(), ElementsAre("set", "interval 300 3", "rtt"));
+   request.set_min_tx(50);
+   request.set_detection_multiplier(4);
+   programmer.processSbfdEchoSessionRequest(request, status);
+   EXPECT_THAT(takeCalls(), ElementsAre("set", "interval 50 4", "rtt"));
+   request.set_request_delete(true);
+   programmer.processSbfdEchoSessionRequest(request, status);
+   EXPECT_THAT(takeCalls(), ElementsAre("del"));
+}
+
+class BfdRttBacklogTest : public ProgrammerTest {
+ protected:
+   BfdRttBacklogTest() : backlog(BfdRttBacklogSm::BfdRttBacklogSmIs(scheduler, &service)) {}
+
+   void put(std::uint32_t label, std::uint32_t rtt = 1) {
+      pb::sbfd_echo_session_rtt_msg figures;
+      figures.set_last_rtt(rtt);
+      backlog->backlogIs(keyOf(label), figures);
+      backlog->rttBacklogTask()->scheduleTask();
+   }
+   /// Whether there was a run to do.
+   bool run() {
+      velm::sdk_scoped_lock const lock;
+      return scheduler->runOne();
+   }
+   std::uint64_t handled() { return scheduler->taskStats()[0].workCount; }
+   std::uint32_t pending() { return scheduler->taskStats()[0].workPending; }
+
+   Qor::Ptr<Loom::TaskScheduler> const scheduler{new Loom::TaskScheduler};
+   Qor::Ptr<BfdRttBacklogSm> const backlog;
+};
+
+TEST_F(BfdRttBacklogTest, FiguresOfOneKeyAreHandledOnceAndAnEmptyRunAsksForNoOther) {
+   for (std::uint32_t rtt = 0; rtt < 10; ++rtt) put(16, rtt);
+   EXPECT_TRUE(run());
+   EXPECT_EQ(handled(), 1);
+   EXPECT_FALSE(run());
+   EXPECT_EQ(backlog->backlogDel(keyOf(16)).last_rtt(), 0);
+   put(16, 7);
+   EXPECT_EQ(backlog->backlogDel(keyOf(16)).last_rtt(), 7);
+   EXPECT_TRUE(run());
+   EXPECT_EQ(handled(), 1);
+   EXPECT_FALSE(run());
+}
+
+TEST_F(BfdRttBacklogTest, ARunThatMustYieldAtOnceHandlesOneAndGoesOnThereEvenIfThatKeyHasGone) {
+   backlog->rttBacklogTask()->taskQuantumIs(0);
+   for (std::uint32_t label = 16; label < 26; ++label) put(label);
+   EXPECT_TRUE(run());
+   EXPECT_EQ(pending(), 9);
+   for (std::uint32_t label = 16; label < 26; label += 2) backlog->backlogDel(keyOf(label));  // perhaps the next one
+   auto const left = pending();
+   std::uint64_t const before = handled();
+   put(100);  // ahead of the walk or behind it
+   while (run()) {
+      EXPECT_LE(handled(), before + left + 1);
+   }
+   EXPECT_EQ(pending(), 0);
+   put(16);
+   EXPECT_TRUE(run());
+   EXPECT_EQ(pending(), 0);  // nothing was left behind
+}
+
+TEST_F(BfdRttBacklogTest, ANewTaskTakesWhatWaitsAndTheOldOneIsLetGo) {
+   auto const old = backlog->rttBacklogTask();
+   EXPECT_EQ(backlog->rttBacklogTaskIs(scheduler, 3, "bfdRttBacklog"), old);
+   put(16);
+   auto const next = backlog->rttBacklogTaskIs(scheduler, 4, "bfdRttBacklog");
+   EXPECT_NE(next, old);
+   EXPECT_EQ(next->taskPriority().value(), 4);
+   EXPECT_EQ(backlog->backlogDel(keyOf(16)).last_rtt(), 0);  // went out at once
+   EXPECT_TRUE(run());                                       // the old one's, which does nothing
+   put(17);
+   EXPECT_TRUE(run());
+   EXPECT_EQ(backlog->backlogDel(keyOf(17)).last_rtt(), 0);
+   EXPECT_EQ(backlog->rttBacklogTaskDel(), next);
+   EXPECT_EQ(backlog->rttBacklogTaskDel(), nullptr);
+}
+
+TEST_F(BfdTest, TheTaskOfStatusesIsNeverAskedForNothing) {
+   pb::watch_sbfd_echo_session_status_msg batch;
+   auto const task = BfdSendAliveBulkMsgTask::make(&service, &batch);
+   velm::sdk_scoped_lock const lock;
+   batch.add_bulk()->mutable_status();
+   task->taskRunFromTest();
+   EXPECT_EQ(batch.bulk_size(), 0);
+   task->taskRunIs(false);
+   task->taskRunFromTest();
+   task->taskRunIs(true);
+   EXPECT_DEATH(task->taskRunFromTest(), "tmpBulkMsg.bulk_size\\(\\) != 0");
+}
+
+}  // namespace
+}  // namespace VelmSdkRpc
