@@ -25,16 +25,21 @@ void expectSuccess(pb::rpc_status_bulk_msg const& answer, std::size_t size, std:
 /// The name of the status, which is the expected one.
 std::string statusName(pb::rpc_status_msg const& answer, pb::rpc_status_msg::rpc_status_value_enum expected);
 
-/// The switch holds what was asked for, in whatever order, and nothing else. `kind` names the entries.
+/// Both have the same entries, in whatever order; `claim` says of which kind.
 template <class Entry>
-void expectExactly(std::vector<Entry> held, std::vector<Entry> asked, std::string_view kind) {
-   std::ranges::sort(asked);
-   std::ranges::sort(held);
+void expectSame(std::vector<Entry> found, std::vector<Entry> expected, std::string_view claim) {
+   std::ranges::sort(expected);
+   std::ranges::sort(found);
    std::vector<Entry> different;
-   std::ranges::set_symmetric_difference(held, asked, std::back_inserter(different));
-   expect(different.empty(),
-          fmt::format("the switch holds exactly the {} {} asked for; it shows {}, and these are amiss:\n{}",
-                      asked.size(), kind, held.size(), tableOf(different).text(indent)));
+   std::ranges::set_symmetric_difference(found, expected, std::back_inserter(different));
+   expect(different.empty(), fmt::format("{} are exactly the {} expected; there are {}, and these are amiss:\n{}",
+                                         claim, expected.size(), found.size(), tableOf(different).text(indent)));
+}
+
+/// The switch holds what was asked for and nothing else. `kind` names the entries.
+template <class Entry>
+void expectExactly(std::vector<Entry> const& held, std::vector<Entry> const& asked, std::string_view kind) {
+   expectSame(held, asked, fmt::format("the {} that the switch holds", kind));
 }
 
 /// Shows what it holds once that is as expected.

@@ -1,29 +1,17 @@
 #include "cli/demo/Controller.h"
 
-#include <arpa/inet.h>
-
-#include <array>
 #include <charconv>
 #include <stdexcept>
 #include <string_view>
 #include <variant>
 
+#include "cli/demo/Address.h"
 #include "cli/demo/Call.h"
 
 namespace VelmSdkRpc::demo {
 namespace {
 
 using Stub = pb::velmsdk_service::Stub;
-
-// The address in network order: 4 bytes or 16.
-std::string addressBytes(std::string const& text) {
-   bool const v6 = text.find(':') != std::string::npos;
-   std::array<char, sizeof(in6_addr)> bytes{};
-   if (inet_pton(v6 ? AF_INET6 : AF_INET, text.c_str(), bytes.data()) != 1) {
-      throw std::invalid_argument("not an IP address: " + text);
-   }
-   return {bytes.data(), v6 ? sizeof(in6_addr) : sizeof(in_addr)};
-}
 
 pb::ip_prefix_msg prefixMessage(std::string const& text) {
    auto const slash = text.find('/');
@@ -89,6 +77,20 @@ void fill(pb::nexthop_group_tunnel_msg& message, Tunnel const& tunnel) {
    *message.mutable_prefix() = prefixMessage(tunnel.endpoint);
    message.set_nexthop_group(tunnel.group);
    message.set_igp_metric(tunnel.metric);
+}
+
+void fill(pb::sbfd_echo_session_key_msg& message, SessionKey const& key) {
+   message.set_outgoing_interface(key.intf);
+   message.mutable_nexthop()->set_addr(addressBytes(key.neighbour));
+   message.mutable_labels()->Assign(key.labels.begin(), key.labels.end());
+}
+
+void fill(pb::sbfd_echo_session_msg& message, Session const& session) {
+   fill(*message.mutable_session_key(), session.key);
+   message.set_rtt_enabled(session.rtt);
+   message.set_min_tx(session.minTx);
+   message.set_detection_multiplier(session.multiplier);
+   message.set_track_interface_state(session.tracksIntf);
 }
 
 void fill(pb::rpc_server_key_value_pair_msg& message, Pair const& pair) {
@@ -171,6 +173,18 @@ pb::rpc_status_bulk_msg Controller::deleteTunnels(std::vector<std::string> const
    tunnels.reserve(endpoints.size());
    for (auto const& endpoint : endpoints) tunnels.push_back({.endpoint = endpoint, .group = {}});
    return setTunnels(tunnels);
+}
+
+pb::rpc_status_bulk_msg Controller::setSessions(std::vector<Session> const& sessions) {
+   return call(*stub_, &Stub::sbfd_echo_session_bulk,
+               bulk(&pb::sbfd_echo_session_bulk_msg::add_sbfd_echo_session, sessions));
+}
+
+pb::rpc_status_msg Controller::deleteSession(SessionKey const& key) {
+   pb::sbfd_echo_session_msg request;
+   fill(*request.mutable_session_key(), key);
+   request.set_request_delete(true);
+   return call(*stub_, &Stub::sbfd_echo_session, request);
 }
 
 pb::rpc_status_msg Controller::changePairs(std::vector<Pair> const& pairs,

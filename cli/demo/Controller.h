@@ -31,6 +31,8 @@ class Controller {
    pb::rpc_status_msg deleteLabel(std::uint32_t label);
    pb::rpc_status_bulk_msg setTunnels(std::vector<Tunnel> const& tunnels);
    pb::rpc_status_bulk_msg deleteTunnels(std::vector<std::string> const& endpoints);
+   pb::rpc_status_bulk_msg setSessions(std::vector<Session> const& sessions);
+   pb::rpc_status_msg deleteSession(SessionKey const& key);
    /// Sets the pairs, then removes the keys.
    pb::rpc_status_msg changePairs(std::vector<Pair> const& pairs, std::vector<std::string> const& removedKeys = {});
    /// The pairs of the keys, in their order; the value of an unknown key is empty. Also answered before init().

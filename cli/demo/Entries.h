@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <compare>
 #include <cstdint>
 #include <string>
@@ -71,6 +72,45 @@ struct Tunnel {
    std::uint32_t metric = 0;
 
    auto operator<=>(Tunnel const&) const = default;
+};
+
+/// The path that a session tests: its packets leave so, with these labels, and come back.
+struct SessionKey {
+   std::string intf;
+   std::string neighbour;
+   std::vector<std::uint32_t> labels;  // outermost first
+
+   auto operator<=>(SessionKey const&) const = default;
+};
+
+struct Session {
+   SessionKey key;
+   std::uint32_t minTx = 0;       // milliseconds between two packets
+   std::uint32_t multiplier = 0;  // so many lost ones take it down
+   bool rtt = false;              // round-trip times are wanted
+   bool tracksIntf = false;       // told down as soon as its interface is
+
+   /// The time that it takes to notice that packets do not come back.
+   std::chrono::milliseconds detection() const { return std::chrono::milliseconds(minTx) * multiplier; }
+};
+
+/// The numbers are the switch's.
+enum class SessionStatus : std::uint32_t { unknown = 0, down = 1, init = 2, up = 3, adminDown = 4 };
+
+struct SessionReport {
+   SessionKey key;
+   SessionStatus status = SessionStatus::unknown;
+
+   auto operator<=>(SessionReport const&) const = default;
+};
+
+/// Round-trip times, in the switch's unit.
+struct SessionRtt {
+   SessionKey key;
+   std::uint32_t last = 0;
+   std::uint32_t min = 0;
+   std::uint32_t avg = 0;
+   std::uint32_t max = 0;
 };
 
 /// A note that the switch keeps for its controllers and does not read.

@@ -25,6 +25,8 @@ std::string textOf(ToGroup const& way) {
 
 std::string textOf(ToVrf const& way) { return fmt::format("pop, look up in VRF {}", way.vrf); }
 
+std::string yesOrNo(bool value) { return value ? "yes" : "no"; }
+
 }  // namespace
 
 Table tableOf(std::vector<Route> const& routes) {
@@ -41,8 +43,8 @@ Table tableOf(std::vector<GroupState> const& groups) {
       for (auto const& hop : group.hops) {
          ways.push_back(fmt::format("{}x {} {} push {}", hop.weight, hop.intf, hop.neighbour, hop.label));
       }
-      table.add({group.name, group.active ? "yes" : "no", std::to_string(group.version),
-                 fmt::format("{}", fmt::join(ways, ", "))});
+      table.add(
+         {group.name, yesOrNo(group.active), std::to_string(group.version), fmt::format("{}", fmt::join(ways, ", "))});
    }
    return table;
 }
@@ -61,10 +63,58 @@ Table tableOf(std::vector<Tunnel> const& tunnels) {
    return table;
 }
 
+Table tableOf(std::vector<Session> const& sessions) {
+   Table table({"session", "every", "lost ones", "round-trip times", "tracks its interface"});
+   for (auto const& session : sessions) {
+      table.add({textOf(session.key), fmt::format("{} ms", session.minTx), std::to_string(session.multiplier),
+                 yesOrNo(session.rtt), yesOrNo(session.tracksIntf)});
+   }
+   return table;
+}
+
+Table tableOf(std::vector<SessionState> const& states) {
+   Table table({"session", "every", "lost ones", "round-trip times", "status"});
+   for (auto const& state : states) {
+      table.add({textOf(state.key), fmt::format("{} ms", state.minTx), std::to_string(state.multiplier),
+                 yesOrNo(state.rtt), textOf(state.status)});
+   }
+   return table;
+}
+
+Table tableOf(std::vector<SessionReport> const& reports) {
+   Table table({"session", "status"});
+   for (auto const& report : reports) table.add({textOf(report.key), textOf(report.status)});
+   return table;
+}
+
+Table tableOf(std::vector<SessionRtt> const& rtts) {
+   Table table({"session", "last", "min", "avg", "max"});
+   for (auto const& rtt : rtts) {
+      table.add({textOf(rtt.key), std::to_string(rtt.last), std::to_string(rtt.min), std::to_string(rtt.avg),
+                 std::to_string(rtt.max)});
+   }
+   return table;
+}
+
 Table tableOf(std::vector<Pair> const& pairs) {
    Table table({"key", "value"});
    for (auto const& pair : pairs) table.add({pair.key, pair.value});
    return table;
+}
+
+std::string textOf(SessionKey const& key) {
+   return fmt::format("{} {} labels {}", key.intf, key.neighbour, fmt::join(key.labels, " "));
+}
+
+std::string textOf(SessionStatus status) {
+   switch (status) {
+      case SessionStatus::unknown: return "unknown";
+      case SessionStatus::down: return "down";
+      case SessionStatus::init: return "init";
+      case SessionStatus::up: return "up";
+      case SessionStatus::adminDown: return "admin down";
+   }
+   return std::to_string(static_cast<std::uint32_t>(status));
 }
 
 }  // namespace VelmSdkRpc::demo

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "cli/demo/Entries.h"
@@ -13,6 +14,15 @@ Table tableOf(std::vector<Route> const& routes);
 Table tableOf(std::vector<GroupState> const& groups);
 Table tableOf(std::vector<LabelRoute> const& labels);
 Table tableOf(std::vector<Tunnel> const& tunnels);
+Table tableOf(std::vector<Session> const& sessions);
+Table tableOf(std::vector<SessionState> const& states);
+Table tableOf(std::vector<SessionReport> const& reports);
+Table tableOf(std::vector<SessionRtt> const& rtts);
 Table tableOf(std::vector<Pair> const& pairs);
+
+/// "Ethernet1 192.0.2.1 labels 16001 17001"
+std::string textOf(SessionKey const& key);
+/// "up"
+std::string textOf(SessionStatus status);
 
 }  // namespace VelmSdkRpc::demo

@@ -6,11 +6,14 @@
 #include <string_view>
 #include <utility>
 
-/// How the story is put on stdout.
+/// How the story measures time and is put on stdout.
 namespace VelmSdkRpc::demo {
 
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::duration<double, std::milli>;
+
+/// How long the story waits for what must come.
+constexpr std::chrono::seconds waitLimit{20};
 
 constexpr std::string_view indent = "   ";
 

@@ -11,6 +11,9 @@ namespace {
 constexpr std::size_t routeCount = 10'000;
 constexpr std::size_t keptRouteCount = 8;
 
+Hop northHop() { return {.intf = "Ethernet1", .neighbour = "192.0.2.1", .label = 16001}; }
+Hop southHop() { return {.intf = "Ethernet2", .neighbour = "192.0.2.5", .label = 16002}; }
+
 std::vector<Group> groupsOf(Hop const& north, Hop const& south) {
    auto northFirst = north;
    northFirst.weight = 3;
@@ -40,6 +43,18 @@ std::vector<LabelRoute> labelsTo(Hop const& north, Hop const& south) {
            {105, ToVrf{"green"}}};
 }
 
+// Down the way of the hop, and on from its far end if there is a second label. A quick one, so that nobody need wait.
+Session sessionOver(Hop const& hop, std::vector<std::uint32_t> furtherLabels, bool rtt, bool tracksIntf) {
+   Session session{.key = {.intf = hop.intf, .neighbour = hop.neighbour, .labels = {hop.label}},
+                   .minTx = 100,
+                   .multiplier = 3,
+                   .rtt = rtt,
+                   .tracksIntf = tracksIntf};
+   auto& labels = session.key.labels;
+   labels.insert(labels.end(), furtherLabels.begin(), furtherLabels.end());
+   return session;
+}
+
 bool isGivenUp(LabelRoute const& label) {
    if (auto const* toGroup = std::get_if<ToGroup>(&label.way)) return toGroup->group == groupGivenUp;
    if (auto const* toVrf = std::get_if<ToVrf>(&label.way)) return toVrf->vrf == vrfGivenUp;
@@ -49,8 +64,8 @@ bool isGivenUp(LabelRoute const& label) {
 }  // namespace
 
 Plan firstPlan() {
-   Hop const north{.intf = "Ethernet1", .neighbour = "192.0.2.1", .label = 16001};
-   Hop const south{.intf = "Ethernet2", .neighbour = "192.0.2.5", .label = 16002};
+   auto const north = northHop();
+   auto const south = southHop();
    auto const groups = groupsOf(north, south);
    return {.groups = groups,
            .routes = routesTo(groups),
@@ -59,6 +74,7 @@ Plan firstPlan() {
                        {"192.0.2.102/32", "south", 20},
                        {"2001:db8::101/128", "south", 20},
                        {"2001:db8::102/128", "spread", 30}},
+           .sessions = {},
            .pairs = {{fmt::format("{}next-label", pairPrefix), "106"}, {fmt::format("{}revision", pairPrefix), "42"}}};
 }
 
@@ -70,6 +86,26 @@ Plan successorsPlan(Plan plan) {
    std::erase_if(plan.labels, isGivenUp);
    std::erase_if(plan.tunnels, leadsThere);
    return plan;
+}
+
+std::vector<Session> firstSessions() {
+   auto const north = northHop();
+   auto const south = southHop();
+   return {sessionOver(north, {}, true, true), sessionOver(north, {17001}, false, true),
+           sessionOver(north, {17002}, true, false), sessionOver(south, {}, true, true),
+           sessionOver(south, {17003}, false, false)};
+}
+
+std::vector<Session> laterSessions(std::vector<Session> sessions) {
+   sessions.pop_back();
+   return sessions;
+}
+
+std::vector<SessionKey> keysOf(std::vector<Session> const& sessions) {
+   std::vector<SessionKey> keys;
+   keys.reserve(sessions.size());
+   for (auto const& session : sessions) keys.push_back(session.key);
+   return keys;
 }
 
 }  // namespace VelmSdkRpc::demo

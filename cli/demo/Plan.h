@@ -21,10 +21,11 @@ struct Plan {
    std::vector<Route> routes;
    std::vector<LabelRoute> labels;
    std::vector<Tunnel> tunnels;
+   std::vector<Session> sessions;
    std::vector<Pair> pairs;
 };
 
-/// Ten thousand routes, a few of everything else.
+/// Ten thousand routes, a few of everything else, and no sessions.
 Plan firstPlan();
 
 /// The group and the VRF that successorsPlan() does without.
@@ -33,5 +34,14 @@ constexpr std::string_view vrfGivenUp = "green";
 
 /// What is left of the plan without these two and all that leads there; of the routes only a handful.
 Plan successorsPlan(Plan plan);
+
+/// Sessions over both interfaces of the plan, the most over the first one's. Of those over each some track it and some
+/// do not, and some have round-trip times and some not.
+std::vector<Session> firstSessions();
+
+/// All of them but one.
+std::vector<Session> laterSessions(std::vector<Session> sessions);
+
+std::vector<SessionKey> keysOf(std::vector<Session> const& sessions);
 
 }  // namespace VelmSdkRpc::demo

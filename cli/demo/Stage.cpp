@@ -1,19 +1,36 @@
 #include "cli/demo/Stage.h"
 
 #include <fmt/format.h>
+#include <sys/wait.h>
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 
 #include "cli/demo/Checks.h"
 #include "cli/demo/Narration.h"
 
 namespace VelmSdkRpc::demo {
+namespace {
+
+// The switch does some things behind the answer, so its table is read until it is as asked for.
+template <class Read, class IsAsAsked>
+auto awaitRows(Read read, IsAsAsked isAsAsked, std::string_view kind) {
+   auto const deadline = Clock::now() + waitLimit;
+   for (;;) {
+      auto rows = read();
+      if (isAsAsked(rows)) return rows;
+      expect(Clock::now() < deadline,
+             fmt::format("the switch's {} become those asked for\n{}", kind, tableOf(rows).text(indent)));
+   }
+}
+
+}  // namespace
 
 void Stage::chapter(std::string_view title) { fmt::print("\n{}. {}\n", ++chapters, title); }
 
 void Stage::awaitService() const {
-   auto const deadline = Clock::now() + std::chrono::seconds(20);
+   auto const deadline = Clock::now() + waitLimit;
    while (!agent.waitUntilServing(std::chrono::milliseconds(200))) {
       expect(!agent.waitForEnd({}), "the agent keeps running once it is started");
       expect(Clock::now() < deadline, "the agent serves within 20 seconds");
@@ -26,18 +43,37 @@ void Stage::sayRouteCount() {
    say("`show ip route summary` counts {}.", count);
 }
 
-// The switch programs groups behind the answer, so the table is read until it is as asked for.
 std::vector<GroupState> Stage::awaitGroups(std::uint32_t version) {
    auto const asIsAsked = [version](GroupState const& state, Group const& group) {
       return state.name == group.name && state.hops == group.hops && state.active && state.version == version;
    };
-   auto const deadline = Clock::now() + std::chrono::seconds(5);
-   for (;;) {
-      auto states = view.groups();
-      if (std::ranges::equal(states, plan.groups, asIsAsked)) return states;
-      expect(Clock::now() < deadline, fmt::format("the switch's groups become the {} asked for\n{}", plan.groups.size(),
-                                                  tableOf(states).text(indent)));
+   return awaitRows([&] { return view.groups(); },
+                    [&](auto const& states) { return std::ranges::equal(states, plan.groups, asIsAsked); }, "groups");
+}
+
+std::vector<SessionState> Stage::awaitSessions() {
+   std::vector<SessionState> asked;
+   for (auto const& [key, minTx, multiplier, rtt, tracksIntf] : plan.sessions) {
+      asked.push_back({key, minTx, multiplier, rtt, SessionStatus::up});
    }
+   return awaitRows([&] { return view.sessions(); },
+                    [&](auto const& states) { return std::ranges::is_permutation(states, asked); }, "sessions");
+}
+
+void Stage::expectPlan() {
+   expectExactly(view.routes(), plan.routes, "routes");
+   expectExactly(view.labels(), plan.labels, "labels");
+   expectExactly(view.tunnels(), plan.tunnels, "tunnels");
+   expectExactly(view.statuses(pairPrefix), plan.pairs, "pairs");
+}
+
+void Stage::stopAgent() {
+   agent.signal(SIGTERM);
+   auto const ended = agent.waitForEnd();
+   expect(ended.has_value(), "the agent ends within 20 seconds of SIGTERM");
+   int const status = ended.value_or(-1);
+   expect(WIFEXITED(status) && WEXITSTATUS(status) == 0,
+          fmt::format("the agent exits with status 0; waitpid says {:#x}", status));
 }
 
 }  // namespace VelmSdkRpc::demo

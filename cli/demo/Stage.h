@@ -24,6 +24,13 @@ struct Stage {
    /// The switch's groups once they are as asked for, active, and programmed so often.
    std::vector<GroupState> awaitGroups(std::uint32_t version);
 
+   /// The switch's sessions once they are as asked for, and up.
+   std::vector<SessionState> awaitSessions();
+   /// The switch holds the routes, labels, tunnels and pairs asked for.
+   void expectPlan();
+   /// Stops the agent, which ends in order.
+   void stopAgent();
+
    AgentProcess& agent;
    SwitchView view;
    Plan plan;

@@ -17,6 +17,7 @@ void tellStory(AgentProcess& agent) {
    stage.awaitService();
    playFirstController(stage);
    playSuccessors(stage);
+   playMonitor(stage);
 }
 
 }  // namespace VelmSdkRpc::demo

@@ -1,7 +1,7 @@
 #include <fmt/format.h>
-#include <sys/wait.h>
 
-#include <csignal>
+#include <algorithm>
+#include <ranges>
 #include <string>
 #include <vector>
 
@@ -9,6 +9,8 @@
 #include "cli/demo/Checks.h"
 #include "cli/demo/Controller.h"
 #include "cli/demo/Narration.h"
+#include "cli/demo/Resync.h"
+#include "cli/demo/SessionListener.h"
 
 namespace VelmSdkRpc::demo {
 namespace {
@@ -19,20 +21,6 @@ void introduce(Controller& successor) {
    expect(found.ip_routes_exist() && found.nexthop_groups_exist() && found.mpls_routes_exist() &&
              found.nexthop_group_tunnels_exist(),
           "init tells of the routes, groups, labels and tunnels that are there");
-}
-
-void repeat(Controller& successor, Plan const& plan) {
-   expectSuccess(successor.setGroups(plan.groups), plan.groups.size(), "nexthop_group_bulk in the resync");
-   expectSuccess(successor.setRoutes(plan.routes), plan.routes.size(), "ip_route_bulk in the resync");
-   expectSuccess(successor.setLabels(plan.labels), plan.labels.size(), "mpls_route_bulk in the resync");
-   expectSuccess(successor.setTunnels(plan.tunnels), plan.tunnels.size(), "nexthop_group_tunnel_bulk in the resync");
-}
-
-void expectPlan(Stage& stage) {
-   expectExactly(stage.view.routes(), stage.plan.routes, "routes");
-   expectExactly(stage.view.labels(), stage.plan.labels, "labels");
-   expectExactly(stage.view.tunnels(), stage.plan.tunnels, "tunnels");
-   expectExactly(stage.view.statuses(pairPrefix), stage.plan.pairs, "pairs");
 }
 
 void aNewControllerTakesOver(Stage& stage) {
@@ -46,7 +34,7 @@ void aNewControllerTakesOver(Stage& stage) {
    expectSuccess(successor.startResync(), "RESYNC_START");
    auto const kept = successorsPlan(stage.plan);
    repeat(successor, kept);
-   expectPlan(stage);
+   stage.expectPlan();
    expect(stage.view.groups().size() == stage.plan.groups.size(), "no group goes before the end of the resync");
    say("It repeats {} groups, {} routes, {} labels and {} tunnels. Until it closes the resync all that was there",
        kept.groups.size(), kept.routes.size(), kept.labels.size(), kept.tunnels.size());
@@ -55,22 +43,36 @@ void aNewControllerTakesOver(Stage& stage) {
 
    expectSuccess(successor.endResync(), "RESYNC_END");
    stage.plan = kept;
-   expectPlan(stage);
+   stage.expectPlan();
    show(tableOf(stage.view.routes()), tableOf(stage.awaitGroups(2)), tableOf(stage.view.labels()),
         tableOf(stage.view.tunnels()));
    say("Exactly what was repeated is left. The notes are no part of a resync, and stay.");
 }
 
+void sessionsTestTheWays(Stage& stage) {
+   stage.chapter("Sessions that test the ways out (sbfd_echo_session_bulk)");
+   say("A session sends packets down a way, on labels that bring them back, and so notices when a way is broken. The");
+   say("controller reads on a stream how they do. It opens that first, for the stream tells only what is new.");
+   auto const channel = stage.agent.channel();
+   SessionListener listener(channel);
+   Controller controller(channel);
+   auto& sessions = stage.plan.sessions;
+   sessions = firstSessions();
+   auto const start = Clock::now();
+   expectSuccess(controller.setSessions(sessions), sessions.size(), "sbfd_echo_session_bulk");
+   auto const times = listener.expectEach(keysOf(sessions), SessionStatus::up);
+   Milliseconds const time = std::ranges::max(std::views::values(times)) - start;
+   stage.awaitSessions();
+   show(tableOf(sessions));
+   say("The stream told that each of the {} came up, the last one {:.0f} ms after the request.", times.size(),
+       time.count());
+}
+
 void theAgentStops(Stage& stage) {
    stage.chapter("The agent stops (SIGTERM)");
    auto const start = Clock::now();
-   stage.agent.signal(SIGTERM);
-   auto const ended = stage.agent.waitForEnd();
+   stage.stopAgent();
    Milliseconds const time = Clock::now() - start;
-   expect(ended.has_value(), "the agent ends within 20 seconds of SIGTERM");
-   int const status = ended.value_or(-1);
-   expect(WIFEXITED(status) && WEXITSTATUS(status) == 0,
-          fmt::format("the agent exits with status 0; waitpid says {:#x}", status));
    say("It shut down in order: exit status 0 after {:.0f} ms.", time.count());
 }
 
@@ -88,13 +90,14 @@ void theAgentComesBack(Stage& stage) {
    stage.awaitService();
    Milliseconds const time = Clock::now() - start;
    stage.view = SwitchView(stage.agent.channel());
-   expectPlan(stage);
+   stage.expectPlan();
    auto const& plan = stage.plan;
    say("The switch keeps its state in a folder that outlives the process. {:.0f} ms after the start it serves again,",
        time.count());
-   say("with the same {} routes, {} labels and {} tunnels, and has programmed the groups anew:", plan.routes.size(),
-       plan.labels.size(), plan.tunnels.size());
-   show(tableOf(stage.awaitGroups(1)));
+   say("with the same {} routes, {} labels and {} tunnels. It has programmed the groups anew, and the {} sessions",
+       plan.routes.size(), plan.labels.size(), plan.tunnels.size(), plan.sessions.size());
+   say("are up again:");
+   show(tableOf(stage.awaitGroups(1)), tableOf(stage.awaitSessions()));
 
    Controller successor(stage.agent.channel());
    say("To a new start of the agent every controller is a stranger: until rpc_server_init it programs nothing,");
@@ -103,14 +106,13 @@ void theAgentComesBack(Stage& stage) {
    showExactly(notesFor(successor, plan.pairs), plan.pairs, "pairs");
    introduce(successor);
    say("Its rpc_server_init succeeds and tells of groups, routes, labels and tunnels.");
-   stage.agent.signal(SIGTERM);
-   expect(stage.agent.waitForEnd() == 0, "the agent exits with status 0");
 }
 
 }  // namespace
 
 void playSuccessors(Stage& stage) {
    aNewControllerTakesOver(stage);
+   sessionsTestTheWays(stage);
    theAgentStops(stage);
    theAgentComesBack(stage);
 }

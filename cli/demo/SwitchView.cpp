@@ -5,9 +5,6 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <utility>
-
-#include "cli/demo/Call.h"
 
 namespace VelmSdkRpc::demo {
 namespace {
@@ -107,26 +104,39 @@ Tunnel tunnelOf(Json const& row) {
            .metric = get<unsigned>(row, "igp_metric")};
 }
 
+SessionState sessionOf(Json const& row) {
+   auto const& key = child(row, "key");
+   SessionState session{.key = {.intf = text(key, "nexthop_intf"), .neighbour = text(key, "nexthop"), .labels = {}},
+                        .minTx = get<unsigned>(row, "min_tx"),
+                        .multiplier = get<unsigned>(row, "multiplier"),
+                        .rtt = get<bool>(row, "rtt_enabled"),
+                        .status = static_cast<SessionStatus>(get<unsigned>(row, "status"))};
+   for (auto const& label : list(key, "labels")) session.key.labels.push_back(as<unsigned>(&label, "labels"));
+   return session;
+}
+
 }  // namespace
 
-SwitchView::SwitchView(std::shared_ptr<grpc::Channel> const& channel)
-   : stub_(velm::remote::VapiMgrService::NewStub(channel)) {}
+SwitchView::SwitchView(std::shared_ptr<grpc::Channel> const& channel) : commands_(channel) {}
 
-std::size_t SwitchView::routeCount() { return get<std::uint64_t>(parse(show("show ip route summary")), "count"); }
+std::size_t SwitchView::routeCount() {
+   return get<std::uint64_t>(parse(commands_.show("show ip route summary")), "count");
+}
 
 std::vector<Route> SwitchView::routes(std::string const& prefix) {
-   return rowsOf(parse(show(prefix.empty() ? "show ip route" : "show ip route " + prefix)), "routes", routeOf);
+   return rowsOf(parse(commands_.show(prefix.empty() ? "show ip route" : "show ip route " + prefix)), "routes",
+                 routeOf);
 }
 
 std::vector<GroupState> SwitchView::groups() {
-   auto const answer = parse(show("show nexthop-group"));
+   auto const answer = parse(commands_.show("show nexthop-group"));
    std::vector<GroupState> groups;
    for (auto const& [name, row] : members(answer, "nexthop_groups")) groups.push_back(groupOf(row));
    return groups;
 }
 
 std::vector<LabelRoute> SwitchView::labels() {
-   auto const answer = parse(show("show mpls route"));
+   auto const answer = parse(commands_.show("show mpls route"));
    auto labels = rowsOf(answer, "vrf_labels", vrfLabelOf);
    for (auto const& row : list(answer, "routes")) {
       for (auto const& label : list(child(row, "key"), "labels")) {
@@ -138,11 +148,15 @@ std::vector<LabelRoute> SwitchView::labels() {
 }
 
 std::vector<Tunnel> SwitchView::tunnels() {
-   return rowsOf(parse(show("show nexthop-group tunnel")), "tunnels", tunnelOf);
+   return rowsOf(parse(commands_.show("show nexthop-group tunnel")), "tunnels", tunnelOf);
+}
+
+std::vector<SessionState> SwitchView::sessions() {
+   return rowsOf(parse(commands_.show("show sbfd echo")), "sessions", sessionOf);
 }
 
 std::vector<Pair> SwitchView::statuses(std::string_view prefix) {
-   auto const answer = parse(show("show agent"));
+   auto const answer = parse(commands_.show("show agent"));
    std::vector<Pair> statuses;
    for (auto const& [key, value] : members(answer, "statuses")) {
       std::string const name = key.GetString();
@@ -150,17 +164,6 @@ std::vector<Pair> SwitchView::statuses(std::string_view prefix) {
    }
    std::ranges::sort(statuses);
    return statuses;
-}
-
-std::string SwitchView::show(std::string const& command) {
-   velm::remote::RunShowCmdRequest request;
-   request.set_command(command);
-   auto answer = call(*stub_, &velm::remote::VapiMgrService::Stub::run_show_cmd, request);
-   auto& response = *answer.mutable_response();
-   if (!response.success() || response.responses_size() != 1) {
-      throw std::runtime_error(fmt::format("{}: {}", command, response.error_message()));
-   }
-   return std::move(*response.mutable_responses(0));
 }
 
 }  // namespace VelmSdkRpc::demo

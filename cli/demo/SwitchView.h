@@ -9,8 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/demo/CommandLine.h"
 #include "cli/demo/Entries.h"
-#include "remote/vapi.grpc.pb.h"
 
 namespace VelmSdkRpc::demo {
 
@@ -20,6 +20,17 @@ struct GroupState {
    bool active = false;        // traffic can leave through it
    std::uint32_t version = 0;  // how often the switch has programmed it
    std::vector<Hop> hops;
+};
+
+/// A session as the switch holds it. Which ones track their interface is the agent's knowledge alone.
+struct SessionState {
+   SessionKey key;
+   std::uint32_t minTx = 0;
+   std::uint32_t multiplier = 0;
+   bool rtt = false;
+   SessionStatus status = SessionStatus::unknown;
+
+   auto operator<=>(SessionState const&) const = default;
 };
 
 /// What the switch says that it holds: its `show` commands, run over gRPC, their JSON parsed. Every method throws
@@ -37,13 +48,13 @@ class SwitchView {
    std::vector<LabelRoute> labels();
    /// In the order of the switch.
    std::vector<Tunnel> tunnels();
+   /// In the order of the switch.
+   std::vector<SessionState> sessions();
    /// Those of the agent's statuses whose keys begin so, by key.
    std::vector<Pair> statuses(std::string_view prefix);
 
  private:
-   std::string show(std::string const& command);
-
-   std::unique_ptr<velm::remote::VapiMgrService::Stub> stub_;
+   CommandLine commands_;
 };
 
 }  // namespace VelmSdkRpc::demo
