@@ -200,7 +200,7 @@ TEST_F(LifecycleTest, AgentDisableAnswersAndThenEnds) {
 }
 
 TEST_F(LifecycleTest, AnUnknownServiceAndOneThatComesLaterAreUnimplemented) {
-   for (auto const* method : {"/velm.remote.AgentService/agent_id", "/no.such.Service/call"}) {
+   for (auto const* method : {"/velm.remote.BgpPathMgrService/watch", "/no.such.Service/call"}) {
       grpc::GenericStub stub(agent().channel());
       grpc::ClientContext context;
       grpc::CompletionQueue queue;

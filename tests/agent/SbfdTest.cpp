@@ -220,18 +220,22 @@ TEST_F(SbfdTest, AnInterfaceThatFailsIsToldAtOnceForThoseThatFollowIt) {
       world({command});
       EXPECT_THAT(wordsOf(stream->next()), ::testing::ElementsAreArray(news)) << command;
    };
+   // What the loop had to do before this event is done, and was not told.
+   auto const expectNoNews = [&] { expectNews(simulate("Ethernet9", 9) + "status 3", {"Ethernet9/9=3", "end"}); };
    expectNews("simulate interface Ethernet1 oper down", {"Ethernet1/16=1", "end"});  // the other one is down already
    expectNews("simulate interface Ethernet1 oper up", {"Ethernet1/16=3", "end"});    // as the switch still says
    world({"simulate interface Ethernet1 oper unknown"});                             // nothing can be said
+   expectNoNews();
    expectNews("simulate interface Ethernet1 oper up", {"Ethernet1/16=3", "end"});
-   world({simulate("Ethernet1", 16) + "status 1"});
-   EXPECT_THAT(wordsOf(stream->next()), ElementsAre("Ethernet1/16=1", "end"));
-   world({"simulate interface Ethernet1 oper down", "simulate interface Ethernet1 oper up"});  // all are down: no word
-   world({simulate("Ethernet1", 16) + "status 3"});
-   EXPECT_THAT(wordsOf(stream->next()), ElementsAre("Ethernet1/16=3", "end"));
+   expectNews(simulate("Ethernet1", 16) + "status 1", {"Ethernet1/16=1", "end"});
+   world({"simulate interface Ethernet1 oper down", "simulate interface Ethernet1 oper up"});  // all are down
+   expectNoNews();
+   expectNews(simulate("Ethernet1", 16) + "status 3", {"Ethernet1/16=3", "end"});
    expectNews("simulate interface Ethernet1 delete", {"Ethernet1/16=1", "end"});
    world({"simulate interface Ethernet2 oper down"});  // nobody follows it
+   expectNoNews();
    EXPECT_THAT(set(session("Ethernet2", 20, true)), Succeeded());
+   expectNews("simulate interface Ethernet2 oper up", {"Ethernet2/20=0", "end"});
    world({"interface Ethernet2", "shutdown"});
    EXPECT_THAT(wordsOf(stream->next()), ElementsAre("Ethernet2/20=1", "end"));
 }
