@@ -15,14 +15,13 @@ Audience::Audience(Server& server, std::size_t watchers, std::size_t connections
    }
 }
 
-Audience::Delay Audience::change() {
+Delay Audience::change() {
    request_.set_description(std::to_string(++changes_));
    heard_ = 0;
    auto const begin = Clock::now();
    call_.begin(request_);
    client_.runUntil([this] { return call_.answered() && heard_ == watches_.size(); });
-   auto const since = [&](Clock::time_point end) { return std::chrono::duration<double, std::milli>(end - begin); };
-   return {since(call_.answeredAt()).count(), since(heardAt_).count()};
+   return {begin, call_.answeredAt(), heardAt_};
 }
 
 void Audience::hear(Watch::Event const& event) {

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "bench/ClientCall.h"
+#include "bench/Delay.h"
 #include "bench/Server.h"
 #include "bench/Watch.h"
 
@@ -14,12 +15,6 @@ namespace VelmSdkRpc::Bench {
 /// Clients that watch the interfaces of a server, and one that changes an interface, on a connection of its own.
 class Audience {
  public:
-   /// Milliseconds from just before the call that changes it.
-   struct Delay {
-      double answered = 0;  // until the call is answered
-      double heard = 0;     // until the last watcher has read the event
-   };
-
    /// Opens so many watches, spread over the connections. The server stays the caller's.
    Audience(Server& server, std::size_t watchers, std::size_t connections);
 

@@ -33,6 +33,8 @@ class ClientCall final : public Operation {
       reader_->Finish(&response_, &status_, this);
    }
    bool answered() const { return answered_; }
+   /// Of the last call that was answered.
+   Response const& response() const { return response_; }
    Clock::time_point answeredAt() const { return answeredAt_; }
 
    /// From the beginning to the answer.

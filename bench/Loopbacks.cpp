@@ -12,14 +12,14 @@ constexpr std::string_view kind = "Loopback";
 }  // namespace
 
 Loopbacks::Loopbacks(Client& client, Server const& server, std::size_t count)
-   : call_(client, server.newChannel(), &Stub::Asyncrun_config_cmds), count_(count) {
-   Request commands;
+   : commandLine_(client, server.newChannel()), count_(count) {
+   CommandLine::Commands commands;
    for (std::size_t i = 0; i < count_; ++i) commands.add_commands(fmt::format("interface {}{}", kind, i));
-   configure(commands);
+   commandLine_.run(commands);
 }
 
 void Loopbacks::describe(std::size_t turn, std::size_t turns) {
-   Request commands;
+   CommandLine::Commands commands;
    for (auto const end = turn + turns; turn < end; ++turn) {
       auto const description = "description " + descriptionOf(turn);
       for (std::size_t i = 0; i < count_; ++i) {
@@ -27,17 +27,12 @@ void Loopbacks::describe(std::size_t turn, std::size_t turns) {
          commands.add_commands(description);
       }
    }
-   configure(commands);
+   commandLine_.run(commands);
 }
 
 std::optional<std::size_t> Loopbacks::described(Watch::Event const& event) {
    if (!event.has_description() || !event.intf_id().name().starts_with(kind)) return {};
    return std::stoul(event.intf_id().name().substr(kind.size()));
-}
-
-void Loopbacks::configure(Request const& commands) {
-   auto const& result = call_.call(commands).response();
-   if (!result.success()) throw std::runtime_error("run_config_cmds: " + result.error_message());
 }
 
 }  // namespace VelmSdkRpc::Bench

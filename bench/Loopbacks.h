@@ -5,10 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "bench/ClientCall.h"
+#include "bench/CommandLine.h"
 #include "bench/Server.h"
 #include "bench/Watch.h"
-#include "remote/vapi.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 
@@ -29,12 +28,7 @@ class Loopbacks {
    static std::optional<std::size_t> described(Watch::Event const& event);
 
  private:
-   using Stub = velm::remote::VapiMgrService::Stub;
-   using Request = velm::remote::RunConfigCmdsRequest;
-
-   void configure(Request const& commands);
-
-   ClientCall<Stub, Request, velm::remote::RunConfigCmdsResponse> call_;
+   CommandLine commandLine_;
    std::size_t const count_;
 };
 
