@@ -15,15 +15,16 @@ namespace velm::embedded {
 
 /// An IP route as the switch keeps it, under its key.
 struct IpRoute {
-   std::uint32_t tag = 0;
+   [[no_unique_address]] IpRouteVias vias;  // the action lies in its padding: there are a million of these
    ip_route_action_t action = ip_route_action_t::none;
-   IpRouteVias vias;
+   std::uint32_t tag = 0;
 
    void mark(bool marked) { vias.mark(marked); }
    bool prunable() const { return vias.anyMarked(); }
    void prune() { vias.dropMarked(); }
 };
 void encode(std::string& out, IpRoute const& route);
+static_assert(sizeof(IpRoute) == 24);
 using IpRouteTable = Table<ip_route_key_t, IpRoute>;
 
 /// IP routes, a table per VRF.

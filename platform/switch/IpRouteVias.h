@@ -32,8 +32,8 @@ class IpRouteVias {
    IpRouteVias() = default;
    IpRouteVias(IpRouteVias const& other)
       : group_(other.group_),
-        groupMarked_(other.groupMarked_),
-        others_(other.others_ ? std::make_unique<StoredVias<ip_route_via_t>>(*other.others_) : nullptr) {}
+        others_(other.others_ ? std::make_unique<StoredVias<ip_route_via_t>>(*other.others_) : nullptr),
+        groupMarked_(other.groupMarked_) {}
    IpRouteVias(IpRouteVias&&) noexcept = default;
    IpRouteVias& operator=(IpRouteVias&&) noexcept = default;
 
@@ -42,9 +42,9 @@ class IpRouteVias {
    friend void decode(StoredBytes& in, IpRouteVias& vias, NamePool& names);
 
  private:
-   NamePool::Ref group_;  // the one via, if it only names a group
-   bool groupMarked_ = false;
+   NamePool::Ref group_;                                 // the one via, if it only names a group
    std::unique_ptr<StoredVias<ip_route_via_t>> others_;  // null for none
+   bool groupMarked_ = false;
 };
 
 }  // namespace velm::embedded

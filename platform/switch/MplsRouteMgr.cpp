@@ -8,9 +8,32 @@
 #include "platform/switch/Iterators.h"
 
 namespace velm::embedded {
+namespace {
+
+constexpr unsigned long lastLabelFec = mpls_label_t::max + 1;
+
+// Nearly every route has one label and no metric. Its FEC's id follows from the label, and finds the route without an
+// index.
+mpls_fec_id_t fecOfLabel(MplsRowKey const& key) {
+   bool const plain = key.labels().size() == 1 && key.metric() == 0;
+   return mpls_fec_id_t(plain ? key.labels().front().label() + 1 : 0);
+}
+
+MplsRowKey keyOfLabelFec(mpls_fec_id_t fec) {
+   if (fec == mpls_fec_id_t() || fec.id() > lastLabelFec) return {};
+   return MplsRowKey({mpls_label_t(static_cast<std::uint32_t>(fec.id() - 1)), 0});
+}
+
+}  // namespace
+
+void encode(std::string& out, MplsRowKey const& key, MplsRoute const& route) {
+   encode(out, route.fec);
+   encode(out, route.vias.list(key.key()));
+}
 
 MplsRouteMgr::MplsRouteMgr(CallLedger& ledger, MainLoop& loop)
    : loop_(loop),
+     lastFec_(lastLabelFec),
      resync_init_(ledger, "mpls_route_mgr.resync_init"),
      resync_complete_(ledger, "mpls_route_mgr.resync_complete"),
      iter_(ledger, "mpls_route_mgr.mpls_route_iter"),
@@ -26,14 +49,31 @@ MplsRouteMgr::MplsRouteMgr(CallLedger& ledger, MainLoop& loop)
      metric_(ledger, "mpls_route_mgr.metric") {}
 
 void MplsRouteMgr::storeIs(Store& store) {
-   table_.storeIs(store, StoredTable::mplsRoutes);
+   table_.storeIs(store, StoredTable::mplsRoutes, [this](StoredBytes& in, MplsRoute& route) {
+      decode(in, route.fec);
+      decode(in, route.vias, names_);
+   });
    fecs_.clear();
-   fecs_.reserve(table_.size());
-   table_.walk([&](mpls_route_key_t const&, MplsRoute const& route) {
-      fecs_.emplace(route.fec, &route);
-      lastFec_ = std::max(lastFec_, route.fec);
+   table_.walk([&](MplsRowKey const& key, MplsRoute const& route) {
+      fecIs(key, route.fec);
       return true;
    });
+}
+
+mpls_fec_id_t MplsRouteMgr::freshFec(MplsRowKey const& key) const {
+   auto const own = fecOfLabel(key);
+   // Folders know routes that took their ids from one sequence.
+   return own != mpls_fec_id_t() && !fecs_.contains(own) ? own : mpls_fec_id_t(lastFec_.id() + 1);
+}
+
+void MplsRouteMgr::fecIs(MplsRowKey const& key, mpls_fec_id_t fec) {
+   if (fec == fecOfLabel(key)) return;
+   fecs_.emplace(fec, key);
+   lastFec_ = std::max(lastFec_, fec);
+}
+
+void MplsRouteMgr::fecDel(MplsRowKey const& key, mpls_fec_id_t fec) {
+   if (fec != fecOfLabel(key)) fecs_.erase(fec);
 }
 
 void MplsRouteMgr::raiseSet(mpls_route_key_t const& key, mpls_fec_id_t fec) {
@@ -67,49 +107,53 @@ void MplsRouteMgr::resync_init() {
 
 void MplsRouteMgr::resync_complete() {
    Call const call(resync_complete_);
-   std::vector<std::pair<mpls_route_key_t, mpls_fec_id_t>> gone;
-   table_.walkMarked([&](mpls_route_key_t const& key, MplsRoute const& route) { gone.emplace_back(key, route.fec); });
+   std::vector<std::pair<MplsRowKey, mpls_fec_id_t>> gone;
+   table_.walkMarked([&](MplsRowKey const& key, MplsRoute const& route) { gone.emplace_back(key, route.fec); });
    table_.purge();
    for (auto const& [key, fec] : gone) {
-      fecs_.erase(fec);
-      raiseDel(key, fec);
+      fecDel(key, fec);
+      if (watched()) raiseDel(key.key(), fec);
    }
 }
 
 mpls_route_iter_t MplsRouteMgr::mpls_route_iter() const {
    Call const call(iter_);
-   return makeTableIter(table_, [](mpls_route_key_t const& key, MplsRoute const&) { return mpls_route_t(key); });
+   return makeTableIter(table_, [](MplsRowKey const& key, MplsRoute const&) { return mpls_route_t(key.key()); });
 }
 
 mpls_route_status_iter_t MplsRouteMgr::mpls_route_status_iter() const {
    Call const call(status_iter_);
-   return makeTableIter(table_, [](mpls_route_key_t const& key, MplsRoute const&) { return key; });
+   return makeTableIter(table_, [](MplsRowKey const& key, MplsRoute const&) { return key.key(); });
 }
 
 mpls_route_via_iter_t MplsRouteMgr::mpls_route_via_iter(mpls_route_key_t const& key) const {
    Call const call(via_iter_);
-   return iterOfVias(table_.find(key));
+   MplsRowKey const rowKey(key);
+   return iterOfVias(rowKey, table_.find(rowKey));
 }
 
 mpls_route_via_status_iter_t MplsRouteMgr::mpls_route_via_status_iter(mpls_route_key_t const& key) const {
    Call const call(via_status_iter_);
-   return iterOfVias(table_.find(key));
+   MplsRowKey const rowKey(key);
+   return iterOfVias(rowKey, table_.find(rowKey));
 }
 
 mpls_route_via_status_iter_t MplsRouteMgr::mpls_route_via_status_iter(mpls_fec_id_t fec) const {
    Call const call(via_status_iter_);
    auto const it = fecs_.find(fec);
-   return iterOfVias(it == fecs_.end() ? nullptr : it->second);
+   MplsRowKey const key = it == fecs_.end() ? keyOfLabelFec(fec) : it->second;
+   MplsRoute const* route = table_.find(key);
+   return iterOfVias(key, route != nullptr && route->fec == fec ? route : nullptr);
 }
 
-mpls_route_via_iter_t MplsRouteMgr::iterOfVias(MplsRoute const* route) const {
-   return makeSnapshotIter(route == nullptr ? std::vector<mpls_route_via_t>() : plainVias(route->vias),
+mpls_route_via_iter_t MplsRouteMgr::iterOfVias(MplsRowKey const& key, MplsRoute const* route) const {
+   return makeSnapshotIter(route == nullptr ? std::vector<mpls_route_via_t>() : route->vias.list(key.key()),
                            [this](mpls_route_via_t const& via) { return holds(via); });
 }
 
 bool MplsRouteMgr::exists(mpls_route_key_t const& key) const {
    Call const call(exists_);
-   return table_.contains(key);
+   return find(key) != nullptr;
 }
 
 bool MplsRouteMgr::exists(mpls_route_via_t const& via) const {
@@ -118,66 +162,56 @@ bool MplsRouteMgr::exists(mpls_route_via_t const& via) const {
 }
 
 bool MplsRouteMgr::holds(mpls_route_via_t const& via) const {
-   MplsRoute const* route = table_.find(via.route_key());
-   return route != nullptr &&
-          std::ranges::find(route->vias, via, &StoredVia<mpls_route_via_t>::via) != route->vias.end();
+   MplsRoute const* route = find(via.route_key());
+   return route != nullptr && route->vias.holds(via);
 }
 
 void MplsRouteMgr::mpls_route_set(mpls_route_t const& route) {
    Call const call(set_);
-   mpls_fec_id_t const next(lastFec_.id() + 1);
+   MplsRowKey const key(route.key());
    mpls_fec_id_t fec;
-   table_.update(route.key(), [&](MplsRoute& row) {
-      if (row.fec == mpls_fec_id_t()) row.fec = next;
+   bool fresh = false;
+   table_.update(key, [&](MplsRoute& row) {
+      fresh = row.fec == mpls_fec_id_t();
+      if (fresh) row.fec = freshFec(key);
       fec = row.fec;
    });
-   if (fec == next) {
-      lastFec_ = next;
-      fecs_.emplace(next, table_.find(route.key()));
-   }
+   if (fresh) fecIs(key, fec);
    raiseSet(route.key(), fec);
 }
 
 void MplsRouteMgr::mpls_route_del(mpls_route_key_t const& key) {
    Call const call(del_);
-   MplsRoute const* route = table_.find(key);
+   MplsRowKey const rowKey(key);
+   MplsRoute const* route = table_.find(rowKey);
    if (route == nullptr) return;
    auto const fec = route->fec;
-   table_.del(key);
-   fecs_.erase(fec);
+   table_.del(rowKey);
+   fecDel(rowKey, fec);
    raiseDel(key, fec);
 }
 
 void MplsRouteMgr::mpls_route_via_set(mpls_route_via_t const& via) {
    Call const call(via_set_);
-   bool const found = table_.amend(via.route_key(), [&](MplsRoute& route) {
-      auto const it = std::ranges::find(route.vias, via, &StoredVia<mpls_route_via_t>::via);
-      if (it == route.vias.end()) {
-         route.vias.push_back({via});
-      } else {
-         it->marked = false;
-      }
-   });
+   bool const found = table_.amend(MplsRowKey(via.route_key()), [&](MplsRoute& route) { route.vias.set(via, names_); });
    if (!found) throw configuration_error(fmt::format("no such MPLS route {}", via.route_key().to_string()));
 }
 
 void MplsRouteMgr::mpls_route_via_del(mpls_route_via_t const& via) {
    Call const call(via_del_);
    if (!holds(via)) return;
-   table_.amend(via.route_key(), [&](MplsRoute& route) {
-      std::erase_if(route.vias, [&](auto const& stored) { return stored.via == via; });
-   });
+   table_.amend(MplsRowKey(via.route_key()), [&](MplsRoute& route) { route.vias.del(via); });
 }
 
 mpls_fec_id_t MplsRouteMgr::fec_id(mpls_route_key_t const& key) const {
    Call const call(fec_id_);
-   MplsRoute const* route = table_.find(key);
+   MplsRoute const* route = find(key);
    return route == nullptr ? mpls_fec_id_t() : route->fec;
 }
 
 std::uint32_t MplsRouteMgr::metric(mpls_route_key_t const& key) const {
    Call const call(metric_);
-   return table_.contains(key) ? key.metric() : 0;
+   return find(key) != nullptr ? key.metric() : 0;
 }
 
 MplsVrfLabelMgr::MplsVrfLabelMgr(CallLedger& ledger)

@@ -4,7 +4,9 @@
 
 #include "platform/switch/CallLedger.h"
 #include "platform/switch/MainLoop.h"
-#include "platform/switch/StoredVia.h"
+#include "platform/switch/MplsRouteVias.h"
+#include "platform/switch/MplsRowKey.h"
+#include "platform/switch/NamePool.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/mpls_route.h"
 
@@ -13,16 +15,14 @@ namespace velm::embedded {
 /// An MPLS route as the switch keeps it, under its key.
 struct MplsRoute {
    mpls_fec_id_t fec;
-   StoredVias<mpls_route_via_t> vias;
+   MplsRouteVias vias;
 
-   void mark(bool marked) { markVias(vias, marked); }
-   bool prunable() const { return anyMarked(vias); }
-   void prune() { dropMarked(vias); }
-   static constexpr auto attributes() {
-      return std::tuple{attribute{"fec", &MplsRoute::fec}, attribute{"vias", &MplsRoute::vias}};
-   }
+   void mark(bool marked) { vias.mark(marked); }
+   bool prunable() const { return vias.anyMarked(); }
+   void prune() { vias.dropMarked(); }
 };
-using MplsRouteTable = Table<mpls_route_key_t, MplsRoute>;
+void encode(std::string& out, MplsRowKey const& key, MplsRoute const& route);
+using MplsRouteTable = Table<MplsRowKey, MplsRoute>;
 using MplsVrfLabelTable = Table<mpls_label_t, mpls_vrf_label_t>;
 
 /// MPLS routes. The dataplane can program every one, so what is programmed is what is asked for.
@@ -56,16 +56,24 @@ class MplsRouteMgr : public mpls_route_mgr {
    std::uint32_t metric(mpls_route_key_t const& key) const override;
 
  private:
+   MplsRoute const* find(mpls_route_key_t const& key) const { return table_.find(MplsRowKey(key)); }
    bool holds(mpls_route_via_t const& via) const;
-   mpls_route_via_iter_t iterOfVias(MplsRoute const* route) const;
+   mpls_route_via_iter_t iterOfVias(MplsRowKey const& key, MplsRoute const* route) const;
+   /// The id for a new route.
+   mpls_fec_id_t freshFec(MplsRowKey const& key) const;
+   /// Note that the route came to have the id, and that it has it no more.
+   void fecIs(MplsRowKey const& key, mpls_fec_id_t fec);
+   void fecDel(MplsRowKey const& key, mpls_fec_id_t fec);
    void raiseSet(mpls_route_key_t const& key, mpls_fec_id_t fec);
    void raiseDel(mpls_route_key_t const& key, mpls_fec_id_t fec);
 
    MainLoop& loop_;
+   NamePool names_;  // before the table, whose rows refer to it
    MplsRouteTable table_;
-   // Both follow the table, and are rebuilt when it is brought back.
-   absl::flat_hash_map<mpls_fec_id_t, MplsRoute const*> fecs_;  // rows never move
-   mpls_fec_id_t lastFec_;                                      // the highest that was ever given
+   // Both follow the table, and are rebuilt when it is brought back. They are about the ids that do not follow from a
+   // label.
+   absl::flat_hash_map<mpls_fec_id_t, MplsRowKey> fecs_;
+   mpls_fec_id_t lastFec_;  // the highest that was ever given
 
    mutable Operation resync_init_;
    mutable Operation resync_complete_;

@@ -7,10 +7,13 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
 #include "platform/switch/Codec.h"
+#include "platform/switch/RadixKeys.h"
+#include "platform/switch/RadixMap.h"
 #include "platform/switch/Store.h"
 
 namespace velm::embedded {
@@ -24,9 +27,21 @@ concept HasMarkedParts = requires(Value value, Value const& constant) {
    constant.prunable();
 };
 
+/// What keeps a table's rows in the order of their keys: a tree of boxes, for a row must not move, or, where the keys
+/// can be read as bits, what is made for a million of them.
+template <class Key, class Row>
+struct RowsOf {
+   using type = absl::btree_map<Key, std::unique_ptr<Row>>;
+};
+template <RadixKey Key, class Row>
+struct RowsOf<Key, Row> {
+   using type = RadixMap<Key, Row>;
+};
+
 /// The container behind every manager: values by key, in order, with resync marks, notices of change and, where the
-/// switch has a state folder, every change in it before it stands here. Made for a million entries: rows are boxed, so
-/// that the tree stays shallow and a row never moves. The SDK lock guards it.
+/// switch has a state folder, every change in it before it stands here. A row never moves. The SDK lock guards it.
+///
+/// A value is stored by encode(bytes, value), or by encode(bytes, key, value) if there is one.
 ///
 /// A change throws velm::error if the folder refuses it, and whatever fn throws; nothing has changed then. The forms
 /// without a transaction are one step each; those with one happen when it is committed.
@@ -36,7 +51,7 @@ class Table {
       Value value{};
       bool marked = false;
    };
-   using Rows = absl::btree_map<Key, std::unique_ptr<Row>>;
+   using Rows = typename RowsOf<Key, Row>::type;
 
  public:
    /// Called after every change with the value as it now is, null when it is gone. Must not throw.
@@ -59,9 +74,14 @@ class Table {
    /// Keeps every change in the folder from now on. Rows that the folder has replace those that stand here; one that is
    /// fresh takes what stands here.
    void storeIs(Store& store, StoredTable id) {
+      storeIs(store, id, [](StoredBytes& in, Value& value) { decode(in, value); });
+   }
+   /// The same for values that the owner decodes, by decodeValue(stored bytes, value).
+   template <class Decode>
+   void storeIs(Store& store, StoredTable id, Decode&& decodeValue) {
       bind(store, id, {});
       if (store.fresh()) {
-         for (auto const& [key, row] : *rows_) persist(key, row->value);
+         for (auto const& [key, row] : *rows_) persist(key, rowIn(row).value);
          return;
       }
       rows_->clear();
@@ -73,42 +93,32 @@ class Table {
          Key key{};
          Value value{};
          decode(keyBytes, key);
-         decode(valueBytes, value);
+         decodeValue(valueBytes, value);
          restore(key, std::move(value));
       });
    }
    /// The same for one table of several that share an id, told apart by the front of their keys; the owner restores
    /// them.
    void bind(Store& store, StoredTable id, std::string_view keyFront) {
-      binding_ = std::make_unique<Binding>(Binding{store, std::string(1, static_cast<char>(id)).append(keyFront),
-                                                   [](std::string& out, Key const& key) { encode(out, key); },
-                                                   [](std::string& out, Value const& value) { encode(out, value); }});
+      binding_ =
+         std::make_unique<Binding>(Binding{store, std::string(1, static_cast<char>(id)).append(keyFront),
+                                           [](std::string& out, Key const& key) { encode(out, key); }, encodeRow});
    }
-   /// Puts back what was stored. Rows that come in order are put back fastest.
-   void restore(Key const& key, Value value) {
-      auto const it = rows_->try_emplace(rows_->end(), key, std::make_unique<Row>());
-      it->second->value = std::move(value);
-      notify(key, &it->second->value);
-   }
+   /// Puts back what was stored.
+   void restore(Key const& key, Value value) { notify(key, &add(key, std::move(value)).value); }
 
    /// Sets a value: fn works on the present one, or on a new default one. Clears the resync mark.
    template <class Fn>
    void update(Key const& key, Fn&& fn) {
-      Row* row = remembered(key);
-      if (row == nullptr) {
-         auto const place = rows_->lower_bound(key);
-         if (place == rows_->end() || place->first != key) {
-            auto fresh = std::make_unique<Row>();
-            fn(fresh->value);
-            persist(key, fresh->value);
-            insert(place, key, std::move(fresh));
-            return;
-         }
-         row = place->second.get();
-         remember(key, row);
+      if (Row* row = lookup(key)) {
+         change(key, *row, fn);
+         row->marked = false;
+         return;
       }
-      change(key, *row, fn);
-      row->marked = false;
+      Value fresh{};
+      fn(fresh);
+      persist(key, fresh);
+      insert(key, std::move(fresh));
    }
    template <class Fn>
    void update(Transaction& transaction, Key const& key, Fn&& fn) {
@@ -131,11 +141,9 @@ class Table {
    }
    /// False if there was none.
    bool del(Key const& key) {
-      auto const it = rows_->find(key);
-      if (it == rows_->end()) return false;
+      if (!contains(key)) return false;
       if (binding_) binding_->store.del(binding_->keyOf(key));
-      erase(it);
-      notify(key, nullptr);
+      forget(key);
       return true;
    }
    bool del(Transaction& transaction, Key const& key) {
@@ -148,9 +156,10 @@ class Table {
    /// Marks what wanted(key, value) picks, its parts with it, and clears every other mark.
    template <class Wanted>
    void mark(Wanted wanted) {
-      for (auto& [key, row] : *rows_) {
-         row->marked = wanted(key, std::as_const(row->value));
-         if constexpr (HasMarkedParts<Value>) row->value.mark(row->marked);
+      for (auto& [key, kept] : *rows_) {
+         Row& row = rowIn(kept);
+         row.marked = wanted(key, std::as_const(row.value));
+         if constexpr (HasMarkedParts<Value>) row.value.mark(row.marked);
       }
    }
    void markAll() {
@@ -159,8 +168,9 @@ class Table {
    /// Calls fn(key, value) for every row that a purge would delete, in the order of the keys.
    template <class Fn>
    void walkMarked(Fn&& fn) const {
-      for (auto const& [key, row] : *rows_) {
-         if (row->marked) fn(key, std::as_const(row->value));
+      for (auto const& [key, kept] : *rows_) {
+         Row const& row = rowIn(kept);
+         if (row.marked) fn(key, row.value);
       }
    }
    /// Deletes what is still marked, and of what stays the parts that are.
@@ -171,7 +181,7 @@ class Table {
    }
    void purge(Transaction& transaction) {
       if (binding_) {
-         for (auto const& [key, row] : *rows_) stagePurge(transaction, key, *row);
+         for (auto const& [key, kept] : *rows_) stagePurge(transaction, key, rowIn(kept));
       }
       transaction.onCommit([this] { applyPurge(); });
    }
@@ -197,7 +207,7 @@ class Table {
       bool atEnd() const { return atEnd_; }
       Key const& key() const { return key_; }
       /// The value under the cursor. Valid right after construction and advance(), under the same hold of the lock.
-      Value const& value() const { return it_->second->value; }
+      Value const& value() const { return rowIn(it_->second).value; }
       /// At the end nothing happens: an iterator may be asked once too often.
       void advance() {
          if (atEnd_) return;
@@ -217,7 +227,7 @@ class Table {
       }
 
       Table const* table_;
-      typename Rows::const_iterator it_;
+      typename Rows::iterator it_;
       std::uint64_t version_;
       bool atEnd_ = false;
       Key key_;
@@ -228,7 +238,7 @@ class Table {
       Store& store;
       std::string keyFront;
       void (*encodeKey)(std::string& out, Key const& key);
-      void (*encodeValue)(std::string& out, Value const& value);
+      void (*encodeValue)(std::string& out, Key const& key, Value const& value);
       std::string key{};    // kept between changes for its room
       std::string value{};  // the same
 
@@ -237,15 +247,22 @@ class Table {
          encodeKey(key, from);
          return key;
       }
-      std::string_view valueOf(Value const& from) {
+      std::string_view valueOf(Key const& fromKey, Value const& from) {
          value.clear();
-         encodeValue(value, from);
+         encodeValue(value, fromKey, from);
          return value;
       }
    };
+   static void encodeRow(std::string& out, Key const& key, Value const& value) {
+      if constexpr (requires { encode(out, key, value); }) {
+         encode(out, key, value);
+      } else {
+         encode(out, value);
+      }
+   }
 
    void persist(Key const& key, Value const& value) {
-      if (binding_) binding_->store.put(binding_->keyOf(key), binding_->valueOf(value));
+      if (binding_) binding_->store.put(binding_->keyOf(key), binding_->valueOf(key, value));
    }
    template <class Fn>
    void change(Key const& key, Row& row, Fn& fn) {
@@ -260,27 +277,33 @@ class Table {
       notify(key, &row.value);
    }
    void stage(Transaction& transaction, Key const& key, Value next) {
-      if (binding_) transaction.put(binding_->store, binding_->keyOf(key), binding_->valueOf(next));
+      if (binding_) transaction.put(binding_->store, binding_->keyOf(key), binding_->valueOf(key, next));
       transaction.onCommit([this, key, box = std::make_shared<Value>(std::move(next))] {
-         auto const place = rows_->lower_bound(key);
-         if (place == rows_->end() || place->first != key) {
-            auto fresh = std::make_unique<Row>();
-            fresh->value = std::move(*box);
-            insert(place, key, std::move(fresh));
+         if (Row* row = lookup(key)) {
+            row->value = std::move(*box);
+            row->marked = false;
+            notify(key, &row->value);
          } else {
-            place->second->value = std::move(*box);
-            place->second->marked = false;
-            notify(key, &place->second->value);
+            insert(key, std::move(*box));
          }
       });
    }
-   template <class It>
-   void insert(It place, Key const& key, std::unique_ptr<Row> fresh) {
-      Row* const row = fresh.get();
-      rows_->try_emplace(place, key, std::move(fresh));
+   void insert(Key const& key, Value&& value) {
+      Row& row = add(key, std::move(value));
+      remember(key, &row);
+      notify(key, &row.value);
+   }
+   Row& add(Key const& key, Value&& value) {
       ++version_;
-      remember(key, row);
-      notify(key, &row->value);
+      Row* row = nullptr;
+      if constexpr (boxed) {
+         // Rows that are brought back come in order.
+         row = rows_->try_emplace(rows_->end(), key, std::make_unique<Row>())->second.get();
+      } else {
+         row = &rows_->try_emplace(key).first->second;
+      }
+      row->value = std::move(value);
+      return *row;
    }
 
    void stagePurge(Transaction& transaction, Key const& key, Row const& row) {
@@ -290,29 +313,42 @@ class Table {
          if (!row.value.prunable()) return;
          auto next = row.value;
          next.prune();
-         transaction.put(binding_->store, binding_->keyOf(key), binding_->valueOf(next));
+         transaction.put(binding_->store, binding_->keyOf(key), binding_->valueOf(key, next));
       }
    }
    void applyPurge() {
       for (auto it = rows_->begin(); it != rows_->end();) {
-         if (it->second->marked) {
+         Row& row = rowIn(it->second);
+         if (row.marked) {
             Key const key = it->first;
-            it = erase(it);
-            notify(key, nullptr);
+            forget(key);
+            it = rows_->upper_bound(key);
             continue;
          }
          if constexpr (HasMarkedParts<Value>) {
-            if (it->second->value.prunable()) {
-               it->second->value.prune();
-               notify(it->first, &it->second->value);
+            if (row.value.prunable()) {
+               row.value.prune();
+               notify(it->first, &row.value);
             }
          }
          ++it;
       }
    }
    void forget(Key const& key) {
-      erase(rows_->find(key));
+      ++version_;
+      last_ = nullptr;
+      rows_->erase(key);
       notify(key, nullptr);
+   }
+
+   static constexpr bool boxed = !std::is_same_v<typename Rows::mapped_type, Row>;
+   template <class Kept>
+   static auto& rowIn(Kept& kept) {
+      if constexpr (boxed) {
+         return *kept;
+      } else {
+         return kept;
+      }
    }
 
    // A route is set and then gets its vias: the second lookup of a key is the commonest, so the last one is remembered.
@@ -321,7 +357,7 @@ class Table {
       if (Row* row = remembered(key)) return row;
       auto const it = rows_->find(key);
       if (it == rows_->end()) return nullptr;
-      remember(key, it->second.get());
+      remember(key, &rowIn(it->second));
       return last_;
    }
    void remember(Key const& key, Row* row) const {
@@ -330,13 +366,7 @@ class Table {
    }
    template <class It, class Fn>
    void walk(It it, Fn& fn) const {
-      while (it != rows_->end() && fn(it->first, std::as_const(it->second->value))) ++it;
-   }
-   template <class It>
-   It erase(It it) {
-      ++version_;
-      last_ = nullptr;
-      return rows_->erase(it);
+      while (it != rows_->end() && fn(it->first, std::as_const(rowIn(it->second).value))) ++it;
    }
    void notify(Key const& key, Value const* now) const {
       for (auto const& notice : notices_) notice(key, now);

@@ -124,12 +124,14 @@ class MplsRouteTest : public ProgrammerTest {
    }
    std::optional<Form> formOf(std::uint32_t label) {
       velm::mpls_label_t const asLabel(label);
-      auto const* route = routes.table().find(velm::mpls_route_key_t(asLabel, 0));
+      velm::mpls_route_key_t const key(asLabel, 0);
+      auto const* route = routes.table().find(velm::embedded::MplsRowKey(key));
       bool const vrf = labels.table().contains(asLabel);
       EXPECT_FALSE(route != nullptr && vrf) << "label " << label;
       if (route == nullptr) return vrf ? std::optional(Form::vrf) : std::nullopt;
-      EXPECT_EQ(route->vias.size(), 1) << "label " << label;
-      return route->vias.front().via.nexthop_group().empty() ? Form::nexthop : Form::group;
+      auto const vias = route->vias.list(key);
+      EXPECT_EQ(vias.size(), 1) << "label " << label;
+      return vias.front().nexthop_group().empty() ? Form::nexthop : Form::group;
    }
 
    velm::embedded::CallLedger ledger;

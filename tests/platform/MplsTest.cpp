@@ -15,6 +15,17 @@ mpls_route_via_t viaOf(std::uint32_t label, std::string const& group) {
    return via;
 }
 
+mpls_route_via_t fullViaOf(mpls_route_key_t const& key) {
+   mpls_route_via_t via(key, mpls_action_t::swap);
+   via.hop_is(ip_addr_t("10.0.0.1"));
+   via.intf_is(intf_id_t("Ethernet1"));
+   via.pushswap_label_is(mpls_label_t(7));
+   via.ttl_mode_is(mpls_ttl_mode_t::pipe);
+   via.payload_type_is(mpls_payload_type_t::ipv6);
+   via.skip_egress_acl_is(true);
+   return via;
+}
+
 struct Recorder : mpls_route_handler {
    explicit Recorder(mpls_route_mgr& mgr, bool watching = true) : mpls_route_handler(&mgr) {
       watch_all_mpls_routes(watching);
@@ -108,8 +119,8 @@ TEST_F(MplsTest, EventsComeInOrderWhereTheHandlerWatchesAtTheDelivery) {
    EXPECT_THAT(recorder.seen, IsEmpty());
    deliver();
    EXPECT_THAT(recorder.seen,
-               ElementsAre("100 metric 0 set 2", "fec set 2", "100 metric 0 set 2", "fec set 2", "100 metric 0 del 0",
-                           "fec del 2", "fec set 77", "fec del 18446744073709551615"));
+               ElementsAre("100 metric 0 set 101", "fec set 101", "100 metric 0 set 101", "fec set 101",
+                           "100 metric 0 del 0", "fec del 101", "fec set 77", "fec del 18446744073709551615"));
    EXPECT_THAT(idle.seen, IsEmpty());
    recorder.seen.clear();
    set(101);
@@ -132,7 +143,7 @@ TEST_F(MplsTest, TheOlderEventsAreThoseOfRoutesOfOneLabel) {
    set(3);
    mgr().mpls_route_del(keyOf(3));
    deliver();
-   EXPECT_THAT(old.seen, ElementsAre(std::pair(mpls_label_t(3), 2), std::pair(mpls_label_t(3), 0)));
+   EXPECT_THAT(old.seen, ElementsAre(std::pair(mpls_label_t(3), 4), std::pair(mpls_label_t(3), 0)));
 }
 
 TEST_F(MplsTest, AResyncRaisesWhatADeletionDoesForWhatWasNotRepeated) {
@@ -151,11 +162,11 @@ TEST_F(MplsTest, AResyncRaisesWhatADeletionDoesForWhatWasNotRepeated) {
    mgr().resync_complete();
    deliver();
    EXPECT_THAT(recorder.seen,
-               ElementsAre("2 metric 0 set 2", "fec set 2", "3 metric 0 del 0", "fec del 3", "3 metric 0 set 5",
-                           "fec set 5", "1 metric 0 del 0", "fec del 1", "4 metric 0 del 0", "fec del 4"));
-   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(1))), IsEmpty());
-   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(2))), IsEmpty());  // its via was not repeated
-   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(5))), ElementsAre("h"));
+               ElementsAre("2 metric 0 set 3", "fec set 3", "3 metric 0 del 0", "fec del 4", "3 metric 0 set 4",
+                           "fec set 4", "1 metric 0 del 0", "fec del 2", "4 metric 0 del 0", "fec del 5"));
+   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(2))), IsEmpty());
+   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(3))), IsEmpty());  // its via was not repeated
+   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(4))), ElementsAre("h"));
 }
 
 TEST_F(MplsTest, RoutesAreShownWithTheirFecsAndLabelsOfVrfs) {
@@ -168,7 +179,7 @@ TEST_F(MplsTest, RoutesAreShownWithTheirFecsAndLabelsOfVrfs) {
    mgr().mpls_route_via_set(via);
    device.mplsVrfLabels.mpls_vrf_label_set({mpls_label_t(300), "red"});
    EXPECT_EQ(shown("show mpls route"),
-             R"({"routes":[{"key":{"labels":[200,100],"metric":9},"fec_id":1,"vias":[{"hop":"10.0.0.1",)"
+             R"({"routes":[{"key":{"labels":[200,100],"metric":9},"fec_id":1048577,"vias":[{"hop":"10.0.0.1",)"
              R"("intf":"Ethernet1","pushswap_label":7,"label_action":3,"ttl_mode":0,"payload_type":0,)"
              R"("skip_egress_acl":false,"nexthop_group":""}]}],"vrf_labels":[{"label":300,"vrf_name":"red"}]})");
    EXPECT_THAT(refusal("simulate mpls fec -1 set"), HasSubstr("expected a number at '-1'"));
@@ -176,28 +187,70 @@ TEST_F(MplsTest, RoutesAreShownWithTheirFecsAndLabelsOfVrfs) {
 }
 
 TEST_F(MplsTest, RoutesComeBackWithTheirFecs) {
-   restart([](Switch& before) {
+   mpls_route_key_t const two(std::vector{mpls_label_t(5), mpls_label_t(2)}, 0);
+   auto const full = fullViaOf(two);
+   mpls_fec_id_t fecOfTwo;
+   restart([&](Switch& before) {
       auto& mgr = before.mplsRoutes;
       auto const setAll = [&](std::vector<std::uint32_t> const& labels) {
          for (auto label : labels) {
             mgr.mpls_route_set(mpls_route_t(keyOf(label)));
             mgr.mpls_route_via_set(viaOf(label, "g" + std::to_string(label)));
          }
+         mgr.mpls_route_set(mpls_route_t(two));
+         mgr.mpls_route_via_set(full);
       };
       setAll({5, 4, 3, 2});
+      fecOfTwo = mgr.fec_id(two);
       mgr.mpls_route_del(keyOf(4));
       mgr.resync_init();
       setAll({5, 3});
       mgr.resync_complete();
       before.mplsVrfLabels.mpls_vrf_label_set({mpls_label_t(9), "red"});
    });
-   EXPECT_EQ(mgr().table().size(), 2);
-   EXPECT_EQ(mgr().fec_id(keyOf(5)), mpls_fec_id_t(1));
-   EXPECT_EQ(mgr().fec_id(keyOf(3)), mpls_fec_id_t(3));
-   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(3))), ElementsAre("g3"));
-   set(8);
-   EXPECT_EQ(mgr().fec_id(keyOf(8)), mpls_fec_id_t(4));
+   EXPECT_EQ(mgr().table().size(), 3);
+   EXPECT_EQ(mgr().fec_id(two), fecOfTwo);
+   EXPECT_EQ(*mgr().mpls_route_via_iter(two), full);
+   EXPECT_EQ(mgr().fec_id(keyOf(3)), mpls_fec_id_t(4));
+   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(4))), ElementsAre("g3"));
+   mgr().mpls_route_set(mpls_route_t(keyOf(8, 1)));
+   EXPECT_GT(mgr().fec_id(keyOf(8, 1)), fecOfTwo);
    EXPECT_EQ(device.mplsVrfLabels.mpls_vrf_label(mpls_label_t(9)).vrf_name(), "red");
+}
+
+/// As rows were when every route took its FEC's id from one sequence; what is stored looks the same.
+struct SequentialRoute {
+   mpls_fec_id_t fec;
+   std::vector<mpls_route_via_t> vias;
+
+   static constexpr auto attributes() {
+      return std::tuple{attribute{"fec", &SequentialRoute::fec}, attribute{"vias", &SequentialRoute::vias}};
+   }
+};
+
+TEST_F(MplsTest, AnIdFromASequenceIsNotGivenToTheRouteOfItsLabel) {
+   mpls_route_key_t const two(std::vector{mpls_label_t(5), mpls_label_t(2)}, 7);
+   auto const full = fullViaOf(two);
+   restart([&](Switch& before) {
+      Table<mpls_route_key_t, SequentialRoute> table;
+      table.bind(*before.store, StoredTable::mplsRoutes, {});
+      table.set(keyOf(300), {mpls_fec_id_t(101), {viaOf(300, "g")}});
+      table.set(two, {mpls_fec_id_t(102), {full, mpls_route_via_t(two)}});
+   });
+   EXPECT_TRUE(mgr().exists(full));
+   EXPECT_TRUE(mgr().exists(mpls_route_via_t(two)));
+   set(100);
+   set(101);
+   set(102);
+   EXPECT_EQ(
+      (std::set{mgr().fec_id(keyOf(100)), mgr().fec_id(keyOf(101)), mpls_fec_id_t(101), mpls_fec_id_t(102)}).size(), 4);
+   EXPECT_EQ(mgr().fec_id(keyOf(102)), mpls_fec_id_t(103));
+   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(101))), ElementsAre("g"));
+   mgr().mpls_route_del(keyOf(300));
+   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(101))), IsEmpty());
+   mgr().mpls_route_del(keyOf(100));
+   set(100);
+   EXPECT_EQ(mgr().fec_id(keyOf(100)), mpls_fec_id_t(101));  // free by now
 }
 
 }  // namespace

@@ -61,11 +61,12 @@ std::string showIpRouteSummary(Session& session, Arguments const& arguments) {
    });
 }
 
-void writeMplsRoute(JsonWriter& json, mpls_route_key_t const& key, MplsRoute const& route) {
+void writeMplsRoute(JsonWriter& json, MplsRowKey const& rowKey, MplsRoute const& route) {
+   auto const key = rowKey.key();
    json.StartObject();
    writeMember(json, "key", key);
    writeMember(json, "fec_id", route.fec.id());
-   writeVias(json, plainVias(route.vias));
+   writeVias(json, route.vias.list(key));
    json.EndObject();
 }
 
