@@ -12,18 +12,17 @@
 
 namespace VelmSdkRpc::Bench {
 
-void addContestOptions(CLI::App& app, ContestOptions& options) {
+void addContestOptions(Program& program, ContestOptions& options) {
    std::map<std::string, Order> orders;
    for (auto const order : {Order::ascending, Order::shuffled, Order::repeated}) orders.emplace(nameOf(order), order);
-   app.add_option("--agent", options.agent, "The agent's program")->required();
-   app.add_option("--floor", options.floor, "The floor's program")->required();
-   app.add_option("--json", options.json, "File to leave the results in");
-   app.add_option("--order", options.orders, "Which keys are added; repeatable")
+   program.agent(options.agent).floor(options.floor).json(options.json);
+   program.app()
+      .add_option("--order", options.orders, "Which keys are added; repeatable")
       ->transform(CLI::CheckedTransformer(orders))
       ->option_text("ascending|shuffled|repeated ...");
-   app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
-   app.add_option("--adds", options.adds, "Adds to each server in each round")->check(CLI::PositiveNumber);
-   app.add_option("--outstanding", options.outstanding, "Calls in flight")->check(CLI::PositiveNumber);
+   program.count("--rounds", options.rounds, "Rounds")
+      .count("--adds", options.adds, "Adds to each server in each round")
+      .count("--outstanding", options.outstanding, "Calls in flight");
 }
 
 void addContestFacts(Report& report, ContestOptions const& options) {

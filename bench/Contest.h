@@ -1,13 +1,12 @@
 #pragma once
 
-#include <CLI/CLI.hpp>
-
 #include <cstddef>
 #include <deque>
 #include <string>
 #include <vector>
 
 #include "bench/Places.h"
+#include "bench/Program.h"
 #include "bench/Report.h"
 #include "bench/Rounds.h"
 #include "bench/Server.h"
@@ -25,7 +24,7 @@ struct ContestOptions {
    std::size_t adds = 100'000;   // by each server in each round
    std::size_t outstanding = 4;  // calls in flight
 };
-void addContestOptions(CLI::App& app, ContestOptions& options);
+void addContestOptions(Program& program, ContestOptions& options);
 void addContestFacts(Report& report, ContestOptions const& options);
 
 /// Servers that do the same adds in turn: the floor, which keeps nothing, and agents, each with a table of its own.

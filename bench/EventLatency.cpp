@@ -158,12 +158,9 @@ void run(Options const& options) {
 int main(int argc, char** argv) {
    namespace Bench = VelmSdkRpc::Bench;
    Bench::Options options;
-   return Bench::benchmarkMain(
-      argc, argv, "event_latency", "Measures how late events are under load.",
-      [&](CLI::App& app) {
-         app.add_option("--json", options.json, "File to leave the results in");
-         app.add_option("--routes", options.routes, "Routes to program, over and over")->check(CLI::PositiveNumber);
-         app.add_option("--events", options.events, "Events")->check(CLI::PositiveNumber);
-      },
-      [&] { Bench::run(options); });
+   Bench::Program program("event_latency", "Measures how late events are under load.");
+   program.json(options.json)
+      .count("--routes", options.routes, "Routes to program, over and over")
+      .count("--events", options.events, "Events");
+   return program.main(argc, argv, [&] { Bench::run(options); });
 }

@@ -112,14 +112,11 @@ void run(Options const& options) {
 int main(int argc, char** argv) {
    namespace Bench = VelmSdkRpc::Bench;
    Bench::Options options;
-   return Bench::benchmarkMain(
-      argc, argv, "iterator", "Compares the agent's stream of a long table with a floor.",
-      [&](CLI::App& app) {
-         app.add_option("--agent", options.agent, "The agent's program")->required();
-         app.add_option("--floor", options.floor, "The floor's program")->required();
-         app.add_option("--json", options.json, "File to leave the results in");
-         app.add_option("--statuses", options.statuses, "Names to stream")->check(CLI::PositiveNumber);
-         app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
-      },
-      [&] { Bench::run(options); });
+   Bench::Program program("iterator", "Compares the agent's stream of a long table with a floor.");
+   program.agent(options.agent)
+      .floor(options.floor)
+      .json(options.json)
+      .count("--statuses", options.statuses, "Names to stream")
+      .count("--rounds", options.rounds, "Rounds");
+   return program.main(argc, argv, [&] { Bench::run(options); });
 }

@@ -7,16 +7,31 @@
 
 namespace VelmSdkRpc::Bench {
 
-int benchmarkMain(int argc, char** argv, std::string const& name, std::string const& description,
-                  std::function<void(CLI::App&)> const& addOptions, std::function<void()> const& run) {
-   CLI::App app(description, name);
-   app.option_defaults()->always_capture_default();
-   addOptions(app);
-   CLI11_PARSE(app, argc, argv);
+Program::Program(std::string const& name, std::string const& description) : app_(description, name) {
+   app_.option_defaults()->always_capture_default();
+}
+
+Program& Program::agent(std::string& path) {
+   app_.add_option("--agent", path, "The agent's program")->required();
+   return *this;
+}
+
+Program& Program::floor(std::string& path) {
+   app_.add_option("--floor", path, "The floor's program")->required();
+   return *this;
+}
+
+Program& Program::json(std::string& path) {
+   app_.add_option("--json", path, "File to leave the results in");
+   return *this;
+}
+
+int Program::main(int argc, char** argv, std::function<void()> const& run) {
+   CLI11_PARSE(app_, argc, argv);
    try {
       run();
    } catch (std::exception const& e) {
-      fmt::print(stderr, "{}: {}\n", name, e.what());
+      fmt::print(stderr, "{}: {}\n", app_.get_name(), e.what());
       return 1;
    }
    return 0;

@@ -63,16 +63,14 @@ void run(RouteBenchmark const& benchmark, Options const& options, Subject const&
 int routeBenchmark(int argc, char** argv, RouteBenchmark const& benchmark, ContestOptions defaults,
                    Subject const& subject) {
    Options options{std::move(defaults)};
-   auto const addOptions = [&](CLI::App& app) {
-      addContestOptions(app, options);
-      app.add_option("--routes", options.routes, "Routes in the agent's table")->check(CLI::PositiveNumber);
-      app.get_option("--adds")->description("Adds to each server in each round, at most --routes");
-   };
-   return benchmarkMain(argc, argv, benchmark.name, fmt::format("Compares the agent with a floor: {}.", benchmark.call),
-                        addOptions, [&] {
-                           if (options.adds > options.routes) throw std::invalid_argument("--adds exceeds --routes");
-                           run(benchmark, options, subject);
-                        });
+   Program program(benchmark.name, fmt::format("Compares the agent with a floor: {}.", benchmark.call));
+   addContestOptions(program, options);
+   program.count("--routes", options.routes, "Routes in the agent's table");
+   program.app().get_option("--adds")->description("Adds to each server in each round, at most --routes");
+   return program.main(argc, argv, [&] {
+      if (options.adds > options.routes) throw std::invalid_argument("--adds exceeds --routes");
+      run(benchmark, options, subject);
+   });
 }
 
 }  // namespace VelmSdkRpc::Bench

@@ -48,12 +48,7 @@ void run(Options const& options) {
 int main(int argc, char** argv) {
    namespace Bench = VelmSdkRpc::Bench;
    Bench::Options options;
-   return Bench::benchmarkMain(
-      argc, argv, "route_memory", "Measures the agent's memory for each route.",
-      [&](CLI::App& app) {
-         app.add_option("--agent", options.agent, "The agent's program")->required();
-         app.add_option("--json", options.json, "File to leave the results in");
-         app.add_option("--routes", options.routes, "Routes to load")->check(CLI::PositiveNumber);
-      },
-      [&] { Bench::run(options); });
+   Bench::Program program("route_memory", "Measures the agent's memory for each route.");
+   program.agent(options.agent).json(options.json).count("--routes", options.routes, "Routes to load");
+   return program.main(argc, argv, [&] { Bench::run(options); });
 }

@@ -99,15 +99,12 @@ void run(Options const& options) {
 int main(int argc, char** argv) {
    namespace Bench = VelmSdkRpc::Bench;
    Bench::Options options;
-   return Bench::benchmarkMain(
-      argc, argv, "sbfd_sessions", "Compares the agent with a floor: sBFD sessions in bulk.",
-      [&](CLI::App& app) {
-         app.add_option("--agent", options.agent, "The agent's program")->required();
-         app.add_option("--floor", options.floor, "The floor's program")->required();
-         app.add_option("--json", options.json, "File to leave the results in");
-         app.add_option("--sessions", options.sessions, "Sessions")->check(CLI::PositiveNumber);
-         app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
-         app.add_option("--outstanding", options.outstanding, "Calls in flight")->check(CLI::PositiveNumber);
-      },
-      [&] { Bench::run(options); });
+   Bench::Program program("sbfd_sessions", "Compares the agent with a floor: sBFD sessions in bulk.");
+   program.agent(options.agent)
+      .floor(options.floor)
+      .json(options.json)
+      .count("--sessions", options.sessions, "Sessions")
+      .count("--rounds", options.rounds, "Rounds")
+      .count("--outstanding", options.outstanding, "Calls in flight");
+   return program.main(argc, argv, [&] { Bench::run(options); });
 }

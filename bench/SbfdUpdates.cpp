@@ -166,22 +166,16 @@ void run(Options const& options) {
 int main(int argc, char** argv) {
    namespace Bench = VelmSdkRpc::Bench;
    Bench::Options options;
-   return Bench::benchmarkMain(
-      argc, argv, "sbfd_updates", "Measures how long what happens to sBFD sessions takes to a client that listens.",
-      [&](CLI::App& app) {
-         app.add_option("--agent", options.agent, "The agent's program")->required();
-         app.add_option("--json", options.json, "File to leave the results in");
-         app.add_option("--sessions", options.sessions, "Sessions on the link")->check(CLI::PositiveNumber);
-         app.add_option("--failures", options.failures, "Failures of the link")->check(CLI::PositiveNumber);
-         app.add_option("--changes", options.changes, "Changes of a single session, under each load")
-            ->check(CLI::PositiveNumber);
-         app.add_option("--list", options.lists, "RTT figures raised by one call; repeatable, one load for each")
-            ->check(CLI::PositiveNumber);
-         app.add_option("--storm-sessions", options.storm.sessions, "Sessions that the RTT figures are of")
-            ->check(CLI::PositiveNumber);
-         app.add_option("--listeners", options.storm.listeners, "Listeners in a storm")->check(CLI::PositiveNumber);
-         app.add_option("--connections", options.storm.connections, "Connections that share them")
-            ->check(CLI::PositiveNumber);
-      },
-      [&] { Bench::run(options); });
+   Bench::Program program("sbfd_updates",
+                          "Measures how long what happens to sBFD sessions takes to a client that listens.");
+   program.agent(options.agent)
+      .json(options.json)
+      .count("--sessions", options.sessions, "Sessions on the link")
+      .count("--failures", options.failures, "Failures of the link")
+      .count("--changes", options.changes, "Changes of a single session, under each load")
+      .count("--list", options.lists, "RTT figures raised by one call; repeatable, one load for each")
+      .count("--storm-sessions", options.storm.sessions, "Sessions that the RTT figures are of")
+      .count("--listeners", options.storm.listeners, "Listeners in a storm")
+      .count("--connections", options.storm.connections, "Connections that share them");
+   return program.main(argc, argv, [&] { Bench::run(options); });
 }

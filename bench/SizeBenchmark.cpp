@@ -78,17 +78,14 @@ void run(char const* name, Options const& options, Subject const& subject) {
 int sizeBenchmark(int argc, char** argv, char const* name, ContestOptions const& defaults, Subject const& subject,
                   std::function<void(CLI::App&)> const& addOptions) {
    Options options{defaults};
-   auto const addAllOptions = [&](CLI::App& app) {
-      addContestOptions(app, options);
-      app.add_option("--size", options.sizes, "Entries in an agent's table; repeatable, one agent for each")
-         ->check(CLI::PositiveNumber);
-      if (addOptions) addOptions(app);
-   };
-   return benchmarkMain(argc, argv, name, "Compares agents with small and large tables with a floor.", addAllOptions,
-                        [&] {
-                           std::ranges::sort(options.sizes);
-                           run(name, options, subject);
-                        });
+   Program program(name, "Compares agents with small and large tables with a floor.");
+   addContestOptions(program, options);
+   program.count("--size", options.sizes, "Entries in an agent's table; repeatable, one agent for each");
+   if (addOptions) addOptions(program.app());
+   return program.main(argc, argv, [&] {
+      std::ranges::sort(options.sizes);
+      run(name, options, subject);
+   });
 }
 
 }  // namespace VelmSdkRpc::Bench

@@ -86,13 +86,10 @@ void run(Options const& options) {
 int main(int argc, char** argv) {
    namespace Bench = VelmSdkRpc::Bench;
    Bench::Options options;
-   return Bench::benchmarkMain(
-      argc, argv, "start", "Measures how fast the agent starts with its state.",
-      [&](CLI::App& app) {
-         app.add_option("--agent", options.agent, "The agent's program")->required();
-         app.add_option("--json", options.json, "File to leave the results in");
-         app.add_option("--routes", options.routes, "Routes in the folder")->check(CLI::PositiveNumber);
-         app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
-      },
-      [&] { Bench::run(options); });
+   Bench::Program program("start", "Measures how fast the agent starts with its state.");
+   program.agent(options.agent)
+      .json(options.json)
+      .count("--routes", options.routes, "Routes in the folder")
+      .count("--rounds", options.rounds, "Rounds");
+   return program.main(argc, argv, [&] { Bench::run(options); });
 }

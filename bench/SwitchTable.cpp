@@ -271,12 +271,9 @@ void run(Options const& options) {
 int main(int argc, char** argv) {
    namespace Bench = VelmSdkRpc::Bench;
    Bench::Options options;
-   return Bench::benchmarkMain(
-      argc, argv, "switch_table", "Compares the switch's route table with bare containers.",
-      [&](CLI::App& app) {
-         app.add_option("--json", options.json, "File to leave the results in");
-         app.add_option("--routes", options.routes, "Routes in the table")->check(CLI::PositiveNumber);
-         app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
-      },
-      [&] { Bench::run(options); });
+   Bench::Program program("switch_table", "Compares the switch's route table with bare containers.");
+   program.json(options.json)
+      .count("--routes", options.routes, "Routes in the table")
+      .count("--rounds", options.rounds, "Rounds");
+   return program.main(argc, argv, [&] { Bench::run(options); });
 }

@@ -149,17 +149,13 @@ void run(Options const& options) {
 int main(int argc, char** argv) {
    namespace Bench = VelmSdkRpc::Bench;
    Bench::Options options;
-   return Bench::benchmarkMain(
-      argc, argv, "watch_coalescing", "Measures what a storm of events costs, and how many messages it becomes.",
-      [&](CLI::App& app) {
-         app.add_option("--agent", options.agent, "The agent's program")->required();
-         app.add_option("--json", options.json, "File to leave the results in");
-         app.add_option("--events", options.events, "Events in each round, rounded up to whole calls")
-            ->check(CLI::PositiveNumber);
-         app.add_option("--keys", options.keys, "Interfaces that they are of")->check(CLI::PositiveNumber);
-         app.add_option("--repeats", options.repeats, "How often each call changes each interface; repeatable")
-            ->check(CLI::PositiveNumber);
-         app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
-      },
-      [&] { Bench::run(options); });
+   Bench::Program program("watch_coalescing",
+                          "Measures what a storm of events costs, and how many messages it becomes.");
+   program.agent(options.agent)
+      .json(options.json)
+      .count("--events", options.events, "Events in each round, rounded up to whole calls")
+      .count("--keys", options.keys, "Interfaces that they are of")
+      .count("--repeats", options.repeats, "How often each call changes each interface; repeatable")
+      .count("--rounds", options.rounds, "Rounds");
+   return program.main(argc, argv, [&] { Bench::run(options); });
 }

@@ -98,18 +98,13 @@ void run(Options const& options) {
 int main(int argc, char** argv) {
    namespace Bench = VelmSdkRpc::Bench;
    Bench::Options options;
-   return Bench::benchmarkMain(
-      argc, argv, "watch_fan_out", "Measures how long one event takes to many clients that watch.",
-      [&](CLI::App& app) {
-         app.add_option("--agent", options.agent, "The agent's program")->required();
-         app.add_option("--floor", options.floor, "The floor's program")->required();
-         app.add_option("--json", options.json, "File to leave the results in");
-         app.add_option("--watchers", options.watchers, "Watches")->check(CLI::PositiveNumber);
-         app.add_option("--connections", options.connections, "Connections that share them")
-            ->check(CLI::PositiveNumber);
-         app.add_option("--events", options.events, "Events from each server in each round")
-            ->check(CLI::PositiveNumber);
-         app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
-      },
-      [&] { Bench::run(options); });
+   Bench::Program program("watch_fan_out", "Measures how long one event takes to many clients that watch.");
+   program.agent(options.agent)
+      .floor(options.floor)
+      .json(options.json)
+      .count("--watchers", options.watchers, "Watches")
+      .count("--connections", options.connections, "Connections that share them")
+      .count("--events", options.events, "Events from each server in each round")
+      .count("--rounds", options.rounds, "Rounds");
+   return program.main(argc, argv, [&] { Bench::run(options); });
 }

@@ -113,17 +113,12 @@ void run(Options const& options) {
 int main(int argc, char** argv) {
    namespace Bench = VelmSdkRpc::Bench;
    Bench::Options options;
-   return Bench::benchmarkMain(
-      argc, argv, "watch_latency", "Measures how long an event takes to a client that watches.",
-      [&](CLI::App& app) {
-         app.add_option("--agent", options.agent, "The agent's program")->required();
-         app.add_option("--floor", options.floor, "The floor's program")->required();
-         app.add_option("--json", options.json, "File to leave the results in");
-         app.add_option("--events", options.events, "Events from each server in each round")
-            ->check(CLI::PositiveNumber);
-         app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
-         app.add_option("--outstanding", options.outstanding, "Programming calls in flight")
-            ->check(CLI::PositiveNumber);
-      },
-      [&] { Bench::run(options); });
+   Bench::Program program("watch_latency", "Measures how long an event takes to a client that watches.");
+   program.agent(options.agent)
+      .floor(options.floor)
+      .json(options.json)
+      .count("--events", options.events, "Events from each server in each round")
+      .count("--rounds", options.rounds, "Rounds")
+      .count("--outstanding", options.outstanding, "Programming calls in flight");
+   return program.main(argc, argv, [&] { Bench::run(options); });
 }

@@ -121,15 +121,11 @@ void run(Options const& options) {
 int main(int argc, char** argv) {
    namespace Bench = VelmSdkRpc::Bench;
    Bench::Options options;
-   return Bench::benchmarkMain(
-      argc, argv, "watch_memory", "Measures what a client that does not read its events costs the agent.",
-      [&](CLI::App& app) {
-         app.add_option("--agent", options.agent, "The agent's program")->required();
-         app.add_option("--json", options.json, "File to leave the results in");
-         app.add_option("--events", options.events, "Events while the client is stuck, rounded up to whole calls")
-            ->check(CLI::PositiveNumber);
-         app.add_option("--keys", options.keys, "Interfaces that they are of")->check(CLI::PositiveNumber);
-         app.add_option("--rounds", options.rounds, "Rounds")->check(CLI::PositiveNumber);
-      },
-      [&] { Bench::run(options); });
+   Bench::Program program("watch_memory", "Measures what a client that does not read its events costs the agent.");
+   program.agent(options.agent)
+      .json(options.json)
+      .count("--events", options.events, "Events while the client is stuck, rounded up to whole calls")
+      .count("--keys", options.keys, "Interfaces that they are of")
+      .count("--rounds", options.rounds, "Rounds");
+   return program.main(argc, argv, [&] { Bench::run(options); });
 }

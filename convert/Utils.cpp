@@ -9,6 +9,7 @@
 #include <string_view>
 #include <type_traits>
 
+#include "convert/AddressFamily.h"
 #include "platform/brel/IpGenAddr.h"
 #include "platform/qor/Assert.h"
 #include "platform/qor/Runtime.h"
@@ -17,14 +18,10 @@
 namespace VelmSdkRpc {
 namespace {
 
-velm::ip_addr_t addressOf(std::string const& bytes) {
-   auto const* data = reinterpret_cast<unsigned char const*>(bytes.data());
-   switch (bytes.size()) {
-      case 0: return {};
-      case 4: return {velm::af_t::ipv4, data};
-      case 16: return {velm::af_t::ipv6, data};
-      default: Qor::assertionFailed("false");
-   }
+velm::ip_addr_t trustedAddress(std::string const& bytes) {
+   auto const address = types::addressOf(bytes);
+   Qor::assertThat(address.has_value(), "false");
+   return *address;
 }
 
 }  // namespace
@@ -37,10 +34,10 @@ velm::mpls_action_t mplsOpToMplsAction(pb::nexthop_msg_mpls_operation_enum opera
    return actions[index];
 }
 
-velm::ip_addr_t ipAddressToIpAddr(pb::ip_address_msg const& address) { return addressOf(address.addr()); }
+velm::ip_addr_t ipAddressToIpAddr(pb::ip_address_msg const& address) { return trustedAddress(address.addr()); }
 
 velm::ip_prefix_t ipPrefixToPrefix(pb::ip_prefix_msg const& prefix) {
-   auto const address = addressOf(prefix.addr());
+   auto const address = trustedAddress(prefix.addr());
    if (address.af() == velm::af_t::none) return {};
    return {address, static_cast<unsigned char>(prefix.prefix_length())};
 }

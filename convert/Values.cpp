@@ -24,14 +24,8 @@ velm::eth_addr_t eth_addr(std::string const& bytes) {
 }
 
 velm::ip_addr_t ip_addr(std::string const& bytes) {
-   switch (bytes.size()) {
-      case 0: return {};
-      case 4: return {velm::af_t::ipv4, dataOf(bytes)};
-      case 16: return {velm::af_t::ipv6, dataOf(bytes)};
-      default:
-         throw velm::invalid_argument_error(
-            fmt::format("bytes length {} does not match IPv4(4) or IPv6(16)", bytes.size()));
-   }
+   if (auto const address = addressOf(bytes)) return *address;
+   throw velm::invalid_argument_error(fmt::format("bytes length {} does not match IPv4(4) or IPv6(16)", bytes.size()));
 }
 
 std::string ip_addr_bytes(velm::ip_addr_t const& address) {

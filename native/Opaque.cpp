@@ -1,5 +1,7 @@
 #include "native/Opaque.h"
 
+#include <utility>
+
 #include "native/Programmer.h"
 #include "platform/pesko/ProcessTrace.h"
 #include "platform/velm/agent.h"

@@ -22,7 +22,7 @@ namespace VelmSdkRpc {
 /// What every kind of handler shares. `Derived` is the class that `chain` builds. A concrete handler adds
 ///
 ///   - `requestFn()`, giving the generated `Request<method>` member by which its calls are asked for, and
-///   - `process()`, which for a unary method is one call of `respond` or `respondBulk`:
+///   - `process()`, which for a unary method is one call of `answer`, `respond` or `respondBulk`:
 ///
 ///   class AgentIdHandler
 ///      : public GenericRequestHandler<AgentIdHandler, AgentIdRequest, AgentIdResponse, AgentService, false> {
@@ -68,20 +68,25 @@ class GenericRequestHandler : public RequestHandler {
    Response& newResponse() { return *google::protobuf::Arena::CreateMessage<Response>(&arena_); }
    Responder& responder() { return responder_; }
 
-   /// Answers the call with the Response that `fn` gives under the SDK lock, or with the status of what it throws. The
-   /// lock is free again before the answer leaves.
-   template <class F>
-   void respond(F fn) requires(!Streaming) {
+   /// Answers the call with what `fill(response)` makes of an empty response under the SDK lock, or with the status of
+   /// what it throws. The lock is free again before the answer leaves.
+   template <class Fill>
+   void answer(Fill&& fill) requires(!Streaming) {
       Response& response = newResponse();
       auto const status = guarded([&] {
          velm::sdk_scoped_lock const lock;
-         response = fn();
+         fill(response);
       });
       if (status.ok()) {
          responder_.Finish(response, status, id());
       } else {
          responder_.FinishWithError(status, id());
       }
+   }
+   /// The same with the Response that `fn` gives.
+   template <class F>
+   void respond(F fn) requires(!Streaming) {
+      answer([&](Response& response) { response = fn(); });
    }
 
    /// Applies `fn` to the elements of the request in order, up to the first that fails; those before it stay applied.

@@ -28,17 +28,6 @@ class NamedRequestHandler
    using Base::Base;
 
    static constexpr auto requestFn() { return post; }
-
- protected:
-   /// Responds with what `fill(response)` makes of an empty response, under the SDK lock.
-   template <class Fill>
-   void answer(Fill&& fill) {
-      this->respond([&] {
-         Response response;
-         fill(response);
-         return response;
-      });
-   }
 };
 
 }  // namespace VelmSdkRpc

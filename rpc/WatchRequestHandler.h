@@ -43,7 +43,7 @@ class WatchRequestHandler : public GenericRequestHandler<Derived, Request, Respo
 
    void process() override {
       if (this->state() == HandlerState::Armed) return start();
-      trace(this->service().tracer(), 9, "process handler {} source {}", this->id(), source());
+      traceProcess();
       if (this->context().IsCancelled()) return end();
       writeNext();
    }
@@ -70,9 +70,11 @@ class WatchRequestHandler : public GenericRequestHandler<Derived, Request, Respo
  private:
    Derived& derived() { return static_cast<Derived&>(*this); }
 
-   EventSource source() const {
+   void traceProcess() const {
+      auto const& tracer = this->service().tracer();
+      if (!tracer.enabled(9)) return;  // else the mutex would be taken for nothing at every event
       std::lock_guard const lock(mutex_);
-      return source_;
+      trace(tracer, 9, "process handler {} source {}", this->id(), source_);
    }
 
    void start() {

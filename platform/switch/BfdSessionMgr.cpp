@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <utility>
+
 #include "platform/switch/Iterators.h"
 
 namespace velm::embedded {
@@ -76,7 +78,7 @@ void BfdSessionMgr::sbfd_echo_session_set(sbfd_echo_session_key_t const& key) {
 void BfdSessionMgr::sbfd_echo_session_del(sbfd_echo_session_key_t const& key) {
    Call const call(del_);
    if (!table_.del(key)) return;
-   statuses_.del(key);
+   statuses_.erase(key);
    raise([key](bfd_session_handler& handler) { handler.on_sbfd_echo_session_del(key); });
 }
 
@@ -97,24 +99,23 @@ void BfdSessionMgr::sbfd_echo_session_rtt_enabled_is(sbfd_echo_session_key_t con
 
 bfd_session_status_t BfdSessionMgr::sbfd_echo_session_status(sbfd_echo_session_key_t const& key) const {
    Call const call(status_);
-   auto const* status = statuses_.find(key);
-   return status == nullptr ? bfd_session_status_t::unknown : *status;
+   auto const it = statuses_.find(key);
+   return it == statuses_.end() ? bfd_session_status_t::unknown : it->second;
 }
 
 void BfdSessionMgr::sbfdStatus(sbfd_echo_session_key_t const& key, bfd_session_status_t status) {
    if (!table_.contains(key)) return;
-   if (auto const* known = statuses_.find(key); known != nullptr && *known == status) return;
-   statuses_.set(key, status);
+   auto const [it, isFirst] = statuses_.try_emplace(key, status);
+   if (!isFirst && std::exchange(it->second, status) == status) return;
    raiseStatus(key, status);
 }
 
 void BfdSessionMgr::sbfdRtt(sbfd_echo_session_key_t const& key, sbfd_echo_session_rtt_stats_t const& stats) {
-   auto const* status = statuses_.find(key);
-   if (status != nullptr && *status == bfd_session_status_t::up) raiseRtt(key, stats);
+   if (statuses_.contains(key) && statuses_.at(key) == bfd_session_status_t::up) raiseRtt(key, stats);
 }
 
 void BfdSessionMgr::simulateStatus(sbfd_echo_session_key_t const& key, bfd_session_status_t status) {
-   if (table_.contains(key)) statuses_.set(key, status);
+   if (table_.contains(key)) statuses_[key] = status;
    raiseStatus(key, status);
 }
 

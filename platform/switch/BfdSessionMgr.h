@@ -1,5 +1,7 @@
 #pragma once
 
+#include <absl/container/flat_hash_map.h>
+
 #include "platform/switch/CallLedger.h"
 #include "platform/switch/Dataplane.h"
 #include "platform/switch/MainLoop.h"
@@ -64,7 +66,8 @@ class BfdSessionMgr : public bfd_session_mgr, public SbfdReports {
    void raiseRtt(sbfd_echo_session_key_t const& key, sbfd_echo_session_rtt_stats_t const& stats);
 
    SbfdSessionTable table_;
-   Table<sbfd_echo_session_key_t, bfd_session_status_t> statuses_;  // of sessions that exist; others are unknown
+   // Of sessions that exist; others are unknown. By hash: a link that fails asks for those of all its sessions.
+   absl::flat_hash_map<sbfd_echo_session_key_t, bfd_session_status_t> statuses_;
    MainLoop& loop_;
 
    mutable Operation iter_;

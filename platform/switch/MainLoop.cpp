@@ -104,10 +104,13 @@ struct MainLoop::Impl {
          std::lock_guard const lock(mutex);
          events.take(batch);
       }
-      for (auto& event : batch) {
+      for (std::size_t i = 0; i < batch.size();) {
          sdk_scoped_lock const sdkLock;
-         guarded(event);
-         event = Event();  // what it captured may belong to the SDK
+         auto const until = EventQueue::Clock::now() + hold;
+         do {
+            guarded(batch[i]);
+            batch[i] = Event();  // what it captured may belong to the SDK
+         } while (++i < batch.size() && EventQueue::Clock::now() < until);
       }
       batch.clear();
       if (batch.capacity() > keptEvents) batch = std::vector<Event>();
@@ -129,7 +132,8 @@ struct MainLoop::Impl {
       }
    }
 
-   static constexpr std::size_t keptEvents = 4096;  // room that outlives a storm of events
+   static constexpr std::size_t keptEvents = 4096;       // room that outlives a storm of events
+   static constexpr std::chrono::microseconds hold{50};  // of the lock: short for who waits, worth a change of threads
 
    Qor::Ptr<Loom::TaskScheduler> const scheduler;
    uv_loop_t loop;

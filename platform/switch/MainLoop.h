@@ -10,8 +10,8 @@
 namespace velm::embedded {
 
 /// The SDK's event loop, on libuv. A turn delivers the events that were queued when it began and then runs one task,
-/// each under the SDK lock, which is free between any two of them for whoever waits: a storm of events starves neither
-/// the tasks nor the server thread, and what one list of commands causes stays one burst.
+/// under the SDK lock, which is free every 50 us of them and around the task for whoever waits: a storm of events
+/// starves neither the tasks nor the server thread, and what one list of commands causes stays one burst.
 ///
 /// From construction on the first SIGTERM or SIGINT asks for disabling; the next one ends the process.
 class MainLoop {

@@ -113,25 +113,30 @@ Kind const* kindOf(std::string_view placeholder) {
    return it == kinds.end() ? nullptr : &*it;
 }
 
-Shown choicesOf(std::string_view choice) {
-   Shown choices;
-   while (!choice.empty()) {
-      auto const bar = std::min(choice.find('|'), choice.size());
-      choices.emplace(choice.substr(0, bar));
-      choice.remove_prefix(std::min(bar + 1, choice.size()));
+template <class Fn>
+bool anyChoice(std::string_view choice, Fn fn) {
+   for (bool more = true; more;) {
+      auto const bar = choice.find('|');
+      if (fn(choice.substr(0, bar))) return true;
+      more = bar != std::string_view::npos;
+      if (more) choice.remove_prefix(bar + 1);
    }
-   return choices;
+   return false;
 }
 
 bool matches(std::string_view expected, std::string const& word) {
-   if (isChoice(expected)) return choicesOf(expected).contains(word);
+   if (isChoice(expected)) return anyChoice(expected, [&](std::string_view choice) { return choice == word; });
    if (!isPlaceholder(expected)) return expected == word;
    auto const* kind = kindOf(expected);
    return kind == nullptr || kind->accepts(word);
 }
 
 Shown shownAs(std::string_view expected) {
-   if (isChoice(expected)) return choicesOf(expected);
+   if (isChoice(expected)) {
+      Shown choices;
+      anyChoice(expected, [&](std::string_view choice) { return choices.emplace(choice), false; });
+      return choices;
+   }
    auto const* kind = isPlaceholder(expected) ? kindOf(expected) : nullptr;
    if (kind == nullptr) return {std::string(expected)};
    auto const colon = expected.find(':');
@@ -199,27 +204,46 @@ CommandTable::CommandTable(std::vector<Command> const& commands) {
 
 std::string CommandTable::run(Session& session, std::string const& command) const {
    auto const words = splitWords(command);
-   std::size_t furthest = 0;
-   Shown expected;  // what could have stood at the furthest word that anything reached
    for (auto const& form : forms_) {
-      auto pattern = form.words;
-      while (!form.repeated.empty() && pattern.size() < words.size())
-         std::ranges::copy(form.repeated, std::back_inserter(pattern));
-      auto const [wanted, given] = std::ranges::mismatch(pattern, words, matches);
-      auto const reached = static_cast<std::size_t>(given - words.begin());
-      if (wanted == pattern.end() && given == words.end()) {
-         Arguments arguments;
-         for (std::size_t i = 0; i < words.size(); ++i) {
-            if (isPlaceholder(pattern[i]) || isChoice(pattern[i])) arguments.words_[pattern[i]].push_back(words[i]);
-         }
-         return form.run(session, arguments);
+      if (!form.endsAt(words.size()) || form.reached(words) != words.size()) continue;
+      Arguments arguments;
+      for (std::size_t i = 0; i < words.size(); ++i) {
+         auto const expected = form.at(i);
+         if (isPlaceholder(expected) || isChoice(expected)) arguments.words_[expected].push_back(words[i]);
       }
-      if (reached > furthest) expected.clear();
-      furthest = std::max(furthest, reached);
-      if (reached == furthest) expected.merge(wanted == pattern.end() ? Shown{"the end"} : shownAs(*wanted));
+      return form.run(session, arguments);
    }
-   throw InvalidCommand(fmt::format("invalid command, expected {} {}", anyOf(expected),
-                                    furthest < words.size() ? fmt::format("at '{}'", words[furthest]) : "at the end"));
+   throw refusal(words);
+}
+
+// What could have stood at the furthest word that any form reached.
+InvalidCommand CommandTable::refusal(std::vector<std::string> const& words) const {
+   std::size_t furthest = 0;
+   for (auto const& form : forms_) furthest = std::max(furthest, form.reached(words));
+   Shown expected;
+   for (auto const& form : forms_) {
+      if (form.reached(words) != furthest) continue;
+      bool const over = form.repeated.empty() && furthest == form.words.size();
+      expected.merge(over ? Shown{"the end"} : shownAs(form.at(furthest)));
+   }
+   return InvalidCommand(fmt::format("invalid command, expected {} {}", anyOf(expected),
+                                     furthest < words.size() ? fmt::format("at '{}'", words[furthest]) : "at the end"));
+}
+
+std::string_view CommandTable::Form::at(std::size_t position) const {
+   return position < words.size() ? words[position] : repeated[(position - words.size()) % repeated.size()];
+}
+
+bool CommandTable::Form::endsAt(std::size_t position) const {
+   if (repeated.empty() || position < words.size()) return position == words.size();
+   return (position - words.size()) % repeated.size() == 0;
+}
+
+std::size_t CommandTable::Form::reached(std::vector<std::string> const& given) const {
+   std::size_t const most = repeated.empty() ? std::min(words.size(), given.size()) : given.size();
+   std::size_t i = 0;
+   while (i < most && matches(at(i), given[i])) ++i;
+   return i;
 }
 
 }  // namespace velm::embedded::cli

@@ -74,7 +74,16 @@ class CommandTable {
       std::vector<std::string_view> words;
       std::vector<std::string_view> repeated;  // what may follow any number of times
       std::string (*run)(Session&, Arguments const&);
+
+      /// What stands at a position, which is one of the words or follows them by repetition.
+      std::string_view at(std::size_t position) const;
+      bool endsAt(std::size_t position) const;
+      /// How many of the words match.
+      std::size_t reached(std::vector<std::string> const& given) const;
    };
+
+   InvalidCommand refusal(std::vector<std::string> const& words) const;
+
    std::vector<Form> forms_;
 };
 
