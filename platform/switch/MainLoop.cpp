@@ -98,22 +98,24 @@ struct MainLoop::Impl {
 
    void deliver() {
       if (!eventsReady()) return;
-      {
-         // Under the SDK lock, so that what one hold of it caused, as a list of commands does, stays together.
-         sdk_scoped_lock const sdkLock;
-         std::lock_guard const lock(mutex);
-         events.take(batch);
-      }
-      for (std::size_t i = 0; i < batch.size();) {
-         sdk_scoped_lock const sdkLock;
+      std::size_t next = 0;
+      do {
+         sdk_scoped_lock const lock;
+         // Taken under the SDK lock, so that what one hold of it caused, as a list of commands does, stays together.
+         if (next == 0) takeEvents();
          auto const until = EventQueue::Clock::now() + hold;
          do {
-            guarded(batch[i]);
-            batch[i] = Event();  // what it captured may belong to the SDK
-         } while (++i < batch.size() && EventQueue::Clock::now() < until);
-      }
+            guarded(batch[next]);
+            batch[next] = Event();  // what it captured may belong to the SDK
+         } while (++next < batch.size() && EventQueue::Clock::now() < until);
+      } while (next < batch.size());
       batch.clear();
       if (batch.capacity() > keptEvents) batch = std::vector<Event>();
+   }
+
+   void takeEvents() {
+      std::lock_guard const lock(mutex);
+      events.take(batch);
    }
 
    // Goes on at once if there is something to do, else when the next event or timer is due. What another thread adds
