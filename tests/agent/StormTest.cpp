@@ -4,6 +4,7 @@
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <functional>
 #include <list>
 #include <map>
 #include <mutex>
@@ -63,37 +64,61 @@ class Watcher {
    std::thread thread_;
 };
 
-/// Adds and deletes routes and labels in bulk until it is stopped.
+using Client = pb::velmsdk_service::Stub;
+
+/// Programs in rounds, over a connection and in a thread of its own, until it goes.
 class Programmer {
  public:
-   Programmer(AgentProcess const& agent, unsigned char network)
-      : client_(pb::velmsdk_service::NewStub(agent.channel())), thread_([this, network] { run(network); }) {}
+   using Round = std::function<void(Client& client, unsigned round)>;
+
+   Programmer(AgentProcess const& agent, Round const& program)
+      : client_(pb::velmsdk_service::NewStub(agent.channel())), thread_([this, program] {
+           for (unsigned round = 0; !over_; ++round) program(*client_, round);
+        }) {}
    ~Programmer() {
       over_ = true;
       thread_.join();
    }
 
  private:
-   void run(unsigned char network) {
-      for (unsigned round = 0; !over_; ++round) {
-         pb::ip_route_bulk_msg routes;
-         pb::mpls_route_bulk_msg labels;
-         for (unsigned i = 0; i < 100; ++i) {
-            *routes.add_ip_route() = routeMsg(fmt::format("{}.0.{}.0/24", network, i), round % 2 == 0 ? "g" : "");
-            *labels.add_mpls_route() = labelToVrf(network * 1000U + i, round % 2 == 0 ? "red" : "blue");
-         }
-         auto const answer = ask(*client_, &pb::velmsdk_service::Stub::ip_route_bulk, routes).response;
-         for (auto const& status : answer.status()) {
-            EXPECT_NE(status.status(), pb::rpc_status_msg::STATUS_ERROR);  // a resync may have taken it
-         }
-         ask(*client_, &pb::velmsdk_service::Stub::mpls_route_bulk, labels);
-      }
-   }
-
-   std::unique_ptr<pb::velmsdk_service::Stub> const client_;
+   std::unique_ptr<Client> const client_;
    std::atomic<bool> over_ = false;
    std::thread thread_;
 };
+
+/// Adds and deletes routes and labels in bulk.
+Programmer::Round routesAndLabels(unsigned network) {
+   return [network](Client& client, unsigned round) {
+      pb::ip_route_bulk_msg routes;
+      pb::mpls_route_bulk_msg labels;
+      for (unsigned i = 0; i < 100; ++i) {
+         *routes.add_ip_route() = routeMsg(fmt::format("{}.0.{}.0/24", network, i), round % 2 == 0 ? "g" : "");
+         *labels.add_mpls_route() = labelToVrf(network * 1000U + i, round % 2 == 0 ? "red" : "blue");
+      }
+      auto const answer = ask(client, &Client::ip_route_bulk, routes).response;
+      for (auto const& status : answer.status()) {
+         EXPECT_NE(status.status(), pb::rpc_status_msg::STATUS_ERROR);  // a resync may have taken it
+      }
+      ask(client, &Client::mpls_route_bulk, labels);
+   };
+}
+
+/// Creates and deletes sBFD sessions in bulk.
+void programSessions(Client& client, unsigned round) {
+   pb::sbfd_echo_session_bulk_msg sessions;
+   for (unsigned i = 0; i < 100; ++i) {
+      auto& session = *sessions.add_sbfd_echo_session();
+      auto& key = *session.mutable_session_key();
+      key.set_outgoing_interface(fmt::format("Ethernet{}", 1 + i % 4));
+      key.mutable_nexthop()->set_addr(std::string("\x0a\0\0\x01", 4));
+      key.add_labels(16 + i);
+      session.set_track_interface_state(i % 2 == 0);
+      session.set_rtt_enabled(true);
+      session.set_request_delete(round % 3 == 2 && i % 5 == 0);
+   }
+   auto const answer = ask(client, &Client::sbfd_echo_session_bulk, sessions).response;
+   for (auto const& status : answer.status()) EXPECT_THAT(status, Succeeded());
+}
 
 class StormTest : public AgentTest {};
 
@@ -106,8 +131,8 @@ TEST_F(StormTest, EveryWatcherEndsUpWithTheLastStateOfEachInterface) {
    }
    constexpr int flaps = 100;
    {
-      Programmer const one(agent(), 10);
-      Programmer const two(agent(), 11);
+      Programmer const one(agent(), routesAndLabels(10));
+      Programmer const two(agent(), routesAndLabels(11));
       for (int flap = 0; flap <= flaps; ++flap) {
          std::vector<std::string> commands;
          for (int port = 1; port <= 32; ++port) {
@@ -133,40 +158,6 @@ TEST_F(StormTest, EveryWatcherEndsUpWithTheLastStateOfEachInterface) {
    EXPECT_EQ(stop(SIGTERM), 0);  // not if ThreadSanitizer has seen a race in it
 }
 
-/// Creates and deletes sBFD sessions in bulk until it is stopped.
-class SessionProgrammer {
- public:
-   explicit SessionProgrammer(AgentProcess const& agent)
-      : client_(pb::velmsdk_service::NewStub(agent.channel())), thread_([this] { run(); }) {}
-   ~SessionProgrammer() {
-      over_ = true;
-      thread_.join();
-   }
-
- private:
-   void run() {
-      for (unsigned round = 0; !over_; ++round) {
-         pb::sbfd_echo_session_bulk_msg sessions;
-         for (unsigned i = 0; i < 100; ++i) {
-            auto& session = *sessions.add_sbfd_echo_session();
-            auto& key = *session.mutable_session_key();
-            key.set_outgoing_interface(fmt::format("Ethernet{}", 1 + i % 4));
-            key.mutable_nexthop()->set_addr(std::string("\x0a\0\0\x01", 4));
-            key.add_labels(16 + i);
-            session.set_track_interface_state(i % 2 == 0);
-            session.set_rtt_enabled(true);
-            session.set_request_delete(round % 3 == 2 && i % 5 == 0);
-         }
-         auto const answer = ask(*client_, &pb::velmsdk_service::Stub::sbfd_echo_session_bulk, sessions).response;
-         for (auto const& status : answer.status()) EXPECT_THAT(status, Succeeded());
-      }
-   }
-
-   std::unique_ptr<pb::velmsdk_service::Stub> const client_;
-   std::atomic<bool> over_ = false;
-   std::thread thread_;
-};
-
 /// Listens for sBFD updates over a connection of its own until one of its label comes.
 class Listener {
  public:
@@ -174,10 +165,9 @@ class Listener {
 
    Listener(AgentProcess const& agent, std::uint32_t lastLabel)
       : client_(pb::velmsdk_service::NewStub(agent.channel())),
-        stream_(*client_, &pb::velmsdk_service::Stub::watch_sbfd_echo_session_status_msgs,
-                pb::watch_sbfd_echo_session_config_msg()) {
+        stream_(*client_, &Client::watch_sbfd_echo_session_status_msgs, pb::watch_sbfd_echo_session_config_msg()) {
       // Taken behind the stream's call: from here on it listens.
-      ask(*client_, &pb::velmsdk_service::Stub::get_rpc_server_state, pb::rpc_server_state_status_msg());
+      ask(*client_, &Client::get_rpc_server_state, pb::rpc_server_state_status_msg());
       thread_ = std::thread([this, lastLabel] { read(lastLabel); });
    }
    ~Listener() {
@@ -195,7 +185,7 @@ class Listener {
       }
    }
 
-   std::unique_ptr<pb::velmsdk_service::Stub> const client_;
+   std::unique_ptr<Client> const client_;
    Stream<Batch> stream_;
    std::atomic<bool> heard_ = false;
    std::thread thread_;
@@ -207,7 +197,7 @@ TEST_F(StormTest, ListenersHearTheLastStatusBehindAStormOfSessions) {
    std::list<Listener> listeners;
    for (int i = 0; i < 3; ++i) listeners.emplace_back(agent(), lastLabel);
    {
-      SessionProgrammer const programmer(agent());
+      Programmer const programmer(agent(), programSessions);
       for (int storm = 0; storm < 50; ++storm) {
          std::vector<std::string> commands;
          for (int i = 0; i < 100; ++i) {
