@@ -59,14 +59,4 @@ void answerEach(Elements const& elements, pb::rpc_status_bulk_msg& statuses, Pro
    for (auto const& element : elements) processOne(element, *statuses.add_status());
 }
 
-/// Answers for a programmer that this build does not have.
-template <class Request>
-void answerUnbuilt(ClientInit const& clientInit, std::string_view className, Request const& request,
-                   pb::rpc_status_msg& status, std::string_view what) {
-   answer(clientInit, className, request, status, [&](std::string& error) {
-      return refuse(className, error,
-                    fmt::format("Error: {} are not built into this agent, request {}", what, request));
-   });
-}
-
 }  // namespace VelmSdkRpc

@@ -62,19 +62,20 @@ void bind(VelmSdkRpcService& service, Owner& owner,
 
 }  // namespace
 
-VelmSdkRpcService::VelmSdkRpcService(velm::acl_mgr* /*aclMgr*/, velm::agent_mgr* agentMgr,
+VelmSdkRpcService::VelmSdkRpcService(velm::acl_mgr* aclMgr, velm::agent_mgr* agentMgr,
                                      velm::bfd_session_mgr* bfdSessionMgr, velm::intf_mgr* intfMgr,
-                                     velm::class_map_mgr* /*classMapMgr*/, velm::ip_route_mgr* ipRouteMgr,
+                                     velm::class_map_mgr* classMapMgr, velm::ip_route_mgr* ipRouteMgr,
                                      velm::mpls_route_mgr* mplsRouteMgr, velm::mpls_vrf_label_mgr* mplsVrfLabelMgr,
                                      velm::nexthop_group_mgr* nexthopGroupMgr,
                                      velm::nexthop_group_tunnel_mgr* nexthopGroupTunnelMgr,
-                                     velm::policy_map_mgr* /*policyMapMgr*/)
+                                     velm::policy_map_mgr* policyMapMgr)
    : GrpcService("VelmSdkRpc"),
      sbfdEchoUpdates_(std::make_unique<SbfdEchoUpdates>(*this)),
      clientInit_(std::make_unique<ClientInit>(*this, ipRouteMgr, mplsRouteMgr, mplsVrfLabelMgr, nexthopGroupMgr,
                                               nexthopGroupTunnelMgr)),
      bfdProgrammer_(std::make_unique<BfdProgrammer>(*clientInit_, bfdSessionMgr, intfMgr, *this)),
-     cbfNhgRedirectProgrammer_(std::make_unique<CbfNhgRedirectProgrammer>(*clientInit_)),
+     cbfNhgRedirectProgrammer_(
+        std::make_unique<CbfNhgRedirectProgrammer>(*clientInit_, policyMapMgr, classMapMgr, aclMgr, agentMgr)),
      ipRouteProgrammer_(std::make_unique<IpRouteProgrammer>(*clientInit_, ipRouteMgr)),
      mplsRouteProgrammer_(std::make_unique<MplsRouteProgrammer>(*clientInit_, mplsRouteMgr, mplsVrfLabelMgr)),
      nexthopGroupProgrammer_(std::make_unique<NexthopGroupProgrammer>(*clientInit_, nexthopGroupMgr)),

@@ -77,14 +77,8 @@ class AnyRequest {
    std::mt19937 random_;
 };
 
-struct WithFolder {
-   TempFolder const top;
-};
-
-class NativeModelTest : protected WithFolder, public AgentTest, public ::testing::WithParamInterface<std::uint32_t> {
+class NativeModelTest : public StatefulAgentTest, public ::testing::WithParamInterface<std::uint32_t> {
  protected:
-   NativeModelTest() : AgentTest({"--trace", "VelmSdkRpc/0", "--switch-state", top.path() + "/state"}) {}
-
    void expectAgreement() {
       EXPECT_THAT(groupLines(), UnorderedElementsAreArray(model.groups()));
       EXPECT_THAT(routeLines(), UnorderedElementsAreArray(model.routes()));

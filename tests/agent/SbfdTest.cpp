@@ -55,13 +55,8 @@ std::vector<std::string> wordsOf(std::optional<Batch> const& batch) {
    return words;
 }
 
-struct WithFolder {
-   TempFolder const top;
-};
-
-class SbfdTest : protected WithFolder, public AgentTest {
+class SbfdTest : public StatefulAgentTest {
  protected:
-   SbfdTest() : AgentTest({"--trace", "VelmSdkRpc/0", "--switch-state", top.path() + "/state"}) {}
    void SetUp() override {
       AgentTest::SetUp();
       still();

@@ -16,16 +16,8 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
-// Stands before the agent that is told of it.
-struct WithFolder {
-   TempFolder const top;
-   std::string const folder = top.path() + "/state";  // made by the agent
-};
-
-class StateFolderTest : protected WithFolder, public AgentTest {
+class StateFolderTest : public StatefulAgentTest {
  protected:
-   StateFolderTest() : AgentTest({"--trace", "VelmSdkRpc/0", "--switch-state", folder}) {}
-
    std::map<std::string, std::string> groupsByPrefix() {
       std::map<std::string, std::string> groups;
       auto const json = show("show ip route");

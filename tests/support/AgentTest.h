@@ -97,6 +97,19 @@ class AgentTest : public ::testing::Test {
    std::unique_ptr<velm::remote::VapiMgrService::Stub> vapi_;
 };
 
+/// Stands before the agent that is told of it.
+struct StateFolder {
+   TempFolder const top;
+   std::string const folder = top.path() + "/state";  // made by the agent
+};
+
+/// An agent whose switch is over a restart what it was before.
+class StatefulAgentTest : protected StateFolder, public AgentTest {
+ protected:
+   explicit StatefulAgentTest(std::string const& trace = "VelmSdkRpc/0")
+      : AgentTest({"--trace", trace, "--switch-state", folder}) {}
+};
+
 MATCHER_P2(Status, status, text, fmt::format("status {} with \"{}\"", static_cast<int>(status), text)) {
    return arg.status() == status && arg.debug_string() == text;
 }

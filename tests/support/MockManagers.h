@@ -7,13 +7,16 @@
 #include <utility>
 #include <vector>
 
+#include "platform/velm/acl.h"
 #include "platform/velm/agent.h"
 #include "platform/velm/bfd.h"
+#include "platform/velm/class_map.h"
 #include "platform/velm/intf.h"
 #include "platform/velm/ip_route.h"
 #include "platform/velm/mpls_route.h"
 #include "platform/velm/nexthop_group.h"
 #include "platform/velm/nexthop_group_tunnel.h"
+#include "platform/velm/policy_map.h"
 
 namespace VelmSdkRpc {
 
@@ -38,6 +41,39 @@ template <class T>
 velm::iter_base<T> emptyIter() {
    return iterOf(std::vector<T>());
 }
+
+class MockAclMgr : public velm::acl_mgr {
+ public:
+   MOCK_METHOD(bool, acl_exists, (velm::acl_key_t const&), (const, override));
+   MOCK_METHOD(void, acl_del, (velm::acl_key_t const&), (override));
+   MOCK_METHOD(void, acl_rule_set, (velm::acl_key_t const&, std::uint32_t, velm::acl_rule_ip_t const&), (override));
+   MOCK_METHOD(void, acl_rule_del, (velm::acl_key_t const&, std::uint32_t), (override));
+   MOCK_METHOD(velm::acl_rule_ip_iter_t, acl_rule_ip_iter, (velm::acl_key_t const&), (const, override));
+   MOCK_METHOD(void, acl_commit, (), (override));
+};
+
+class MockClassMapMgr : public velm::class_map_mgr {
+ public:
+   MOCK_METHOD(bool, exists, (velm::policy_map_key_t const&), (const, override));
+   MOCK_METHOD(velm::class_map_t, class_map, (velm::policy_map_key_t const&), (const, override));
+   MOCK_METHOD(void, class_map_is, (velm::class_map_t const&), (override));
+   MOCK_METHOD(void, class_map_del, (velm::policy_map_key_t const&), (override));
+};
+
+class MockPolicyMapMgr : public velm::policy_map_mgr {
+ public:
+   using key = velm::policy_map_key_t;
+   MOCK_METHOD(void, resync_init, (), (override));
+   MOCK_METHOD(void, resync_complete, (), (override));
+   MOCK_METHOD(bool, exists, (key const&), (const, override));
+   MOCK_METHOD(velm::policy_map_t, policy_map, (key const&), (const, override));
+   MOCK_METHOD(void, policy_map_is, (velm::policy_map_t const&), (override));
+   MOCK_METHOD(void, policy_map_del, (key const&), (override));
+   MOCK_METHOD(velm::policy_map_iter_t, policy_map_iter, (), (const, override));
+   MOCK_METHOD(void, policy_map_apply, (key const&, velm::intf_id_t, velm::acl_direction_t, bool), (override));
+   MOCK_METHOD(velm::policy_map_hw_status_iter_t, policy_map_hw_status_iter, (), (const, override));
+   MOCK_METHOD(velm::policy_map_hw_statuses_t, hw_status, (key const&), (const, override));
+};
 
 class MockAgentMgr : public velm::agent_mgr {
  public:
