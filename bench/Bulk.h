@@ -11,6 +11,12 @@ inline auto& elementsOf(pb::mpls_route_bulk_msg& bulk) { return *bulk.mutable_mp
 inline auto const& elementsOf(pb::mpls_route_bulk_msg const& bulk) { return bulk.mpls_route(); }
 inline auto& elementsOf(pb::nexthop_group_tunnel_bulk_msg& bulk) { return *bulk.mutable_nexthop_group_tunnel(); }
 inline auto const& elementsOf(pb::nexthop_group_tunnel_bulk_msg const& bulk) { return bulk.nexthop_group_tunnel(); }
+inline auto& elementsOf(pb::cbf_nexthop_group_redirect_bulk_msg& bulk) {
+   return *bulk.mutable_cbf_nexthop_group_redirect();
+}
+inline auto const& elementsOf(pb::cbf_nexthop_group_redirect_bulk_msg const& bulk) {
+   return bulk.cbf_nexthop_group_redirect();
+}
 inline auto& elementsOf(pb::sbfd_echo_session_bulk_msg& bulk) { return *bulk.mutable_sbfd_echo_session(); }
 inline auto const& elementsOf(pb::sbfd_echo_session_bulk_msg const& bulk) { return bulk.sbfd_echo_session(); }
 

@@ -3,7 +3,6 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <chrono>
 #include <map>
 #include <stdexcept>
 #include <utility>
@@ -72,17 +71,12 @@ std::size_t Contest::lap() const {
 }
 
 Sample Contest::measure(Contender& contender, Order order, std::size_t round, std::size_t lap) const {
-   using Clock = std::chrono::steady_clock;
    Sample sample;
    for (std::size_t done = 0; done < options_.adds; done += lap) {
       auto const places = contender.places.of(order, round * options_.adds + done, std::min(lap, options_.adds - done));
-      auto const calls = contender.prepare(places);
-      auto const cpuBefore = contender.server.cpuSeconds();
-      auto const start = Clock::now();
-      calls();
-      auto const end = Clock::now();
-      sample.cpuSeconds += contender.server.cpuSeconds() - cpuBefore;
-      sample.seconds += std::chrono::duration<double>(end - start).count();
+      auto const [seconds, cpuSeconds] = timed(contender.server, contender.prepare(places));
+      sample.seconds += seconds;
+      sample.cpuSeconds += cpuSeconds;
       if (contender.keeps && order != Order::repeated) subject_.remove(contender.server, places);
    }
    return sample;

@@ -40,6 +40,7 @@ void serveProgramming(AsyncService& service, Queue& queue) {
    serveCalls<&AsyncService::Requestip_route_bulk>(service, queue, succeed);
    serveCalls<&AsyncService::Requestmpls_route_bulk>(service, queue, succeed);
    serveCalls<&AsyncService::Requestnexthop_group_tunnel_bulk>(service, queue, succeed);
+   serveCalls<&AsyncService::Requestcbf_nexthop_group_redirect_bulk>(service, queue, succeed);
    serveCalls<&AsyncService::Requestsbfd_echo_session_bulk>(service, queue, succeed);
 }
 

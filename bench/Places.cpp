@@ -30,6 +30,12 @@ std::vector<std::uint32_t> shuffledIndexes(std::size_t count) {
 
 }  // namespace
 
+PlaceList firstPlaces(std::size_t count) {
+   PlaceList places(count);
+   std::iota(places.begin(), places.end(), Place{0});
+   return places;
+}
+
 char const* nameOf(Order order) {
    switch (order) {
       case Order::ascending: return "ascending";

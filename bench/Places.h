@@ -10,6 +10,9 @@ namespace VelmSdkRpc::Bench {
 using Place = std::uint32_t;
 using PlaceList = std::vector<Place>;
 
+/// The places from 0 on.
+PlaceList firstPlaces(std::size_t count);
+
 /// Which keys a round adds.
 enum class Order {
    ascending,  // fresh ones, neighbours, by rising key

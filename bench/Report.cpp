@@ -5,6 +5,7 @@
 #include <rapidjson/stringbuffer.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <stdexcept>
@@ -53,10 +54,12 @@ std::string Report::json() const {
       json.StartObject();
       for (std::size_t i = 0; i < columns_.size(); ++i) {
          json.Key(columns_[i].key.c_str());
-         if (isNumber(row[i])) {
-            json.Double(std::get<double>(row[i]));
-         } else {
+         if (!isNumber(row[i])) {
             json.String(std::get<std::string>(row[i]).c_str());
+         } else if (auto const number = std::get<double>(row[i]); std::isfinite(number)) {
+            json.Double(number);
+         } else {
+            json.Null();  // a ratio to nothing, which JSON has no number for
          }
       }
       json.EndObject();

@@ -1,8 +1,19 @@
 #include "bench/Rounds.h"
 
 #include <algorithm>
+#include <chrono>
+
+#include "bench/Server.h"
 
 namespace VelmSdkRpc::Bench {
+
+Sample timed(Server const& server, std::function<void()> const& calls) {
+   auto const cpuBefore = server.cpuSeconds();
+   auto const begin = std::chrono::steady_clock::now();
+   calls();
+   auto const end = std::chrono::steady_clock::now();
+   return {std::chrono::duration<double>(end - begin).count(), server.cpuSeconds() - cpuBefore};
+}
 
 std::vector<std::vector<Sample>> interleave(
    std::size_t servers, std::size_t rounds,
@@ -34,6 +45,12 @@ double medianOf(std::span<Sample const> samples, double Sample::*member) {
    std::vector<double> values;
    for (auto const& sample : samples) values.push_back(sample.*member);
    return median(std::move(values));
+}
+
+double meanOf(std::span<Sample const> samples, double Sample::*member) {
+   double sum = 0;
+   for (auto const& sample : samples) sum += sample.*member;
+   return sum / static_cast<double>(samples.size());
 }
 
 }  // namespace VelmSdkRpc::Bench

@@ -7,11 +7,16 @@
 
 namespace VelmSdkRpc::Bench {
 
+class Server;
+
 /// What one server spent on the work of one round.
 struct Sample {
    double seconds = 0;     // from the first call to the last answer
    double cpuSeconds = 0;  // of the server's process, all threads
 };
+
+/// Makes the calls of one server's work.
+Sample timed(Server const& server, std::function<void()> const& calls);
 
 /// Runs the rounds that decide between servers on a machine that is shared and never still: each round does the same
 /// work on each server, one right after the other, and every other round in the reverse order. `measure(server, round)`
@@ -35,5 +40,7 @@ Spread ratioOfPairs(std::span<Sample const> above, std::span<Sample const> below
 
 /// The median of a member over the rounds.
 double medianOf(std::span<Sample const> samples, double Sample::*member);
+/// Its mean: for processor time of milliseconds, which the system may count in the round behind.
+double meanOf(std::span<Sample const> samples, double Sample::*member);
 
 }  // namespace VelmSdkRpc::Bench

@@ -96,22 +96,27 @@ MplsRoutes::Element MplsRoutes::removal(Place place) const {
    return route;
 }
 
-void openSession(Server& agent) {
-   grpc::ClientContext initContext;
+pb::rpc_server_init_status_msg initSession(Server& agent, std::string const& policyMap) {
+   grpc::ClientContext context;
    pb::rpc_server_config_msg config;
    config.set_ip_route_tag(tag);
+   config.set_cbf_nexthop_group_redirect_policy_map_name(policyMap);
    pb::rpc_server_init_status_msg opened;
-   bool const done = agent.stub().rpc_server_init(&initContext, config, &opened).ok();
-   require(done && opened.status().status() == pb::rpc_status_msg::STATUS_SUCCESS, "rpc_server_init", opened);
+   bool const answered = agent.stub().rpc_server_init(&context, config, &opened).ok();
+   require(answered && opened.status().status() == pb::rpc_status_msg::STATUS_SUCCESS, "rpc_server_init", opened);
+   return opened;
+}
 
-   grpc::ClientContext groupContext;
+void openSession(Server& agent) {
+   initSession(agent);
+   grpc::ClientContext context;
    pb::nexthop_group_msg group;
    group.set_name(groupName);
    auto& nexthop = *group.add_nexthop();
    nexthop.mutable_nexthop_ip()->set_addr(nexthopAddress());
    nexthop.set_replicate_count(1);
    pb::rpc_status_msg made;
-   bool const answered = agent.stub().nexthop_group(&groupContext, group, &made).ok();
+   bool const answered = agent.stub().nexthop_group(&context, group, &made).ok();
    require(answered && made.status() == pb::rpc_status_msg::STATUS_SUCCESS, "nexthop_group", made);
 }
 

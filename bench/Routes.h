@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 #include "bench/Places.h"
 #include "bench/Server.h"
@@ -58,7 +59,10 @@ struct MplsRoutes {
    Element removal(Place place) const;
 };
 
-/// Opens the client's session and makes the nexthop group of all entries. Throws std::runtime_error on failure.
+/// Opens the client's session, or opens it anew; without a name it uses no policy map. Throws std::runtime_error on
+/// failure.
+pb::rpc_server_init_status_msg initSession(Server& agent, std::string const& policyMap = {});
+/// Opens it and makes the nexthop group of all entries. Throws std::runtime_error on failure.
 void openSession(Server& agent);
 
 }  // namespace VelmSdkRpc::Bench

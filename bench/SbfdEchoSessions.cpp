@@ -2,8 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <numeric>
-
 #include "bench/CommandLine.h"
 #include "bench/Routes.h"
 
@@ -53,12 +51,6 @@ std::string SbfdEchoSessions::simulateRtt(Place place, std::uint32_t rtt) {
 
 std::string SbfdEchoSessions::simulateLink(bool up) {
    return fmt::format("simulate interface {} oper {}", intf, up ? "up" : "down");
-}
-
-PlaceList firstPlaces(std::size_t count) {
-   PlaceList places(count);
-   std::iota(places.begin(), places.end(), Place{0});
-   return places;
 }
 
 void openQuietSession(Server& agent) {

@@ -28,9 +28,6 @@ struct SbfdEchoSessions {
    static std::string simulateLink(bool up);
 };
 
-/// The places from 0 on.
-PlaceList firstPlaces(std::size_t count);
-
 /// Opens the client's session, on a switch that from now on reports nothing of an sBFD session by itself. Throws
 /// std::runtime_error on failure.
 void openQuietSession(Server& agent);

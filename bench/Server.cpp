@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <chrono>
+#include <csignal>
 #include <ctime>
 #include <fstream>
 #include <stdexcept>
@@ -30,6 +32,12 @@ std::shared_ptr<grpc::Channel> Server::newNarrowChannel() const {
    return grpc::CreateCustomChannel(process_.address(), grpc::InsecureChannelCredentials(), arguments);
 }
 
+void Server::stop() {
+   process_.signal(SIGTERM);
+   if (process_.waitForEnd() != 0)
+      throw std::runtime_error(fmt::format("{} ends badly: {}", name_, process_.stderrText()));
+}
+
 double Server::cpuSeconds() const {
    clockid_t clock = 0;
    timespec time{};
@@ -48,5 +56,11 @@ double Server::residentBytes() const {
 }
 
 std::vector<std::string> quietly() { return {"--trace", "VelmSdkRpc/0"}; }
+
+std::vector<std::string> quietlyIn(std::string const& folder) {
+   auto arguments = quietly();
+   arguments.insert(arguments.end(), {"--switch-state", folder});
+   return arguments;
+}
 
 }  // namespace VelmSdkRpc::Bench

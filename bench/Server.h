@@ -26,6 +26,9 @@ class Server {
    /// The same, for one that does not read: this side takes no more of a stream than it must.
    std::shared_ptr<grpc::Channel> newNarrowChannel() const;
 
+   /// Has it end in order. Throws std::runtime_error if it does not.
+   void stop();
+
    /// Processor time of all its threads so far.
    double cpuSeconds() const;
    /// Memory that it has resident.
@@ -40,5 +43,7 @@ class Server {
 
 /// The agent's arguments for trace level 0 alone; without them it traces levels 0 and 1.
 std::vector<std::string> quietly();
+/// The same, with the folder of the switch's state.
+std::vector<std::string> quietlyIn(std::string const& folder);
 
 }  // namespace VelmSdkRpc::Bench

@@ -3,10 +3,9 @@
 #include <fmt/format.h>
 
 #include <chrono>
-#include <csignal>
 #include <filesystem>
-#include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "bench/Program.h"
 #include "bench/Report.h"
@@ -28,26 +27,17 @@ struct Options {
    std::size_t rounds = 5;
 };
 
-std::vector<std::string> withFolder(std::string const& folder) {
-   auto arguments = quietly();
-   arguments.insert(arguments.end(), {"--switch-state", folder});
-   return arguments;
-}
-
 void fill(Options const& options, std::string const& folder) {
    IpRoutes const routes;
-   Server agent("agent", options.agent, withFolder(folder));
+   Server agent("agent", options.agent, quietlyIn(folder));
    openSession(agent);
    BulkSubject<IpRoutes>(routes).fill(agent, options.routes);
 }
 
 Sample startOnce(Options const& options, std::string const& folder) {
    auto const start = std::chrono::steady_clock::now();
-   Server agent("agent", options.agent, withFolder(folder));
-   pb::rpc_server_init_status_msg answer;
-   grpc::ClientContext context;
-   auto const status = agent.stub().rpc_server_init(&context, {}, &answer);
-   if (!status.ok()) throw std::runtime_error("rpc_server_init: " + status.error_message());
+   Server agent("agent", options.agent, quietlyIn(folder));
+   initSession(agent);
    return {std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count(), agent.cpuSeconds()};
 }
 

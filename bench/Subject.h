@@ -36,30 +36,30 @@ class Subject {
    virtual Prepare prepareFor(Server& server, std::size_t outstanding) const = 0;
 };
 
-/// Elements of a bulk request.
+/// Elements of a bulk request, unless it is said otherwise.
 inline constexpr std::size_t bulkSize = 1000;
 
-/// Requests of bulkSize elements, which (kind.*make)(place) makes; the last one may have fewer.
+/// Requests of `size` elements, which (kind.*make)(place) makes; the last one may have fewer.
 template <class Kind>
 std::vector<typename Kind::Bulk> inBulk(Kind const& kind, typename Kind::Element (Kind::*make)(Place) const,
-                                        PlaceList const& places) {
+                                        PlaceList const& places, std::size_t size = bulkSize) {
    std::vector<typename Kind::Bulk> requests;
-   requests.reserve(places.size() / bulkSize + 1);
+   requests.reserve(places.size() / size + 1);
    for (std::size_t i = 0; i < places.size(); ++i) {
-      if (i % bulkSize == 0) requests.emplace_back();
+      if (i % size == 0) requests.emplace_back();
       *elementsOf(requests.back()).Add() = (kind.*make)(places[i]);
    }
    return requests;
 }
 
-/// Entries of a kind, bulkSize of them to a call.
+/// Entries of a kind, so many to a call.
 template <class Kind>
 class BulkSubject : public Subject {
  public:
    using BulkCaller = Caller<typename Kind::Bulk, pb::rpc_status_bulk_msg>;
 
    /// The kind is the caller's and may still change before the first use.
-   explicit BulkSubject(Kind const& kind) : kind_(kind) {}
+   explicit BulkSubject(Kind const& kind, std::size_t size = bulkSize) : kind_(kind), size_(size) {}
 
    char const* name() const override { return kind_.name(); }
    std::size_t keys() const override { return Kind::keys; }
@@ -68,7 +68,7 @@ class BulkSubject : public Subject {
    Prepare prepareFor(Server& server, std::size_t outstanding) const override {
       auto const caller = std::make_shared<BulkCaller>(server.channel(), Kind::method, outstanding);
       return [this, caller](PlaceList const& places) {
-         return [caller, requests = inBulk(kind_, &Kind::add, places)] { caller->call(requests); };
+         return [caller, requests = inBulk(kind_, &Kind::add, places, size_)] { caller->call(requests); };
       };
    }
 
@@ -77,10 +77,11 @@ class BulkSubject : public Subject {
 
  private:
    void program(Server& agent, typename Kind::Element (Kind::*make)(Place) const, PlaceList const& places) const {
-      BulkCaller(agent.channel(), Kind::method, 2).call(inBulk(kind_, make, places));
+      BulkCaller(agent.channel(), Kind::method, 2).call(inBulk(kind_, make, places, size_));
    }
 
    Kind const& kind_;
+   std::size_t const size_;
 };
 
 }  // namespace VelmSdkRpc::Bench

@@ -10,9 +10,14 @@ if(VELM_SANITIZE)
   endif()
 endif()
 
-# velm_precompile(TARGET HEADER): a header that most sources of the target begin with is read once for all of them.
-function(velm_precompile target header)
-  target_precompile_headers(${target} PRIVATE ${header})
+# velm_precompile(TARGET HEADERS...): what most sources of the target begin with is read once for all of them.
+# velm_precompile(TARGET REUSE_FROM OTHER): the same headers as another target, whose definitions must be the same.
+function(velm_precompile target)
+  if(ARGV1 STREQUAL REUSE_FROM)
+    target_precompile_headers(${target} ${ARGN})
+  else()
+    target_precompile_headers(${target} PRIVATE ${ARGN})
+  endif()
   target_compile_options(${target} PRIVATE -fpch-preprocess)  # ccache must see that there is one
 endfunction()
 

@@ -42,6 +42,18 @@ void expectExactly(std::vector<Entry> const& held, std::vector<Entry> const& ask
    expectSame(held, asked, fmt::format("the {} that the switch holds", kind));
 }
 
+/// The switch does some things behind the answer, so its rows are read until they are as asked for.
+template <class Read, class IsAsAsked>
+auto awaitRows(Read read, IsAsAsked isAsAsked, std::string_view kind) {
+   auto const deadline = Clock::now() + waitLimit;
+   for (;;) {
+      auto rows = read();
+      if (isAsAsked(rows)) return rows;
+      expect(Clock::now() < deadline,
+             fmt::format("the switch's {} become those asked for\n{}", kind, tableOf(rows).text(indent)));
+   }
+}
+
 /// Shows what it holds once that is as expected.
 template <class Entry>
 void showExactly(std::vector<Entry> const& held, std::vector<Entry> const& asked, std::string_view kind) {

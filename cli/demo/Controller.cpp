@@ -79,6 +79,13 @@ void fill(pb::nexthop_group_tunnel_msg& message, Tunnel const& tunnel) {
    message.set_igp_metric(tunnel.metric);
 }
 
+void fill(pb::cbf_nexthop_group_redirect_msg& message, Redirect const& redirect) {
+   message.set_match_nexthop_group_name(redirect.match);
+   message.set_redirect_nexthop_group_name(redirect.to);
+   message.mutable_match_ipv4_dscp()->Assign(redirect.ipv4Dscp.begin(), redirect.ipv4Dscp.end());
+   message.mutable_match_ipv6_dscp()->Assign(redirect.ipv6Dscp.begin(), redirect.ipv6Dscp.end());
+}
+
 void fill(pb::sbfd_echo_session_key_msg& message, SessionKey const& key) {
    message.set_outgoing_interface(key.intf);
    message.mutable_nexthop()->set_addr(addressBytes(key.neighbour));
@@ -124,9 +131,10 @@ pb::rpc_server_resync_msg resyncMessage(pb::rpc_server_resync_state_enum state) 
 
 Controller::Controller(std::shared_ptr<grpc::Channel> const& channel) : stub_(pb::velmsdk_service::NewStub(channel)) {}
 
-pb::rpc_server_init_status_msg Controller::init(std::uint32_t routeTag) {
+pb::rpc_server_init_status_msg Controller::init(std::uint32_t routeTag, std::string_view policyMap) {
    pb::rpc_server_config_msg config;
    config.set_ip_route_tag(routeTag);
+   config.set_cbf_nexthop_group_redirect_policy_map_name(std::string(policyMap));
    return call(*stub_, &Stub::rpc_server_init, config);
 }
 
@@ -173,6 +181,21 @@ pb::rpc_status_bulk_msg Controller::deleteTunnels(std::vector<std::string> const
    tunnels.reserve(endpoints.size());
    for (auto const& endpoint : endpoints) tunnels.push_back({.endpoint = endpoint, .group = {}});
    return setTunnels(tunnels);
+}
+
+pb::rpc_status_msg Controller::setRedirect(Redirect const& redirect) {
+   return call(*stub_, &Stub::cbf_nexthop_group_redirect, single<pb::cbf_nexthop_group_redirect_msg>(redirect));
+}
+
+pb::rpc_status_bulk_msg Controller::setRedirects(std::vector<Redirect> const& redirects) {
+   return call(*stub_, &Stub::cbf_nexthop_group_redirect_bulk,
+               bulk(&pb::cbf_nexthop_group_redirect_bulk_msg::add_cbf_nexthop_group_redirect, redirects));
+}
+
+pb::rpc_status_msg Controller::deleteRedirect(Redirect const& redirect) {
+   auto request = single<pb::cbf_nexthop_group_redirect_msg>(redirect);
+   request.set_request_delete(true);
+   return call(*stub_, &Stub::cbf_nexthop_group_redirect, request);
 }
 
 pb::rpc_status_bulk_msg Controller::setSessions(std::vector<Session> const& sessions) {

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli/demo/Entries.h"
@@ -21,7 +22,7 @@ class Controller {
    explicit Controller(std::shared_ptr<grpc::Channel> const& channel);
 
    /// To be called first: the service refuses all programming before.
-   pb::rpc_server_init_status_msg init(std::uint32_t routeTag);
+   pb::rpc_server_init_status_msg init(std::uint32_t routeTag, std::string_view policyMap);
    pb::rpc_status_bulk_msg setGroups(std::vector<Group> const& groups);
    pb::rpc_status_msg setRoute(Route const& route);
    pb::rpc_status_bulk_msg setRoutes(std::vector<Route> const& routes);
@@ -31,6 +32,10 @@ class Controller {
    pb::rpc_status_msg deleteLabel(std::uint32_t label);
    pb::rpc_status_bulk_msg setTunnels(std::vector<Tunnel> const& tunnels);
    pb::rpc_status_bulk_msg deleteTunnels(std::vector<std::string> const& endpoints);
+   pb::rpc_status_msg setRedirect(Redirect const& redirect);
+   pb::rpc_status_bulk_msg setRedirects(std::vector<Redirect> const& redirects);
+   /// Its DSCP values do not count.
+   pb::rpc_status_msg deleteRedirect(Redirect const& redirect);
    pb::rpc_status_bulk_msg setSessions(std::vector<Session> const& sessions);
    pb::rpc_status_msg deleteSession(SessionKey const& key);
    /// Sets the pairs, then removes the keys.

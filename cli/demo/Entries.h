@@ -74,6 +74,14 @@ struct Tunnel {
    auto operator<=>(Tunnel const&) const = default;
 };
 
+/// Packets that would leave through one group leave through another if they carry one of these DSCP values.
+struct Redirect {
+   std::string match;
+   std::string to;
+   std::vector<std::uint32_t> ipv4Dscp;  // ascending, as below
+   std::vector<std::uint32_t> ipv6Dscp;
+};
+
 /// The path that a session tests: its packets leave so, with these labels, and come back.
 struct SessionKey {
    std::string intf;

@@ -25,6 +25,10 @@ std::string textOf(ToGroup const& way) {
 
 std::string textOf(ToVrf const& way) { return fmt::format("pop, look up in VRF {}", way.vrf); }
 
+std::string textOf(AclKey const& acl) {
+   return fmt::format("{} ({})", acl.name, acl.type == AclType::ipv6 ? "IPv6" : "IPv4");
+}
+
 std::string yesOrNo(bool value) { return value ? "yes" : "no"; }
 
 }  // namespace
@@ -60,6 +64,42 @@ Table tableOf(std::vector<LabelRoute> const& labels) {
 Table tableOf(std::vector<Tunnel> const& tunnels) {
    Table table({"tunnel endpoint", "metric", "nexthop group"});
    for (auto const& tunnel : tunnels) table.add({tunnel.endpoint, std::to_string(tunnel.metric), tunnel.group});
+   return table;
+}
+
+Table tableOf(std::vector<Redirect> const& redirects) {
+   Table table({"packets to group", "IPv4 DSCP", "IPv6 DSCP", "leave by group"});
+   for (auto const& redirect : redirects) {
+      table.add({redirect.match, fmt::format("{}", fmt::join(redirect.ipv4Dscp, " ")),
+                 fmt::format("{}", fmt::join(redirect.ipv6Dscp, " ")), redirect.to});
+   }
+   return table;
+}
+
+Table tableOf(std::vector<PolicyRule> const& rules) {
+   Table table({"policy map", "rule", "class map", "its packets leave by group"});
+   for (auto const& rule : rules) table.add({rule.policyMap, std::to_string(rule.sequence), rule.classMap, rule.group});
+   return table;
+}
+
+Table tableOf(std::vector<ClassRule> const& rules) {
+   Table table({"class map", "rule", "ACL"});
+   for (auto const& rule : rules) table.add({rule.classMap, std::to_string(rule.sequence), textOf(rule.acl)});
+   return table;
+}
+
+Table tableOf(std::vector<AclRule> const& rules) {
+   Table table({"ACL", "rule", "packets to group", "priority", "mask"});
+   for (auto const& rule : rules) {
+      table.add({textOf(rule.acl), std::to_string(rule.sequence), rule.group, fmt::format("{:#04x}", rule.priority),
+                 fmt::format("{:#04x}", rule.mask)});
+   }
+   return table;
+}
+
+Table tableOf(std::vector<CallCount> const& calls) {
+   Table table({"operation of the switch", "calls"});
+   for (auto const& call : calls) table.add({call.operation, std::to_string(call.count)});
    return table;
 }
 

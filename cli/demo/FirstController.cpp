@@ -33,12 +33,14 @@ class FirstController {
  private:
    void itIntroducesItself() {
       stage_.chapter("The controller introduces itself (rpc_server_init)");
-      auto const found = controller_.init(ourTag);
+      auto const found = controller_.init(ourTag, policyMapName);
       expectSuccess(found.status(), "rpc_server_init");
       expect(!found.ip_routes_exist() && !found.nexthop_groups_exist() && !found.mpls_routes_exist() &&
-                !found.nexthop_group_tunnels_exist(),
-             "a fresh switch holds no routes, groups, labels and tunnels");
-      say("It names the tag of its routes, {}. The answer tells what the switch holds already: nothing.", ourTag);
+                !found.nexthop_group_tunnels_exist() && !found.cbf_policy_map_exists(),
+             "a fresh switch holds no routes, groups, labels, tunnels and redirects");
+      say("It names the tag of its routes, {}, and a policy map for its redirects, `{}`. The answer tells what", ourTag,
+          policyMapName);
+      say("the switch holds already: nothing.");
    }
 
    void groupsSayWherePacketsLeave() {

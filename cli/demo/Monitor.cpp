@@ -60,6 +60,7 @@ class Monitor {
       listener_.expectOneBatch(keysOf(plan.sessions), SessionStatus::up);
       stage_.awaitSessions();
       stage_.expectPlan();
+      stage_.expectRedirects();
       say("The stream tells changes, and these sessions came up before it was opened. So the controller opens a");
       say("resync and repeats all but the session {}. RESYNC_END", textOf(givenUp));
       say("deletes that one and sends one batch, the statuses of the {} others and an end marker: all are up.",

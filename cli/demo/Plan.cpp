@@ -74,6 +74,8 @@ Plan firstPlan() {
                        {"192.0.2.102/32", "south", 20},
                        {"2001:db8::101/128", "south", 20},
                        {"2001:db8::102/128", "spread", 30}},
+           .redirects = {{.match = "north", .to = "south", .ipv4Dscp = {34, 46}, .ipv6Dscp = {46}},
+                         {.match = "spread", .to = "north", .ipv4Dscp = {8}, .ipv6Dscp = {8}}},
            .sessions = {},
            .pairs = {{fmt::format("{}next-label", pairPrefix), "106"}, {fmt::format("{}revision", pairPrefix), "42"}}};
 }
@@ -85,6 +87,9 @@ Plan successorsPlan(Plan plan) {
    plan.routes.resize(keptRouteCount);
    std::erase_if(plan.labels, isGivenUp);
    std::erase_if(plan.tunnels, leadsThere);
+   std::erase_if(plan.redirects, [](Redirect const& redirect) {
+      return redirect.match == groupGivenUp || redirect.to == groupGivenUp;
+   });
    return plan;
 }
 

@@ -12,6 +12,9 @@ namespace VelmSdkRpc::demo {
 /// The tag of the controllers' routes.
 constexpr std::uint32_t ourTag = 100;
 
+/// The policy map of the controllers' redirects, which is the agent's alone.
+constexpr std::string_view policyMapName = "demo-redirects";
+
 /// What the keys of the controllers' pairs begin with: the agent's own statuses are in the same table.
 constexpr std::string_view pairPrefix = "demo/";
 
@@ -21,6 +24,7 @@ struct Plan {
    std::vector<Route> routes;
    std::vector<LabelRoute> labels;
    std::vector<Tunnel> tunnels;
+   std::vector<Redirect> redirects;  // in the order in which they were first asked for
    std::vector<Session> sessions;
    std::vector<Pair> pairs;
 };

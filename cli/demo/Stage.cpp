@@ -11,21 +11,6 @@
 #include "cli/demo/Narration.h"
 
 namespace VelmSdkRpc::demo {
-namespace {
-
-// The switch does some things behind the answer, so its table is read until it is as asked for.
-template <class Read, class IsAsAsked>
-auto awaitRows(Read read, IsAsAsked isAsAsked, std::string_view kind) {
-   auto const deadline = Clock::now() + waitLimit;
-   for (;;) {
-      auto rows = read();
-      if (isAsAsked(rows)) return rows;
-      expect(Clock::now() < deadline,
-             fmt::format("the switch's {} become those asked for\n{}", kind, tableOf(rows).text(indent)));
-   }
-}
-
-}  // namespace
 
 void Stage::chapter(std::string_view title) { fmt::print("\n{}. {}\n", ++chapters, title); }
 
@@ -65,6 +50,22 @@ void Stage::expectPlan() {
    expectExactly(view.labels(), plan.labels, "labels");
    expectExactly(view.tunnels(), plan.tunnels, "tunnels");
    expectExactly(view.statuses(pairPrefix), plan.pairs, "pairs");
+}
+
+RedirectTables Stage::expectRedirects() {
+   auto held = view.redirects();
+   auto const asked = tablesFor(plan.redirects);
+   expectExactly(held.policyRules, asked.policyRules, "rules of policy maps");
+   expectExactly(held.classRules, asked.classRules, "rules of class maps");
+   expectExactly(held.aclRules, asked.aclRules, "rules of ACLs");
+   return held;
+}
+
+void Stage::awaitRedirects() {
+   auto const asked = tablesFor(plan.redirects).policyRules;
+   awaitRows([&] { return view.redirects().policyRules; }, [&](auto const& rules) { return rules == asked; },
+             "rules of policy maps");
+   expectRedirects();
 }
 
 void Stage::stopAgent() {

@@ -28,6 +28,10 @@ struct Stage {
    std::vector<SessionState> awaitSessions();
    /// The switch holds the routes, labels, tunnels and pairs asked for.
    void expectPlan();
+   /// What it holds of the redirects, which is as asked for.
+   RedirectTables expectRedirects();
+   /// Waits for that, since redirects are removed a second behind the answer.
+   void awaitRedirects();
    /// Stops the agent, which ends in order.
    void stopAgent();
 

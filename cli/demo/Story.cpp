@@ -16,6 +16,7 @@ void tellStory(AgentProcess& agent) {
    Stage stage(agent);
    stage.awaitService();
    playFirstController(stage);
+   playRedirects(stage);
    playSuccessors(stage);
    playMonitor(stage);
 }

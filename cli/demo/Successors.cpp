@@ -16,11 +16,11 @@ namespace VelmSdkRpc::demo {
 namespace {
 
 void introduce(Controller& successor) {
-   auto const found = successor.init(ourTag);
+   auto const found = successor.init(ourTag, policyMapName);
    expectSuccess(found.status(), "rpc_server_init of a successor");
    expect(found.ip_routes_exist() && found.nexthop_groups_exist() && found.mpls_routes_exist() &&
-             found.nexthop_group_tunnels_exist(),
-          "init tells of the routes, groups, labels and tunnels that are there");
+             found.nexthop_group_tunnels_exist() && found.cbf_policy_map_exists(),
+          "init tells of the routes, groups, labels, tunnels and redirects that are there");
 }
 
 void aNewControllerTakesOver(Stage& stage) {
@@ -35,6 +35,7 @@ void aNewControllerTakesOver(Stage& stage) {
    auto const kept = successorsPlan(stage.plan);
    repeat(successor, kept);
    stage.expectPlan();
+   stage.expectRedirects();
    expect(stage.view.groups().size() == stage.plan.groups.size(), "no group goes before the end of the resync");
    say("It repeats {} groups, {} routes, {} labels and {} tunnels. Until it closes the resync all that was there",
        kept.groups.size(), kept.routes.size(), kept.labels.size(), kept.tunnels.size());
@@ -47,6 +48,8 @@ void aNewControllerTakesOver(Stage& stage) {
    show(tableOf(stage.view.routes()), tableOf(stage.awaitGroups(2)), tableOf(stage.view.labels()),
         tableOf(stage.view.tunnels()));
    say("Exactly what was repeated is left. The notes are no part of a resync, and stay.");
+   stage.awaitRedirects();
+   say("A second later the redirect of `{}` has gone too, and the other stands.", groupGivenUp);
 }
 
 void sessionsTestTheWays(Stage& stage) {
@@ -91,12 +94,13 @@ void theAgentComesBack(Stage& stage) {
    Milliseconds const time = Clock::now() - start;
    stage.view = SwitchView(stage.agent.channel());
    stage.expectPlan();
+   stage.expectRedirects();
    auto const& plan = stage.plan;
    say("The switch keeps its state in a folder that outlives the process. {:.0f} ms after the start it serves again,",
        time.count());
-   say("with the same {} routes, {} labels and {} tunnels. It has programmed the groups anew, and the {} sessions",
-       plan.routes.size(), plan.labels.size(), plan.tunnels.size(), plan.sessions.size());
-   say("are up again:");
+   say("with the same {} routes, {} labels and {} tunnels, and the redirect. It has programmed the groups anew, and",
+       plan.routes.size(), plan.labels.size(), plan.tunnels.size());
+   say("the {} sessions are up again:", plan.sessions.size());
    show(tableOf(stage.awaitGroups(1)), tableOf(stage.awaitSessions()));
 
    Controller successor(stage.agent.channel());
@@ -105,7 +109,7 @@ void theAgentComesBack(Stage& stage) {
        statusName(successor.deleteLabel(plan.labels[0].label), pb::rpc_status_msg::STATUS_NOT_INITIALIZED));
    showExactly(notesFor(successor, plan.pairs), plan.pairs, "pairs");
    introduce(successor);
-   say("Its rpc_server_init succeeds and tells of groups, routes, labels and tunnels.");
+   say("Its rpc_server_init succeeds and tells of groups, routes, labels, tunnels and redirects.");
 }
 
 }  // namespace

@@ -4,6 +4,7 @@
 #include <rapidjson/document.h>
 
 #include <algorithm>
+#include <charconv>
 #include <stdexcept>
 
 namespace VelmSdkRpc::demo {
@@ -115,6 +116,51 @@ SessionState sessionOf(Json const& row) {
    return session;
 }
 
+AclKey aclOf(Json const& key) { return {text(key, "acl_name"), static_cast<AclType>(get<unsigned>(key, "acl_type"))}; }
+
+std::uint32_t numberOf(Json const& key) {
+   std::uint32_t number = 0;
+   auto const* const end = key.GetString() + key.GetStringLength();
+   if (std::from_chars(key.GetString(), end, number).ptr != end) {
+      throw std::runtime_error(fmt::format("the switch's answer has a key {} that is no number", key.GetString()));
+   }
+   return number;
+}
+
+// The rules of all elements of a list: each element is a map or an ACL, with its rules by sequence number.
+template <class Rule>
+std::vector<Rule> rulesOf(Json const& answer, char const* key,
+                          Rule (*ruleOf)(Json const& owner, std::uint32_t sequence, Json const& rule)) {
+   std::vector<Rule> rules;
+   for (auto const& owner : list(answer, key)) {
+      for (auto const& [sequence, rule] : members(owner, "rules")) {
+         rules.push_back(ruleOf(owner, numberOf(sequence), rule));
+      }
+   }
+   return rules;
+}
+
+PolicyRule policyRuleOf(Json const& policyMap, std::uint32_t sequence, Json const& rule) {
+   PolicyRule row{.policyMap = text(child(policyMap, "key"), "name"),
+                  .sequence = sequence,
+                  .classMap = text(child(rule, "class_map_key"), "name"),
+                  .group = {}};
+   for (auto const& action : list(rule, "actions")) row.group += text(action, "nexthop_group_name");
+   return row;
+}
+
+ClassRule classRuleOf(Json const& classMap, std::uint32_t sequence, Json const& rule) {
+   return {text(child(classMap, "key"), "name"), sequence, aclOf(child(rule, "acl_key"))};
+}
+
+AclRule aclRuleOf(Json const& acl, std::uint32_t sequence, Json const& rule) {
+   return {.acl = aclOf(acl),
+           .sequence = sequence,
+           .group = text(rule, "nexthop_group"),
+           .priority = get<unsigned>(rule, "priority_value"),
+           .mask = get<unsigned>(rule, "priority_mask")};
+}
+
 }  // namespace
 
 SwitchView::SwitchView(std::shared_ptr<grpc::Channel> const& channel) : commands_(channel) {}
@@ -155,6 +201,12 @@ std::vector<SessionState> SwitchView::sessions() {
    return rowsOf(parse(commands_.show("show sbfd echo")), "sessions", sessionOf);
 }
 
+RedirectTables SwitchView::redirects() {
+   return {rulesOf(parse(commands_.show("show policy-map")), "policy_maps", policyRuleOf),
+           rulesOf(parse(commands_.show("show class-map")), "class_maps", classRuleOf),
+           rulesOf(parse(commands_.show("show acl")), "acls", aclRuleOf)};
+}
+
 std::vector<Pair> SwitchView::statuses(std::string_view prefix) {
    auto const answer = parse(commands_.show("show agent"));
    std::vector<Pair> statuses;
@@ -164,6 +216,16 @@ std::vector<Pair> SwitchView::statuses(std::string_view prefix) {
    }
    std::ranges::sort(statuses);
    return statuses;
+}
+
+std::vector<CallCount> SwitchView::calls() {
+   auto const answer = parse(commands_.show("show switch calls"));
+   std::vector<CallCount> calls;
+   for (auto const& [operation, count] : members(answer, "calls")) {
+      calls.push_back({operation.GetString(), as<std::uint64_t>(&count, "calls")});
+   }
+   std::ranges::sort(calls);
+   return calls;
 }
 
 }  // namespace VelmSdkRpc::demo

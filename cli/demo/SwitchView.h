@@ -11,6 +11,7 @@
 
 #include "cli/demo/CommandLine.h"
 #include "cli/demo/Entries.h"
+#include "cli/demo/RedirectTables.h"
 
 namespace VelmSdkRpc::demo {
 
@@ -33,6 +34,14 @@ struct SessionState {
    auto operator<=>(SessionState const&) const = default;
 };
 
+/// How often an operation of the switch's SDK was called: "manager.operation".
+struct CallCount {
+   std::string operation;
+   std::uint64_t count = 0;
+
+   auto operator<=>(CallCount const&) const = default;
+};
+
 /// What the switch says that it holds: its `show` commands, run over gRPC, their JSON parsed. Every method throws
 /// std::runtime_error if the command fails or answers something else than a table of that kind.
 class SwitchView {
@@ -50,8 +59,12 @@ class SwitchView {
    std::vector<Tunnel> tunnels();
    /// In the order of the switch.
    std::vector<SessionState> sessions();
+   /// All rules of policy maps, of class maps and of committed ACLs.
+   RedirectTables redirects();
    /// Those of the agent's statuses whose keys begin so, by key.
    std::vector<Pair> statuses(std::string_view prefix);
+   /// Those since the agent's start, by operation; none is 0. Of the commands only the calls of vapi_mgr count.
+   std::vector<CallCount> calls();
 
  private:
    CommandLine commands_;
