@@ -24,8 +24,12 @@
 #include "platform/velm/errors.h"
 #include "platform/velm/sdk.h"
 #include "remote/AgentService.h"
+#include "remote/BgpPathService.h"
 #include "remote/IntfCounterService.h"
 #include "remote/IntfService.h"
+#include "remote/IpRouteService.h"
+#include "remote/MplsRouteService.h"
+#include "remote/NexthopGroupService.h"
 #include "remote/VapiService.h"
 
 namespace VelmSdkRpc {
@@ -65,12 +69,17 @@ class Agent : public velm::agent_handler {
          new VelmSdkRpcService(aclMgr_, agentMgr_, bfdSessionMgr_, intfMgr_, classMapMgr_, ipRouteMgr_, mplsRouteMgr_,
                                mplsVrfLabelMgr_, nexthopGroupMgr_, nexthopGroupTunnelMgr_, policyMapMgr_));
       Test::btestHelper = native.get();
+      std::unique_ptr<NexthopGroupService> nexthopGroup(new NexthopGroupService(nexthopGroupMgr_));
+      std::unique_ptr<MplsRouteService> mplsRoute(new MplsRouteService(mplsRouteMgr_));
+      std::unique_ptr<IpRouteService> ipRoute(new IpRouteService(ipRouteMgr_));
       std::unique_ptr<IntfCounterService> intfCounter(new IntfCounterService(intfCounterMgr_));
       std::unique_ptr<IntfService> intf(new IntfService(intfMgr_));
       std::unique_ptr<VapiService> vapi(new VapiService(vapiMgr_));
+      std::unique_ptr<BgpPathService> bgpPath(new BgpPathService(bgpPathMgr_));
       std::unique_ptr<AgentService> agent(new AgentService(agentMgr_));
-      server_ = std::make_unique<GrpcServer>(listenAddress_, native, std::move(agent), std::move(vapi), std::move(intf),
-                                             std::move(intfCounter));
+      server_ = std::make_unique<GrpcServer>(listenAddress_, native, std::move(agent), std::move(bgpPath),
+                                             std::move(vapi), std::move(intf), std::move(intfCounter),
+                                             std::move(ipRoute), std::move(mplsRoute), std::move(nexthopGroup));
       serverThread_ = std::thread([server = server_.get()] { server->run(); });
       // Says what is intended: the thread binds the port, and reports for itself when it cannot.
       trace(1, className, "Server listening on {}", listenAddress_);
@@ -98,7 +107,7 @@ class Agent : public velm::agent_handler {
    velm::acl_mgr* aclMgr_;
    velm::agent_mgr* agentMgr_;
    velm::bfd_session_mgr* bfdSessionMgr_;
-   [[maybe_unused]] velm::bgp_path_mgr* bgpPathMgr_;
+   velm::bgp_path_mgr* bgpPathMgr_;
    velm::class_map_mgr* classMapMgr_;
    velm::vapi_mgr* vapiMgr_;
    [[maybe_unused]] velm::eth_lag_intf_mgr* ethLagIntfMgr_;

@@ -148,10 +148,6 @@ class OperStatusHandler : public IntfMethod<OperStatusHandler, &AsyncService::Re
 
 }  // namespace
 
-void IntfEventHandler::operator()(velm::intf_id_t const& /*intf*/, WatchIntfResponse& response) const {
-   service_->subscriptions().publishA<IntfWatchHandler>(response);
-}
-
 IntfService::IntfService(velm::intf_mgr* mgr)
    : GrpcService("intf"),
      intf_handler(mgr),
@@ -173,6 +169,8 @@ void IntfService::startHandlers() {
    arm<BulkDescriptionIsHandler>(*this);
    arm<OperStatusHandler>(*this);
 }
+
+void IntfService::publish(WatchIntfResponse const& response) { subscriptions_.publishA<IntfWatchHandler>(response); }
 
 template <class Fill>
 void IntfService::enter(velm::intf_id_t const& intf, Fill&& fill) {

@@ -2,6 +2,7 @@
 
 #include "platform/velm/intf.h"
 #include "remote/intf.grpc.pb.h"
+#include "rpc/BacklogPublisher.h"
 #include "rpc/GenericBacklog.h"
 #include "rpc/GrpcService.h"
 #include "rpc/SubscriptionController.h"
@@ -9,16 +10,7 @@
 namespace VelmSdkRpc {
 
 class IntfService;
-
-/// Publishes what the backlog of interfaces hands out.
-class IntfEventHandler {
- public:
-   explicit IntfEventHandler(IntfService& service) : service_(&service) {}
-   void operator()(velm::intf_id_t const& intf, velm::remote::WatchIntfResponse& response) const;
-
- private:
-   IntfService* service_;
-};
+using IntfEventHandler = BacklogPublisher<IntfService>;
 
 /// Mirrors the interfaces of the switch. Its watch brings of each interface the last event of a burst, whatever its
 /// kind. SDK callbacks and the backlog run on the main loop, all else on the server thread.
@@ -37,6 +29,7 @@ class IntfService : public GrpcService, public velm::intf_handler {
    SubscriptionController<IntfService>& subscriptions() { return subscriptions_; }
    void startWatching() { watch_all_intfs(true); }
    void stopWatching() { watch_all_intfs(false); }
+   void publish(velm::remote::WatchIntfResponse const& response);
 
    void on_intf_create(velm::intf_id_t intf) override;
    void on_intf_delete(velm::intf_id_t intf) override;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "rpc/GenericRequestHandler.h"
+#include "rpc/Method.h"
 
 namespace VelmSdkRpc {
 
@@ -16,6 +17,17 @@ class BulkRequestHandler final : public GenericRequestHandler<BulkRequestHandler
 
    void process() override {
       this->respondBulk([this](auto const& element) { Adapter::call(this->service(), element); });
+   }
+};
+
+/// The adapter of a bulk method whose elements are requests of a unary one: it does what that one's adapter does.
+///
+///   struct BulkProfileSet : BulkOf<&AsyncService::Requestbulk_profile_set, ProfileSet> {};
+template <auto post, class Single>
+struct BulkOf : Method<post> {
+   template <class Service>
+   static void call(Service& service, typename Single::Request const& element) {
+      Single::call(service, element);
    }
 };
 

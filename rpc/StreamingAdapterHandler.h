@@ -1,5 +1,6 @@
 #pragma once
 
+#include "rpc/Method.h"
 #include "rpc/WatchRequestHandler.h"
 
 namespace VelmSdkRpc {
@@ -27,5 +28,27 @@ class StreamingAdapterHandler final
  private:
    Adapter adapter_;
 };
+
+/// Base of the adapters whose calls subscribe as they come and want every event, unless they have a filter of their
+/// own.
+template <auto post>
+struct SubscribedWatch : Method<post> {
+   template <class Service>
+   static void subscribe(Service& service, typename Method<post>::Request const& /*request*/, void* id) {
+      service.subscriptions().subscribe(id);
+   }
+   template <class Service>
+   static void cancel(Service& service, void* id) {
+      service.subscriptions().cancel(id);
+   }
+   static bool filter(typename Method<post>::Request const& /*request*/,
+                      typename Method<post>::Response const& /*response*/) {
+      return true;
+   }
+};
+
+/// The class of handlers that an adapter's watch has, by which its service publishes.
+template <class Adapter, class Service>
+using WatchOf = StreamingAdapterHandler<Adapter, typename Adapter::Request, typename Adapter::Response, Service>;
 
 }  // namespace VelmSdkRpc
