@@ -27,6 +27,7 @@
 #include "remote/BgpPathService.h"
 #include "remote/IntfCounterService.h"
 #include "remote/IntfService.h"
+#include "remote/IpIntfService.h"
 #include "remote/IpRouteService.h"
 #include "remote/MplsRouteService.h"
 #include "remote/NexthopGroupService.h"
@@ -71,15 +72,16 @@ class Agent : public velm::agent_handler {
       Test::btestHelper = native.get();
       std::unique_ptr<NexthopGroupService> nexthopGroup(new NexthopGroupService(nexthopGroupMgr_));
       std::unique_ptr<MplsRouteService> mplsRoute(new MplsRouteService(mplsRouteMgr_));
+      std::unique_ptr<IpIntfService> ipIntf(new IpIntfService(ipIntfMgr_));
       std::unique_ptr<IpRouteService> ipRoute(new IpRouteService(ipRouteMgr_));
       std::unique_ptr<IntfCounterService> intfCounter(new IntfCounterService(intfCounterMgr_));
       std::unique_ptr<IntfService> intf(new IntfService(intfMgr_));
       std::unique_ptr<VapiService> vapi(new VapiService(vapiMgr_));
       std::unique_ptr<BgpPathService> bgpPath(new BgpPathService(bgpPathMgr_));
       std::unique_ptr<AgentService> agent(new AgentService(agentMgr_));
-      server_ = std::make_unique<GrpcServer>(listenAddress_, native, std::move(agent), std::move(bgpPath),
-                                             std::move(vapi), std::move(intf), std::move(intfCounter),
-                                             std::move(ipRoute), std::move(mplsRoute), std::move(nexthopGroup));
+      server_ = std::make_unique<GrpcServer>(
+         listenAddress_, native, std::move(agent), std::move(bgpPath), std::move(vapi), std::move(intf),
+         std::move(intfCounter), std::move(ipRoute), std::move(ipIntf), std::move(mplsRoute), std::move(nexthopGroup));
       serverThread_ = std::thread([server = server_.get()] { server->run(); });
       // Says what is intended: the thread binds the port, and reports for itself when it cannot.
       trace(1, className, "Server listening on {}", listenAddress_);
@@ -113,7 +115,7 @@ class Agent : public velm::agent_handler {
    [[maybe_unused]] velm::eth_lag_intf_mgr* ethLagIntfMgr_;
    velm::intf_mgr* intfMgr_;
    velm::intf_counter_mgr* intfCounterMgr_;
-   [[maybe_unused]] velm::ip_intf_mgr* ipIntfMgr_;
+   velm::ip_intf_mgr* ipIntfMgr_;
    velm::ip_route_mgr* ipRouteMgr_;
    [[maybe_unused]] velm::macsec_mgr* macsecMgr_;
    velm::mpls_route_mgr* mplsRouteMgr_;

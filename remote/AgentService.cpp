@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "remote/StreamedElements.h"
 #include "rpc/IteratorStreamingHandler.h"
 #include "rpc/NamedRequestHandler.h"
 #include "rpc/StreamingRequestHandler.h"
@@ -116,21 +117,11 @@ class UptimeHandler : public AgentMethod<UptimeHandler, &AsyncService::Requestag
    }
 };
 
-template <auto post>
-struct Names : Method<post> {
-   using typename Method<post>::Response;
-   static Response response(std::string const& name) {
-      Response response;
-      response.set_name(name);
-      return response;
-   }
-};
-
-struct AgentOptionsAdapter : Names<&AsyncService::Requestagent_options> {
+struct AgentOptionsAdapter : StreamedNames<&AsyncService::Requestagent_options> {
    static auto call(AgentService& service, Request const& /*request*/) { return service.mgr().agent_option_iter(); }
 };
 
-struct StatusesAdapter : Names<&AsyncService::Requeststatuses> {
+struct StatusesAdapter : StreamedNames<&AsyncService::Requeststatuses> {
    static auto call(AgentService& service, Request const& /*request*/) { return service.mgr().status_iter(); }
 };
 

@@ -1,9 +1,8 @@
 #include "remote/NexthopGroupService.h"
 
-#include <string>
-
 #include "convert/NexthopGroup.h"
 #include "remote/ResyncMethods.h"
+#include "remote/StreamedElements.h"
 #include "rpc/BulkRequestHandler.h"
 #include "rpc/IteratorStreamingHandler.h"
 #include "rpc/StreamingAdapterHandler.h"
@@ -36,14 +35,9 @@ struct NexthopGroups : Method<&AsyncService::Requestnexthop_groups> {
    }
 };
 
-struct ProgrammedNexthopGroups : Method<&AsyncService::Requestprogrammed_nexthop_groups> {
+struct ProgrammedNexthopGroups : StreamedNames<&AsyncService::Requestprogrammed_nexthop_groups> {
    static auto call(NexthopGroupService& service, Request const& /*request*/) {
       return service.mgr().programmed_nexthop_group_iter();
-   }
-   static Response response(std::string const& name) {
-      Response response;
-      response.set_name(name);
-      return response;
    }
 };
 

@@ -1,4 +1,3 @@
-#include <grpcpp/generic/generic_stub.h>
 #include <sys/wait.h>
 
 #include <atomic>
@@ -197,24 +196,6 @@ TEST_F(PanicTest, AnErrorThatNobodyCaughtIsTracedAndEndsTheProcess) {
 TEST_F(LifecycleTest, AgentDisableAnswersAndThenEnds) {
    EXPECT_TRUE(runConfig({"agent disable"}).success());
    EXPECT_EQ(waitForEnd(std::chrono::seconds(2)), 0);
-}
-
-TEST_F(LifecycleTest, AnUnknownServiceAndOneThatComesLaterAreUnimplemented) {
-   for (auto const* method : {"/velm.remote.BgpPathMgrService/watch", "/no.such.Service/call"}) {
-      grpc::GenericStub stub(agent().channel());
-      grpc::ClientContext context;
-      grpc::CompletionQueue queue;
-      grpc::ByteBuffer const request;
-      auto const pending = stub.PrepareUnaryCall(&context, method, request, &queue);
-      pending->StartCall();
-      grpc::ByteBuffer answer;
-      grpc::Status status;
-      pending->Finish(&answer, &status, &queue);
-      void* tag = nullptr;
-      bool ok = false;
-      queue.Next(&tag, &ok);
-      EXPECT_EQ(status.error_code(), grpc::StatusCode::UNIMPLEMENTED) << method;
-   }
 }
 
 }  // namespace

@@ -45,13 +45,6 @@ TEST_F(NativeServiceTest, ProgrammersRefuseBeforeInitAndTheSwitchIsNotTouched) {
    EXPECT_EQ(switchCalls("nexthop_group_mgr.nexthop_group_set"), 0);
 }
 
-TEST_F(NativeServiceTest, WhatIsNotBuiltSaysSoAfterInit) {
-   init();
-   EXPECT_THAT(call(&Stub::cbf_nexthop_group_redirect, pb::cbf_nexthop_group_redirect_msg()),
-               AllOf(::testing::Property(&rpc_status_msg::status, rpc_status_msg::STATUS_ERROR),
-                     ::testing::Property(&rpc_status_msg::debug_string, HasSubstr("not built"))));
-}
-
 TEST_F(NativeServiceTest, InitTellsWhatTheSwitchHolds) {
    auto answer = init();
    EXPECT_THAT(answer.status(), Succeeded());
