@@ -25,12 +25,15 @@
 #include "platform/velm/sdk.h"
 #include "remote/AgentService.h"
 #include "remote/BgpPathService.h"
+#include "remote/EthLagIntfService.h"
 #include "remote/IntfCounterService.h"
 #include "remote/IntfService.h"
 #include "remote/IpIntfService.h"
 #include "remote/IpRouteService.h"
+#include "remote/MacsecService.h"
 #include "remote/MplsRouteService.h"
 #include "remote/NexthopGroupService.h"
+#include "remote/PolicyMapService.h"
 #include "remote/VapiService.h"
 
 namespace VelmSdkRpc {
@@ -70,18 +73,22 @@ class Agent : public velm::agent_handler {
          new VelmSdkRpcService(aclMgr_, agentMgr_, bfdSessionMgr_, intfMgr_, classMapMgr_, ipRouteMgr_, mplsRouteMgr_,
                                mplsVrfLabelMgr_, nexthopGroupMgr_, nexthopGroupTunnelMgr_, policyMapMgr_));
       Test::btestHelper = native.get();
+      std::unique_ptr<PolicyMapService> policyMap(new PolicyMapService(policyMapMgr_));
       std::unique_ptr<NexthopGroupService> nexthopGroup(new NexthopGroupService(nexthopGroupMgr_));
       std::unique_ptr<MplsRouteService> mplsRoute(new MplsRouteService(mplsRouteMgr_));
+      std::unique_ptr<MacsecService> macsec(new MacsecService(macsecMgr_));
       std::unique_ptr<IpIntfService> ipIntf(new IpIntfService(ipIntfMgr_));
       std::unique_ptr<IpRouteService> ipRoute(new IpRouteService(ipRouteMgr_));
       std::unique_ptr<IntfCounterService> intfCounter(new IntfCounterService(intfCounterMgr_));
       std::unique_ptr<IntfService> intf(new IntfService(intfMgr_));
+      std::unique_ptr<EthLagIntfService> ethLagIntf(new EthLagIntfService(ethLagIntfMgr_));
       std::unique_ptr<VapiService> vapi(new VapiService(vapiMgr_));
       std::unique_ptr<BgpPathService> bgpPath(new BgpPathService(bgpPathMgr_));
       std::unique_ptr<AgentService> agent(new AgentService(agentMgr_));
       server_ = std::make_unique<GrpcServer>(
-         listenAddress_, native, std::move(agent), std::move(bgpPath), std::move(vapi), std::move(intf),
-         std::move(intfCounter), std::move(ipRoute), std::move(ipIntf), std::move(mplsRoute), std::move(nexthopGroup));
+         listenAddress_, native, std::move(agent), std::move(bgpPath), std::move(vapi), std::move(ethLagIntf),
+         std::move(intf), std::move(intfCounter), std::move(ipRoute), std::move(ipIntf), std::move(macsec),
+         std::move(mplsRoute), std::move(nexthopGroup), std::move(policyMap));
       serverThread_ = std::thread([server = server_.get()] { server->run(); });
       // Says what is intended: the thread binds the port, and reports for itself when it cannot.
       trace(1, className, "Server listening on {}", listenAddress_);
@@ -105,19 +112,19 @@ class Agent : public velm::agent_handler {
 
  private:
    std::string listenAddress_;
-   // In the order in which they are fetched. Some wait for the services that will take them.
+   // In the order in which they are fetched.
    velm::acl_mgr* aclMgr_;
    velm::agent_mgr* agentMgr_;
    velm::bfd_session_mgr* bfdSessionMgr_;
    velm::bgp_path_mgr* bgpPathMgr_;
    velm::class_map_mgr* classMapMgr_;
    velm::vapi_mgr* vapiMgr_;
-   [[maybe_unused]] velm::eth_lag_intf_mgr* ethLagIntfMgr_;
+   velm::eth_lag_intf_mgr* ethLagIntfMgr_;
    velm::intf_mgr* intfMgr_;
    velm::intf_counter_mgr* intfCounterMgr_;
    velm::ip_intf_mgr* ipIntfMgr_;
    velm::ip_route_mgr* ipRouteMgr_;
-   [[maybe_unused]] velm::macsec_mgr* macsecMgr_;
+   velm::macsec_mgr* macsecMgr_;
    velm::mpls_route_mgr* mplsRouteMgr_;
    velm::mpls_vrf_label_mgr* mplsVrfLabelMgr_;
    velm::nexthop_group_mgr* nexthopGroupMgr_;

@@ -9,7 +9,6 @@
 #include <map>
 #include <random>
 #include <string>
-#include <unordered_set>
 
 #include "convert/Enums.h"
 #include "platform/velm/attribute.h"
@@ -32,12 +31,16 @@ class AnyValue {
    void fill(T& number) {
       number = oneOf<T>({0, 1, std::numeric_limits<T>::max(), static_cast<T>(random_())});
    }
+   void fill(double& number) { number = oneOf<double>({0, 0.5, -1e300, 1e-9 * random_()}); }
    void fill(bool& flag) { flag = upTo(2) == 1; }
    template <class Enum>
    requires std::is_enum_v<Enum>
    void fill(Enum& value) {
       using Wire = decltype(convert(value));
-      value = static_cast<Enum>(upTo(google::protobuf::GetEnumDescriptor<Wire>()->value_count()));
+      auto const* const schema = google::protobuf::GetEnumDescriptor<Wire>();
+      // The wire's own, which has no twin.
+      bool const keepsZeroFree = schema->value(0)->name().ends_with("_UNSPECIFIED");
+      value = static_cast<Enum>(upTo(schema->value_count() - keepsZeroFree));
    }
 
    void fill(std::string& text) {
@@ -81,11 +84,12 @@ class AnyValue {
          fill(indexed[index]);
       }
    }
-   template <class T>
-   void fill(std::unordered_set<T>& set) {
+   template <class Set>
+   requires requires { typename Set::key_type; }
+   void fill(Set& set) {
       set.clear();
       for (int count = upTo(4); count > 0; --count) {
-         T element;
+         typename Set::key_type element;
          fill(element);
          set.insert(element);
       }

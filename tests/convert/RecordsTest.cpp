@@ -1,49 +1,26 @@
 #include <gmock/gmock.h>
-#include <google/protobuf/text_format.h>
 
 #include <climits>
 #include <functional>
-#include <ranges>
 
+#include "convert/Acl.h"
 #include "convert/BgpPath.h"
 #include "convert/IpRoute.h"
 #include "convert/MplsRoute.h"
 #include "convert/NexthopGroup.h"
+#include "convert/PolicyMap.h"
 #include "platform/velm/bgp_path.h"
 #include "platform/velm/ip_route.h"
 #include "platform/velm/mpls_route.h"
 #include "platform/velm/nexthop_group.h"
-#include "tests/convert/ErrorText.h"
+#include "platform/velm/policy_map.h"
+#include "tests/convert/Messages.h"
 
 namespace VelmSdkRpc::types {
 namespace {
 
-using google::protobuf::TextFormat;
 using velm::invalid_argument_error;
 using velm::unsupported_error;
-
-template <class Message>
-Message message(std::string const& fields) {
-   Message message;
-   EXPECT_TRUE(TextFormat::ParseFromString(fields, &message)) << fields;
-   return message;
-}
-
-struct Fault {
-   std::string fields;
-   std::string error;  // the part that tells it from the others
-};
-
-/// Each fault is the one told of a message that has it and all behind it.
-template <class Message>
-void expectOrder(std::vector<Fault> const& faults) {
-   Message message;
-   for (auto const& [fields, error] : faults | std::views::reverse) {
-      ASSERT_TRUE(TextFormat::MergeFromString(fields, &message)) << fields;
-      EXPECT_THAT(errorText<invalid_argument_error>([&] { convert(message); }), testing::HasSubstr(error))
-         << message.ShortDebugString();
-   }
-}
 
 // clang-format off
 TEST(FaultTest, TheFirstInOrderIsTold) {
@@ -96,8 +73,9 @@ auto withUnknownFamily(auto set) {
 
 TEST(UnknownFamilyTest, FailsInTheFormOfItsField) {
    auto const prefix = [](auto& key, velm::ip_addr_t const& address) { key.prefix_is(velm::ip_prefix_t(address, 0)); };
+   auto const source = [](auto& rule, auto const& address) { rule.source_addr_is(velm::ip_addr_mask_t(address, 0)); };
    for (auto const& fn : std::vector<std::function<void()>>{
-           withUnknownFamily<velm::ip_route_key_t>(prefix),
+           withUnknownFamily<velm::ip_route_key_t>(prefix), withUnknownFamily<velm::acl_rule_ip_t>(source),
            withUnknownFamily<velm::ip_route_via_t>(&velm::ip_route_via_t::hop_is),
            withUnknownFamily<velm::ip_route_via_t>(&velm::ip_route_via_t::vtep_addr_is),
            withUnknownFamily<velm::nexthop_group_entry_t>(&velm::nexthop_group_entry_t::nexthop_is),
@@ -106,7 +84,9 @@ TEST(UnknownFamilyTest, FailsInTheFormOfItsField) {
       EXPECT_EQ(errorText<unsupported_error>(fn), "Unknown address family on conversion from SDK");
    }
    auto const destination = [](auto& group, auto const& address) { group.destination_ips_is({{1, address}}); };
+   auto const nexthops = [](auto& action, auto const& address) { action.nexthops_is({address}); };
    for (auto const& fn : std::vector<std::function<void()>>{
+           withUnknownFamily<velm::policy_map_action_t>(nexthops),
            withUnknownFamily<velm::mpls_route_via_t>(&velm::mpls_route_via_t::hop_is),
            withUnknownFamily<velm::nexthop_group_t>(destination),
            withUnknownFamily<velm::bgp_path_key_t>(&velm::bgp_path_key_t::peer_addr_is),

@@ -52,8 +52,8 @@ AnyOutcome anyCall(std::shared_ptr<grpc::Channel> const& channel, google::protob
       call->Read(&message, nullptr);
       if (!await()) break;
       auto* const factory = google::protobuf::MessageFactory::generated_factory();
-      outcome.response.reset(factory->GetPrototype(method.output_type())->New());
-      outcome.response->ParseFromString(bytesOf(message));
+      outcome.responses.emplace_back(factory->GetPrototype(method.output_type())->New());
+      outcome.responses.back()->ParseFromString(bytesOf(message));
    }
    call->Finish(&outcome.status, nullptr);
    await();

@@ -13,10 +13,10 @@
 
 namespace VelmSdkRpc {
 
-/// How a call of any method ended, and the last message that it brought.
+/// How a call of any method ended, and the messages that it brought.
 struct AnyOutcome {
    grpc::Status status;
-   std::unique_ptr<google::protobuf::Message> response;  // empty if there was none
+   std::vector<std::unique_ptr<google::protobuf::Message>> responses;
 };
 
 /// Calls a method that is known by its descriptor alone. A stream that stays open ends with the deadline.
