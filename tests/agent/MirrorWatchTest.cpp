@@ -23,28 +23,6 @@ using Policies = remote::PolicyMapMgrService::Stub;
 using Macsec = remote::MacsecMgrService::Stub;
 using Lags = remote::EthLagIntfMgrService::Stub;
 
-/// A watch whose marker has been read.
-template <class Stub, class Request, class Response>
-std::unique_ptr<Stream<Response>> watchFrom(
-   Stub& stub, std::unique_ptr<grpc::ClientReader<Response>> (Stub::*watch)(grpc::ClientContext*, Request const&),
-   Request request) {
-   request.set_notify_ready(true);
-   auto stream = std::make_unique<Stream<Response>>(stub, watch, request);
-   auto const marker = stream->next();
-   EXPECT_TRUE(marker && marker->ready());
-   return stream;
-}
-
-template <class Response, class Word>
-std::vector<std::string> next(Stream<Response>& stream, int count, Word word) {
-   std::vector<std::string> words;
-   for (int i = 0; i < count; ++i) {
-      auto const event = stream.next();
-      words.push_back(event ? word(*event) : "end");
-   }
-   return words;
-}
-
 class MirrorWatchTest : public StatefulAgentTest {
  protected:
    MirrorWatchTest() : StatefulAgentTest("macsec/0-9") {}
@@ -63,13 +41,14 @@ TEST_F(MirrorWatchTest, EveryChangeOfAnAddressComesInOrder) {
    auto const watch = watchFrom(*stub, &Addrs::watch, remote::IpIntfWatchRequest());
    world({"interface Ethernet1", "ip address 192.0.2.1/24", "no ip address 192.0.2.1/24",
           "simulate ip interface Ethernet1 vlan 65535"});
-   EXPECT_THAT(next(*watch, 3,
-                    [](auto const& event) {
-                       return event.has_internal_vlan_id()
-                                 ? fmt::format("{} vlan {}", event.intf().name(), event.internal_vlan_id().vlan_id())
-                                 : fmt::format("{} op {} /{}", event.intf().name(), event.ip_addr_event().op(),
-                                               event.ip_addr_event().addr().mask_length());
-                    }),
+   EXPECT_THAT(nextWords(*watch, 3,
+                         [](auto const& event) {
+                            return event.has_internal_vlan_id()
+                                      ? fmt::format("{} vlan {}", event.intf().name(),
+                                                    event.internal_vlan_id().vlan_id())
+                                      : fmt::format("{} op {} /{}", event.intf().name(), event.ip_addr_event().op(),
+                                                    event.ip_addr_event().addr().mask_length());
+                         }),
                ElementsAre("Ethernet1 op 1 /24", "Ethernet1 op 2 /24", "Ethernet1 vlan 65535"));
    expectLast(*watch, "ip_intf_handler");
 }
@@ -93,10 +72,10 @@ TEST_F(MirrorWatchTest, OfAPolicyMapTheLastEventOfABurstComes) {
    auto const none = watch([](auto& request) { request.set_all(false); });
    world({"simulate policy-map p feature 1 sync", "simulate policy-map p feature 2 config-set",
           "simulate policy-map p feature 1 sync-fail \"no room\""});
-   EXPECT_THAT(next(*all, 2, word), UnorderedElementsAre("p/1 0no room", "p/2 2"));
-   EXPECT_THAT(next(*one, 1, word), ElementsAre("p/1 0no room"));
+   EXPECT_THAT(nextWords(*all, 2, word), UnorderedElementsAre("p/1 0no room", "p/2 2"));
+   EXPECT_THAT(nextWords(*one, 1, word), ElementsAre("p/1 0no room"));
    world({"simulate policy-map p feature 1 config-set", "simulate policy-map p feature 1 sync"});
-   EXPECT_THAT(next(*one, 1, word), ElementsAre("p/1 1"));
+   EXPECT_THAT(nextWords(*one, 1, word), ElementsAre("p/1 1"));
    one->cancel();
    none->cancel();
    EXPECT_FALSE(none->next());
@@ -115,11 +94,11 @@ TEST_F(MirrorWatchTest, OfALagAndOfAMemberTheLastEventOfABurstComes) {
           "channel-group 3 mode active"});
    // Of the creations nothing is seen: speeds have overtaken them.
    EXPECT_THAT(
-      next(*watch, 4, word),
+      nextWords(*watch, 4, word),
       UnorderedElementsAre("Port-Channel1  type 2 speed 0", "Port-Channel2  type 5 speed 0",
                            "Port-Channel3  type 5 speed 100000000000", "Port-Channel3 Ethernet7 type 3 speed 0"));
    world({"interface Ethernet7", "no channel-group"});
-   EXPECT_THAT(next(*watch, 2, word),
+   EXPECT_THAT(nextWords(*watch, 2, word),
                UnorderedElementsAre("Port-Channel3 Ethernet7 type 4 speed 0", "Port-Channel3  type 5 speed 0"));
 }
 

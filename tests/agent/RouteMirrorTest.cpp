@@ -249,21 +249,8 @@ TEST_F(RouteMirrorTest, BulksStopAtTheFirstBadElementAndKeepWhatWentBefore) {
    EXPECT_EQ(routes().size(), 4);
 }
 
-/// The next messages of a stream, as words.
-template <class Response, class Word>
-std::vector<std::string> wordsOf(Stream<Response>& stream, int count, Word word) {
-   std::vector<std::string> words;
-   for (int i = 0; i < count; ++i) {
-      auto const message = stream.next();
-      words.push_back(!message ? "end" : message->ready() ? "ready" : word(*message));
-   }
-   return words;
-}
-
 TEST_F(RouteMirrorTest, OfARouteAndOfAFecTheLastEventOfABurstComes) {
-   remote::MplsRouteWatchRequest request;
-   request.set_notify_ready(true);
-   Stream watch(*mpls, &Mpls::watch, request);
+   auto const watch = watchFrom(*mpls, &Mpls::watch, remote::MplsRouteWatchRequest());
    auto const word = [](remote::MplsRouteWatchResponse const& event) {
       auto const label = [](auto const& change) { return change.route_key().labels(0).label(); };
       switch (event.event_case()) {
@@ -279,37 +266,32 @@ TEST_F(RouteMirrorTest, OfARouteAndOfAFecTheLastEventOfABurstComes) {
          default: return std::string("nothing");
       }
    };
-   EXPECT_THAT(wordsOf(watch, 1, word), ElementsAre("ready"));
    world({"simulate mpls fec 900 set", "simulate mpls fec 901 set", "simulate mpls fec 900 delete"});
-   EXPECT_THAT(wordsOf(watch, 2, word), UnorderedElementsAre("fec del 900", "fec set 901"));
+   EXPECT_THAT(nextWords(*watch, 2, word), UnorderedElementsAre("fec del 900", "fec set 901"));
    init();
-   pb::mpls_route_bulk_msg burst;  // under one lock each, so no event comes between
    remote::BulkMplsRouteSetRequest sets;
    *sets.add_requests() = labelSet(100);
    *sets.add_requests() = labelSet(101);
    *sets.add_requests() = labelSet(100);
    succeed(*mpls, &Mpls::bulk_mpls_route_set, sets);
-   auto words = wordsOf(watch, 4, word);
+   auto words = nextWords(*watch, 4, word);
    std::erase_if(words, [](auto const& text) { return text.starts_with("fec set"); });
    EXPECT_THAT(words, UnorderedElementsAre("set 100 fec true", "set 101 fec true"));
    remote::MplsRouteDelRequest del;
    *del.mutable_key() = labelKey(100);
    succeed(*mpls, &Mpls::mpls_route_del, del);
-   words = wordsOf(watch, 2, word);
+   words = nextWords(*watch, 2, word);
    EXPECT_THAT(words, ::testing::Contains("del 100"));
    EXPECT_THAT(watches("mpls_route_handler"), ElementsAre("all"));
-   watch.cancel();
+   watch->cancel();
    EXPECT_TRUE(eventually([&] { return watches("mpls_route_handler").empty(); }));
 }
 
 TEST_F(RouteMirrorTest, AWatchOfGroupsBringsEveryEventOfThoseItChose) {
    auto const watch = [&](auto choose) {
       remote::WatchNexthopGroupRequest request;
-      request.set_notify_ready(true);
       choose(request);
-      auto stream = std::make_unique<Stream<remote::WatchNexthopGroupResponse>>(*groups, &Groups::watch, request);
-      EXPECT_TRUE(stream->next()->ready());
-      return stream;
+      return watchFrom(*groups, &Groups::watch, request);
    };
    auto const word = [](remote::WatchNexthopGroupResponse const& event) {
       return event.has_active()
@@ -321,9 +303,9 @@ TEST_F(RouteMirrorTest, AWatchOfGroupsBringsEveryEventOfThoseItChose) {
    auto const none = watch([](auto& request) { request.set_all(false); });
    world({"simulate nexthop-group g active true", "simulate nexthop-group g active false",
           "simulate nexthop-group h programmed 65535", "simulate nexthop-group h active true"});
-   EXPECT_THAT(wordsOf(*all, 4, word),
+   EXPECT_THAT(nextWords(*all, 4, word),
                ElementsAre("g active true", "g active false", "h programmed true version 65535", "h active true"));
-   EXPECT_THAT(wordsOf(*one, 2, word), ElementsAre("h programmed true version 65535", "h active true"));
+   EXPECT_THAT(nextWords(*one, 2, word), ElementsAre("h programmed true version 65535", "h active true"));
    stop(SIGTERM);
    EXPECT_FALSE(none->next());
 }
@@ -331,11 +313,8 @@ TEST_F(RouteMirrorTest, AWatchOfGroupsBringsEveryEventOfThoseItChose) {
 TEST_F(RouteMirrorTest, BgpPathsAreReadAndWatchedByFamily) {
    auto const watch = [&](auto choose) {
       remote::BgpPathWatchRequest request;
-      request.set_notify_ready(true);
       choose(request);
-      auto stream = std::make_unique<Stream<remote::BgpPathWatchResponse>>(*bgp, &Bgp::watch, request);
-      EXPECT_TRUE(stream->next()->ready());
-      return stream;
+      return watchFrom(*bgp, &Bgp::watch, request);
    };
    auto const word = [](remote::BgpPathWatchResponse const& event) {
       return event.has_path_key()
@@ -352,10 +331,10 @@ TEST_F(RouteMirrorTest, BgpPathsAreReadAndWatchedByFamily) {
    world({path("10.0.0.0/8") + " next-hop 192.0.2.9 origin 1 med 2 local-pref 3 community 4,5", path("10.0.0.0/8"),
           path("10.0.0.0/8") + " next-hop 192.0.2.9 med 7 community 5", path("2001:db8::/32"),
           "simulate bgp converged ipv4 true", "simulate bgp converged ipv4 false", "simulate bgp converged ipv6 true"});
-   EXPECT_THAT(wordsOf(*all, 4, word),
+   EXPECT_THAT(nextWords(*all, 4, word),
                UnorderedElementsAre("4 path 8", "4 converged false", "6 path 32", "6 converged true"));
-   EXPECT_THAT(wordsOf(*ipv4, 2, word), UnorderedElementsAre("4 path 8", "4 converged false"));
-   EXPECT_THAT(wordsOf(*ipv6, 2, word), UnorderedElementsAre("6 path 32", "6 converged true"));
+   EXPECT_THAT(nextWords(*ipv4, 2, word), UnorderedElementsAre("4 path 8", "4 converged false"));
+   EXPECT_THAT(nextWords(*ipv6, 2, word), UnorderedElementsAre("6 path 32", "6 converged true"));
    EXPECT_FALSE(
       ask(*bgp, &Bgp::ipv4_unicast_bgp_convergence, remote::Ipv4UnicastBgpConvergenceRequest()).response.converged());
    EXPECT_TRUE(

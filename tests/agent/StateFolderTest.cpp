@@ -138,7 +138,7 @@ class KillTest : public StateFolderTest {
       reader->Finish(&response, &status, &status);
       void* tag = nullptr;
       bool ok = false;
-      auto const soon = std::chrono::system_clock::now() + std::chrono::microseconds(upTo(3000));
+      auto const soon = std::chrono::system_clock::now() + std::chrono::microseconds(upTo(1000));
       bool const ended = queue.AsyncNext(&tag, &ok, soon) == grpc::CompletionQueue::GOT_EVENT;
       agent().signal(SIGKILL);
       agent().waitForEnd();

@@ -6,6 +6,7 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace VelmSdkRpc {
@@ -75,5 +76,28 @@ Stream(Stub&, std::unique_ptr<grpc::ClientReader<Response>> (Stub::*)(grpc::Clie
        Request const&) -> Stream<Response>;
 
 MATCHER_P2(Fails, code, text, "") { return arg.status.error_code() == code && arg.status.error_message() == text; }
+
+/// A watch whose marker has been read.
+template <class Stub, class Request, class Response>
+std::unique_ptr<Stream<Response>> watchFrom(
+   Stub& stub, std::unique_ptr<grpc::ClientReader<Response>> (Stub::*watch)(grpc::ClientContext*, Request const&),
+   Request request) {
+   request.set_notify_ready(true);
+   auto stream = std::make_unique<Stream<Response>>(stub, watch, request);
+   auto const marker = stream->next();
+   EXPECT_TRUE(marker && marker->ready());
+   return stream;
+}
+
+/// The next messages of a stream, as words.
+template <class Response, class Word>
+std::vector<std::string> nextWords(Stream<Response>& stream, int count, Word word) {
+   std::vector<std::string> words;
+   for (int i = 0; i < count; ++i) {
+      auto const message = stream.next();
+      words.push_back(message ? word(*message) : "end");
+   }
+   return words;
+}
 
 }  // namespace VelmSdkRpc
