@@ -11,7 +11,7 @@ Audience::Audience(Server& server, std::size_t watchers, std::size_t connections
    std::vector<std::shared_ptr<grpc::Channel>> channels;
    for (std::size_t i = 0; i < connections; ++i) channels.push_back(server.newChannel());
    for (std::size_t i = 0; i < watchers; ++i) {
-      watches_.emplace_back(client_, channels[i % connections], [this](Watch::Event const& event) { hear(event); });
+      watches_.emplace_back(client_, channels[i % connections], [this](IntfWatch::Event const& event) { hear(event); });
    }
 }
 
@@ -24,7 +24,7 @@ Delay Audience::change() {
    return {begin, call_.answeredAt(), heardAt_};
 }
 
-void Audience::hear(Watch::Event const& event) {
+void Audience::hear(IntfWatch::Event const& event) {
    if (event.description() != request_.description()) return;
    heardAt_ = Clock::now();
    ++heard_;

@@ -26,7 +26,7 @@ class Audience {
    using Stub = velm::remote::IntfMgrService::Stub;
    using Request = velm::remote::DescriptionIsRequest;
 
-   void hear(Watch::Event const& event);
+   void hear(IntfWatch::Event const& event);
 
    Client client_;
    ClientCall<Stub, Request, velm::remote::DescriptionIsResponse> call_;
@@ -34,7 +34,7 @@ class Audience {
    std::size_t changes_ = 0;
    std::size_t heard_ = 0;  // of the present change
    Clock::time_point heardAt_;
-   std::deque<Watch> watches_;
+   std::deque<IntfWatch> watches_;
 };
 
 }  // namespace VelmSdkRpc::Bench

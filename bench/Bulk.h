@@ -19,5 +19,14 @@ inline auto const& elementsOf(pb::cbf_nexthop_group_redirect_bulk_msg const& bul
 }
 inline auto& elementsOf(pb::sbfd_echo_session_bulk_msg& bulk) { return *bulk.mutable_sbfd_echo_session(); }
 inline auto const& elementsOf(pb::sbfd_echo_session_bulk_msg const& bulk) { return bulk.sbfd_echo_session(); }
+// Of every mirror service.
+template <class Bulk>
+auto elementsOf(Bulk& bulk) -> decltype((*bulk.mutable_requests())) {
+   return *bulk.mutable_requests();
+}
+template <class Bulk>
+auto elementsOf(Bulk const& bulk) -> decltype((bulk.requests())) {
+   return bulk.requests();
+}
 
 }  // namespace VelmSdkRpc::Bench

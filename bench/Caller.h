@@ -27,19 +27,34 @@ bool succeeded(Bulk const& request, pb::rpc_status_bulk_msg const& answer) {
    }
    return true;
 }
+template <class Bulk, class Answer>
+requires requires(Answer const& answer) { answer.count(); }
+bool succeeded(Bulk const& request, Answer const& answer) {
+   return answer.status().code() == 0 && answer.count() == static_cast<std::size_t>(elementsOf(request).size());
+}
 
-/// An asynchronous client of one method: one connection, one completion queue, one thread. It does as little as it can
-/// between two calls, for what the client spends hides differences between servers.
-template <class Request, class Response>
+/// What the type of a generated `Async<method>` member of a stub tells of its method.
+template <class AsyncFn>
+struct CalledMethod;
+
+template <class StubClass, class RequestMessage, class ResponseMessage>
+struct CalledMethod<std::unique_ptr<grpc::ClientAsyncResponseReader<ResponseMessage>> (StubClass::*)(
+   grpc::ClientContext*, RequestMessage const&, grpc::CompletionQueue*)> {
+   using Stub = StubClass;
+   using Request = RequestMessage;
+   using Response = ResponseMessage;
+};
+
+/// An asynchronous client of one method, named by such a member: one connection, one completion queue, one thread. It
+/// does as little as it can between two calls, for what the client spends hides differences between servers.
+template <auto method>
 class Caller {
  public:
-   using Reader = grpc::ClientAsyncResponseReader<Response>;
-   /// The generated `Async<method>` member of the stub.
-   using Method = std::unique_ptr<Reader> (pb::velmsdk_service::Stub::*)(grpc::ClientContext*, Request const&,
-                                                                         grpc::CompletionQueue*);
+   using Request = typename CalledMethod<decltype(method)>::Request;
+   using Response = typename CalledMethod<decltype(method)>::Response;
 
-   Caller(std::shared_ptr<grpc::Channel> const& channel, Method method, std::size_t outstanding)
-      : stub_(channel), method_(method), slots_(outstanding) {}
+   Caller(std::shared_ptr<grpc::Channel> const& channel, std::size_t outstanding)
+      : stub_(channel), slots_(outstanding) {}
 
    /// Makes one call for each request, in order, and keeps as many outstanding as there are slots. Returns once all are
    /// answered; throws std::runtime_error for the first that did not succeed.
@@ -65,7 +80,7 @@ class Caller {
  private:
    struct Slot {
       std::optional<grpc::ClientContext> context;
-      std::unique_ptr<Reader> reader;
+      std::unique_ptr<grpc::ClientAsyncResponseReader<Response>> reader;
       Request const* request = nullptr;
       Response response;  // used again, with the memory that it has
       grpc::Status status;
@@ -75,7 +90,7 @@ class Caller {
       slot.reader.reset();
       slot.context.emplace();
       slot.request = &request;
-      slot.reader = (stub_.*method_)(&*slot.context, request, &queue_);
+      slot.reader = (stub_.*method)(&*slot.context, request, &queue_);
       slot.reader->Finish(&slot.response, &slot.status, &slot);
    }
 
@@ -88,8 +103,7 @@ class Caller {
       throw std::runtime_error(what);
    }
 
-   pb::velmsdk_service::Stub stub_;
-   Method method_;
+   typename CalledMethod<decltype(method)>::Stub stub_;
    grpc::CompletionQueue queue_;
    std::vector<Slot> slots_;
 };

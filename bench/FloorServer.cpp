@@ -11,8 +11,9 @@
 
 #include "bench/Bulk.h"
 #include "bench/FloorCall.h"
-#include "bench/FloorStatuses.h"
+#include "bench/FloorStream.h"
 #include "bench/FloorWatch.h"
+#include "bench/MirrorTables.h"
 #include "velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
@@ -21,6 +22,8 @@ namespace {
 namespace remote = velm::remote;
 using AsyncService = pb::velmsdk_service::AsyncService;
 using Queue = grpc::ServerCompletionQueue;
+using Agents = remote::AgentService::AsyncService;
+using IpRoutes = remote::IpRouteMgrService::AsyncService;
 
 template <class Request>
 void answer(Request const&, pb::rpc_status_msg& response) {
@@ -34,8 +37,14 @@ void answer(Bulk const& request, pb::rpc_status_bulk_msg& response) {
    for (int i = 0; i < count; ++i) response.add_status()->set_status(pb::rpc_status_msg::STATUS_SUCCESS);
 }
 
+void answer(remote::BulkIpRouteSetRequest const& request, remote::BulkIpRouteSetResponse& response) {
+   response.mutable_status();
+   response.set_count(elementsOf(request).size());
+}
+
+constexpr auto succeed = [](auto const& request, auto& response) { answer(request, response); };
+
 void serveProgramming(AsyncService& service, Queue& queue) {
-   auto const succeed = [](auto const& request, auto& response) { answer(request, response); };
    serveCalls<&AsyncService::Requestip_route>(service, queue, succeed);
    serveCalls<&AsyncService::Requestip_route_bulk>(service, queue, succeed);
    serveCalls<&AsyncService::Requestmpls_route_bulk>(service, queue, succeed);
@@ -56,15 +65,17 @@ void serveWatches(FloorWatch::Service& service, Queue& queue, FloorWatch::Open& 
       });
 }
 
-int serve(std::string const& address, std::size_t statuses) {
+int serve(std::string const& address, std::size_t elements) {
    AsyncService programming;
-   FloorStatuses::Service agent;
+   Agents agent;
+   IpRoutes ipRoutes;
    FloorWatch::Service intfs;
    FloorWatch::Open open;
    grpc::ServerBuilder builder;
    builder.AddListeningPort(address, grpc::InsecureServerCredentials());
    builder.RegisterService(&programming);
    builder.RegisterService(&agent);
+   builder.RegisterService(&ipRoutes);
    builder.RegisterService(&intfs);
    auto const queue = builder.AddCompletionQueue();
    auto const server = builder.BuildAndStart();
@@ -73,7 +84,9 @@ int serve(std::string const& address, std::size_t statuses) {
       return 1;
    }
    serveProgramming(programming, *queue);
-   new FloorStatuses(agent, *queue, statuses);
+   serveCalls<&IpRoutes::Requestbulk_ip_route_set>(ipRoutes, *queue, succeed);
+   serveStream<&Agents::Requeststatuses, &MirrorStatuses::streamed>(agent, *queue, elements);
+   serveStream<&IpRoutes::Requestip_routes, &MirrorIpRoutes::streamed>(ipRoutes, *queue, elements);
    serveWatches(intfs, *queue, open);
    void* tag = nullptr;
    bool ok = false;
@@ -87,9 +100,9 @@ int serve(std::string const& address, std::size_t statuses) {
 int main(int argc, char** argv) {
    CLI::App app("Answers what the benchmarks call with success and does nothing else.");
    std::string address;
-   std::size_t statuses = 0;
+   std::size_t elements = 0;
    app.add_option("--listen", address, "Address to listen on")->required();
-   app.add_option("--statuses", statuses, "Names to send as those of the statuses");
+   app.add_option("--elements", elements, "Elements to send of each table that is streamed");
    CLI11_PARSE(app, argc, argv);
-   return VelmSdkRpc::Bench::serve(address, statuses);
+   return VelmSdkRpc::Bench::serve(address, elements);
 }

@@ -16,8 +16,8 @@ class SingleRoutes : public BulkSubject<IpRoutes> {
    using BulkSubject::BulkSubject;
 
    Prepare prepareFor(Server& server, std::size_t outstanding) const override {
-      auto const caller = std::make_shared<Caller<pb::ip_route_msg, pb::rpc_status_msg>>(
-         server.channel(), &pb::velmsdk_service::Stub::Asyncip_route, outstanding);
+      auto const caller =
+         std::make_shared<Caller<&pb::velmsdk_service::Stub::Asyncip_route>>(server.channel(), outstanding);
       return [this, caller](PlaceList const& places) {
          std::vector<pb::ip_route_msg> requests;
          requests.reserve(places.size());

@@ -18,19 +18,16 @@ Loopbacks::Loopbacks(Client& client, Server const& server, std::size_t count)
    commandLine_.run(commands);
 }
 
-void Loopbacks::describe(std::size_t turn, std::size_t turns) {
+void Loopbacks::change(std::size_t first, std::size_t changes) {
    CommandLine::Commands commands;
-   for (auto const end = turn + turns; turn < end; ++turn) {
-      auto const description = "description " + descriptionOf(turn);
-      for (std::size_t i = 0; i < count_; ++i) {
-         commands.add_commands(fmt::format("interface {}{}", kind, i));
-         commands.add_commands(description);
-      }
+   for (auto i = first; i < first + changes; ++i) {
+      commands.add_commands(fmt::format("interface {}{}", kind, i % count_));
+      commands.add_commands("description " + descriptionOf(i / count_));
    }
    commandLine_.run(commands);
 }
 
-std::optional<std::size_t> Loopbacks::described(Watch::Event const& event) {
+std::optional<std::size_t> Loopbacks::described(IntfWatch::Event const& event) {
    if (!event.has_description() || !event.intf_id().name().starts_with(kind)) return {};
    return std::stoul(event.intf_id().name().substr(kind.size()));
 }

@@ -16,7 +16,6 @@ namespace VelmSdkRpc::Bench {
 /// the switch does not ask whether there are such.
 struct NhgRedirects {
    using Element = pb::cbf_nexthop_group_redirect_msg;
-   using Bulk = pb::cbf_nexthop_group_redirect_bulk_msg;
    static constexpr auto method = &pb::velmsdk_service::Stub::Asynccbf_nexthop_group_redirect_bulk;
    static constexpr std::size_t keys = std::size_t{1} << 20U;
 

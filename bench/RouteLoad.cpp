@@ -35,9 +35,10 @@ void RouteLoad::run(Server const& server, std::size_t outstanding) {
    IpRoutes const routes;
    PlaceList places(20 * bulkSize);
    std::iota(places.begin(), places.end(), Place{0});
-   auto requests = inBulk(routes, &IpRoutes::add, places);
-   for (auto& removals : inBulk(routes, &IpRoutes::removal, places)) requests.push_back(std::move(removals));
-   Caller<IpRoutes::Bulk, pb::rpc_status_bulk_msg> caller(server.newChannel(), IpRoutes::method, outstanding);
+   auto requests = inBulk<IpRoutes::method>(routes, &IpRoutes::add, places);
+   for (auto& removals : inBulk<IpRoutes::method>(routes, &IpRoutes::removal, places))
+      requests.push_back(std::move(removals));
+   Caller<IpRoutes::method> caller(server.newChannel(), outstanding);
    for (; !over_; routes_ += 2 * places.size()) caller.call(requests);
 }
 

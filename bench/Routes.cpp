@@ -10,15 +10,9 @@ namespace {
 constexpr std::uint32_t tag = 7;
 constexpr auto groupName = "group-1";
 
-std::string networkOrder(std::uint32_t value) {
-   std::string bytes(4, '\0');
-   for (int i = 0; i < 4; ++i) bytes[i] = static_cast<char>(value >> (24 - 8 * i));
-   return bytes;
-}
-
 void setHost(pb::ip_prefix_msg& prefix, Place place, Family family = Family::ipv4) {
    bool const ipv4 = family == Family::ipv4;
-   prefix.set_addr(ipv4 ? networkOrder((16U << 24U) + place)
+   prefix.set_addr(ipv4 ? hostAddress(place)
                         : std::string("\x20\x01\x0d\xb8\0\0\0\0\0\0\0\0", 12) + networkOrder(place));
    prefix.set_prefix_length(ipv4 ? 32 : 128);
 }

@@ -3,6 +3,7 @@
 #include <cstddef>
 #include <string>
 
+#include "bench/Hosts.h"
 #include "bench/Places.h"
 #include "bench/Server.h"
 #include "velmsdk.grpc.pb.h"
@@ -16,9 +17,8 @@ enum class Family { ipv4, ipv6 };
 /// Host routes, with one tag.
 struct IpRoutes {
    using Element = pb::ip_route_msg;
-   using Bulk = pb::ip_route_bulk_msg;
    static constexpr auto method = &pb::velmsdk_service::Stub::Asyncip_route_bulk;
-   static constexpr std::size_t keys = std::size_t{1} << 31U;
+   static constexpr std::size_t keys = hosts;
 
    Family family = Family::ipv4;
 
@@ -30,9 +30,8 @@ struct IpRoutes {
 /// Tunnels to host addresses.
 struct NhgTunnels {
    using Element = pb::nexthop_group_tunnel_msg;
-   using Bulk = pb::nexthop_group_tunnel_bulk_msg;
    static constexpr auto method = &pb::velmsdk_service::Stub::Asyncnexthop_group_tunnel_bulk;
-   static constexpr std::size_t keys = IpRoutes::keys;
+   static constexpr std::size_t keys = hosts;
 
    char const* name() const { return "tunnels"; }
    Element add(Place place) const;
@@ -47,7 +46,6 @@ struct MplsRoutes {
       vrf,      // popped and looked up in a VRF
    };
    using Element = pb::mpls_route_msg;
-   using Bulk = pb::mpls_route_bulk_msg;
    static constexpr auto method = &pb::velmsdk_service::Stub::Asyncmpls_route_bulk;
    static constexpr Place reserved = 16;  // the lowest labels, which have a meaning of their own
    static constexpr std::size_t keys = (std::size_t{1} << 20U) - reserved;

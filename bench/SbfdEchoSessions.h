@@ -13,7 +13,6 @@ namespace VelmSdkRpc::Bench {
 /// A kind of entries: sBFD echo sessions on one interface, whose state they follow. A label tells them apart.
 struct SbfdEchoSessions {
    using Element = pb::sbfd_echo_session_msg;
-   using Bulk = pb::sbfd_echo_session_bulk_msg;
    static constexpr auto method = &pb::velmsdk_service::Stub::Asyncsbfd_echo_session_bulk;
    static constexpr std::size_t keys = std::size_t{1} << 19U;
 

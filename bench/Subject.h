@@ -39,11 +39,11 @@ class Subject {
 /// Elements of a bulk request, unless it is said otherwise.
 inline constexpr std::size_t bulkSize = 1000;
 
-/// Requests of `size` elements, which (kind.*make)(place) makes; the last one may have fewer.
-template <class Kind>
-std::vector<typename Kind::Bulk> inBulk(Kind const& kind, typename Kind::Element (Kind::*make)(Place) const,
-                                        PlaceList const& places, std::size_t size = bulkSize) {
-   std::vector<typename Kind::Bulk> requests;
+/// Requests of a bulk method, with `size` elements, which (kind.*make)(place) makes; the last one may have fewer.
+template <auto method, class Kind, class Element>
+auto inBulk(Kind const& kind, Element (Kind::*make)(Place) const, PlaceList const& places,
+            std::size_t size = bulkSize) {
+   std::vector<typename CalledMethod<decltype(method)>::Request> requests;
    requests.reserve(places.size() / size + 1);
    for (std::size_t i = 0; i < places.size(); ++i) {
       if (i % size == 0) requests.emplace_back();
@@ -52,23 +52,33 @@ std::vector<typename Kind::Bulk> inBulk(Kind const& kind, typename Kind::Element
    return requests;
 }
 
+/// The bulk method that deletes entries of a kind: the one that adds them, unless the kind says otherwise.
+template <class Kind>
+inline constexpr auto removalMethod = [] {
+   if constexpr (requires { Kind::removalMethod; }) {
+      return Kind::removalMethod;
+   } else {
+      return Kind::method;
+   }
+}();
+
 /// Entries of a kind, so many to a call.
 template <class Kind>
 class BulkSubject : public Subject {
  public:
-   using BulkCaller = Caller<typename Kind::Bulk, pb::rpc_status_bulk_msg>;
-
    /// The kind is the caller's and may still change before the first use.
    explicit BulkSubject(Kind const& kind, std::size_t size = bulkSize) : kind_(kind), size_(size) {}
 
    char const* name() const override { return kind_.name(); }
    std::size_t keys() const override { return Kind::keys; }
-   void add(Server& agent, PlaceList const& places) const override { program(agent, &Kind::add, places); }
-   void remove(Server& agent, PlaceList const& places) const override { program(agent, &Kind::removal, places); }
+   void add(Server& agent, PlaceList const& places) const override { program<Kind::method>(agent, &Kind::add, places); }
+   void remove(Server& agent, PlaceList const& places) const override {
+      program<removalMethod<Kind>>(agent, &Kind::removal, places);
+   }
    Prepare prepareFor(Server& server, std::size_t outstanding) const override {
-      auto const caller = std::make_shared<BulkCaller>(server.channel(), Kind::method, outstanding);
+      auto const caller = std::make_shared<Caller<Kind::method>>(server.channel(), outstanding);
       return [this, caller](PlaceList const& places) {
-         return [caller, requests = inBulk(kind_, &Kind::add, places, size_)] { caller->call(requests); };
+         return [caller, requests = inBulk<Kind::method>(kind_, &Kind::add, places, size_)] { caller->call(requests); };
       };
    }
 
@@ -76,8 +86,9 @@ class BulkSubject : public Subject {
    Kind const& kind() const { return kind_; }
 
  private:
-   void program(Server& agent, typename Kind::Element (Kind::*make)(Place) const, PlaceList const& places) const {
-      BulkCaller(agent.channel(), Kind::method, 2).call(inBulk(kind_, make, places, size_));
+   template <auto method, class Element>
+   void program(Server& agent, Element (Kind::*make)(Place) const, PlaceList const& places) const {
+      Caller<method>(agent.channel(), 2).call(inBulk<method>(kind_, make, places, size_));
    }
 
    Kind const& kind_;

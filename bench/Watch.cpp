@@ -5,9 +5,10 @@
 
 namespace VelmSdkRpc::Bench {
 
-Watch::Watch(Client& client, std::shared_ptr<grpc::Channel> const& channel, Take take)
+template <class Stub, class Request, class Response>
+Watch<Stub, Request, Response>::Watch(Client& client, std::shared_ptr<grpc::Channel> const& channel, Take take)
    : client_(client), take_(std::move(take)), stub_(channel) {
-   velm::remote::WatchIntfRequest request;
+   Request request;
    request.set_all(true);
    request.set_notify_ready(true);
    reader_ = stub_.Asyncwatch(&context_, request, &client_.queue(), this);
@@ -19,9 +20,13 @@ Watch::Watch(Client& client, std::shared_ptr<grpc::Channel> const& channel, Take
    }
 }
 
-Watch::~Watch() { close(); }
+template <class Stub, class Request, class Response>
+Watch<Stub, Request, Response>::~Watch() {
+   close();
+}
 
-void Watch::proceed(bool ok) {
+template <class Stub, class Request, class Response>
+void Watch<Stub, Request, Response>::proceed(bool ok) {
    if (step_ == Step::ending) {
       step_ = Step::ended;
       return;
@@ -33,18 +38,25 @@ void Watch::proceed(bool ok) {
    if (take_) read(Step::reading);
 }
 
-void Watch::read(Step step) {
+template <class Stub, class Request, class Response>
+void Watch<Stub, Request, Response>::read(Step step) {
    step_ = step;
    reader_->Read(&event_, this);
 }
 
 // Ends what is outstanding first, so that the last event to come is that of the end.
-void Watch::close() noexcept {
+template <class Stub, class Request, class Response>
+void Watch<Stub, Request, Response>::close() noexcept {
    context_.TryCancel();
    client_.drainUntil([this] { return step_ == Step::stuck; });
    step_ = Step::ending;
    reader_->Finish(&status_, this);
    client_.drainUntil([this] { return step_ == Step::ended; });
 }
+
+template class Watch<velm::remote::IntfMgrService::Stub, velm::remote::WatchIntfRequest,
+                     velm::remote::WatchIntfResponse>;
+template class Watch<velm::remote::BgpPathMgrService::Stub, velm::remote::BgpPathWatchRequest,
+                     velm::remote::BgpPathWatchResponse>;
 
 }  // namespace VelmSdkRpc::Bench

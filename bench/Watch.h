@@ -4,14 +4,16 @@
 #include <memory>
 
 #include "bench/Client.h"
+#include "remote/bgp_path.grpc.pb.h"
 #include "remote/intf.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 
-/// A client's watch of all interfaces.
+/// A client's watch of all that a mirror service tells of. Watch.cpp instantiates it for the services below.
+template <class Stub, class Request, class Response>
 class Watch final : public Operation {
  public:
-   using Event = velm::remote::WatchIntfResponse;
+   using Event = Response;
    using Take = std::function<void(Event const&)>;
 
    /// Opens it and waits until it is ready. From then on `take` gets every event; without one nothing more is read, so
@@ -31,12 +33,17 @@ class Watch final : public Operation {
 
    Client& client_;
    Take const take_;
-   velm::remote::IntfMgrService::Stub stub_;
+   Stub stub_;
    grpc::ClientContext context_;
    std::unique_ptr<grpc::ClientAsyncReader<Event>> reader_;
    Event event_;
    grpc::Status status_;
    Step step_ = Step::opening;
 };
+
+using IntfWatch =
+   Watch<velm::remote::IntfMgrService::Stub, velm::remote::WatchIntfRequest, velm::remote::WatchIntfResponse>;
+using BgpPathWatch =
+   Watch<velm::remote::BgpPathMgrService::Stub, velm::remote::BgpPathWatchRequest, velm::remote::BgpPathWatchResponse>;
 
 }  // namespace VelmSdkRpc::Bench

@@ -60,9 +60,9 @@ class Scene {
    std::size_t turn_ = 0;
    std::size_t expected_ = 0;
    std::size_t read_ = 0;
-   Watch reader_{client, agent.newChannel(), [this](Watch::Event const& event) {
-                    if (Loopbacks::described(event)) ++read_;
-                 }};
+   IntfWatch reader_{client, agent.newChannel(), [this](IntfWatch::Event const& event) {
+                        if (Loopbacks::described(event)) ++read_;
+                     }};
 };
 
 // What the agent has resident once that has stopped falling: it frees on its own time.
@@ -80,7 +80,7 @@ double settledBytes(Server const& agent) {
 std::vector<Report::Cell> measure(Scene& scene, std::size_t round) {
    constexpr double mebibyte = 1024.0 * 1024.0;
    auto const before = settledBytes(scene.agent);
-   auto stuck = std::make_unique<Watch>(scene.client, scene.agent.newNarrowChannel(), Watch::Take());
+   auto stuck = std::make_unique<IntfWatch>(scene.client, scene.agent.newNarrowChannel(), IntfWatch::Take());
    auto const queued = static_cast<double>(scene.publish());
    auto const full = settledBytes(scene.agent);
    stuck.reset();
