@@ -1,12 +1,11 @@
 #include "cli/demo/Controller.h"
 
-#include <charconv>
 #include <stdexcept>
 #include <string_view>
 #include <variant>
 
-#include "cli/demo/Address.h"
 #include "cli/demo/Call.h"
+#include "cli/support/Address.h"
 
 namespace VelmSdkRpc::demo {
 namespace {
@@ -14,15 +13,10 @@ namespace {
 using Stub = pb::velmsdk_service::Stub;
 
 pb::ip_prefix_msg prefixMessage(std::string const& text) {
-   auto const slash = text.find('/');
-   auto const* const end = text.data() + text.size();
-   std::uint32_t length = 0;
-   if (slash == std::string::npos || std::from_chars(text.data() + slash + 1, end, length).ptr != end) {
-      throw std::invalid_argument("not an IP prefix: " + text);
-   }
+   auto network = networkOf(text);
    pb::ip_prefix_msg message;
-   message.set_addr(addressBytes(text.substr(0, slash)));
-   message.set_prefix_length(length);
+   message.set_addr(std::move(network.address));
+   message.set_prefix_length(network.length);
    return message;
 }
 

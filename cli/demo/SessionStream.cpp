@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "cli/demo/Address.h"
+#include "cli/support/Address.h"
 
 namespace VelmSdkRpc::demo {
 namespace {

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace VelmSdkRpc {
+
+/// Rows of text in columns that are as wide as the widest row seen, or narrower if they have been made to fit.
+class Columns {
+ public:
+   using Row = std::vector<std::string>;
+
+   explicit Columns(std::size_t count) : widths_(count) {}
+
+   /// Makes room for a row of one cell a column.
+   void widen(Row const& row);
+   /// Takes room from the widest columns until a line has at most so many characters.
+   void fit(std::size_t width);
+   std::size_t width(std::size_t column) const { return widths_[column]; }
+
+   /// The row without a line feed, cells that are too wide cut with an ellipsis, and no blanks at its end.
+   std::string line(Row const& row) const;
+
+ private:
+   static constexpr std::string_view gap = "  ";
+
+   std::vector<std::size_t> widths_;  // in characters
+};
+
+/// How many characters a text of UTF-8 has.
+std::size_t charactersOf(std::string_view text);
+
+}  // namespace VelmSdkRpc

@@ -1,0 +1,54 @@
+#pragma once
+
+#include <grpcpp/support/status.h>
+
+#include <stdexcept>
+#include <string>
+
+/// How a run of velmctl ends when it does not end well.
+namespace VelmSdkRpc::ctl {
+
+/// What the process answers to the shell.
+struct ExitStatus {
+   static constexpr int ok = 0;
+   static constexpr int refused = 1;  // the agent or the switch said no to a request that arrived
+   static constexpr int usage = 2;    // nothing was sent
+   static constexpr int local = 3;    // a file or a stream of this side fails
+   static constexpr int call = 64;    // and the number of the gRPC status
+   static constexpr int interrupted = 130;
+};
+
+/// What was typed is wrong, at the place and for the reason that the text tells.
+class UsageError : public std::runtime_error {
+ public:
+   using std::runtime_error::runtime_error;
+};
+
+/// The request arrived, and its answer is a no.
+class Refused : public std::runtime_error {
+ public:
+   using std::runtime_error::runtime_error;
+};
+
+/// A call ended with another status than OK.
+class CallError : public std::runtime_error {
+ public:
+   explicit CallError(grpc::Status status);
+
+   grpc::Status const& status() const { return status_; }
+   int exitStatus() const { return ExitStatus::call + status_.error_code(); }
+
+ private:
+   grpc::Status status_;
+};
+
+/// "UNAVAILABLE"; a number that gRPC does not list, in digits.
+std::string nameOf(grpc::StatusCode code);
+
+/// Ctrl-C, or another request to stop, came before the end.
+class Interrupted : public std::exception {
+ public:
+   char const* what() const noexcept override { return "interrupted"; }
+};
+
+}  // namespace VelmSdkRpc::ctl

@@ -1,0 +1,121 @@
+#include "cli/velmctl/Readable.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+#include <utility>
+
+namespace VelmSdkRpc::ctl {
+namespace {
+
+bool isIndex(std::string_view name) {
+   return std::ranges::all_of(name, [](unsigned char c) { return std::isdigit(c) != 0; });
+}
+
+bool isKeptByIndex(Json const& object) {
+   auto const members = object.GetObject();
+   return std::all_of(members.begin(), members.end(), [](auto const& member) { return isIndex(textOf(member.name)); });
+}
+
+std::string joined(std::vector<std::string> const& words, std::string_view separator) {
+   std::string text;
+   for (auto const& word : words) {
+      if (!text.empty()) text += separator;
+      text += word;
+   }
+   return text;
+}
+
+void collect(Json const& object, std::string const& prefix, Names names, Fields& fields) {
+   for (auto const& member : object.GetObject()) {
+      auto const name = prefix + std::string(textOf(member.name));
+      bool const goesDeeper =
+         member.value.IsObject() && !isKeptByIndex(member.value) && !isCollection(member.value, names);
+      if (goesDeeper) {
+         collect(member.value, name + ".", names, fields);
+      } else {
+         fields.emplace_back(name, &member.value);
+      }
+   }
+}
+
+std::string readableList(Json const& list) {
+   std::vector<std::string> words;
+   bool plain = true;
+   for (auto const& element : list.GetArray()) {
+      plain = plain && !element.IsObject();
+      words.push_back(readable(element));
+   }
+   return joined(words, plain ? "," : "; ");
+}
+
+std::string readableObject(Json const& object) {
+   bool const byIndex = isKeptByIndex(object);
+   std::vector<std::string> words;
+   for (auto const& member : object.GetObject()) {
+      if (isDefault(member.value) && !byIndex) continue;
+      auto const value = readable(member.value);
+      auto const name = textOf(member.name);
+      if (byIndex) {
+         words.push_back(fmt::format("{}: {}", name, value));
+      } else {
+         words.push_back(member.value.IsObject() ? fmt::format("{}=({})", name, value)
+                                                 : fmt::format("{}={}", name, value));
+      }
+   }
+   return joined(words, byIndex ? "; " : " ");
+}
+
+}  // namespace
+
+bool isDefault(Json const& value) {
+   switch (value.GetType()) {
+      case rapidjson::kNullType:
+      case rapidjson::kFalseType: return true;
+      case rapidjson::kNumberType: return value.GetDouble() == 0;
+      case rapidjson::kStringType: return value.GetStringLength() == 0;
+      case rapidjson::kArrayType: return value.Empty();
+      case rapidjson::kObjectType: {
+         auto const members = value.GetObject();
+         return std::all_of(members.begin(), members.end(), [](auto const& member) { return isDefault(member.value); });
+      }
+      default: return false;
+   }
+}
+
+std::string readable(Json const& value) {
+   if (value.IsString()) return std::string(textOf(value));
+   if (value.IsArray()) return readableList(value);
+   if (value.IsObject()) return readableObject(value);
+   return compactText(value);
+}
+
+Fields fieldsOf(Json const& object, Names names) {
+   Fields fields;
+   collect(object, {}, names, fields);
+   return fields;
+}
+
+std::vector<std::string> headingsOf(std::vector<std::string> const& paths) {
+   auto const lastName = [](std::string const& path) { return path.substr(path.rfind('.') + 1); };
+   std::vector<std::string> headings;
+   for (auto const& path : paths) {
+      auto name = lastName(path);
+      headings.push_back(std::ranges::count(paths, name, lastName) == 1 ? std::move(name) : path);
+   }
+   return headings;
+}
+
+bool isCollection(Json const& value, Names names) {
+   if (value.IsArray()) {
+      auto const elements = value.GetArray();
+      return std::all_of(elements.begin(), elements.end(), [](Json const& element) { return element.IsObject(); });
+   }
+   if (!value.IsObject() || (names == Names::ofFields && !isKeptByIndex(value))) return false;
+   auto const members = value.GetObject();
+   return std::all_of(members.begin(), members.end(), [](auto const& member) { return member.value.IsObject(); });
+}
+
+}  // namespace VelmSdkRpc::ctl
