@@ -19,6 +19,7 @@ class Server {
    Server(std::string name, std::string const& program, std::vector<std::string> arguments = {});
 
    std::string const& name() const { return name_; }
+   std::string const& address() const { return process_.address(); }
    std::shared_ptr<grpc::Channel> const& channel() const { return channel_; }
    pb::velmsdk_service::Stub& stub() { return *stub_; }
    /// A channel of another connection, for another client.

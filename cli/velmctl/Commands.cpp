@@ -13,19 +13,23 @@ void addCommonOptions(CLI::App& app, Options& options) {
    app.add_option("-a,--address", options.address,
                   "Where the agent listens: HOST:PORT or unix:PATH; else $VELMCTL_ADDRESS, or 127.0.0.1:9543")
       ->option_text("ADDRESS")
+      ->take_last()
       ->group(group);
    app.add_option("-t,--timeout", options.timeoutSeconds,
                   "Seconds that a call may take (10); a watch or a table read as a stream may take any time")
       ->check(CLI::PositiveNumber)
       ->option_text("SECONDS")
+      ->take_last()
       ->group(group);
    app.add_option("-o,--output", options.form, "How results are written: table, json or jsonl")
       ->transform(CLI::CheckedTransformer(forms).description(""))
       ->option_text("FORM")
+      ->take_last()
       ->group(group);
    app.add_option("--color", options.color, "Colour: auto, always or never")
       ->transform(CLI::CheckedTransformer(colors).description(""))
       ->option_text("WHEN")
+      ->take_last()
       ->group(group);
    app.set_help_flag("-h,--help", "Tell this and end")->group(group);
    for (auto* const command : app.get_subcommands([](CLI::App const*) { return true; })) {

@@ -72,13 +72,13 @@ void addCompletionCommands(Commands const& commands) {
    commands
       .add(
          "completion", "Print the script that completes words of velmctl",
-         [](Session&) { fmt::print("{}", embeddedCompletion()); },
+         [shell](Session&) { fmt::print("{}", embeddedCompletion()); },
          [](auto const& before, auto const&) {
             return before.empty() ? std::vector<std::string>{"bash"} : std::vector<std::string>();
          })
       .add_option("SHELL", *shell, "bash")
       ->required()
-      ->check(CLI::IsMember({"bash"}).description(""))
+      ->check([](std::string const& name) { return name == "bash" ? std::string() : "only bash is known"; })
       ->option_text(" ");
 
    auto const words = std::make_shared<std::vector<std::string>>();

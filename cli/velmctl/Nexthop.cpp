@@ -60,7 +60,7 @@ pb::nexthop_msg nexthopOf(std::string_view text) {
    nexthop.set_replicate_count(1);
    auto const parts = split(text, ",");
    try {
-      if (parts.empty()) throw UsageError("expected an interface or an address first");
+      if (parts.empty() || text.starts_with(',')) throw UsageError("expected an interface or an address first");
       readPlace(parts[0], nexthop);
       for (std::size_t i = 1; i < parts.size(); ++i) readProperty(parts[i], nexthop);
    } catch (UsageError const& e) {

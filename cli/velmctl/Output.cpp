@@ -53,7 +53,7 @@ void Output::writeSections(Json const& document, Names names) {
    if (document.ObjectEmpty()) return write("OK\n");
    std::vector<std::string> paths;
    std::vector<std::string> values;
-   std::vector<std::pair<std::string_view, Json const*>> collections;
+   Fields collections;
    for (auto const& [path, value] : fieldsOf(document, names)) {
       if (isCollection(*value, names)) {
          collections.emplace_back(path, value);
