@@ -5,12 +5,16 @@ JOBS  ?= $(shell nproc)
 CMAKE_FLAGS ?=
 LISTEN ?= 127.0.0.1:9543
 
-.PHONY: all setup configure build demo run test bench format format-check lint sanitize sanitize-thread clean
+.PHONY: all setup configure build demo run test bench package package-test setup-package format format-check lint \
+  sanitize sanitize-thread clean
 
 all: build
 
 setup:
 	@scripts/setup.sh
+
+setup-package:
+	@scripts/setup.sh package
 
 configure: setup
 	@cmake -G Ninja -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=$(TYPE) $(CMAKE_FLAGS) >$(BUILD).log 2>&1 || \
@@ -28,12 +32,21 @@ run: configure  ## the agent, until it is interrupted
 	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc
 	@$(BUILD)/agent/VelmSdkRpc --listen $(LISTEN)
 
-test: build  ## everything built, every test run
+test: setup-package build  ## everything built, every test run
 	@ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
 bench: configure  ## every benchmark beside its floor; tables on stdout, JSON in $(BUILD)/bench
 	@ninja -C $(BUILD) -j $(JOBS) --quiet benchmarks
 	@bench/run $(BUILD)
+
+package: setup-package configure  ## the Debian package, in $(BUILD)/package
+	@ninja -C $(BUILD) -j $(JOBS) --quiet shipped
+	@packaging/build $(BUILD)
+
+package-test: configure  ## the package on a clean Debian tree: installed, used, removed
+	@scripts/setup.sh package clean-debian
+	@ninja -C $(BUILD) -j $(JOBS) --quiet shipped
+	@VELM_PACKAGE_TEST=1 ctest --test-dir $(BUILD) -V -R package.CleanDebian
 
 format: setup
 	@scripts/sources | xargs clang-format -i

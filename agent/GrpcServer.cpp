@@ -6,6 +6,7 @@
 #include <cstdio>
 
 #include "agent/GrpcLog.h"
+#include "agent/Readiness.h"
 #include "rpc/ServerEventLoop.h"
 #include "rpc/Tracing.h"
 
@@ -36,6 +37,7 @@ bool GrpcServer::start() {
       service->completionQueueIs(completionQueue_.get());
       service->startHandlers();
    }
+   notifyReady();
    trace(tracer_, 2, "serving on {}", listenAddress_);
    return true;
 }
@@ -46,6 +48,7 @@ void GrpcServer::stop() {
 }
 
 void GrpcServer::shutDown() {
+   notifyStopping();
    // Without a deadline an open stream would hold it for ever.
    auto const grace = std::chrono::milliseconds(250);
    server_->Shutdown(std::chrono::system_clock::now() + grace);

@@ -1,15 +1,24 @@
 #!/usr/bin/env bash
-# Installs the Debian packages that the project needs and the machine lacks. Quiet when there is nothing to do.
+# Installs the Debian packages that the project needs and the machine lacks. Quiet when there is nothing to do. What only
+# some targets need comes with their names: `package`, `clean-debian`.
 set -euo pipefail
 
 packages=(
   g++ cmake ninja-build make ccache pkg-config
   libgrpc++-dev libgrpc-dev libprotobuf-dev protobuf-compiler protobuf-compiler-grpc
-  libfmt-dev libabsl-dev libuv1-dev liblmdb-dev libssl-dev libspdlog-dev libcli11-dev rapidjson-dev
+  libfmt-dev libabsl-dev libuv1-dev liblmdb-dev libssl-dev libsystemd-dev libspdlog-dev libcli11-dev rapidjson-dev
   libgtest-dev libgmock-dev libbenchmark-dev
   clang-format clang-tidy-16
   python3-grpcio python3-protobuf
 )
+
+for purpose in "$@"; do
+  case $purpose in
+    package) packages+=(debhelper dpkg-dev lintian systemd) ;;
+    clean-debian) packages+=(mmdebstrap) ;;
+    *) echo "setup: nothing is known of $purpose" >&2; exit 2 ;;
+  esac
+done
 
 missing=()
 for package in "${packages[@]}"; do

@@ -28,6 +28,7 @@ void Columns::widen(Row const& row) {
 }
 
 void Columns::fit(std::size_t width) {
+   fits_ = true;
    constexpr std::size_t narrowest = 4;
    auto const gaps = gap.size() * (widths_.empty() ? 0 : widths_.size() - 1);
    for (;;) {
@@ -41,7 +42,7 @@ void Columns::fit(std::size_t width) {
 std::string Columns::line(Row const& row) const {
    std::string text;
    for (std::size_t i = 0; i < widths_.size(); ++i) {
-      auto const cell = cut(row[i], widths_[i]);
+      auto const cell = fits_ ? cut(row[i], widths_[i]) : row[i];
       if (i > 0) text += gap;
       text += cell;
       text.append(widths_[i] - std::min(widths_[i], charactersOf(cell)), ' ');

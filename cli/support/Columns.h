@@ -7,7 +7,8 @@
 
 namespace VelmSdkRpc {
 
-/// Rows of text in columns that are as wide as the widest row seen, or narrower if they have been made to fit.
+/// Rows of text in columns that are as wide as the widest row seen. A wider row that comes later is not cut, but
+/// pushes what is behind it; where columns have been made to fit, it is.
 class Columns {
  public:
    using Row = std::vector<std::string>;
@@ -16,17 +17,18 @@ class Columns {
 
    /// Makes room for a row of one cell a column.
    void widen(Row const& row);
-   /// Takes room from the widest columns until a line has at most so many characters.
+   /// Takes room from the widest columns until a line has at most so many characters; and it stays so.
    void fit(std::size_t width);
    std::size_t width(std::size_t column) const { return widths_[column]; }
 
-   /// The row without a line feed, cells that are too wide cut with an ellipsis, and no blanks at its end.
+   /// The row without a line feed and without blanks at its end. What is cut off leaves an ellipsis.
    std::string line(Row const& row) const;
 
  private:
    static constexpr std::string_view gap = "  ";
 
    std::vector<std::size_t> widths_;  // in characters
+   bool fits_ = false;
 };
 
 /// How many characters a text of UTF-8 has.

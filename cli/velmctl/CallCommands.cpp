@@ -13,15 +13,19 @@
 #include "cli/velmctl/MessageWriter.h"
 #include "cli/velmctl/Refusal.h"
 #include "cli/velmctl/RequestSource.h"
+#include "velmsdk.pb.h"
 
 namespace VelmSdkRpc::ctl {
 namespace {
 
 using google::protobuf::Message;
 
-struct Arguments {
+struct Called {
    std::string method;
    std::vector<std::string> request;
+};
+
+struct Followed : Called {
    bool reconnect = false;
    std::uint64_t count = 0;  // 0: until it ends
 };
@@ -88,7 +92,7 @@ void callWithMany(Session& session, MethodDescriptor const& method, std::string 
    sequence.end();
 }
 
-void call(Session& session, Arguments const& arguments) {
+void call(Session& session, Called const& arguments) {
    auto const& method = methodNamed(arguments.method);
    if (!isOneRequest(arguments.request)) return callWithMany(session, method, arguments.request[0]);
    auto const request = requestOf(arguments.request, *method.input_type());
@@ -101,7 +105,9 @@ void call(Session& session, Arguments const& arguments) {
    session.output().endList();
 }
 
-void watch(Session& session, Arguments const& arguments) {
+/// Shows what the messages of a stream tell, of each what `show` gives to the output: how many elements that were.
+template <class Show>
+void follow(Session& session, Followed const& arguments, Show show) {
    auto const& method = methodNamed(arguments.method);
    if (!method.server_streaming()) {
       throw UsageError(fmt::format("{} is no stream; `velmctl call` calls it", nameOf(method)));
@@ -111,8 +117,8 @@ void watch(Session& session, Arguments const& arguments) {
    session.output().beginList(Output::List::news);
    std::uint64_t seen = 0;
    auto const onMessage = [&](Message const& message) {
-      showElement(session, message);
-      return ++seen != arguments.count;
+      seen += show(message);
+      return arguments.count == 0 || seen < arguments.count;
    };
    for (;;) {
       try {
@@ -131,17 +137,43 @@ void watch(Session& session, Arguments const& arguments) {
    session.output().endList();
 }
 
-void addArguments(CLI::App& app, Arguments& arguments) {
+void watch(Session& session, Followed const& arguments) {
+   follow(session, arguments, [&](Message const& message) {
+      showElement(session, message);
+      return 1U;
+   });
+}
+
+/// Sessions come in batches; they are shown one by one, without the mark at the end of a batch.
+void watchSessions(Session& session, Followed const& arguments) {
+   follow(session, arguments, [&](Message const& message) {
+      auto const& batch = dynamic_cast<pb::watch_sbfd_echo_session_status_msg const&>(message);
+      unsigned shown = 0;
+      for (auto const& update : batch.bulk()) {
+         if (update.has_end_of_status_batch()) continue;
+         showElement(session, update);
+         ++shown;
+      }
+      return shown;
+   });
+}
+
+void addArguments(CLI::App& app, Called& arguments) {
    app.add_option("METHOD", arguments.method, "SERVICE.METHOD, as `velmctl list` tells it")
       ->required()
       ->option_text(" ");
    app.add_option("REQUEST", arguments.request, "A JSON object, or FIELD=VALUE for each field")->option_text("...");
 }
 
+void addFollowing(CLI::App& app, Followed& arguments) {
+   app.add_flag("--reconnect", arguments.reconnect, "Wait for an agent that has gone, and watch again");
+   app.add_option("--count", arguments.count, "End after so many messages")->option_text("N");
+}
+
 }  // namespace
 
 void addCallCommands(Commands const& commands) {
-   auto const called = std::make_shared<Arguments>();
+   auto const called = std::make_shared<Called>();
    auto& callCommand = commands.add(
       "call", "Call any method", [called](Session& session) { call(session, *called); }, callCandidates);
    addArguments(callCommand, *called);
@@ -149,13 +181,21 @@ void addCallCommands(Commands const& commands) {
       "@FILE as the request stands for the JSON documents in a file, - for those on standard input, one a line;\n"
       "their answers are one list.");
 
-   auto const watched = std::make_shared<Arguments>();
+   auto const watched = std::make_shared<Followed>();
    auto& watchCommand = commands.add(
       "watch", "Show what a stream tells, until Ctrl-C", [watched](Session& session) { watch(session, *watched); },
       callCandidates);
    addArguments(watchCommand, *watched);
-   watchCommand.add_flag("--reconnect", watched->reconnect, "Wait for an agent that has gone, and watch again");
-   watchCommand.add_option("--count", watched->count, "End after so many messages")->option_text("N");
+   addFollowing(watchCommand, *watched);
+}
+
+void addSessionWatch(Commands const& commands) {
+   auto const watched = std::make_shared<Followed>();
+   watched->method = "velmsdk_service.watch_sbfd_echo_session_status_msgs";
+   auto& command = commands.group("sbfd", {})
+                      .add("watch", "Show what becomes of the sessions, until Ctrl-C",
+                           [watched](Session& session) { watchSessions(session, *watched); });
+   addFollowing(command, *watched);
 }
 
 }  // namespace VelmSdkRpc::ctl

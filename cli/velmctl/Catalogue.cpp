@@ -92,8 +92,7 @@ ServiceDescriptor const& serviceNamed(std::string_view name) {
    auto const it =
       std::ranges::find_if(services(), [&](auto* service) { return isCalled(service->full_name(), name); });
    if (it != services().end()) return **it;
-   std::vector<std::string> names;
-   for (auto const* service : services()) names.push_back(service->name());
+   auto const names = namesOf(static_cast<int>(services().size()), [](int i) { return services()[i]; });
    throw UsageError(fmt::format("no service \"{}\"{}; `velmctl list` tells them all", name, suggestion(name, names)));
 }
 
@@ -105,8 +104,7 @@ MethodDescriptor const& methodNamed(std::string_view name) {
    auto const& service = serviceNamed(name.substr(0, separator));
    auto const wanted = name.substr(separator + 1);
    if (auto const* const method = service.FindMethodByName(std::string(wanted))) return *method;
-   std::vector<std::string> names;
-   for (int i = 0; i < service.method_count(); ++i) names.push_back(service.method(i)->name());
+   auto const names = namesOf(service.method_count(), [&](int i) { return service.method(i); });
    throw UsageError(fmt::format("{0} has no method \"{1}\"{2}; `velmctl list {0}` tells them all", service.name(),
                                 wanted, suggestion(wanted, names)));
 }

@@ -34,6 +34,15 @@ EnumDescriptor const* findEnum(std::string_view name);
 /// All messages and enums that stand on the top level of the schemas.
 std::vector<std::string> typeNames();
 
+/// The names of the parts of something, each of which `part` gives by its index.
+template <class Part>
+std::vector<std::string> namesOf(int count, Part part) {
+   std::vector<std::string> names;
+   names.reserve(static_cast<std::size_t>(count));
+   for (int i = 0; i < count; ++i) names.push_back(part(i)->name());
+   return names;
+}
+
 /// " (did you mean X?)" with the nearest of the names if one is near, else nothing.
 std::string suggestion(std::string_view given, std::span<std::string const> names);
 

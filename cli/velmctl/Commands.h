@@ -51,6 +51,7 @@ CLI::App* findCommand(CLI::App& app, std::string const& name);
 void addSchemaCommands(Commands const& commands);      // list, describe
 void addCallCommands(Commands const& commands);        // call, watch
 void addShortForms(Commands const& commands);          // init, resync, route, nhg, mpls, tunnel, sbfd, cbf
+void addSessionWatch(Commands const& commands);        // sbfd watch
 void addSwitchCommands(Commands const& commands);      // show, config
 void addLoadCommand(Commands const& commands);         // load
 void addBenchCommand(Commands const& commands);        // bench

@@ -20,7 +20,6 @@ std::shared_ptr<grpc::Channel> channelTo(std::string const& address) {
    arguments.SetUserAgentPrefix("velmctl");
    // An agent that comes back is to be found soon.
    arguments.SetInt(GRPC_ARG_INITIAL_RECONNECT_BACKOFF_MS, 100);
-   arguments.SetInt(GRPC_ARG_MIN_RECONNECT_BACKOFF_MS, 100);
    arguments.SetInt(GRPC_ARG_MAX_RECONNECT_BACKOFF_MS, 1000);
    return grpc::CreateCustomChannel(address, grpc::InsecureChannelCredentials(), arguments);
 }

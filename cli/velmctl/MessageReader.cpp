@@ -96,8 +96,7 @@ class Reader {
       std::string const text(name);
       if (auto const* const field = type.FindFieldByName(text)) return *field;
       if (auto const* const field = type.FindFieldByCamelcaseName(text)) return *field;
-      std::vector<std::string> names;
-      for (int i = 0; i < type.field_count(); ++i) names.push_back(type.field(i)->name());
+      auto const names = namesOf(type.field_count(), [&](int i) { return type.field(i); });
       auto const offer = names.empty() ? std::string("it has none") : fmt::format("it has {}", fmt::join(names, ", "));
       fail(fmt::format("{} has no field \"{}\"{}; {}", type.name(), name, suggestion(name, names), offer));
    }
@@ -213,8 +212,7 @@ class Reader {
       if (value.IsInt()) found = type.FindValueByNumber(value.GetInt());
       if (value.IsString()) found = type.FindValueByName(std::string(textOf(value)));
       if (found != nullptr) return *found;
-      std::vector<std::string> names;
-      for (int i = 0; i < type.value_count(); ++i) names.push_back(type.value(i)->name());
+      auto const names = namesOf(type.value_count(), [&](int i) { return type.value(i); });
       auto const meant = value.IsString() ? suggestion(textOf(value), names) : std::string();
       expected(fmt::format("one of {}", fmt::join(names, ", ")), value, meant);
    }

@@ -7,20 +7,24 @@
 #include <string>
 
 namespace VelmSdkRpc::ctl {
+namespace {
+
+constexpr std::chrono::milliseconds barInterval(100);
+constexpr std::chrono::milliseconds lineInterval(500);
+
+}  // namespace
 
 Progress::~Progress() {
    if (hasBar_) fmt::print(stderr, "\r\x1b[K");  // what stays is what is told at the end
 }
 
 void Progress::is(std::size_t done) {
+   auto const now = Clock::now();
+   if (now - told_ < (terminal_.isTerminal() ? barInterval : lineInterval)) return;
+   told_ = now;
    if (terminal_.isTerminal()) {
-      constexpr std::chrono::milliseconds interval(100);
-      if (auto const now = Clock::now(); now - drawn_ >= interval) {
-         drawn_ = now;
-         draw(done);
-      }
-   } else if (auto const tenths = done * 10 / std::max<std::size_t>(total_, 1); tenths > tenths_) {
-      tenths_ = tenths;
+      draw(done);
+   } else {
       fmt::print(stderr, "{} of {}, {:.1f} s\n", done, total_, elapsed().count());
    }
 }

@@ -7,7 +7,8 @@
 
 namespace VelmSdkRpc::ctl {
 
-/// How far a long work has come, on standard error: a bar on a terminal, a line for each tenth elsewhere.
+/// How far a long work has come, on standard error: a bar on a terminal, elsewhere a line now and
+/// then.
 class Progress {
  public:
    Progress(Terminal const& terminal, std::size_t total) : terminal_(terminal), total_(total) {}
@@ -26,8 +27,7 @@ class Progress {
    Terminal const& terminal_;
    std::size_t const total_;
    Clock::time_point const start_ = Clock::now();
-   Clock::time_point drawn_ = start_;
-   std::size_t tenths_ = 0;
+   Clock::time_point told_ = start_;
    bool hasBar_ = false;
 };
 

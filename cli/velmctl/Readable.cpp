@@ -102,8 +102,8 @@ std::vector<std::string> headingsOf(std::vector<std::string> const& paths) {
    auto const lastName = [](std::string const& path) { return path.substr(path.rfind('.') + 1); };
    std::vector<std::string> headings;
    for (auto const& path : paths) {
-      auto name = lastName(path);
-      headings.push_back(std::ranges::count(paths, name, lastName) == 1 ? std::move(name) : path);
+      auto const name = lastName(path);
+      headings.push_back(std::ranges::count(paths, name, lastName) == 1 ? name : path);
    }
    return headings;
 }

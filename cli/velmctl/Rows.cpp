@@ -27,7 +27,7 @@ void Rows::add(Json const& object, std::string_view name) {
       bool const isToldAlready = !name.empty() && path == namePath;
       if (!isToldAlready && !isDefault(*value)) cells.emplace_back(path, readable(*value));
    }
-   if (columns_) {
+   if (hasBegun_) {
       write_(line(cells));
       return;
    }
@@ -36,7 +36,7 @@ void Rows::add(Json const& object, std::string_view name) {
 }
 
 void Rows::end() {
-   if (!columns_) begin();
+   if (!hasBegun_) begin();
 }
 
 void Rows::begin() {
@@ -45,14 +45,15 @@ void Rows::begin() {
          if (std::ranges::find(paths_, path) == paths_.end()) paths_.push_back(path);
       }
    }
-   columns_.emplace(paths_.size());
+   hasBegun_ = true;
+   columns_ = Columns(paths_.size());
    auto headings = headingsOf(paths_);
    std::ranges::transform(headings, headings.begin(), inCapitals);
-   columns_->widen(headings);
+   columns_.widen(headings);
    std::string rest;
-   for (auto const& cells : kept_) columns_->widen(row(cells, rest));
-   if (terminal_.width() > 0) columns_->fit(terminal_.width());
-   if (!kept_.empty()) write_(terminal_.bold(columns_->line(headings)) + "\n");
+   for (auto const& cells : kept_) columns_.widen(row(cells, rest));
+   if (terminal_.width() > 0) columns_.fit(terminal_.width());
+   if (!kept_.empty()) write_(terminal_.bold(columns_.line(headings)) + "\n");
    for (auto const& cells : kept_) write_(line(cells));
    kept_.clear();
 }
@@ -73,7 +74,7 @@ Columns::Row Rows::row(Cells const& cells, std::string& rest) const {
 std::string Rows::line(Cells const& cells) const {
    std::string rest;
    auto const cellsInOrder = row(cells, rest);
-   return columns_->line(cellsInOrder) + rest + "\n";
+   return columns_.line(cellsInOrder) + rest + "\n";
 }
 
 }  // namespace VelmSdkRpc::ctl

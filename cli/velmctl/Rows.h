@@ -2,7 +2,6 @@
 
 #include <cstddef>
 #include <functional>
-#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,7 +38,8 @@ class Rows {
    Write write_;
    std::vector<Cells> kept_;
    std::vector<std::string> paths_;  // of the columns
-   std::optional<Columns> columns_;  // once begun
+   Columns columns_{0};              // once begun
+   bool hasBegun_ = false;
 };
 
 }  // namespace VelmSdkRpc::ctl

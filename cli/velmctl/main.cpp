@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <span>
@@ -59,8 +60,8 @@ UsageError usageError(CLI::App const& app, CLI::ParseError const& error) {
    auto const rest = app.remaining(true);
    auto const commands = command->get_subcommands([](CLI::App const* each) { return !each->get_group().empty(); });
    if (rest.empty() || commands.empty()) return UsageError(fmt::format("{} (--help tells more)", error.what()));
-   std::vector<std::string> names;
-   for (auto const* each : commands) names.push_back(each->get_name());
+   std::vector<std::string> names(commands.size());
+   std::ranges::transform(commands, names.begin(), &CLI::App::get_name);
    return UsageError(fmt::format("no command \"{}\"{}; there are {}", rest.front(), suggestion(rest.front(), names),
                                  fmt::join(names, ", ")));
 }
@@ -79,6 +80,7 @@ int run(int argc, char** argv) {
    addSchemaCommands(commands);
    addCallCommands(commands);
    addShortForms(commands);
+   addSessionWatch(commands);
    addSwitchCommands(commands);
    addLoadCommand(commands);
    addBenchCommand(commands);
@@ -101,4 +103,5 @@ int run(int argc, char** argv) {
 }  // namespace
 }  // namespace VelmSdkRpc::ctl
 
-int main(int argc, char** argv) { return VelmSdkRpc::ctl::run(argc, argv); }
+// What is thrown before a command is known ends the process as any uncaught exception does.
+int main(int argc, char** argv) { return VelmSdkRpc::ctl::run(argc, argv); }  // NOLINT(bugprone-exception-escape)

@@ -7,7 +7,7 @@ import unittest
 
 from support.agent import DEADLINE, Agent
 
-AGENT_PROGRAM, VELMCTL = sys.argv[1:3]
+AGENT_PROGRAM, VELMCTL, MANUAL = sys.argv[1:4]
 
 
 class VelmctlTest(unittest.TestCase):

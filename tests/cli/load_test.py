@@ -53,20 +53,20 @@ class LoadTest(VelmctlTest):
 
     def test_an_agent_that_goes_leaves_what_it_has_acknowledged(self):
         path = self.many(1_000_000)
-        load = self.start("-o", "json", "load", path, "--batch", "100")
+        load = self.start("-o", "json", "load", path, "--batch", "10")
         self.assertIn("of 1000001", load.stderr.readline())
         self.agent.kill()
         out, errors = self.finish(load)
         self.assertEqual(load.returncode, 78, errors)
         told = json.loads(out)
-        self.assertTrue(100_000 <= told["acknowledged"] < 1_000_001, told)
+        self.assertTrue(0 < told["acknowledged"] < 1_000_001, told)
         self.start_agent()
         held = self.routes()
         # At most what was under way has got there without an answer.
-        self.assertTrue(told["acknowledged"] - 1 <= held <= told["acknowledged"] + 4 * 100, (told, held))
+        self.assertTrue(told["acknowledged"] - 1 <= held <= told["acknowledged"] + 4 * 10, (told, held))
 
     def test_an_interrupted_load_tells_how_far_it_came(self):
-        load = self.start("-o", "json", "load", self.many(1_000_000), "--batch", "100")
+        load = self.start("-o", "json", "load", self.many(1_000_000), "--batch", "10")
         self.assertIn("of 1000001", load.stderr.readline())
         load.send_signal(signal.SIGINT)
         out, errors = self.finish(load)
@@ -74,7 +74,7 @@ class LoadTest(VelmctlTest):
         told = json.loads(out)
         self.assertTrue(told["acknowledged"] < 1_000_001)
         # Requests that were cancelled may still be carried out.
-        eventually(lambda: told["acknowledged"] - 1 <= self.routes() <= told["acknowledged"] + 4 * 100, "it stays so")
+        eventually(lambda: told["acknowledged"] - 1 <= self.routes() <= told["acknowledged"] + 4 * 10, "it stays so")
 
 
 main()

@@ -1,5 +1,7 @@
 """What people type and see: short forms, tables, terminals, completion, help."""
 import fcntl
+import itertools
+import json
 import os
 import pty
 import re
@@ -7,7 +9,8 @@ import struct
 import subprocess
 import termios
 
-from harness import VELMCTL, VelmctlTest, main
+from harness import MANUAL, VELMCTL, VelmctlTest, main
+from support.agent import eventually
 
 
 class PeopleTest(VelmctlTest):
@@ -45,6 +48,20 @@ class PeopleTest(VelmctlTest):
         self.assertEqual(self.ok("config", "interface Ethernet1", 'description "two words"'), "OK\n")
         self.assertEqual(self.ok("config", "-", input="interface Ethernet1\nshutdown\n"), "OK\n")
         self.assertRegex(self.ok("show", "interfaces", "Ethernet1"), r"Ethernet1 +\d +two words +eth1")
+
+    def test_sessions_are_watched_one_by_one(self):
+        self.ok("sbfd", "add", "Ethernet1", "10.0.0.1", "--labels", "16/17")
+        watch = self.start("-o", "jsonl", "sbfd", "watch", "--count", "2")
+        statuses = itertools.cycle((1, 3))
+
+        def ends():
+            self.ok("config", f"simulate sbfd Ethernet1 10.0.0.1 labels 16,17 dscp 0 exp 0 status {next(statuses)}")
+            return watch.poll() is not None
+        eventually(ends, "the watch has seen two changes")
+        for line in watch.stdout:
+            update = json.loads(line)
+            self.assertEqual(update["session_key"]["nexthop"], "10.0.0.1")
+            self.assertTrue(update["status"].startswith("STATUS_"))
 
     def terminal(self, *words, width=60, environment=None):
         """What a terminal of that width is shown."""
@@ -113,6 +130,21 @@ class PeopleTest(VelmctlTest):
         self.assertIn("RESYNC_END = 1;", self.ok("describe", "rpc_server_resync_state_enum"))
         self.assertIn("rpc ip_routes(IpRoutesRequest) returns (stream IpRoutesResponse);",
                       self.ok("describe", "IpRouteMgrService.ip_routes"))
+
+    def helps(self, *words):
+        """The help of the command and of all commands within."""
+        text = self.ok(*words, "--help")
+        yield words, text
+        for name in re.findall(r"^  ([a-z]\w*) ", text.partition("Subcommands:")[2], re.MULTILINE):
+            yield from self.helps(*words, name)
+
+    def test_the_manual_tells_every_command_and_option(self):
+        with open(MANUAL, encoding="utf-8") as file:
+            manual = re.sub(r"\\f.", "", file.read().replace("\\-", "-"))
+        for words, text in self.helps():
+            with self.subTest(words):
+                for word in [" ".join(words), *re.findall(r"--[a-z0-9][-a-z0-9]*", text)]:
+                    self.assertTrue(word in manual, word)
 
     def test_a_bench_tells_rate_and_latency(self):
         told = self.json("bench", "--seconds", "0.2", "--outstanding", "8")
