@@ -27,14 +27,17 @@ void Columns::widen(Row const& row) {
    for (std::size_t i = 0; i < widths_.size(); ++i) widths_[i] = std::max(widths_[i], charactersOf(row[i]));
 }
 
+std::size_t Columns::width() const {
+   auto const gaps = gap.size() * (widths_.empty() ? 0 : widths_.size() - 1);
+   return std::accumulate(widths_.begin(), widths_.end(), gaps);
+}
+
 void Columns::fit(std::size_t width) {
    fits_ = true;
    constexpr std::size_t narrowest = 4;
-   auto const gaps = gap.size() * (widths_.empty() ? 0 : widths_.size() - 1);
-   for (;;) {
-      auto const total = std::accumulate(widths_.begin(), widths_.end(), gaps);
+   for (auto excess = this->width(); excess > width; --excess) {
       auto const widest = std::ranges::max_element(widths_);
-      if (total <= width || widest == widths_.end() || *widest <= narrowest) return;
+      if (*widest <= narrowest) return;
       --*widest;
    }
 }

@@ -20,6 +20,8 @@ class Columns {
    /// Takes room from the widest columns until a line has at most so many characters; and it stays so.
    void fit(std::size_t width);
    std::size_t width(std::size_t column) const { return widths_[column]; }
+   /// Of a line.
+   std::size_t width() const;
 
    /// The row without a line feed and without blanks at its end. What is cut off leaves an ellipsis.
    std::string line(Row const& row) const;

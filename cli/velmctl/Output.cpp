@@ -51,33 +51,42 @@ void Output::result(Json const& document, std::string_view text) {
 
 void Output::writeSections(Json const& document, Names names) {
    if (document.ObjectEmpty()) return write("OK\n");
-   std::vector<std::string> paths;
-   std::vector<std::string> values;
-   Fields collections;
-   for (auto const& [path, value] : fieldsOf(document, names)) {
-      if (isCollection(*value, names)) {
-         collections.emplace_back(path, value);
-      } else if (auto text = readable(*value); !text.empty()) {
-         paths.push_back(path);
-         values.push_back(std::move(text));
-      }
+   Fields values;
+   Fields sections;
+   for (auto const& field : fieldsOf(document, names)) {
+      (isSection(*field.second, names) ? sections : values).push_back(field);
    }
-   auto const headings = headingsOf(paths);
-   Columns columns(2);
-   for (std::size_t i = 0; i < values.size(); ++i) columns.widen({headings[i], values[i]});
-   for (std::size_t i = 0; i < values.size(); ++i) write(columns.line({headings[i], values[i]}) + "\n");
-   bool const hasTitles = collections.size() + (values.empty() ? 0U : 1U) > 1;
-   for (auto const& [name, collection] : collections) {
-      if (hasTitles) write(fmt::format("{}:\n", name));
-      writeTable(*collection);
+   writeValues(values);
+   bool const hasTitles = sections.size() + (values.empty() ? 0U : 1U) > 1;
+   bool isFirst = values.empty();
+   for (auto const& [path, section] : sections) {
+      if (hasTitles) write(fmt::format("{}{}:\n", isFirst ? "" : "\n", headingsOf({path}).front()));
+      isFirst = false;
+      writeTable(*section);
    }
 }
 
-void Output::writeTable(Json const& collection) {
-   bool const isEmpty = collection.IsArray() ? collection.Empty() : collection.ObjectEmpty();
+void Output::writeValues(Fields const& values) {
+   std::vector<Path> paths;
+   std::vector<std::string> texts;
+   for (auto const& [path, value] : values) {
+      auto text = readable(*value);
+      if (text.empty()) continue;
+      paths.push_back(path);
+      texts.push_back(std::move(text));
+   }
+   auto const headings = headingsOf(paths);
+   Columns columns(2);
+   for (std::size_t i = 0; i < texts.size(); ++i) columns.widen({headings[i], texts[i]});
+   for (std::size_t i = 0; i < texts.size(); ++i) write(columns.line({headings[i], texts[i]}) + "\n");
+}
+
+void Output::writeTable(Json const& section) {
+   bool const isEmpty = section.IsArray() ? section.Empty() : section.ObjectEmpty();
    if (isEmpty) return write("none\n");
+   if (!isCollection(section)) return writeValues(fieldsOf(section));
    Rows rows(terminal_, [this](std::string_view text) { write(text); });
-   addRows(rows, collection);
+   addRows(rows, section);
    rows.end();
 }
 

@@ -45,7 +45,8 @@ class Output {
 
    void write(std::string_view text);
    void writeSections(Json const& document, Names names);
-   void writeTable(Json const& collection);
+   void writeValues(Fields const& values);
+   void writeTable(Json const& section);
 
    Form form_;
    Terminal const& terminal_;

@@ -32,9 +32,9 @@ void collect(Json const& object, std::string const& prefix, Names names, Fields&
    for (auto const& member : object.GetObject()) {
       auto const name = prefix + std::string(textOf(member.name));
       bool const goesDeeper =
-         member.value.IsObject() && !isKeptByIndex(member.value) && !isCollection(member.value, names);
+         member.value.IsObject() && !isKeptByIndex(member.value) && !isSection(member.value, names);
       if (goesDeeper) {
-         collect(member.value, name + ".", names, fields);
+         collect(member.value, name + pathSeparator, names, fields);
       } else {
          fields.emplace_back(name, &member.value);
       }
@@ -98,24 +98,34 @@ Fields fieldsOf(Json const& object, Names names) {
    return fields;
 }
 
-std::vector<std::string> headingsOf(std::vector<std::string> const& paths) {
-   auto const lastName = [](std::string const& path) { return path.substr(path.rfind('.') + 1); };
+std::vector<std::string> headingsOf(std::vector<Path> const& paths) {
+   auto const lastName = [](Path const& path) { return path.substr(path.rfind(pathSeparator) + 1); };
    std::vector<std::string> headings;
+   headings.reserve(paths.size());
    for (auto const& path : paths) {
-      auto const name = lastName(path);
-      headings.push_back(std::ranges::count(paths, name, lastName) == 1 ? name : path);
+      auto heading = lastName(path);
+      if (std::ranges::count(paths, heading, lastName) > 1) {
+         heading = path;
+         std::ranges::replace(heading, pathSeparator, '.');
+      }
+      headings.push_back(std::move(heading));
    }
    return headings;
 }
 
-bool isCollection(Json const& value, Names names) {
+bool isCollection(Json const& value) {
    if (value.IsArray()) {
       auto const elements = value.GetArray();
       return std::all_of(elements.begin(), elements.end(), [](Json const& element) { return element.IsObject(); });
    }
-   if (!value.IsObject() || (names == Names::ofFields && !isKeptByIndex(value))) return false;
+   if (!value.IsObject()) return false;
    auto const members = value.GetObject();
    return std::all_of(members.begin(), members.end(), [](auto const& member) { return member.value.IsObject(); });
+}
+
+bool isSection(Json const& value, Names names) {
+   if (!value.IsObject()) return isCollection(value);
+   return names == Names::ofThings || (isKeptByIndex(value) && isCollection(value));
 }
 
 }  // namespace VelmSdkRpc::ctl

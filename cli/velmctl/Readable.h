@@ -15,18 +15,26 @@ bool isDefault(Json const& value);
 /// "10.0.0.1"; "1,2,3"; "intf=Ethernet1 label=3" of an object, without its defaults.
 std::string readable(Json const& value);
 
-/// What the names in an object are that holds objects: those of fields, or also those of things of one kind.
+/// What the names in an object are: those of a message's fields, or as a switch tells it also those of things.
 enum class Names { ofFields, ofThings };
 
-/// A list of objects, or objects by index or name: what is shown as a table.
-bool isCollection(Json const& value, Names names);
+/// A list of objects, or objects by name: what can be shown as a table.
+bool isCollection(Json const& value);
+/// What stands apart from the values of the object that it is in: a list of objects, objects by index and, if names are
+/// those of things, any object.
+bool isSection(Json const& value, Names names);
 
-/// The values of an object by name, those of an object within by "outer.inner". Lists and collections stay
-/// whole, each as one value.
-using Fields = std::vector<std::pair<std::string, Json const*>>;
+/// The names that lead to a value within an object, from the outermost on, with a character between them that is in
+/// none.
+using Path = std::string;
+constexpr char pathSeparator = '\x1f';
+inline bool isNested(Path const& path) { return path.find(pathSeparator) != Path::npos; }
+
+/// The values of an object, also those of objects within. Lists and sections stay whole, each as one value.
+using Fields = std::vector<std::pair<Path, Json const*>>;
 Fields fieldsOf(Json const& object, Names names = Names::ofFields);
 
-/// For each path the name behind its last dot, or all of it where another one has the same name there.
-std::vector<std::string> headingsOf(std::vector<std::string> const& paths);
+/// For each path its last name, or "outer.inner" where another one has the same last name.
+std::vector<std::string> headingsOf(std::vector<Path> const& paths);
 
 }  // namespace VelmSdkRpc::ctl

@@ -8,13 +8,14 @@
 
 #include "cli/support/Columns.h"
 #include "cli/velmctl/Json.h"
+#include "cli/velmctl/Readable.h"
 #include "cli/velmctl/Terminal.h"
 
 namespace VelmSdkRpc::ctl {
 
-/// A table of objects, a row each: a column for each field that says something in one of the first rows. Those are kept
-/// until it is known how wide the columns must be; the rows behind them go out as they come, with what has no column at
-/// the end of the line.
+/// A table of objects, a row each, with a column for each field that says something in one of the first rows, and for
+/// numbers and flags that say 0 or false if there is room. Those rows are kept until it is known how wide the columns
+/// must be; the ones behind them go out as they come, with what has no column at the end of the line.
 class Rows {
  public:
    using Write = std::function<void(std::string_view)>;
@@ -27,18 +28,26 @@ class Rows {
    void end();
 
  private:
-   using Cells = std::vector<std::pair<std::string, std::string>>;  // path and text
+   enum class Weight { none, wherePossible, column };  // of what it says
+   struct Cell {
+      Path path;
+      std::string text;
+      Weight weight;
+   };
+   using Cells = std::vector<Cell>;
    static constexpr std::size_t rowsToMeasure = 1000;
 
    void begin();
+   std::vector<Path> pathsOf(Weight least) const;
+   Columns::Row measure();
    std::string line(Cells const& cells) const;
    Columns::Row row(Cells const& cells, std::string& rest) const;
 
    Terminal const& terminal_;
    Write write_;
    std::vector<Cells> kept_;
-   std::vector<std::string> paths_;  // of the columns
-   Columns columns_{0};              // once begun
+   std::vector<Path> paths_;  // of the columns
+   Columns columns_{0};       // once begun
    bool hasBegun_ = false;
 };
 

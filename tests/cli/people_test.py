@@ -26,11 +26,11 @@ class PeopleTest(VelmctlTest):
         self.ok("sbfd", "add", "Ethernet1", "10.0.0.1", "--labels", "16/17", "--min-tx", "50", "--multiplier", "3")
         self.ok("cbf", "add", "to-core", "backup", "--ipv4", "46,48", "--ipv6", "10")
         expected = {
-            ("nhg", "list", "to-core"): r"to-core +3 +0: nexthop=10.0.0.1 intf=Ethernet1 "
+            ("nhg", "list", "to-core"): r"to-core +3 .*0: nexthop=10.0.0.1 intf=Ethernet1 "
                                         r"mpls_action=\(action_type=1 label_stack=1002,1001\); 1: intf=Ethernet2; 2: intf=Ethernet2",
-            ("route", "list", "2001:db8::/32"): r"PREFIX +PREFERENCE +ACTION +VIAS\n2001:db8::/32 +1 +3 +nexthop_group=to-core\n$",
+            ("route", "list", "2001:db8::/32"): r"PREFIX +PREFERENCE +TAG +ACTION +VIAS\n2001:db8::/32 +1 +0 +3 +nexthop_group=to-core\n$",
             ("tunnel", "list"): r"192.0.2.1/32 +to-core +4\n",
-            ("mpls", "list"): r"100 .*nexthop_group=to-core\n101 .*hop=10.0.0.1 intf=Ethernet1.*\nvrf_labels:\nLABEL +VRF_NAME\n102 +red",
+            ("mpls", "list"): r"100 .*nexthop_group=to-core\n101 .*hop=10.0.0.1 intf=Ethernet1.*\n\nvrf_labels:\nLABEL +VRF_NAME\n102 +red",
             ("sbfd", "list"): r"10.0.0.1 +Ethernet1 +16,17 +50 +3",
             ("cbf", "list"): r"cbf +1 +1: class_map_key=\(name=to-core-backup feature=1\)",
         }
@@ -47,7 +47,7 @@ class PeopleTest(VelmctlTest):
     def test_show_and_config_speak_with_the_switch(self):
         self.assertEqual(self.ok("config", "interface Ethernet1", 'description "two words"'), "OK\n")
         self.assertEqual(self.ok("config", "-", input="interface Ethernet1\nshutdown\n"), "OK\n")
-        self.assertRegex(self.ok("show", "interfaces", "Ethernet1"), r"Ethernet1 +\d +two words +eth1")
+        self.assertRegex(self.ok("show", "interfaces", "Ethernet1"), r"Ethernet1 +false +\d +two words +eth1")
 
     def test_sessions_are_watched_one_by_one(self):
         self.ok("sbfd", "add", "Ethernet1", "10.0.0.1", "--labels", "16/17")
