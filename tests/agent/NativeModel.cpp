@@ -109,6 +109,12 @@ NativeModel::Result NativeModel::apply(pb::mpls_route_msg const& request) {
    return good ? put(labels_, key, request) : rpc_status_msg::STATUS_ERROR;
 }
 
+NativeModel::Result NativeModel::apply(pb::rpc_server_state_config_msg const& request) {
+   for (auto const& pair : request.set()) pairs_[pair.key()] = pair.value();
+   for (auto const& pair : request.delete_()) pairs_.erase(pair.key());
+   return rpc_status_msg::STATUS_SUCCESS;
+}
+
 void NativeModel::startResync() {
    eachTable([](auto& table) {
       for (auto& [key, held] : table) held.stale = true;

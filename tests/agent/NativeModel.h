@@ -10,7 +10,7 @@
 namespace VelmSdkRpc {
 
 /// What the native requests leave in the switch, told in the simplest way: by key, the last request that succeeded.
-/// Says of each request how it is answered, and lists its tables in the lines of AgentTest.
+/// Says of each request how it is answered, and lists its tables in the lines of SwitchLines.h.
 class NativeModel {
  public:
    using Result = pb::rpc_status_msg::rpc_status_value_enum;
@@ -22,6 +22,8 @@ class NativeModel {
    Result apply(pb::nexthop_group_tunnel_msg const& request);
    Result apply(pb::ip_route_msg const& request);
    Result apply(pb::mpls_route_msg const& request);
+   /// Pairs take no part in a resync.
+   Result apply(pb::rpc_server_state_config_msg const& request);
 
    /// What is held becomes stale until it is set again; the end drops what still is.
    void startResync();
@@ -45,6 +47,7 @@ class NativeModel {
    std::vector<std::string> routes() const;
    std::vector<std::string> tunnels() const;
    std::vector<std::string> labels() const;
+   std::map<std::string, std::string> const& pairs() const { return pairs_; }
 
  private:
    template <class Request>
@@ -67,6 +70,7 @@ class NativeModel {
    Table<pb::nexthop_group_tunnel_msg> tunnels_;
    Table<pb::ip_route_msg> routes_;
    Table<pb::mpls_route_msg> labels_;
+   std::map<std::string, std::string> pairs_;
 };
 
 }  // namespace VelmSdkRpc

@@ -4,12 +4,13 @@
 #include <csignal>
 #include <map>
 #include <mutex>
-#include <random>
 #include <set>
 #include <thread>
 
+#include "tests/agent/AnyNativeRequest.h"
 #include "tests/agent/NativeModel.h"
 #include "tests/support/AgentTest.h"
+#include "tests/support/SwitchLines.h"
 
 namespace VelmSdkRpc {
 namespace {
@@ -19,69 +20,11 @@ using Stub = pb::velmsdk_service::Stub;
 
 constexpr std::uint32_t tag = 7;
 
-/// Requests at random over few keys, so that they meet; a part of them is bad.
-class AnyRequest {
- public:
-   explicit AnyRequest(std::uint32_t seed) : random_(seed) {}
-
-   int upTo(int bound) { return std::uniform_int_distribution<int>(0, bound - 1)(random_); }
-   bool oneIn(int chances) { return upTo(chances) == 0; }
-
-   pb::nexthop_group_msg group() {
-      auto request = groupMsg(oneIn(20) ? "" : groupName(), "Ethernet1", upTo(4));
-      request.set_request_delete(oneIn(3));
-      if (oneIn(20)) request.clear_nexthop();
-      return request;
-   }
-   pb::nexthop_group_tunnel_msg tunnel() {
-      auto request = tunnelMsg(prefix(), groupOrNone(), upTo(3));
-      if (oneIn(20)) request.mutable_prefix()->set_prefix_length(129);
-      return request;
-   }
-   pb::ip_route_msg route() {
-      auto request = routeMsg(prefix(), groupOrNone(), oneIn(20) ? tag + 1 : tag);
-      if (oneIn(20)) request.mutable_prefix()->set_prefix_length(129);
-      return request;
-   }
-   pb::mpls_route_msg label() {
-      pb::mpls_route_msg request;
-      request.set_label(oneIn(20) ? 1048576 + upTo(2) : upTo(2) * 1048567 + upTo(8));
-      switch (upTo(10)) {
-         case 0: break;  // chooses no form
-         case 1: request.mutable_forward_nexthop_group()->set_nexthop_group(groupName()); break;
-         case 2: request = labelToGroup(request.label(), groupName()); break;
-         case 3:
-         case 4: request.set_pop_and_forward_vrf_name(oneIn(10) ? "" : "red"); break;
-         default: fill(*request.mutable_nexthop());
-      }
-      request.set_request_delete(oneIn(4));
-      return request;
-   }
-
- private:
-   std::string groupName() { return fmt::format("g{}", upTo(4)); }
-   std::string groupOrNone() { return oneIn(3) ? std::string() : groupName(); }
-   std::string prefix() {
-      return oneIn(3) ? fmt::format("2001:db8:{}::/48", upTo(3)) : fmt::format("10.{}.0.0/16", upTo(5));
-   }
-   void fill(pb::nexthop_msg& nexthop) {
-      nexthop.set_nexthop_interface("Ethernet1");
-      if (oneIn(2)) nexthop.mutable_nexthop_ip()->set_addr(std::string("\x0a\0\0\x01", 4));
-      nexthop.set_mpls_operation(static_cast<pb::nexthop_msg::mpls_operation_enum>(upTo(6)));
-      bool const wantsNone = nexthop.mpls_operation() == pb::nexthop_msg::MPLS_OP_POP;
-      for (int count = oneIn(5) ? upTo(3) : (wantsNone ? 0 : 1); count > 0; --count) {
-         nexthop.add_labels(oneIn(20) ? 1048576 : upTo(1000));
-      }
-   }
-
-   std::mt19937 random_;
-};
-
 class NativeModelTest : public StatefulAgentTest, public ::testing::WithParamInterface<std::uint32_t> {
  protected:
    void expectAgreement() {
-      EXPECT_THAT(groupLines(), UnorderedElementsAreArray(model.groups()));
-      EXPECT_THAT(routeLines(), UnorderedElementsAreArray(model.routes()));
+      EXPECT_THAT(groupLines(show("show nexthop-group")), UnorderedElementsAreArray(model.groups()));
+      EXPECT_THAT(routeLines(show("show ip route")), UnorderedElementsAreArray(model.routes()));
       EXPECT_THAT(tunnels(), UnorderedElementsAreArray(model.tunnels()));
       EXPECT_THAT(labels(), UnorderedElementsAreArray(model.labels()));
       ASSERT_FALSE(HasFailure());
@@ -114,7 +57,7 @@ class NativeModelTest : public StatefulAgentTest, public ::testing::WithParamInt
    }
 
    NativeModel model{tag};
-   AnyRequest any{GetParam()};
+   AnyNativeRequest any{GetParam(), tag};
 
  private:
    template <class Request>
@@ -130,26 +73,6 @@ class NativeModelTest : public StatefulAgentTest, public ::testing::WithParamInt
       auto const answer = call(method, bulk);
       ASSERT_EQ(answer.status_size(), requests.size());
       for (std::size_t i = 0; i < requests.size(); ++i) expectSame(answer.status(static_cast<int>(i)), requests[i]);
-   }
-
-   std::vector<std::string> groupLines() {
-      std::vector<std::string> lines;
-      auto const json = show("show nexthop-group");
-      for (auto const& [name, group] : json["nexthop_groups"].GetObject()) {
-         lines.push_back(fmt::format("{} {}", name.GetString(), group["nexthops"].MemberCount()));
-      }
-      return lines;
-   }
-   std::vector<std::string> routeLines() {
-      std::vector<std::string> lines;
-      auto const json = show("show ip route");
-      for (auto const& route : json["routes"].GetArray()) {
-         for (auto const& via : route["vias"].GetArray()) {
-            lines.push_back(fmt::format("{} {} {}", route["key"]["prefix"].GetString(),
-                                        via["nexthop_group"].GetString(), route["tag"].GetUint()));
-         }
-      }
-      return lines;
    }
 };
 

@@ -6,6 +6,7 @@
 #include <thread>
 
 #include "platform/velm/ip.h"
+#include "tests/support/SwitchLines.h"
 
 namespace VelmSdkRpc {
 
@@ -190,34 +191,9 @@ std::vector<std::string> AgentTest::routes() {
    return prefixes;
 }
 
-std::vector<std::string> AgentTest::tunnels() {
-   std::vector<std::string> lines;
-   auto const json = show("show nexthop-group tunnel");
-   for (auto const& tunnel : json["tunnels"].GetArray()) {
-      lines.push_back(fmt::format("{} {} {}", tunnel["tunnel_endpoint"].GetString(), tunnel["nhg_name"].GetString(),
-                                  tunnel["igp_metric"].GetUint()));
-   }
-   return lines;
-}
+std::vector<std::string> AgentTest::tunnels() { return tunnelLines(show("show nexthop-group tunnel")); }
 
-std::vector<std::string> AgentTest::labels() {
-   std::vector<std::string> lines;
-   auto const json = show("show mpls route");
-   for (auto const& route : json["routes"].GetArray()) {
-      auto const label = std::to_string(route["key"]["labels"][0].GetUint());
-      for (auto const& via : route["vias"].GetArray()) {
-         lines.push_back(fmt::format("{} {} {} {} hop={} intf={} group={}", label, via["label_action"].GetUint(),
-                                     via["pushswap_label"].GetUint(), via["payload_type"].GetUint(),
-                                     via["hop"].GetString(), via["intf"].GetString(),
-                                     via["nexthop_group"].GetString()));
-      }
-      if (route["vias"].Empty()) lines.push_back(label);
-   }
-   for (auto const& entry : json["vrf_labels"].GetArray()) {
-      lines.push_back(fmt::format("{} {}", entry["label"].GetUint(), entry["vrf_name"].GetString()));
-   }
-   return lines;
-}
+std::vector<std::string> AgentTest::labels() { return labelLines(show("show mpls route")); }
 
 int AgentTest::stop(int signal) {
    agent_->signal(signal);

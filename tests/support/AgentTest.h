@@ -79,10 +79,8 @@ class AgentTest : public ::testing::Test {
    std::vector<std::string> watches(std::string const& handler);
    std::uint64_t switchCalls(std::string const& operation);
    std::vector<std::string> routes();
-   /// "192.0.2.1/32 group 5", with the metric.
+   /// As SwitchLines.h tells them.
    std::vector<std::string> tunnels();
-   /// "100 red" for a lookup in a VRF; for each via "100 ACTION LABEL PAYLOAD hop=ADDR intf=NAME group=NAME", enums as
-   /// numbers; "100" alone for a route without a via.
    std::vector<std::string> labels();
 
    /// Ends the agent and gives its exit status, negative for the signal that ended it.

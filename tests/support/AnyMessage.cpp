@@ -32,19 +32,24 @@ void AnyMessage::fillFields(Message& message, int depth) {
       bool const isTooDeep = field.cpp_type() == FieldDescriptor::CPPTYPE_MESSAGE && depth == 0;
       if (isTooDeep || upTo(4) == 0) continue;
       // The last member of a oneof that is set stays.
-      for (auto count = field.is_repeated() ? upTo(3) : 1; count > 0; --count) fillOne(message, field, depth);
+      for (auto left = field.is_repeated() ? count(field) : 1; left > 0; --left) fillOne(message, field, depth);
    }
 }
 
 void AnyMessage::fillPrefix(Message& message) {
    auto const& type = *message.GetDescriptor();
-   auto const address = randomBytes(std::array<std::size_t, 3>{0, 4, 16}[upTo(3)]);
+   auto const [address, length] = prefix();
    message.GetReflection()->SetString(&message, type.field(0), address);
-   message.GetReflection()->SetUInt32(&message, type.field(1),
-                                      upTo(static_cast<std::uint32_t>(address.size()) * 8 + 1));
+   message.GetReflection()->SetUInt32(&message, type.field(1), length);
 }
 
-void AnyMessage::fillOne(Message& message, FieldDescriptor const& field, int depth) {
+std::pair<std::string, std::uint32_t> AnyMessage::prefix() {
+   auto address = randomBytes(std::array<std::size_t, 3>{0, 4, 16}[upTo(3)]);
+   auto const length = upTo(static_cast<std::uint32_t>(address.size()) * 8 + 1);
+   return {std::move(address), length};
+}
+
+void AnyMessage::fillOne(Message& message, Field const& field, int depth) {
    auto const* const reflection = message.GetReflection();
    auto const put = [&](auto set, auto add, auto value) {
       (reflection->*(field.is_repeated() ? add : set))(&message, &field, value);
@@ -56,34 +61,31 @@ void AnyMessage::fillOne(Message& message, FieldDescriptor const& field, int dep
                            depth - 1);
       case FieldDescriptor::CPPTYPE_STRING:
          return put(&Reflection::SetString, &Reflection::AddString,
-                    field.type() == FieldDescriptor::TYPE_BYTES ? bytes(field) : text());
-      case FieldDescriptor::CPPTYPE_ENUM: {
-         auto const count = static_cast<std::uint32_t>(field.enum_type()->value_count());
-         return put(&Reflection::SetEnum, &Reflection::AddEnum,
-                    field.enum_type()->value(static_cast<int>(upTo(count))));
-      }
+                    field.type() == FieldDescriptor::TYPE_BYTES ? bytes(field) : text(field));
+      case FieldDescriptor::CPPTYPE_ENUM:
+         return put(&Reflection::SetEnumValue, &Reflection::AddEnumValue, enumNumber(field));
       case FieldDescriptor::CPPTYPE_BOOL: return put(&Reflection::SetBool, &Reflection::AddBool, upTo(2) == 1);
       case FieldDescriptor::CPPTYPE_DOUBLE:
          return put(&Reflection::SetDouble, &Reflection::AddDouble, 0.25 * upTo(1000));
       case FieldDescriptor::CPPTYPE_FLOAT:
          return put(&Reflection::SetFloat, &Reflection::AddFloat, 0.25F * static_cast<float>(upTo(1000)));
       case FieldDescriptor::CPPTYPE_UINT32:
-         return put(&Reflection::SetUInt32, &Reflection::AddUInt32, static_cast<std::uint32_t>(number()));
-      case FieldDescriptor::CPPTYPE_UINT64: return put(&Reflection::SetUInt64, &Reflection::AddUInt64, number());
+         return put(&Reflection::SetUInt32, &Reflection::AddUInt32, static_cast<std::uint32_t>(number(field)));
+      case FieldDescriptor::CPPTYPE_UINT64: return put(&Reflection::SetUInt64, &Reflection::AddUInt64, number(field));
       case FieldDescriptor::CPPTYPE_INT32:
-         return put(&Reflection::SetInt32, &Reflection::AddInt32, static_cast<std::int32_t>(number()));
+         return put(&Reflection::SetInt32, &Reflection::AddInt32, static_cast<std::int32_t>(number(field)));
       case FieldDescriptor::CPPTYPE_INT64:
-         return put(&Reflection::SetInt64, &Reflection::AddInt64, static_cast<std::int64_t>(number()));
+         return put(&Reflection::SetInt64, &Reflection::AddInt64, static_cast<std::int64_t>(number(field)));
    }
 }
 
-std::string AnyMessage::text() {
+std::string AnyMessage::text(Field const& /*field*/) {
    static std::array<std::string, 8> const texts{
       "", "a", "b", "red", "Ethernet1", "Port-Channel7", "with \"quotes\" and\na line", "gr\u00fc\u00dfe"};
    return texts[upTo(texts.size())];
 }
 
-std::string AnyMessage::bytes(FieldDescriptor const& field) {
+std::string AnyMessage::bytes(Field const& field) {
    if (field.name().ends_with("mac")) return randomBytes(upTo(4) == 0 ? 0 : 6);
    return randomBytes(std::array<std::size_t, 4>{0, 4, 4, 16}[upTo(4)]);
 }
@@ -94,7 +96,14 @@ std::string AnyMessage::randomBytes(std::size_t size) {
    return bytes;
 }
 
-std::uint64_t AnyMessage::number() {
+int AnyMessage::enumNumber(Field const& field) {
+   auto const values = static_cast<std::uint32_t>(field.enum_type()->value_count());
+   return field.enum_type()->value(static_cast<int>(upTo(values)))->number();
+}
+
+std::uint32_t AnyMessage::count(Field const& /*field*/) { return upTo(3); }
+
+std::uint64_t AnyMessage::number(Field const& /*field*/) {
    switch (upTo(4)) {
       case 0: return upTo(4);
       case 1: return upTo(1U << 20U);

@@ -1,0 +1,87 @@
+#include "tests/storm/AgentState.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <iterator>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+#include "tests/storm/Caller.h"
+
+namespace VelmSdkRpc::storm {
+namespace {
+
+velm::remote::VapiResponse checked(std::string const& what, grpc::Status const& status,
+                                   velm::remote::VapiResponse response) {
+   if (!status.ok()) {
+      throw std::runtime_error(fmt::format("{}: status {} {}", what, status.error_code(), status.error_message()));
+   }
+   if (!response.success()) throw std::runtime_error(fmt::format("{}: {}", what, response.error_message()));
+   return response;
+}
+
+using Iterator = std::filesystem::directory_iterator;
+
+Iterator entries(AgentProcess const& agent, char const* folder) {
+   return Iterator(fmt::format("/proc/{}/{}", agent.pid(), folder));
+}
+
+// A descriptor that is closed meanwhile is none.
+bool isSocket(std::filesystem::directory_entry const& descriptor) {
+   std::error_code error;
+   return std::filesystem::read_symlink(descriptor, error).string().starts_with("socket:");
+}
+
+void setDeadline(grpc::ClientContext& context) {
+   context.set_deadline(std::chrono::system_clock::now() + std::chrono::seconds(60));
+}
+
+}  // namespace
+
+Console::Console(AgentProcess const& agent)
+   : stub_(velm::remote::VapiMgrService::NewStub(connectTo(agent.address()))) {}
+
+std::string Console::show(std::string const& command) const {
+   grpc::ClientContext context;
+   setDeadline(context);
+   velm::remote::RunShowCmdRequest request;
+   request.set_command(command);
+   velm::remote::RunShowCmdResponse response;
+   auto const status = stub_->run_show_cmd(&context, request, &response);
+   return checked(command, status, response.response()).responses(0);
+}
+
+void Console::configure(std::vector<std::string> const& commands) const {
+   grpc::ClientContext context;
+   setDeadline(context);
+   velm::remote::RunConfigCmdsRequest request;
+   *request.mutable_commands() = {commands.begin(), commands.end()};
+   velm::remote::RunConfigCmdsResponse response;
+   auto const status = stub_->run_config_cmds(&context, request, &response);
+   checked(commands.front(), status, response.response());
+}
+
+AgentState AgentState::of(AgentProcess const& agent, Console const& console) {
+   auto watches = console.show("show switch watches");  // first: it may be what connects the console
+   return {static_cast<std::size_t>(std::count_if(begin(entries(agent, "fd")), Iterator(), isSocket)),
+           static_cast<std::size_t>(std::distance(entries(agent, "fd"), Iterator())),
+           static_cast<std::size_t>(std::distance(entries(agent, "task"), Iterator())), std::move(watches)};
+}
+
+std::string AgentState::excessOver(AgentState const& before) const {
+   // gRPC's executor grows with its load, up to two threads for each processor, and does not shrink; a thread that
+   // polls has a descriptor.
+   auto const growth = 2 * std::thread::hardware_concurrency();
+   if (connections > before.connections) return fmt::format("{} connections, not {}", connections, before.connections);
+   if (descriptors > before.descriptors + growth) {
+      return fmt::format("{} open files, not {}", descriptors, before.descriptors);
+   }
+   if (threads > before.threads + growth) return fmt::format("{} threads, not {}", threads, before.threads);
+   if (watches != before.watches) return fmt::format("the switch is watched: {}, not {}", watches, before.watches);
+   return {};
+}
+
+}  // namespace VelmSdkRpc::storm

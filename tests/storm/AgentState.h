@@ -1,0 +1,36 @@
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "cli/support/AgentProcess.h"
+#include "remote/vapi.grpc.pb.h"
+
+namespace VelmSdkRpc::storm {
+
+/// The switch's command line behind a channel of its own.
+class Console {
+ public:
+   explicit Console(AgentProcess const& agent);
+
+   /// Throws std::runtime_error if the agent does not answer, or the command fails.
+   std::string show(std::string const& command) const;
+   void configure(std::vector<std::string> const& commands) const;
+
+ private:
+   std::unique_ptr<velm::remote::VapiMgrService::Stub> const stub_;
+};
+
+/// What an agent holds for its clients.
+struct AgentState {
+   std::size_t connections;
+   std::size_t descriptors;
+   std::size_t threads;
+   std::string watches;
+
+   static AgentState of(AgentProcess const& agent, Console const& console);
+   /// What there is more than before; empty if nothing is.
+   std::string excessOver(AgentState const& before) const;
+};
+
+}  // namespace VelmSdkRpc::storm

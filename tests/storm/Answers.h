@@ -1,0 +1,34 @@
+#pragma once
+
+#include <google/protobuf/descriptor.h>
+#include <google/protobuf/message.h>
+#include <grpcpp/grpcpp.h>
+
+#include <memory>
+#include <string>
+
+namespace VelmSdkRpc::storm {
+
+/// How a call went, as its client saw it.
+struct CallStory {
+   google::protobuf::MethodDescriptor const& method;
+   google::protobuf::Message const& request;
+   bool cancelled;  // by the client, which may have come too late
+   std::size_t messages;
+   google::protobuf::Message const* last;  // null if there was none
+   grpc::Status status;
+};
+
+std::unique_ptr<google::protobuf::Message> newMessage(google::protobuf::Descriptor const& type);
+
+/// Whether the agent keeps calls of the method, and so their connections, for as long as it lives: those of
+/// bulk_description_is, which answers its first call and no other, and of watch_rpc_server_alive.
+bool isNeverReleased(google::protobuf::MethodDescriptor const& method);
+
+/// Whether the method's calls stay open until their client cancels them.
+bool staysOpen(google::protobuf::MethodDescriptor const& method);
+
+/// Why the call went as none may; empty if all is well.
+std::string faultOf(CallStory const& story);
+
+}  // namespace VelmSdkRpc::storm

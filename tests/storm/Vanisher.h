@@ -1,0 +1,36 @@
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <thread>
+
+#include "tests/storm/StormMessage.h"
+#include "tests/storm/Tally.h"
+
+namespace VelmSdkRpc::storm {
+
+/// Clients that vanish: processes of this program that call the agent until they are killed by SIGKILL, one after the
+/// other, for as long as this object is. Their calls are not counted.
+class Vanisher {
+ public:
+   Vanisher(std::string address, Weather weather, std::uint32_t seed);
+   ~Vanisher();
+   Vanisher(Vanisher const&) = delete;
+   Vanisher& operator=(Vanisher const&) = delete;
+
+   /// What such a process does: it returns only if nobody kills it.
+   static void vanish(std::string const& address, Weather weather, std::uint32_t seed);
+
+ private:
+   void run();
+   void waitFor(std::uint32_t milliseconds) const;
+
+   std::string const address_;
+   Weather const weather_;
+   StormMessage any_;
+   std::atomic<bool> stopping_ = false;
+   std::thread thread_;  // last: it uses the others
+};
+
+}  // namespace VelmSdkRpc::storm
