@@ -5,16 +5,16 @@ JOBS  ?= $(shell nproc)
 CMAKE_FLAGS ?=
 LISTEN ?= 127.0.0.1:9543
 
-.PHONY: all setup configure build demo run test bench package package-test setup-package format format-check lint \
-  sanitize sanitize-thread clean
+.PHONY: all setup configure build demo run test bench package package-test setup-package setup-bench format \
+  format-check lint sanitize sanitize-thread storm storm-sanitize clean
 
 all: build
 
 setup:
 	@scripts/setup.sh
 
-setup-package:
-	@scripts/setup.sh package
+setup-package setup-bench: setup-%:
+	@scripts/setup.sh $*
 
 configure: setup
 	@cmake -G Ninja -S . -B $(BUILD) -DCMAKE_BUILD_TYPE=$(TYPE) $(CMAKE_FLAGS) >$(BUILD).log 2>&1 || \
@@ -32,10 +32,10 @@ run: configure  ## the agent, until it is interrupted
 	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc
 	@$(BUILD)/agent/VelmSdkRpc --listen $(LISTEN)
 
-test: setup-package build  ## everything built, every test run
+test: setup-package setup-bench build  ## everything built, every test run
 	@ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
-bench: configure  ## every benchmark beside its floor; tables on stdout, JSON in $(BUILD)/bench
+bench: setup-bench configure  ## every benchmark beside its floor; the report is bench/report.md
 	@ninja -C $(BUILD) -j $(JOBS) --quiet benchmarks
 	@bench/run $(BUILD)
 
@@ -65,6 +65,15 @@ sanitize-thread:  ## the whole test suite under ThreadSanitizer
 	@TSAN_OPTIONS='suppressions=$(CURDIR)/scripts/tsan.supp suppress_equal_addresses=0' \
 	  $(MAKE) --no-print-directory BUILD=build-sanitize-thread TYPE=Debug \
 	  CMAKE_FLAGS='-DVELM_SANITIZE=thread -DVELM_BENCH=OFF -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1"' test
+
+storm: configure  ## every method at random against an agent: CALLS=n, SECONDS=n, SEED=n
+	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc storm
+	@$(BUILD)/tests/storm/storm $(if $(CALLS),--calls $(CALLS)) $(if $(SECONDS),--seconds $(SECONDS)) \
+	  $(if $(SEED),--seed $(SEED))
+
+storm-sanitize:  ## the same under AddressSanitizer and UndefinedBehaviorSanitizer
+	@$(MAKE) --no-print-directory BUILD=build-sanitize TYPE=Debug \
+	  CMAKE_FLAGS='-DVELM_SANITIZE=address,undefined -DVELM_BENCH=OFF -DCMAKE_CXX_FLAGS_DEBUG=-O1' storm
 
 clean:
 	@rm -rf build build-sanitize build-sanitize-thread

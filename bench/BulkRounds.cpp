@@ -1,5 +1,7 @@
 #include "bench/BulkRounds.h"
 
+#include <fmt/format.h>
+
 #include <utility>
 
 namespace VelmSdkRpc::Bench {
@@ -71,6 +73,14 @@ std::vector<Report::Cell> bulkRow(char const* which, std::string const& server, 
            seconds * 1e3,
            cpuSeconds / adds * 1e6,
            meanOf(floor, &Sample::cpuSeconds) / cpuSeconds};
+}
+
+Report::Claim bulkClaim(std::string const& entry, char const* which, std::string const& server, std::size_t entries,
+                        std::vector<Sample> const& floor, std::vector<Sample> const& own) {
+   return {.what = fmt::format("{} {} {}s, {}", entries, which, entry, server),
+           .figure = static_cast<double>(entries) / medianOf(own, &Sample::seconds),
+           .unit = entry + "s/s",
+           .ratio = ratioOfPairs(floor, own, &Sample::seconds)};
 }
 
 }  // namespace VelmSdkRpc::Bench

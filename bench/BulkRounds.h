@@ -64,5 +64,8 @@ std::vector<Report::Column> bulkColumns(std::string const& entry);
 void addBulkNotes(Report& report);
 std::vector<Report::Cell> bulkRow(char const* which, std::string const& server, std::size_t entries,
                                   std::vector<Sample> const& floor, std::vector<Sample> const& own);
+/// The same as a claim.
+Report::Claim bulkClaim(std::string const& entry, char const* which, std::string const& server, std::size_t entries,
+                        std::vector<Sample> const& floor, std::vector<Sample> const& own);
 
 }  // namespace VelmSdkRpc::Bench

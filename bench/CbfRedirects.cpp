@@ -82,8 +82,10 @@ void compare(BulkRounds& rounds, bool repeated, Options const& options, Report& 
    auto const calls = repeated ? NhgRedirects::callsForRepeated() : options.kind.callsForNew(redirects);
    auto const samples = rounds.compare(repeated, expecting(calls));
    for (std::size_t i = 0; i < rounds.servers(); ++i) {
-      auto row = bulkRow(repeated ? "repeated" : "fresh", rounds.nameOf(i), redirects, samples[0], samples[i]);
+      auto const* const which = repeated ? "repeated" : "fresh";
+      auto row = bulkRow(which, rounds.nameOf(i), redirects, samples[0], samples[i]);
       report.row(withCalls(std::move(row), i == 0 ? CallCounts() : calls));
+      if (i != 0) report.claim(bulkClaim("redirect", which, rounds.nameOf(i), redirects, samples[0], samples[i]));
    }
 }
 
@@ -135,6 +137,10 @@ void restore(RedirectSubject const& subject, Options const& options, Report& rep
    report.row(withCalls(bulkRow("restored", "agent, init alone", redirects, samples[0], samples[0]), {}));
    report.row(withCalls(bulkRow("restored", "agent, state", redirects, samples[0], samples[1]),
                         NhgRedirects::callsForRestored(redirects)));
+   report.claim({.what = fmt::format("{} restored", redirects),
+                 .figure = medianOf(samples[1], &Sample::seconds),
+                 .unit = "s",
+                 .mostFigure = goalRestored});
    // The agent knew all of them, or it would have written those anew that were sent again.
    report.fact("restored", static_cast<double>(redirects));
 }

@@ -69,9 +69,16 @@ void compare(Options const& options, Report& report) {
    auto const elements = static_cast<double>(options.elements);
    for (std::size_t i = 0; i < servers.size(); ++i) {
       auto const speed = ratioOfPairs(samples[0], samples[i], &Sample::seconds);
-      report.row({Table::name(), servers[i]->name(), elements / medianOf(samples[i], &Sample::seconds), speed.median,
-                  speed.low, speed.high, medianOf(samples[i], &Sample::cpuSeconds) / elements * 1e6,
+      auto const rate = elements / medianOf(samples[i], &Sample::seconds);
+      report.row({Table::name(), servers[i]->name(), rate, speed.median, speed.low, speed.high,
+                  medianOf(samples[i], &Sample::cpuSeconds) / elements * 1e6,
                   ratioOfPairs(samples[0], samples[i], &Sample::cpuSeconds).median});
+      if (i == 0) continue;
+      report.claim({.what = fmt::format("a stream of {} {}", options.elements, Table::name()),
+                    .figure = rate,
+                    .unit = "elements/s",
+                    .ratio = speed,
+                    .leastRatio = goal});
    }
 }
 

@@ -11,10 +11,11 @@ int main(int argc, char** argv) {
    using Form = Bench::MplsRoutes::Form;
    Bench::MplsRoutes labels;
    Bench::BulkSubject<Bench::MplsRoutes> const subject(labels);
-   return Bench::sizeBenchmark(argc, argv, "mpls_route_bulk", {}, subject, [&](CLI::App& app) {
+   auto const addForm = [&](CLI::App& app) {
       std::map<std::string, Form> const forms{{"group", Form::group}, {"nexthop", Form::nexthop}, {"vrf", Form::vrf}};
       app.add_option("--form", labels.form, "The forwarding choice of all labels")
          ->transform(CLI::CheckedTransformer(forms))
          ->option_text("group|nexthop|vrf");
-   });
+   };
+   return Bench::sizeBenchmark(argc, argv, {.name = "mpls_route_bulk", .goal = 0.8}, {}, subject, addForm);
 }

@@ -7,5 +7,5 @@ int main(int argc, char** argv) {
    namespace Bench = VelmSdkRpc::Bench;
    Bench::NhgTunnels const tunnels;
    Bench::BulkSubject<Bench::NhgTunnels> const subject(tunnels);
-   return Bench::sizeBenchmark(argc, argv, "nexthop_group_tunnel_bulk", {}, subject);
+   return Bench::sizeBenchmark(argc, argv, {.name = "nexthop_group_tunnel_bulk", .goal = 0.8}, {}, subject);
 }

@@ -13,11 +13,43 @@
 namespace VelmSdkRpc::Bench {
 namespace {
 
+using Json = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
+
 bool isNumber(Report::Cell const& cell) { return std::holds_alternative<double>(cell); }
 
 std::string text(Report::Cell const& cell, Report::Column const& column) {
    if (!isNumber(cell)) return std::get<std::string>(cell);
    return fmt::format("{:.{}f}", std::get<double>(cell), column.decimals);
+}
+
+void writeNumber(Json& json, char const* key, double number) {
+   json.Key(key);
+   if (std::isfinite(number)) {
+      json.Double(number);
+   } else {
+      json.Null();  // a ratio to nothing, which JSON has no number for
+   }
+}
+
+void writeText(Json& json, char const* key, std::string const& text) {
+   json.Key(key);
+   json.String(text.c_str());
+}
+
+void writeClaim(Json& json, Report::Claim const& claim) {
+   json.StartObject();
+   writeText(json, "what", claim.what);
+   writeNumber(json, "figure", claim.figure);
+   writeText(json, "unit", claim.unit);
+   if (claim.ratio) {
+      writeText(json, "ratio_to", claim.ratioTo);
+      writeNumber(json, "ratio", claim.ratio->median);
+      writeNumber(json, "ratio_low", claim.ratio->low);
+      writeNumber(json, "ratio_high", claim.ratio->high);
+   }
+   if (claim.leastRatio) writeNumber(json, "goal_least_ratio", *claim.leastRatio);
+   if (claim.mostFigure) writeNumber(json, "goal_most_figure", *claim.mostFigure);
+   json.EndObject();
 }
 
 }  // namespace
@@ -38,32 +70,29 @@ std::string Report::table() const {
 
 std::string Report::json() const {
    rapidjson::StringBuffer buffer;
-   rapidjson::PrettyWriter<rapidjson::StringBuffer> json(buffer);
+   Json json(buffer);
    json.StartObject();
-   json.Key("benchmark");
-   json.String(name_.c_str());
-   json.Key("caption");
-   json.String(caption_.c_str());
-   for (auto const& [key, value] : facts_) {
-      json.Key(key.c_str());
-      json.Double(value);
-   }
+   writeText(json, "benchmark", name_);
+   writeText(json, "caption", caption_);
+   for (auto const& [key, value] : facts_) writeNumber(json, key.c_str(), value);
    json.Key("rows");
    json.StartArray();
    for (auto const& row : rows_) {
       json.StartObject();
       for (std::size_t i = 0; i < columns_.size(); ++i) {
-         json.Key(columns_[i].key.c_str());
-         if (!isNumber(row[i])) {
-            json.String(std::get<std::string>(row[i]).c_str());
-         } else if (auto const number = std::get<double>(row[i]); std::isfinite(number)) {
-            json.Double(number);
+         auto const* const key = columns_[i].key.c_str();
+         if (isNumber(row[i])) {
+            writeNumber(json, key, std::get<double>(row[i]));
          } else {
-            json.Null();  // a ratio to nothing, which JSON has no number for
+            writeText(json, key, std::get<std::string>(row[i]));
          }
       }
       json.EndObject();
    }
+   json.EndArray();
+   json.Key("claims");
+   json.StartArray();
+   for (auto const& claim : claims_) writeClaim(json, claim);
    json.EndArray();
    json.EndObject();
    return buffer.GetString();

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <utility>
 #include <variant>
 #include <vector>
+
+#include "bench/Rounds.h"
 
 namespace VelmSdkRpc::Bench {
 
@@ -18,6 +21,18 @@ class Report {
    };
    using Cell = std::variant<std::string, double>;
 
+   /// What is claimed of one figure, for the report over all benchmarks. There is a goal for the ratio, which is to
+   /// reach it, or for the figure, which is not to exceed it, or none.
+   struct Claim {
+      std::string what;  // was measured, with all that tells it from the benchmark's other claims
+      double figure = 0;
+      std::string unit{};
+      std::optional<Spread> ratio{};  // better if higher
+      std::string ratioTo = "floor";
+      std::optional<double> leastRatio{};
+      std::optional<double> mostFigure{};
+   };
+
    /// `name` is the benchmark's, `caption` a line that says what was measured and how.
    Report(std::string name, std::string caption, std::vector<Column> columns)
       : name_(std::move(name)), caption_(std::move(caption)), columns_(std::move(columns)) {}
@@ -28,6 +43,8 @@ class Report {
    void row(std::vector<Cell> cells) { rows_.push_back(std::move(cells)); }
    /// A line below the table.
    void note(std::string text) { notes_.push_back(std::move(text)); }
+   /// Only JSON has it.
+   void claim(Claim claim) { claims_.push_back(std::move(claim)); }
 
    /// Prints the table on stdout, and writes the JSON if a path is given. Throws std::runtime_error if it cannot.
    void publish(std::string const& jsonPath) const;
@@ -42,6 +59,7 @@ class Report {
    std::vector<std::pair<std::string, double>> facts_;
    std::vector<std::vector<Cell>> rows_;
    std::vector<std::string> notes_;
+   std::vector<Claim> claims_;
 };
 
 }  // namespace VelmSdkRpc::Bench

@@ -34,6 +34,8 @@ struct Spread {
    double low = 0;
    double high = 0;
 };
+/// That of one ratio.
+inline Spread one(double ratio) { return {ratio, ratio, ratio}; }
 
 /// `member` of `above` divided by that of `below`, round by round.
 Spread ratioOfPairs(std::span<Sample const> above, std::span<Sample const> below, double Sample::*member);

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <cstddef>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -17,7 +18,7 @@ struct Options : ContestOptions {
    std::size_t routes = 1'000'000;  // in the agent's table while it is measured
 };
 
-void compareAll(Contest& contest, Options const& options, Report& report) {
+void compareAll(Contest& contest, double goal, Options const& options, Report& report) {
    contest.warmUp();
    auto const adds = static_cast<double>(options.adds);
    for (auto const order : options.orders) {
@@ -25,8 +26,15 @@ void compareAll(Contest& contest, Options const& options, Report& report) {
       for (std::size_t i = 0; i < contest.contenders(); ++i) {
          auto const speed = ratioOfPairs(samples[0], samples[i], &Sample::seconds);
          auto const cpu = ratioOfPairs(samples[0], samples[i], &Sample::cpuSeconds);
-         report.row({nameOf(order), contest.nameOf(i), adds / medianOf(samples[i], &Sample::seconds), speed.median,
-                     speed.low, speed.high, medianOf(samples[i], &Sample::cpuSeconds) / adds * 1e6, cpu.median});
+         auto const rate = adds / medianOf(samples[i], &Sample::seconds);
+         report.row({nameOf(order), contest.nameOf(i), rate, speed.median, speed.low, speed.high,
+                     medianOf(samples[i], &Sample::cpuSeconds) / adds * 1e6, cpu.median});
+         if (i == 0) continue;
+         report.claim({.what = fmt::format("{} adds, {}", nameOf(order), contest.nameOf(i)),
+                       .figure = rate,
+                       .unit = "adds/s",
+                       .ratio = speed,
+                       .leastRatio = i == 1 ? std::optional(goal) : std::nullopt});
       }
    }
 }
@@ -54,7 +62,7 @@ void run(RouteBenchmark const& benchmark, Options const& options, Subject const&
    contest.enterFloor(options.routes);
    contest.enterAgent("agent", quietly(), options.routes);
    contest.enterAgent("agent, trace 1", {}, options.routes);
-   compareAll(contest, options, report);
+   compareAll(contest, benchmark.goal, options, report);
    report.publish(options.json);
 }
 

@@ -24,8 +24,10 @@ struct Options {
 void compare(BulkRounds& rounds, bool repeated, Options const& options, Report& report) {
    auto const samples = rounds.compare(repeated);
    for (std::size_t i = 0; i < rounds.servers(); ++i) {
-      report.row(
-         bulkRow(repeated ? "repeated" : "fresh", rounds.nameOf(i), options.rounds.entries, samples[0], samples[i]));
+      auto const* const which = repeated ? "repeated" : "fresh";
+      auto const sessions = options.rounds.entries;
+      report.row(bulkRow(which, rounds.nameOf(i), sessions, samples[0], samples[i]));
+      if (i != 0) report.claim(bulkClaim("session", which, rounds.nameOf(i), sessions, samples[0], samples[i]));
    }
 }
 

@@ -6,7 +6,8 @@
 #include <algorithm>
 #include <cstddef>
 #include <functional>
-#include <vector>
+#include <optional>
+#include <utility>
 
 #include "bench/Program.h"
 #include "bench/Report.h"
@@ -14,14 +15,10 @@
 namespace VelmSdkRpc::Bench {
 namespace {
 
-constexpr double goal = 0.8;
-
-struct Options : ContestOptions {
-   std::vector<std::size_t> sizes{10'000, 1'000'000};
-};
+using Options = SizeOptions;
 
 // The floor is the first contender, the agent with the smallest table the second.
-void compareAll(Contest& contest, Options const& options, Report& report) {
+void compareAll(Contest& contest, std::optional<double> goal, Options const& options, Report& report) {
    contest.warmUp();
    auto const adds = static_cast<double>(options.adds);
    for (auto const order : options.orders) {
@@ -37,13 +34,23 @@ void compareAll(Contest& contest, Options const& options, Report& report) {
                      medianOf(agent, &Sample::cpuSeconds) / adds * 1e6,
                      ratioOfPairs(floor, agent, &Sample::cpuSeconds).median, growth.median, growth.low, growth.high,
                      ratioOfPairs(smallest, agent, &Sample::cpuSeconds).median});
+         Report::Claim claim{.what = fmt::format("{} adds beside {}", nameOf(order), contest.sizeOf(i)),
+                             .figure = adds / medianOf(agent, &Sample::seconds),
+                             .unit = "adds/s",
+                             .ratio = speed};
+         report.claim(claim);
+         if (i == 1) continue;
+         claim.ratio = growth;
+         claim.ratioTo = fmt::format("table of {}", contest.sizeOf(1));
+         claim.leastRatio = goal;
+         report.claim(std::move(claim));
       }
    }
 }
 
-void run(char const* name, Options const& options, Subject const& subject) {
+void run(SizeBenchmark const& benchmark, Options const& options, Subject const& subject) {
    Report report(
-      name,
+      benchmark.name,
       fmt::format("adds of {} beside tables of {}, {} to a call, {} outstanding; {} rounds of {} adds to each server",
                   subject.name(), fmt::join(options.sizes, ", "), bulkSize, options.outstanding, options.rounds,
                   options.adds),
@@ -61,30 +68,29 @@ void run(char const* name, Options const& options, Subject const& subject) {
        {"of_smallest_high", "high", 2},
        {"cpu_of_smallest", "smallest CPU/CPU", 2}});
    addContestFacts(report, options);
-   report.fact("goal_of_smallest", goal);
+   if (benchmark.goal) report.fact("goal_of_smallest", *benchmark.goal);
    report.note(
       "Medians; \"of floor\" and \"of smallest\" are those of the speeds' ratios in pairs to the floor and to the");
    report.note("agent with the smallest table, with the lowest and the highest. CPU is the server's own.");
-   report.note(fmt::format("Goal: agent {:.2f} of smallest.", goal));
+   if (benchmark.goal) report.note(fmt::format("Goal: agent {:.2f} of smallest.", *benchmark.goal));
    Contest contest(subject, options);
    contest.enterFloor(options.sizes.back());
    for (auto const size : options.sizes) contest.enterAgent("agent", quietly(), size);
-   compareAll(contest, options, report);
+   compareAll(contest, benchmark.goal, options, report);
    report.publish(options.json);
 }
 
 }  // namespace
 
-int sizeBenchmark(int argc, char** argv, char const* name, ContestOptions const& defaults, Subject const& subject,
+int sizeBenchmark(int argc, char** argv, SizeBenchmark const& benchmark, SizeOptions options, Subject const& subject,
                   std::function<void(CLI::App&)> const& addOptions) {
-   Options options{defaults};
-   Program program(name, "Compares agents with small and large tables with a floor.");
+   Program program(benchmark.name, "Compares agents with small and large tables with a floor.");
    addContestOptions(program, options);
    program.count("--size", options.sizes, "Entries in an agent's table; repeatable, one agent for each");
    if (addOptions) addOptions(program.app());
    return program.main(argc, argv, [&] {
       std::ranges::sort(options.sizes);
-      run(name, options, subject);
+      run(benchmark, options, subject);
    });
 }
 

@@ -67,6 +67,12 @@ void run(Options const& options) {
       report.row({i == 0 ? std::string("empty") : fmt::format("{} routes", options.routes), seconds,
                   medianOf(samples[i], &Sample::cpuSeconds), seconds - none, bytes / mebibyte});
    }
+   report.claim({.what = fmt::format("start with {} routes", options.routes),
+                 .figure = medianOf(samples[1], &Sample::seconds),
+                 .unit = "s",
+                 .ratio = ratioOfPairs(samples[0], samples[1], &Sample::seconds),
+                 .ratioTo = "empty folder",
+                 .mostFigure = goalSeconds});
    report.publish(options.json);
 }
 

@@ -24,7 +24,7 @@ struct StormOptions {
    std::string json{};              // where to leave the JSON; empty for nowhere
    std::size_t events = 1'000'000;  // in each round
    std::size_t keys = 1'000;
-   std::size_t rounds = 3;
+   std::size_t rounds = 5;
    std::vector<std::size_t> lists{1'000, 10'000};  // changes in each call
 };
 

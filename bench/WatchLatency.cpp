@@ -71,6 +71,13 @@ void compare(std::deque<Contender>& contenders, bool programming, Options const&
       report.row({programming ? "programming" : "idle", contender.server.name(),
                   contender.routes / static_cast<double>(options.rounds), answered.p50, answered.p99, heard.p50,
                   heard.p99, heard.max, floor.p50 / heard.p50, floor.p99 / heard.p99});
+      if (&contender == &contenders.front()) continue;
+      report.claim(
+         {.what = programming ? "an event while another client programs, p99" : "an event of an idle agent, p99",
+          .figure = heard.p99,
+          .unit = "ms",
+          .ratio = one(floor.p99 / heard.p99),
+          .mostFigure = programming ? goalProgramming : goalIdle});
    }
 }
 

@@ -3,6 +3,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <memory>
@@ -26,7 +27,7 @@ struct Options {
    std::string json;
    std::size_t events = 200'000;  // while a reader is stuck
    std::size_t keys = 1'000;
-   std::size_t rounds = 3;
+   std::size_t rounds = 5;
 };
 
 /// An agent with a client that reads every event.
@@ -111,7 +112,14 @@ void run(Options const& options) {
       "events are on their way to the client rather than queued. The allocator may keep what was freed, for the");
    report.note("next round, which then does not grow.");
    Scene scene(options);
-   for (std::size_t round = 0; round < options.rounds; ++round) report.row(measure(scene, round));
+   double most = 0;
+   for (std::size_t round = 0; round < options.rounds; ++round) {
+      auto row = measure(scene, round);
+      most = std::max(most, std::get<double>(row[4]));
+      report.row(std::move(row));
+   }
+   // The first round's, in general: the next find the memory that the allocator has kept.
+   report.claim({.what = "an event queued for a client that does not read", .figure = most, .unit = "bytes"});
    report.publish(options.json);
 }
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the project needs and the machine lacks. Quiet when there is nothing to do. What only
-# some targets need comes with their names: `package`, `clean-debian`.
+# some targets need comes with their names: `package`, `clean-debian`, `bench`.
 set -euo pipefail
 
 packages=(
@@ -15,6 +15,7 @@ packages=(
 for purpose in "$@"; do
   case $purpose in
     package) packages+=(debhelper dpkg-dev lintian systemd) ;;
+    bench) packages+=(python3-matplotlib) ;;
     clean-debian) packages+=(mmdebstrap) ;;
     *) echo "setup: nothing is known of $purpose" >&2; exit 2 ;;
   esac

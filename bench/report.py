@@ -1,0 +1,115 @@
+#!/usr/bin/python3
+"""report.py RESULTS [OUT]: report.md and its plots, anew from a results.json."""
+
+import json
+import pathlib
+import re
+import sys
+
+sys.dont_write_bytecode = True
+import plots
+
+README = pathlib.Path(__file__).parent / "README.md"
+
+
+def verdict(claim):
+    """met, missed, or no goal. What could not be measured has missed its goal."""
+    if "goal_least_ratio" in claim:
+        met = claim["ratio"] is not None and claim["ratio"] >= claim["goal_least_ratio"]
+    elif "goal_most_figure" in claim:
+        met = claim["figure"] is not None and claim["figure"] <= claim["goal_most_figure"]
+    else:
+        return "no goal"
+    return "met" if met else "missed"
+
+
+def number(value):
+    if value is None:
+        return "–"
+    return f"{value:,.0f}" if abs(value) >= 100 else f"{value:.3g}"
+
+
+def ratio_text(claim):
+    if claim.get("ratio") is None:
+        return ""
+    low, high = claim["ratio_low"], claim["ratio_high"]
+    spread = f" ({low:.2f}–{high:.2f})" if low != high else ""
+    return f"{claim['ratio']:.2f}{spread} of {claim['ratio_to']}"
+
+
+def goal_text(claim):
+    if "goal_least_ratio" in claim:
+        return f"≥ {claim['goal_least_ratio']:.2f} of {claim['ratio_to']}"
+    if "goal_most_figure" in claim:
+        return f"≤ {number(claim['goal_most_figure'])} {claim['unit']}"
+    return ""
+
+
+def anchors(markdown):
+    """Those of the headings, as a forge makes them."""
+    headings = re.findall(r"^#+ (.*)$", markdown, re.MULTILINE)
+    return {re.sub(r"[^\w -]", "", heading.lower()).replace(" ", "-") for heading in headings}
+
+
+def verdict_cell(name, claim, explained):
+    said = verdict(claim)
+    if said != "missed":
+        return said
+    anchor = f"where-the-time-goes-in-{name}"
+    return f"**[missed](README.md#{anchor})**" if anchor in explained else "**missed**, not explained yet"
+
+
+def machine_text(machine, seconds):
+    before, after = (" ".join(f"{load:.2f}" for load in machine[f"load_{when}"]) for when in ("before", "after"))
+    return "\n".join([
+        "| | |", "|---|---|",
+        f"| machine | {machine['cpu']}, {machine['cores']} cores, {machine['memory_gib']} GiB, "
+        f"Linux {machine['kernel']} |",
+        f"| build | {machine['commit']}, {machine['build_type']}, {machine['compiler']} |",
+        f"| run | {machine['date']}, {seconds / 60:.0f} minutes; load average {before} before, {after} after |"])
+
+
+def summary(claims):
+    said = [verdict(claim) for claim in claims]
+    met, missed, none = (said.count(each) for each in ("met", "missed", "no goal"))
+    return f"{met} goals met, {missed} missed; {none} figures without a goal."
+
+
+def table(benchmarks, explained):
+    lines = ["| benchmark | what | figure | ratio | goal | verdict |", "|---|---|--:|---|---|---|"]
+    for name, benchmark in benchmarks.items():
+        for claim in benchmark["claims"]:
+            cells = [f"[{name}](README.md#{name})", claim["what"], f"{number(claim['figure'])} {claim['unit']}",
+                     ratio_text(claim), goal_text(claim), verdict_cell(name, claim, explained)]
+            lines.append(f"| {' | '.join(cells)} |")
+    return "\n".join(lines)
+
+
+def markdown(results, images):
+    benchmarks = results["benchmarks"]
+    claims = [claim for benchmark in benchmarks.values() for claim in benchmark["claims"]]
+    seconds = sum(benchmark["seconds"] for benchmark in benchmarks.values())
+    parts = ["# What the benchmarks say",
+             "Made by `bench/run`; all figures are in [results.json](results.json), and [README.md](README.md) tells "
+             "what each benchmark measures, beside what floor, and why."]
+    if results["quick"]:
+        parts.append("**A quick run: tables too small to tell anything.**")
+    parts += [machine_text(results["machine"], seconds), summary(claims),
+              "A ratio is a speed as a share of the other's, so above 1 is better: the median of the pairs, and in "
+              "brackets the lowest and the highest where each round is a pair.",
+              *(f"![{text}]({file})" for file, text in images.items()),
+              table(benchmarks, anchors(README.read_text()))]
+    return "\n\n".join(parts) + "\n"
+
+
+def write(results, out):
+    """Leaves the report and its plots in the folder; what it comes to, in a line."""
+    images = plots.draw(results["benchmarks"], out)
+    (out / "report.md").write_text(markdown(results, images))
+    claims = [claim for benchmark in results["benchmarks"].values() for claim in benchmark["claims"]]
+    return f"{out / 'report.md'}: {summary(claims)}"
+
+
+if __name__ == "__main__":
+    path = pathlib.Path(sys.argv[1])
+    print(write(json.loads(path.read_text()), pathlib.Path(sys.argv[2]) if len(sys.argv) > 2 else path.parent))
