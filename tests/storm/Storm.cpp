@@ -85,13 +85,12 @@ class Storm {
    }
 
    void checkRest(AgentState const& before) {
-      // A stream of sBFD statuses is told by its next message that its client has gone.
-      console_.configure({"simulate sbfd Ethernet1 10.0.0.1 labels 16 dscp 0 exp 0 status 1",
-                          "simulate sbfd Ethernet1 10.0.0.1 labels 16 dscp 0 exp 0 status 3"});
       std::string excess;
       eventually(
          [&] {
-            std::this_thread::sleep_for(std::chrono::milliseconds(50));
+            // A stream of sBFD statuses is told by its next message that its client has gone.
+            console_.configure({"simulate sbfd Ethernet1 10.0.0.1 labels 16 dscp 0 exp 0 status 1",
+                                "simulate sbfd Ethernet1 10.0.0.1 labels 16 dscp 0 exp 0 status 3"});
             excess = AgentState::of(agent_, console_).excessOver(before);
             return excess.empty();
          },

@@ -33,12 +33,16 @@ Vanisher::Vanisher(std::string address, Weather weather, std::uint32_t seed)
    : address_(std::move(address)), weather_(weather), any_(seed), thread_([this] { run(); }) {}
 
 Vanisher::~Vanisher() {
-   stopping_ = true;
+   {
+      std::lock_guard const lock(mutex_);
+      stopping_ = true;
+   }
+   stop_.notify_one();
    thread_.join();
 }
 
 void Vanisher::run() {
-   while (!stopping_) {
+   while (!isStopping()) {
       std::vector<std::string> words{"--vanish-from", address_, "--seed", std::to_string(any_.upTo(1U << 30U))};
       if (weather_ == Weather::calm) words.emplace_back("--calm");
       auto const pid = spawnSelf(std::move(words));
@@ -48,9 +52,14 @@ void Vanisher::run() {
    }
 }
 
-void Vanisher::waitFor(std::uint32_t milliseconds) const {
-   auto const end = Caller::Clock::now() + std::chrono::milliseconds(milliseconds);
-   while (!stopping_ && Caller::Clock::now() < end) std::this_thread::sleep_for(std::chrono::milliseconds(10));
+void Vanisher::waitFor(std::uint32_t milliseconds) {
+   std::unique_lock lock(mutex_);
+   stop_.wait_for(lock, std::chrono::milliseconds(milliseconds), [this] { return stopping_; });
+}
+
+bool Vanisher::isStopping() {
+   std::lock_guard const lock(mutex_);
+   return stopping_;
 }
 
 void Vanisher::vanish(std::string const& address, Weather weather, std::uint32_t seed) {

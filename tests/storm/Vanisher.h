@@ -1,7 +1,8 @@
 #pragma once
 
-#include <atomic>
+#include <condition_variable>
 #include <cstdint>
+#include <mutex>
 #include <string>
 #include <thread>
 
@@ -24,13 +25,17 @@ class Vanisher {
 
  private:
    void run();
-   void waitFor(std::uint32_t milliseconds) const;
+   /// Until it is over, or this object ends.
+   void waitFor(std::uint32_t milliseconds);
+   bool isStopping();
 
    std::string const address_;
    Weather const weather_;
    StormMessage any_;
-   std::atomic<bool> stopping_ = false;
-   std::thread thread_;  // last: it uses the others
+   std::mutex mutex_;
+   std::condition_variable stop_;
+   bool stopping_ = false;  // guarded by mutex_
+   std::thread thread_;     // last: it uses the others
 };
 
 }  // namespace VelmSdkRpc::storm
