@@ -100,10 +100,12 @@ struct MainLoop::Impl {
       if (!eventsReady()) return;
       std::size_t next = 0;
       do {
+         auto const asked = EventQueue::Clock::now();
          sdk_scoped_lock const lock;
          // Taken under the SDK lock, so that what one hold of it caused, as a list of commands does, stays together.
          if (next == 0) takeEvents();
-         auto const until = EventQueue::Clock::now() + hold;
+         auto const begin = EventQueue::Clock::now();
+         auto const until = begin + std::clamp<EventQueue::Clock::duration>(begin - asked, leastHold, mostHold);
          do {
             guarded(batch[next]);
             batch[next] = Event();  // what it captured may belong to the SDK
@@ -134,8 +136,11 @@ struct MainLoop::Impl {
       }
    }
 
-   static constexpr std::size_t keptEvents = 4096;       // room that outlives a storm of events
-   static constexpr std::chrono::microseconds hold{50};  // of the lock: short for who waits, worth a change of threads
+   static constexpr std::size_t keptEvents = 4096;  // room that outlives a storm of events
+   // How long the lock is held: short for who waits, yet worth a change of threads; and as long as others have kept the
+   // loop waiting, or who holds it for long would raise events faster than they are delivered.
+   static constexpr std::chrono::microseconds leastHold{50};
+   static constexpr std::chrono::milliseconds mostHold{5};
 
    Qor::Ptr<Loom::TaskScheduler> const scheduler;
    uv_loop_t loop;

@@ -10,8 +10,9 @@
 namespace velm::embedded {
 
 /// The SDK's event loop, on libuv. A turn delivers the events that were queued when it began and then runs one task,
-/// under the SDK lock, which is free every 50 us of them and around the task for whoever waits: a storm of events
-/// starves neither the tasks nor the server thread, and what one list of commands causes stays one burst.
+/// under the SDK lock, which is free around the task and every 50 us of the events for whoever waits, or after as long
+/// as the loop has waited for it, 5 ms at most. So a storm of events starves neither the tasks nor the server thread,
+/// nor do they starve the events, and what one list of commands causes stays one burst.
 ///
 /// From construction on the first SIGTERM or SIGINT asks for disabling; the next one ends the process.
 class MainLoop {

@@ -131,6 +131,34 @@ TEST(MainLoopTest, AStormOfEventsLeavesTheLockToOthers) {
    EXPECT_TRUE(gotIn);
 }
 
+// Each hold of the lock causes as much work for the loop as it lasts.
+TEST(MainLoopTest, WhoHoldsTheLockForLongDoesNotOutrunTheEvents) {
+   MainLoop loop(makeScheduler());
+   auto const spend = [](std::chrono::microseconds time) {
+      auto const until = std::chrono::steady_clock::now() + time;
+      while (std::chrono::steady_clock::now() < until) continue;
+   };
+   constexpr int holds = 50;
+   std::atomic<int> hold{0};
+   int mostBehind = 0;
+   std::thread requester([&] {
+      while (++hold <= holds) {
+         sdk_scoped_lock const lock;
+         for (int i = 0; i < 80; ++i) {
+            loop.post([&, raised = hold.load()] {
+               spend(std::chrono::microseconds(20));
+               mostBehind = std::max(mostBehind, hold - raised);
+            });
+         }
+         spend(std::chrono::milliseconds(2));
+      }
+      loop.post([&] { loop.stop(); });
+   });
+   loop.run([] {});
+   requester.join();
+   EXPECT_LT(mostBehind, holds / 2);
+}
+
 TEST(MainLoopDeathTest, AnErrorGoesToTheHandlerAndWhatThatThrowsEndsTheProcess) {
    auto const run = [](void (*handler)(error const&), bool mayGoOn) {
       MainLoop loop(makeScheduler());
