@@ -1,5 +1,7 @@
 #include "bench/Watch.h"
 
+#include <fmt/format.h>
+
 #include <stdexcept>
 #include <utility>
 
@@ -27,12 +29,14 @@ Watch<Stub, Request, Response>::~Watch() {
 
 template <class Stub, class Request, class Response>
 void Watch<Stub, Request, Response>::proceed(bool ok) {
-   if (step_ == Step::ending) {
-      step_ = Step::ended;
-      return;
-   }
    auto const before = std::exchange(step_, Step::stuck);  // until the next read
-   if (!ok) throw std::runtime_error("a watch has ended");
+   if (before == Step::ending || before == Step::broken) step_ = Step::ended;
+   if (before == Step::ending) return;
+   if (before == Step::broken) {
+      throw std::runtime_error(fmt::format("a watch has ended: status {} {}", static_cast<int>(status_.error_code()),
+                                           status_.error_message()));
+   }
+   if (!ok) return finish(Step::broken);
    if (before == Step::opening) return read(Step::gettingReady);
    if (before == Step::reading) take_(event_);
    if (take_) read(Step::reading);
@@ -44,13 +48,19 @@ void Watch<Stub, Request, Response>::read(Step step) {
    reader_->Read(&event_, this);
 }
 
+template <class Stub, class Request, class Response>
+void Watch<Stub, Request, Response>::finish(Step step) {
+   step_ = step;
+   reader_->Finish(&status_, this);
+}
+
 // Ends what is outstanding first, so that the last event to come is that of the end.
 template <class Stub, class Request, class Response>
 void Watch<Stub, Request, Response>::close() noexcept {
    context_.TryCancel();
-   client_.drainUntil([this] { return step_ == Step::stuck; });
-   step_ = Step::ending;
-   reader_->Finish(&status_, this);
+   client_.drainUntil([this] { return step_ == Step::stuck || step_ == Step::ended; });
+   if (step_ == Step::ended) return;
+   finish(Step::ending);
    client_.drainUntil([this] { return step_ == Step::ended; });
 }
 

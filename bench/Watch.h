@@ -26,9 +26,10 @@ class Watch final : public Operation {
    void proceed(bool ok) override;
 
  private:
-   enum class Step { opening, gettingReady, reading, stuck, ending, ended };
+   enum class Step { opening, gettingReady, reading, stuck, broken, ending, ended };
 
    void close() noexcept;
+   void finish(Step step);
    void read(Step step);
 
    Client& client_;
