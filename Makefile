@@ -5,15 +5,16 @@ JOBS  ?= $(shell nproc)
 CMAKE_FLAGS ?=
 LISTEN ?= 127.0.0.1:9543
 
-.PHONY: all setup configure build demo run test bench package package-test setup-package setup-bench format \
-  format-check lint sanitize sanitize-thread storm storm-sanitize clean
+.PHONY: all setup setup-package setup-bench setup-coverage setup-fuzz configure build demo run test bench package \
+  package-test format format-check lint sanitize sanitize-thread storm storm-sanitize storm-sanitize-thread soak \
+  coverage fuzz clean
 
 all: build
 
 setup:
 	@scripts/setup.sh
 
-setup-package setup-bench: setup-%:
+setup-package setup-bench setup-coverage setup-fuzz: setup-%:
 	@scripts/setup.sh $*
 
 configure: setup
@@ -54,17 +55,22 @@ format: setup
 format-check: setup
 	@scripts/sources | xargs clang-format --dry-run -Werror
 
-lint: configure
-	@scripts/lint $(BUILD)
+lint:  ## in a build folder of its own, for clang cannot read the headers that gcc has precompiled
+	@$(MAKE) --no-print-directory BUILD=build-lint CMAKE_FLAGS=-DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON configure
+	@scripts/lint build-lint
+
+# Makes a goal in a build folder of its own, with sanitizers: $(call sanitized,GOAL), $(call thread_sanitized,GOAL)
+sanitized = $(MAKE) --no-print-directory BUILD=build-sanitize TYPE=Debug \
+  CMAKE_FLAGS='-DVELM_SANITIZE=address,undefined -DVELM_BENCH=OFF -DCMAKE_CXX_FLAGS_DEBUG=-O1' $(1)
+thread_sanitized = TSAN_OPTIONS='suppressions=$(CURDIR)/scripts/tsan.supp suppress_equal_addresses=0' \
+  $(MAKE) --no-print-directory BUILD=build-sanitize-thread TYPE=Debug \
+  CMAKE_FLAGS='-DVELM_SANITIZE=thread -DVELM_BENCH=OFF -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1"' $(1)
 
 sanitize:  ## the whole test suite under AddressSanitizer and UndefinedBehaviorSanitizer
-	@$(MAKE) --no-print-directory BUILD=build-sanitize TYPE=Debug \
-	  CMAKE_FLAGS='-DVELM_SANITIZE=address,undefined -DVELM_BENCH=OFF -DCMAKE_CXX_FLAGS_DEBUG=-O1' test
+	@$(call sanitized,test)
 
 sanitize-thread:  ## the whole test suite under ThreadSanitizer
-	@TSAN_OPTIONS='suppressions=$(CURDIR)/scripts/tsan.supp suppress_equal_addresses=0' \
-	  $(MAKE) --no-print-directory BUILD=build-sanitize-thread TYPE=Debug \
-	  CMAKE_FLAGS='-DVELM_SANITIZE=thread -DVELM_BENCH=OFF -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1"' test
+	@$(call thread_sanitized,test)
 
 storm: configure  ## every method at random against an agent: CALLS=n, SECONDS=n, SEED=n
 	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc storm
@@ -72,8 +78,26 @@ storm: configure  ## every method at random against an agent: CALLS=n, SECONDS=n
 	  $(if $(SEED),--seed $(SEED))
 
 storm-sanitize:  ## the same under AddressSanitizer and UndefinedBehaviorSanitizer
-	@$(MAKE) --no-print-directory BUILD=build-sanitize TYPE=Debug \
-	  CMAKE_FLAGS='-DVELM_SANITIZE=address,undefined -DVELM_BENCH=OFF -DCMAKE_CXX_FLAGS_DEBUG=-O1' storm
+	@$(call sanitized,storm)
+
+storm-sanitize-thread:  ## the same under ThreadSanitizer
+	@$(call thread_sanitized,storm)
+
+soak: configure  ## an agent under a steady load: HOURS=n; leaves soak.csv and soak.json in $(BUILD)/soak
+	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc soak
+	@$(BUILD)/tests/soak/soak --hours $(or $(HOURS),1) --out $(BUILD)/soak
+
+coverage: setup-package setup-coverage  ## lines and branches that the tests reach; build-coverage/coverage has the pages
+	@$(MAKE) --no-print-directory BUILD=build-coverage TYPE=Debug \
+	  CMAKE_FLAGS='-DVELM_BENCH=OFF -DCMAKE_CXX_FLAGS_DEBUG="-O0 -fno-inline --coverage -fprofile-update=atomic"' build
+	@scripts/coverage build-coverage $(JOBS)
+
+fuzz: setup-fuzz  ## every harness of tests/fuzz for SECONDS=n each; what is found stays in build-fuzz/crashes
+	@$(MAKE) --no-print-directory BUILD=build-fuzz TYPE=Debug CMAKE_FLAGS='-DVELM_FUZZ=ON -DVELM_BENCH=OFF \
+	  -DVELM_SANITIZE=address,undefined -DCMAKE_CXX_COMPILER=clang++-16 -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON \
+	  -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1"' configure
+	@ninja -C build-fuzz -j $(JOBS) --quiet fuzzers
+	@tests/fuzz/run build-fuzz --seconds $(or $(SECONDS),60)
 
 clean:
-	@rm -rf build build-sanitize build-sanitize-thread
+	@rm -rf build build-coverage build-fuzz build-lint build-sanitize build-sanitize-thread

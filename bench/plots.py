@@ -103,6 +103,14 @@ def ratios(benchmarks, path):
     save(figure, path)
 
 
+def memory(soak, path):
+    figure, axis = pyplot.subplots(figsize=(10, 3), layout="constrained")
+    axis.plot([seconds / 60 for seconds, _ in soak["memory"]], [mib for _, mib in soak["memory"]], color="#1b6ca8")
+    axis.set(xlabel="minutes", ylabel="MiB resident", ylim=(0, None))
+    axis.grid(alpha=0.3)
+    save(figure, path)
+
+
 PLOTS = {
     "ratios.png": (ratios, "The ratios that have a goal"),
     "rate-over-size.png": (rate_over_size, "Bulk adds over the size of the table"),
@@ -110,8 +118,12 @@ PLOTS = {
 }
 
 
-def draw(benchmarks, out):
+def draw(benchmarks, soak, out):
     """Leaves them in the folder; what each shows, by the name of its file."""
     for file, (plot, _) in PLOTS.items():
         plot(benchmarks, out / file)
-    return {file: text for file, (_, text) in PLOTS.items()}
+    drawn = {file: text for file, (_, text) in PLOTS.items()}
+    if soak:
+        memory(soak, out / "soak-memory.png")
+        drawn["soak-memory.png"] = "The agent's memory in the soak"
+    return drawn

@@ -10,6 +10,7 @@ sys.dont_write_bytecode = True
 import plots
 
 README = pathlib.Path(__file__).parent / "README.md"
+SOAK = "soak.json"  # what `make soak` leaves, if it was put beside the results
 
 
 def verdict(claim):
@@ -85,7 +86,25 @@ def table(benchmarks, explained):
     return "\n".join(lines)
 
 
-def markdown(results, images):
+def soak_text(soak):
+    def times(quarter, what):
+        return " / ".join(f"{value:.2f}" for value in quarter[f"{what}_ms"])
+
+    kinds = ("route", "description", "event", "bulk")
+    lines = ["## Soak",
+             f"{soak['seconds'] / 3600:.2f} hours: {soak['routes_programmed']:,} routes programmed in bulks of 1000, "
+             f"{soak['resyncs']} resyncs of the whole table, {soak['calls']:,} random calls; {soak['cpu_seconds']:.0f} s "
+             f"of processor. Over the second half the agent's memory changed by "
+             f"{soak['memory_slope_mib_per_hour']:+.2f} MiB an hour. Times are the 50th and 99th percentile and the "
+             f"longest, in milliseconds.",
+             "| quarter | memory MiB | open files | threads | longest queue | one route | one description | its event "
+             "| a bulk |\n|--:|--:|--:|--:|--:|--:|--:|--:|--:|\n" + "\n".join(
+                 f"| {i} | {q['resident_mib']} | {q['descriptors']} | {q['threads']} | {q['longest_queue']} | "
+                 + " | ".join(times(q, kind) for kind in kinds) + " |" for i, q in enumerate(soak["quarters"], 1))]
+    return "\n\n".join(lines)
+
+
+def markdown(results, images, soak):
     benchmarks = results["benchmarks"]
     claims = [claim for benchmark in benchmarks.values() for claim in benchmark["claims"]]
     seconds = sum(benchmark["seconds"] for benchmark in benchmarks.values())
@@ -99,13 +118,16 @@ def markdown(results, images):
               "brackets the lowest and the highest where each round is a pair.",
               *(f"![{text}]({file})" for file, text in images.items()),
               table(benchmarks, anchors(README.read_text()))]
+    if soak:
+        parts.append(soak_text(soak))
     return "\n\n".join(parts) + "\n"
 
 
 def write(results, out):
     """Leaves the report and its plots in the folder; what it comes to, in a line."""
-    images = plots.draw(results["benchmarks"], out)
-    (out / "report.md").write_text(markdown(results, images))
+    soak = json.loads((out / SOAK).read_text()) if (out / SOAK).exists() else None
+    images = plots.draw(results["benchmarks"], soak, out)
+    (out / "report.md").write_text(markdown(results, images, soak))
     claims = [claim for benchmark in results["benchmarks"].values() for claim in benchmark["claims"]]
     return f"{out / 'report.md'}: {summary(claims)}"
 

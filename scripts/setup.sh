@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the project needs and the machine lacks. Quiet when there is nothing to do. What only
-# some targets need comes with their names: `package`, `clean-debian`, `bench`.
+# some targets need comes with their names: `package`, `clean-debian`, `bench`, `coverage`, `fuzz`.
 set -euo pipefail
 
 packages=(
@@ -16,6 +16,8 @@ for purpose in "$@"; do
   case $purpose in
     package) packages+=(debhelper dpkg-dev lintian systemd) ;;
     bench) packages+=(python3-matplotlib) ;;
+    fuzz) packages+=(clang-16 libclang-rt-16-dev llvm) ;;
+    coverage) packages+=(gcovr) ;;
     clean-debian) packages+=(mmdebstrap) ;;
     *) echo "setup: nothing is known of $purpose" >&2; exit 2 ;;
   esac

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "tests/storm/Caller.h"
+#include "tests/support/AgentTest.h"
 
 namespace VelmSdkRpc::storm {
 namespace {
@@ -82,6 +83,20 @@ std::string AgentState::excessOver(AgentState const& before) const {
    if (threads > before.threads + growth) return fmt::format("{} threads, not {}", threads, before.threads);
    if (watches != before.watches) return fmt::format("the switch is watched: {}, not {}", watches, before.watches);
    return {};
+}
+
+std::string excessOfClients(AgentProcess const& agent, Console const& console, AgentState const& before) {
+   std::string excess;
+   eventually(
+      [&] {
+         // A stream of sBFD statuses is told by its next message that its client has gone.
+         console.configure({"simulate sbfd Ethernet1 10.0.0.1 labels 16 dscp 0 exp 0 status 1",
+                            "simulate sbfd Ethernet1 10.0.0.1 labels 16 dscp 0 exp 0 status 3"});
+         excess = AgentState::of(agent, console).excessOver(before);
+         return excess.empty();
+      },
+      std::chrono::seconds(20));
+   return excess;
 }
 
 }  // namespace VelmSdkRpc::storm

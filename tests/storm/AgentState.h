@@ -33,4 +33,7 @@ struct AgentState {
    std::string excessOver(AgentState const& before) const;
 };
 
+/// What an agent still holds of clients that have gone, after some time to forget them; empty if nothing.
+std::string excessOfClients(AgentProcess const& agent, Console const& console, AgentState const& before);
+
 }  // namespace VelmSdkRpc::storm

@@ -52,7 +52,8 @@ void Caller::startOne(Weather weather) {
    if (held) at(*call, any_.upTo(200), &OpenCall::release);
    setTimers(*call);
    open_.emplace(call.get(), std::move(call));
-   next_ = Clock::now() + microseconds(pauseMicroseconds_ == 0 ? 0 : any_.upTo(pauseMicroseconds_));
+   auto const pause = microseconds(pauseMicroseconds_ == 0 ? 0 : any_.upTo(pauseMicroseconds_));
+   next_ = Clock::now() + std::max<Clock::duration>(pause, leastPause_);
 }
 
 std::unique_ptr<google::protobuf::Message> Caller::request(google::protobuf::MethodDescriptor const& method) {

@@ -32,6 +32,9 @@ class Caller {
    Caller(Connect connect, std::shared_ptr<grpc::Channel> const& lasting, Tally& tally, Findings& findings,
           std::uint32_t seed);
 
+   /// Between the begins of two calls; none unless it is told.
+   void leastPauseIs(Clock::duration pause) { leastPause_ = pause; }
+
    /// Calls while the answer is true; then cancels what is open and waits for its end.
    void run(Weather weather, std::function<bool()> const& goesOn);
 
@@ -57,6 +60,7 @@ class Caller {
    std::unordered_map<OpenCall const*, std::unique_ptr<OpenCall>> open_;
    Timers timers_;
    Clock::time_point next_;
+   Clock::duration leastPause_{};
    // The mood.
    std::uint32_t callsLeft_ = 0;
    std::size_t outstanding_ = 1;
