@@ -6,7 +6,7 @@ CMAKE_FLAGS ?=
 LISTEN ?= 127.0.0.1:9543
 
 .PHONY: all setup setup-package setup-bench setup-coverage setup-fuzz configure build demo run test bench package \
-  package-test format format-check lint sanitize sanitize-thread storm storm-sanitize storm-sanitize-thread soak \
+  package-test format format-check lint sanitize sanitize-thread storm chaos storm-sanitize storm-sanitize-thread soak \
   coverage fuzz clean
 
 all: build
@@ -76,6 +76,10 @@ storm: configure  ## every method at random against an agent: CALLS=n, SECONDS=n
 	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc storm
 	@$(BUILD)/tests/storm/storm $(if $(CALLS),--calls $(CALLS)) $(if $(SECONDS),--seconds $(SECONDS)) \
 	  $(if $(SEED),--seed $(SEED))
+
+chaos: configure  ## kills, faults, vanishing clients and storms around an agent: ROUNDS=n, SEED=n
+	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc chaos
+	@CHAOS_ROUNDS=$(or $(ROUNDS),100) CHAOS_SEED=$(SEED) $(BUILD)/tests/chaos/chaos --gtest_brief=1
 
 storm-sanitize:  ## the same under AddressSanitizer and UndefinedBehaviorSanitizer
 	@$(call sanitized,storm)

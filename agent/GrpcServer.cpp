@@ -5,6 +5,7 @@
 #include <chrono>
 #include <cstdio>
 
+#include "agent/ConnectionBreaker.h"
 #include "agent/GrpcLog.h"
 #include "agent/Readiness.h"
 #include "rpc/ServerEventLoop.h"
@@ -51,7 +52,11 @@ void GrpcServer::shutDown() {
    notifyStopping();
    // Without a deadline an open stream would hold it for ever.
    auto const grace = std::chrono::milliseconds(250);
-   server_->Shutdown(std::chrono::system_clock::now() + grace);
+   {
+      // And so would a peer that has stopped reading its socket, for gRPC closes no connection within a write.
+      ConnectionBreaker const breaker(2 * grace);
+      server_->Shutdown(std::chrono::system_clock::now() + grace);
+   }
    // The loop shuts the queue itself, behind whatever it is doing.
    wake_.Set(completionQueue_.get(), std::chrono::system_clock::now(), wakeTag());
 }

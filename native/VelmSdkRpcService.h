@@ -60,6 +60,12 @@ class VelmSdkRpcService : public GrpcService {
    BfdProgrammer& bfdProgrammer() { return *bfdProgrammer_; }
    CbfNhgRedirectProgrammer& cbfNhgRedirectProgrammer() { return *cbfNhgRedirectProgrammer_; }
    IpRouteProgrammer& ipRouteProgrammer() { return *ipRouteProgrammer_; }
+   // The others, for those who call them without a wire between.
+   ClientInit& clientInit() { return *clientInit_; }
+   MplsRouteProgrammer& mplsRouteProgrammer() { return *mplsRouteProgrammer_; }
+   NexthopGroupProgrammer& nexthopGroupProgrammer() { return *nexthopGroupProgrammer_; }
+   NhgTunnelProgrammer& nhgTunnelProgrammer() { return *nhgTunnelProgrammer_; }
+   OpaqueProgrammer& opaqueProgrammer() { return *opaqueProgrammer_; }
 
  private:
    AsyncService asyncService_;

@@ -105,8 +105,8 @@ std::shared_ptr<grpc::Channel> AgentProcess::channel() const {
    arguments.SetMaxReceiveMessageSize(-1);
    arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);
    arguments.SetInt(GRPC_ARG_ENABLE_HTTP_PROXY, 0);  // the agent is on this machine
+   // Not the least one: by it gRPC gives a connection up, also to an agent that is only busy.
    arguments.SetInt(GRPC_ARG_INITIAL_RECONNECT_BACKOFF_MS, 50);
-   arguments.SetInt(GRPC_ARG_MIN_RECONNECT_BACKOFF_MS, 50);
    arguments.SetInt(GRPC_ARG_MAX_RECONNECT_BACKOFF_MS, 50);
    return grpc::CreateCustomChannel(address_, grpc::InsecureChannelCredentials(), arguments);
 }

@@ -166,6 +166,15 @@ class BusyTest : public LifecycleTest {
    std::thread caller_;
 };
 
+TEST_F(BusyTest, WhoConnectsMeanwhileWaits) {
+   beginLongCall(1000);
+   auto const stub = pb::velmsdk_service::NewStub(agent().channel());
+   grpc::ClientContext context;
+   pb::rpc_server_init_status_msg answer;
+   auto const status = stub->rpc_server_init(&context, {}, &answer);
+   EXPECT_TRUE(status.ok()) << status.error_message();
+}
+
 TEST_F(BusyTest, SigtermWaitsForTheOneLongCall) {
    beginLongCall(1000);
    agent().signal(SIGTERM);

@@ -2,6 +2,10 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
+#include "platform/velm/errors.h"
+#include "platform/velm/intf_id.h"
 #include "platform/velm/ip.h"
 
 namespace VelmSdkRpc {
@@ -11,13 +15,33 @@ using pb::rpc_status_msg;
 
 constexpr std::uint32_t highestLabel = 1048575;
 
-std::string textOf(pb::ip_prefix_msg const& prefix) {
-   auto const* bytes = reinterpret_cast<unsigned char const*>(prefix.addr().data());
-   auto const family = prefix.addr().size() == 4 ? velm::af_t::ipv4 : velm::af_t::ipv6;
-   return velm::ip_prefix_t(velm::ip_addr_t(family, bytes), prefix.prefix_length()).to_string();
+velm::ip_addr_t addressOf(std::string const& bytes) {
+   if (bytes.empty()) return {};
+   auto const family = bytes.size() == 4 ? velm::af_t::ipv4 : velm::af_t::ipv6;
+   return {family, reinterpret_cast<unsigned char const*>(bytes.data())};
 }
 
-bool isTooLong(pb::ip_prefix_msg const& prefix) { return prefix.prefix_length() > 8 * prefix.addr().size(); }
+unsigned char lengthOf(pb::ip_prefix_msg const& prefix) { return static_cast<unsigned char>(prefix.prefix_length()); }
+
+std::string textOf(pb::ip_prefix_msg const& prefix) {
+   return prefix.addr().empty() ? "" : velm::ip_prefix_t(addressOf(prefix.addr()), lengthOf(prefix)).to_string();
+}
+
+bool isTooLong(pb::ip_prefix_msg const& prefix) {
+   return !prefix.addr().empty() && lengthOf(prefix) > 8 * prefix.addr().size();
+}
+
+bool isIntf(std::string const& name) try {
+   return velm::intf_id_t(name) == velm::intf_id_t(name);
+} catch (velm::error const&) {
+   return false;
+}
+
+// What nexthops of groups and labels have in common.
+bool canBe(pb::nexthop_msg const& nexthop) {
+   return isIntf(nexthop.nexthop_interface()) &&
+          std::ranges::all_of(nexthop.labels(), [](std::uint32_t label) { return label <= highestLabel; });
+}
 
 int wantedLabels(pb::nexthop_msg const& nexthop) {
    switch (nexthop.mpls_operation()) {
@@ -27,10 +51,7 @@ int wantedLabels(pb::nexthop_msg const& nexthop) {
    }
 }
 
-bool isGood(pb::nexthop_msg const& nexthop) {
-   if (nexthop.labels_size() != wantedLabels(nexthop)) return false;
-   return nexthop.labels().empty() || nexthop.labels(0) <= highestLabel;
-}
+bool isGood(pb::nexthop_msg const& nexthop) { return nexthop.labels_size() == wantedLabels(nexthop) && canBe(nexthop); }
 
 std::string lineOf(pb::mpls_route_msg const& request) {
    using pb::nexthop_msg;
@@ -45,11 +66,8 @@ std::string lineOf(pb::mpls_route_msg const& request) {
    auto const& nexthop = request.nexthop();
    bool const pop = nexthop.mpls_operation() == nexthop_msg::MPLS_OP_POP;
    int const action = pop ? 2 : nexthop.mpls_operation() == nexthop_msg::MPLS_OP_PUSH ? 1 : 3;
-   auto const& addr = nexthop.nexthop_ip().addr();
-   auto const* bytes = reinterpret_cast<unsigned char const*>(addr.data());
    return fmt::format("{} {} {} {} hop={} intf={} group=", request.label(), action, pop ? 0 : nexthop.labels(0),
-                      pop ? 4 : 0, addr.empty() ? std::string() : velm::ip_addr_t(velm::af_t::ipv4, bytes).to_string(),
-                      nexthop.nexthop_interface());
+                      pop ? 4 : 0, addressOf(nexthop.nexthop_ip().addr()).to_string(), nexthop.nexthop_interface());
 }
 
 template <class Table, class Line>
@@ -83,6 +101,7 @@ void NativeModel::eachTable(Fn&& fn) {
 NativeModel::Result NativeModel::apply(pb::nexthop_group_msg const& request) {
    if (request.request_delete()) return erase(groups_, request.name());
    if (request.name().empty() || request.nexthop().empty()) return rpc_status_msg::STATUS_ERROR;
+   if (!std::ranges::all_of(request.nexthop(), canBe)) return rpc_status_msg::STATUS_ERROR;
    return put(groups_, request.name(), request);
 }
 
@@ -95,7 +114,7 @@ NativeModel::Result NativeModel::apply(pb::nexthop_group_tunnel_msg const& reque
 NativeModel::Result NativeModel::apply(pb::ip_route_msg const& request) {
    auto const key = textOf(request.prefix());
    if (request.nexthop_group().empty()) return erase(routes_, key);
-   if (request.tag() != tag_ || isTooLong(request.prefix())) return rpc_status_msg::STATUS_ERROR;
+   if ((tag_ != 0 && request.tag() != tag_) || isTooLong(request.prefix())) return rpc_status_msg::STATUS_ERROR;
    return put(routes_, key, request);
 }
 
@@ -115,10 +134,16 @@ NativeModel::Result NativeModel::apply(pb::rpc_server_state_config_msg const& re
    return rpc_status_msg::STATUS_SUCCESS;
 }
 
+void NativeModel::tagIs(std::uint32_t tag) {
+   tag_ = tag;
+   if (tag != 0) resyncTag_ = tag;
+}
+
 void NativeModel::startResync() {
    eachTable([](auto& table) {
       for (auto& [key, held] : table) held.stale = true;
    });
+   for (auto& [key, held] : routes_) held.stale = resyncTag_ == 0 || held.request.tag() == resyncTag_;
 }
 
 void NativeModel::endResync() {

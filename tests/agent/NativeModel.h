@@ -15,8 +15,10 @@ class NativeModel {
  public:
    using Result = pb::rpc_status_msg::rpc_status_value_enum;
 
-   /// Routes must carry the tag.
-   explicit NativeModel(std::uint32_t tag) : tag_(tag) {}
+   explicit NativeModel(std::uint32_t tag) { tagIs(tag); }
+
+   /// Routes must carry the tag; any will do for 0, and a resync then goes by the one before.
+   void tagIs(std::uint32_t tag);
 
    Result apply(pb::nexthop_group_msg const& request);
    Result apply(pb::nexthop_group_tunnel_msg const& request);
@@ -65,7 +67,8 @@ class NativeModel {
    template <class Fn>
    void eachTable(Fn&& fn);
 
-   std::uint32_t const tag_;
+   std::uint32_t tag_ = 0;
+   std::uint32_t resyncTag_ = 0;
    Table<pb::nexthop_group_msg> groups_;
    Table<pb::nexthop_group_tunnel_msg> tunnels_;
    Table<pb::ip_route_msg> routes_;

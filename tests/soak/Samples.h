@@ -16,10 +16,10 @@ namespace VelmSdkRpc::soak {
 
 /// What the agent looked like at a moment, and how fast it was since the one before.
 struct Sample {
-   double seconds = 0;      // since the begin of the run
-   double residentMib = 0;  // memory of its own; without the state folder's file, which the kernel maps for it
-   std::size_t descriptors = 0;
-   std::size_t threads = 0;
+   double seconds = 0;              // since the begin of the run
+   double residentMib = 0;          // memory of its own; without the state folder's file, which the kernel maps for it
+   std::ptrdiff_t descriptors = 0;  // beyond those that the clients hold open themselves
+   std::ptrdiff_t threads = 0;
    std::uint64_t queued = 0;  // keys that wait in all of its queues
    double cpuSeconds = 0;     // so far
    std::uint64_t calls = 0;   // random ones, so far

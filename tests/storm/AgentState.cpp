@@ -30,10 +30,14 @@ Iterator entries(AgentProcess const& agent, char const* folder) {
    return Iterator(fmt::format("/proc/{}/{}", agent.pid(), folder));
 }
 
+std::ptrdiff_t sizeOf(Iterator const& folder) { return std::distance(folder, Iterator()); }
+
 // A descriptor that is closed meanwhile is none.
-bool isSocket(std::filesystem::directory_entry const& descriptor) {
-   std::error_code error;
-   return std::filesystem::read_symlink(descriptor, error).string().starts_with("socket:");
+std::ptrdiff_t socketsAmong(Iterator const& descriptors) {
+   return std::count_if(begin(descriptors), Iterator(), [](auto const& descriptor) {
+      std::error_code error;
+      return std::filesystem::read_symlink(descriptor, error).string().starts_with("socket:");
+   });
 }
 
 void setDeadline(grpc::ClientContext& context) {
@@ -67,18 +71,21 @@ void Console::configure(std::vector<std::string> const& commands) const {
 
 AgentState AgentState::of(AgentProcess const& agent, Console const& console) {
    auto watches = console.show("show switch watches");  // first: it may be what connects the console
-   return {static_cast<std::size_t>(std::count_if(begin(entries(agent, "fd")), Iterator(), isSocket)),
-           static_cast<std::size_t>(std::distance(entries(agent, "fd"), Iterator())),
-           static_cast<std::size_t>(std::distance(entries(agent, "task"), Iterator())), std::move(watches)};
+   // A client's library may keep the connection of a channel that was dropped; that is not the agent's doing.
+   auto const ours = socketsAmong(Iterator("/proc/self/fd"));
+   return {socketsAmong(entries(agent, "fd")) - ours, sizeOf(entries(agent, "fd")) - ours,
+           sizeOf(entries(agent, "task")), std::move(watches)};
 }
 
 std::string AgentState::excessOver(AgentState const& before) const {
    // gRPC's executor grows with its load, up to two threads for each processor, and does not shrink; a thread that
    // polls has a descriptor.
-   auto const growth = 2 * std::thread::hardware_concurrency();
-   if (connections > before.connections) return fmt::format("{} connections, not {}", connections, before.connections);
+   auto const growth = static_cast<std::ptrdiff_t>(2 * std::thread::hardware_concurrency());
+   if (connections > before.connections) {
+      return fmt::format("{} connections too many", connections - before.connections);
+   }
    if (descriptors > before.descriptors + growth) {
-      return fmt::format("{} open files, not {}", descriptors, before.descriptors);
+      return fmt::format("{} open files too many", descriptors - before.descriptors);
    }
    if (threads > before.threads + growth) return fmt::format("{} threads, not {}", threads, before.threads);
    if (watches != before.watches) return fmt::format("the switch is watched: {}, not {}", watches, before.watches);

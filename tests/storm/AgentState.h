@@ -21,11 +21,12 @@ class Console {
    std::unique_ptr<velm::remote::VapiMgrService::Stub> const stub_;
 };
 
-/// What an agent holds for its clients.
+/// What an agent holds for its clients. Connections and descriptors are those beyond the ones that this process holds
+/// open itself.
 struct AgentState {
-   std::size_t connections;
-   std::size_t descriptors;
-   std::size_t threads;
+   std::ptrdiff_t connections;
+   std::ptrdiff_t descriptors;
+   std::ptrdiff_t threads;
    std::string watches;
 
    static AgentState of(AgentProcess const& agent, Console const& console);

@@ -45,7 +45,10 @@ void Caller::startOne(Weather weather) {
    auto const index = tally_.choose(any_, weather);
    auto const& method = tally_.method(index);
    if (isNeverReleased(method) && !lasting_) return;
-   if (!stub_) stub_ = std::make_unique<grpc::GenericStub>(connect_());
+   if (!stub_) {
+      channel_ = connect_();
+      stub_ = std::make_unique<grpc::GenericStub>(channel_);
+   }
    auto call = std::make_unique<OpenCall>(index, method, request(method));
    bool const held = any_.oneIn(method.server_streaming() ? 3 : 50);
    call->start(isNeverReleased(method) ? *lasting_ : *stub_, queue_, held);
@@ -100,7 +103,11 @@ void Caller::awaitEvent(Clock::time_point until) {
 
 void Caller::drop() {
    for (auto const& [key, call] : open_) call->cancel();
+   // Of a channel that goes while it connects gRPC's client never closes the connection, and the agent has it to this
+   // process's end.
+   if (channel_) channel_->WaitForConnected(std::chrono::system_clock::now() + std::chrono::seconds(20));
    stub_.reset();
+   channel_.reset();
    while (!open_.empty()) awaitEvent(Clock::now() + milliseconds(100));
    timers_.clear();
 }

@@ -55,6 +55,7 @@ class Caller {
    Tally& tally_;
    Findings& findings_;
    StormMessage any_;
+   std::shared_ptr<grpc::Channel> channel_;
    std::unique_ptr<grpc::GenericStub> stub_;
    grpc::CompletionQueue queue_;
    std::unordered_map<OpenCall const*, std::unique_ptr<OpenCall>> open_;

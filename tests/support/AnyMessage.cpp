@@ -4,6 +4,7 @@
 
 #include <array>
 #include <limits>
+#include <random>
 
 namespace VelmSdkRpc {
 namespace {
@@ -18,6 +19,10 @@ bool isPrefix(google::protobuf::Descriptor const& type) {
 }
 
 }  // namespace
+
+AnyMessage::AnyMessage(std::uint32_t seed)
+   : AnyMessage(
+        [random = std::mt19937(seed)](std::uint32_t bound) mutable -> std::uint32_t { return random() % bound; }) {}
 
 void AnyMessage::fill(Message& message, int depth) {
    fillFields(message, depth);
@@ -108,7 +113,7 @@ std::uint64_t AnyMessage::number(Field const& /*field*/) {
       case 0: return upTo(4);
       case 1: return upTo(1U << 20U);
       case 2: return std::numeric_limits<std::uint64_t>::max();
-      default: return std::uint64_t{random_()} << upTo(33);
+      default: return std::uint64_t{upTo(std::numeric_limits<std::uint32_t>::max())} << upTo(33);
    }
 }
 

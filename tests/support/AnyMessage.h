@@ -2,18 +2,24 @@
 
 #include <google/protobuf/message.h>
 
-#include <random>
+#include <cstdint>
+#include <functional>
 #include <string>
 #include <utility>
 
 namespace VelmSdkRpc {
 
 /// Fills messages of any type at random with values that their schema allows: listed enum values, addresses and MAC
-/// addresses of a right size, prefixes within their family. One seed, one sequence. Who knows more of the fields draws
-/// their values from pools of its own.
+/// addresses of a right size, prefixes within their family. Who knows more of the fields draws their values from pools
+/// of its own.
 class AnyMessage {
  public:
-   explicit AnyMessage(std::uint32_t seed) : random_(seed) {}
+   /// Where the chances come from: a number below the bound, which is 1 at least.
+   using Draw = std::function<std::uint32_t(std::uint32_t bound)>;
+
+   /// One seed, one sequence.
+   explicit AnyMessage(std::uint32_t seed);
+   explicit AnyMessage(Draw draw) : draw_(std::move(draw)) {}
    virtual ~AnyMessage() = default;
    AnyMessage(AnyMessage const&) = delete;
    AnyMessage& operator=(AnyMessage const&) = delete;
@@ -21,7 +27,7 @@ class AnyMessage {
    /// At most so many messages deep.
    void fill(google::protobuf::Message& message, int depth = 4);
 
-   std::uint32_t upTo(std::uint32_t bound) { return random_() % bound; }
+   std::uint32_t upTo(std::uint32_t bound) { return draw_(bound); }
    bool oneIn(std::uint32_t chances) { return upTo(chances) == 0; }
 
  protected:
@@ -44,7 +50,7 @@ class AnyMessage {
    void fillPrefix(google::protobuf::Message& message);
    void fillOne(google::protobuf::Message& message, Field const& field, int depth);
 
-   std::mt19937 random_;
+   Draw const draw_;
 };
 
 }  // namespace VelmSdkRpc
