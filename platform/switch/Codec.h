@@ -17,6 +17,9 @@
 #include <vector>
 
 #include "platform/velm/attribute.h"
+#include "platform/velm/intf_id.h"
+#include "platform/velm/ip.h"
+#include "platform/velm/mpls.h"
 
 /// The stored form of values: their attributes one behind the other, in the order of their list. Numbers are big-endian
 /// and of their type's width, so that fixed-size keys sort in the folder as they do in their table; texts and lists
@@ -34,6 +37,10 @@ class StoredBytes {
  public:
    explicit StoredBytes(std::string_view bytes) : rest_(bytes) {}
    bool atEnd() const { return rest_.empty(); }
+   /// Throws DamagedState where bytes are left.
+   void expectEnd() const {
+      if (!atEnd()) throw DamagedState("a stored value is too long");
+   }
    std::string_view take(std::size_t count) {
       if (count > rest_.size()) throw DamagedState("a stored value is too short");
       auto const bytes = rest_.substr(0, count);
@@ -156,6 +163,26 @@ void encode(std::string& out, T const& value) {
 template <has_attributes T>
 void decode(StoredBytes& in, T& value) {
    for_each_attribute(value, [&](char const*, auto& member) { decode(in, member); });
+}
+
+// What texts and the order of keys rely on.
+inline void decode(StoredBytes& in, af_t& af) {
+   auto stored = af_t::none;
+   decode<af_t>(in, stored);
+   if (stored != af_t::none && address_size(stored) == 0) throw DamagedState("a stored address is of no family");
+   af = stored;
+}
+inline void decode(StoredBytes& in, intf_id_t::kind_t& kind) {
+   auto stored = intf_id_t::kind_t::none;
+   decode<intf_id_t::kind_t>(in, stored);
+   if (stored > intf_id_t::kind_t::management) throw DamagedState("a stored interface is of no kind");
+   kind = stored;
+}
+inline void decode(StoredBytes& in, mpls_label_t& label) {
+   mpls_label_t stored;
+   decode<mpls_label_t>(in, stored);
+   if (stored.label() > mpls_label_t::max) throw DamagedState("a stored label is out of range");
+   label = stored;
 }
 
 }  // namespace velm::embedded

@@ -212,6 +212,7 @@ void Database::walk(std::string_view front, std::function<void(std::string_view,
    Reading reading(env_);
    reading.walk(reading.tree(), front, [&](std::string_view key, std::string_view value) {
       if (!key.starts_with(front)) return false;
+      auto const place = key;
       std::uint32_t size = 0;
       bool const behind = value.size() > sizeof size && value.front() == behindItsKey;
       value.remove_prefix(std::min<std::size_t>(value.size(), 1));
@@ -220,6 +221,9 @@ void Database::walk(std::string_view front, std::function<void(std::string_view,
          value.remove_prefix(sizeof size);
          key = value.substr(0, size);
          value.remove_prefix(key.size());
+         if (text(StoredKey(key).val()) != place) {
+            throw error("the switch's state cannot be read: a key does not stand where its hash puts it");
+         }
       }
       fn(key, value);
       return true;

@@ -42,7 +42,7 @@ class Database {
       while (!attempt(change)) grow();
    }
 
-   /// Calls fn(key, value) for the keys that begin with the front, in their order.
+   /// Calls fn(key, value) for the keys that begin with the front, in their order. Throws velm::error.
    void walk(std::string_view front, std::function<void(std::string_view key, std::string_view value)> const& fn);
 
    /// Reads the file from end to end in a child process and tells whether that one lived to say that all is well: what

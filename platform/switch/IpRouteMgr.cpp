@@ -75,6 +75,8 @@ void IpRouteMgr::storeIs(Store& store) {
       decode(valueBytes, route.tag);
       decode(valueBytes, route.action);
       decode(valueBytes, route.vias, names_);
+      keyBytes.expectEnd();
+      valueBytes.expectEnd();
       made(vrf).restore(key, std::move(route));
    });
 }

@@ -63,6 +63,8 @@ void Store::load(StoredTable table, std::function<void(std::string_view, std::st
                    [&](std::string_view key, std::string_view value) { fn(key.substr(1), value); });
 } catch (DamagedState const& e) {
    throw StateRefused(path(), std::string("its file is damaged: ") + e.what());
+} catch (error const& e) {
+   throw StateRefused(path(), e.what());
 }
 
 void Store::put(std::string_view key, std::string_view value) {

@@ -58,7 +58,8 @@ class Store {
    void completeIs();
 
    /// Calls fn(key without the table's byte, value) for every row of the table, nearly in the order of the keys: those
-   /// too long to be kept as they are come where their hash puts them. Throws StateRefused if fn throws DamagedState.
+   /// too long to be kept as they are come where their hash puts them. Throws StateRefused if fn throws DamagedState,
+   /// or the file cannot be read.
    void load(StoredTable table, std::function<void(std::string_view key, std::string_view value)> const& fn);
 
    // One change by itself. Throw velm::error when the folder takes no more; nothing has changed then.

@@ -94,6 +94,8 @@ class Table {
          Value value{};
          decode(keyBytes, key);
          decodeValue(valueBytes, value);
+         keyBytes.expectEnd();
+         valueBytes.expectEnd();
          restore(key, std::move(value));
       });
    }

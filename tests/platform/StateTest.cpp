@@ -206,6 +206,58 @@ TEST_F(StateTest, WhatCannotBeTheStateOfASwitchIsRefused) {
    EXPECT_EQ(refusal(), "state folder " + folder + ": its file is not one of this switch");
 }
 
+TEST_F(StateTest, ALongKeyThatStandsUnderTheHashOfAnotherIsRefused) {
+   std::string const longKey(600, 'k');
+   Boot(folder).table.set(longKey, "1");
+   auto damaged = content();
+   for (auto i = damaged.find(longKey); i != std::string::npos; i = damaged.find(longKey)) damaged[i] = 'x';
+   std::ofstream(file(), std::ios::binary | std::ios::trunc) << damaged;
+   EXPECT_THAT(refusal(), HasSubstr("a key does not stand where its hash puts it"));
+}
+
+template <class Key>
+struct Row {
+   Key key{};
+   static constexpr auto attributes() { return std::tuple{attribute{"key", &Row::key}}; }
+};
+
+// Opens a folder that holds one row, of a table of such keys; why it is refused.
+template <class Key>
+std::string refusalOf(std::string const& folder, std::string const& key, std::string const& value) {
+   {
+      Store store(folder);
+      store.put("\x11" + key, value);
+      store.completeIs();
+   }
+   std::string why;
+   try {
+      Store store(folder);
+      Table<Key, Row<Key>> table;
+      table.storeIs(store, StoredTable::agentOptions);
+   } catch (StateRefused const& e) {
+      why = e.what();
+   }
+   fs::remove_all(folder);
+   return why;
+}
+
+// Each of them would do harm later: two addresses of unknown families have the same place in a table.
+TEST_F(StateTest, ARowThatNoTableCanHaveWrittenIsRefused) {
+   std::string const zeros(16, '\0');
+   EXPECT_EQ(refusalOf<ip_addr_t>(folder, '\4' + zeros, '\6' + zeros), "");
+   EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\x14' + zeros, '\4' + zeros), HasSubstr("address is of no family"));
+   EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\4' + zeros, '\5' + zeros), HasSubstr("address is of no family"));
+   EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\4' + zeros, '\4' + zeros + 'x'), HasSubstr("value is too long"));
+   EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\4' + zeros + 'x', '\4' + zeros), HasSubstr("value is too long"));
+   EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\4' + zeros, "\4"), HasSubstr("value is too short"));
+   auto const four = zeros.substr(0, 4);
+   EXPECT_EQ(refusalOf<mpls_label_t>(folder, four, four), "");
+   EXPECT_THAT(refusalOf<mpls_label_t>(folder, '\1' + four.substr(1), four), HasSubstr("label is out of range"));
+   EXPECT_EQ(refusalOf<intf_id_t>(folder, '\5' + four + four, '\0' + four + four), "");
+   EXPECT_THAT(refusalOf<intf_id_t>(folder, '\6' + four + four, '\0' + four + four),
+               HasSubstr("interface is of no kind"));
+}
+
 struct Damage {
    char const* name;
    std::function<void(std::string& content)> inflict;
