@@ -9,6 +9,7 @@
 #include "platform/velm/agent.h"
 
 #include <cstdlib>
+#include <malloc.h>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -144,7 +145,10 @@ void setFromOption(std::vector<char*>& args, std::string_view option, char const
 }  // namespace VelmSdkRpc
 
 // What is thrown before the main loop ends the process as any uncaught exception does.
-int main(int argc, char** argv) {                    // NOLINT(bugprone-exception-escape)
+int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
+   // What a large answer took goes back to the system with it. By itself glibc raises the bound with the first of them,
+   // and then keeps what lies below some small block.
+   mallopt(M_MMAP_THRESHOLD, 512 * 1024);
    Qor::VFPtrInterface::threadSafePointersIs(true);  // the server thread shares counted objects with this one
    auto& activity = Qor::ActivityFacility::activityManagerConfig();
    activity.useEpollIs(true);
