@@ -60,14 +60,21 @@ def verdict_cell(name, claim, explained):
     return f"**[missed](README.md#{anchor})**" if anchor in explained else "**missed**, not explained yet"
 
 
-def machine_text(machine, seconds):
+def run_text(machine):
     before, after = (" ".join(f"{load:.2f}" for load in machine[f"load_{when}"]) for when in ("before", "after"))
+    return f"{machine['commit']}, {machine['date']}; load average {before} before, {after} after"
+
+
+def machine_text(machine, benchmarks):
+    seconds = sum(benchmark["seconds"] for benchmark in benchmarks.values())
+    anew = [f"| {name}, anew | {run_text(benchmark['machine'])} |"
+            for name, benchmark in benchmarks.items() if "machine" in benchmark]
     return "\n".join([
         "| | |", "|---|---|",
         f"| machine | {machine['cpu']}, {machine['cores']} cores, {machine['memory_gib']} GiB, "
         f"Linux {machine['kernel']} |",
-        f"| build | {machine['commit']}, {machine['build_type']}, {machine['compiler']} |",
-        f"| run | {machine['date']}, {seconds / 60:.0f} minutes; load average {before} before, {after} after |"])
+        f"| build | {machine['build_type']}, {machine['compiler']} |",
+        f"| run of {seconds / 60:.0f} minutes | {run_text(machine)} |", *anew])
 
 
 def summary(claims):
@@ -107,13 +114,12 @@ def soak_text(soak):
 def markdown(results, images, soak):
     benchmarks = results["benchmarks"]
     claims = [claim for benchmark in benchmarks.values() for claim in benchmark["claims"]]
-    seconds = sum(benchmark["seconds"] for benchmark in benchmarks.values())
     parts = ["# What the benchmarks say",
              "Made by `bench/run`; all figures are in [results.json](results.json), and [README.md](README.md) tells "
              "what each benchmark measures, beside what floor, and why."]
     if results["quick"]:
         parts.append("**A quick run: tables too small to tell anything.**")
-    parts += [machine_text(results["machine"], seconds), summary(claims),
+    parts += [machine_text(results["machine"], benchmarks), summary(claims),
               "A ratio is a speed as a share of the other's, so above 1 is better: the median of the pairs, and in "
               "brackets the lowest and the highest where each round is a pair.",
               *(f"![{text}]({file})" for file, text in images.items()),
