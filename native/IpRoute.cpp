@@ -31,7 +31,8 @@ void IpRouteProgrammer::processIpRouteRequest(pb::ip_route_msg const& request, p
 
 void IpRouteProgrammer::processIpRouteBulkRequest(pb::ip_route_bulk_msg const& request,
                                                   pb::rpc_status_bulk_msg& status) {
-   answerEach(request.ip_route(), status,
+   auto const announce = [&](auto const& group) { ipRouteMgr_->prefetch(keysOf<velm::ip_route_key_t>(group), ""); };
+   answerEach(request.ip_route(), status, announce,
               [&](auto const& element, auto& answered) { processIpRouteRequest(element, answered); });
 }
 

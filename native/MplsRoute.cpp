@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "convert/Utils.h"
 #include "native/Programmer.h"
@@ -60,7 +61,17 @@ void MplsRouteProgrammer::processMPLSRouteRequest(pb::mpls_route_msg const& requ
 
 void MplsRouteProgrammer::processMPLSRouteBulkRequest(pb::mpls_route_bulk_msg const& request,
                                                       pb::rpc_status_bulk_msg& status) {
-   answerEach(request.mpls_route(), status,
+   auto const announce = [&](auto const& group) {
+      std::vector<velm::mpls_route_key_t> keys;
+      std::vector<velm::mpls_label_t> labels;
+      for (auto const& element : group) {
+         keys.push_back(keyOf(element));
+         labels.emplace_back(element.label());
+      }
+      mplsRouteMgr_->prefetch(keys);
+      mplsVrfLabelMgr_->prefetch(labels);
+   };
+   answerEach(request.mpls_route(), status, announce,
               [&](auto const& element, auto& answered) { processMPLSRouteRequest(element, answered); });
 }
 

@@ -26,7 +26,8 @@ void NhgTunnelProgrammer::processNhgTunnelRequest(pb::nexthop_group_tunnel_msg c
 
 void NhgTunnelProgrammer::processNhgTunnelBulkRequest(pb::nexthop_group_tunnel_bulk_msg const& request,
                                                       pb::rpc_status_bulk_msg& status) {
-   answerEach(request.nexthop_group_tunnel(), status,
+   auto const announce = [&](auto const& group) { nexthopGroupTunnelMgr_->prefetch(keysOf<velm::ip_prefix_t>(group)); };
+   answerEach(request.nexthop_group_tunnel(), status, announce,
               [&](auto const& element, auto& answered) { processNhgTunnelRequest(element, answered); });
 }
 

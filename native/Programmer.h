@@ -1,14 +1,19 @@
 #pragma once
 
+#include <absl/container/inlined_vector.h>
 #include <fmt/format.h>
 
 #include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "convert/AddressFamily.h"
 #include "convert/Format.h"
+#include "convert/Utils.h"
 #include "platform/pesko/ProcessTrace.h"
 #include "platform/velm/errors.h"
+#include "platform/velm/ip.h"
+#include "rpc/Announced.h"
 #include "velmsdk.pb.h"
 
 /// What all programmers of the native service do alike: the check for rpc_server_init, the rendering of failures, the
@@ -52,11 +57,28 @@ void answer(ClientInit const& clientInit, std::string_view className, Request co
    if (!error.empty()) status.set_debug_string(std::move(error));
 }
 
-/// Answers each element of a bulk request in order with processOne(element, status); none stops the others.
+/// Answers each element of a bulk request in order with processOne(element, status); none stops the others. Each group
+/// of elements is announced first by announce(group).
+template <class Elements, class Announce, class ProcessOne>
+void answerEach(Elements const& elements, pb::rpc_status_bulk_msg& statuses, Announce&& announce,
+                ProcessOne&& processOne) {
+   statuses.mutable_status()->Reserve(elements.size());
+   forEachAnnounced(elements, announce, [&](auto const& element) { processOne(element, *statuses.add_status()); });
+}
 template <class Elements, class ProcessOne>
 void answerEach(Elements const& elements, pb::rpc_status_bulk_msg& statuses, ProcessOne&& processOne) {
-   statuses.mutable_status()->Reserve(elements.size());
-   for (auto const& element : elements) processOne(element, *statuses.add_status());
+   auto const announce = [](auto const& /*group*/) {};
+   answerEach(elements, statuses, announce, processOne);
+}
+
+/// The keys of a group's elements, by their prefixes, as far as these are addresses at all.
+template <class Key, class Group>
+absl::InlinedVector<Key, 16> keysOf(Group const& group) {
+   absl::InlinedVector<Key, 16> keys;
+   for (auto const& element : group) {
+      if (types::addressOf(element.prefix().addr())) keys.emplace_back(ipPrefixToPrefix(element.prefix()));
+   }
+   return keys;
 }
 
 }  // namespace VelmSdkRpc

@@ -1,5 +1,7 @@
 #include "remote/IpRouteService.h"
 
+#include <vector>
+
 #include "convert/Enums.h"
 #include "convert/IpRoute.h"
 #include "rpc/IteratorStreamingHandler.h"
@@ -44,6 +46,28 @@ void ipRouteViaDelImpl(velm::remote::IpRouteViaDelRequest const& request, ip_rou
    inVrf(request, [&](auto const&... vrf) { mgr.ip_route_via_del(via, vrf...); });
 }
 
+velm::remote::IpRouteKey const& keyOf(velm::remote::IpRouteSetRequest const& request) {
+   return request.ip_route().key();
+}
+velm::remote::IpRouteKey const& keyOf(velm::remote::IpRouteDelRequest const& request) { return request.key(); }
+velm::remote::IpRouteKey const& keyOf(velm::remote::IpRouteViaSetRequest const& request) {
+   return request.via().route_key();
+}
+velm::remote::IpRouteKey const& keyOf(velm::remote::IpRouteViaDelRequest const& request) {
+   return request.via().route_key();
+}
+
+// A key that cannot be converted is refused in its turn.
+template <class Group>
+void announce(Group const& group, ip_route_mgr const& mgr) {
+   std::vector<velm::ip_route_key_t> keys;
+   try {
+      for (auto const& request : group) keys.push_back(convert(keyOf(request)));
+   } catch (velm::error const&) {
+   }
+   mgr.prefetch(keys, group.front().vrf_name());
+}
+
 template <class Self, auto post>
 class RouteMethod : public NamedRequestHandler<Self, post, IpRouteService> {
  public:
@@ -69,7 +93,8 @@ class BulkChange final : public RouteMethod<BulkChange<post, impl>, post> {
  public:
    using BulkChange::RouteMethod::RouteMethod;
    void process() override {
-      this->respondBulk([this](auto const& element) { impl(element, this->mgr()); });
+      this->respondBulk([this](auto const& group) { announce(group, this->mgr()); },
+                        [this](auto const& element) { impl(element, this->mgr()); });
    }
 };
 

@@ -14,6 +14,7 @@
 #include "platform/qor/Assert.h"
 #include "platform/velm/sdk_lock.h"
 #include "remote/rpc_status.pb.h"
+#include "rpc/Announced.h"
 #include "rpc/RequestHandler.h"
 #include "rpc/StatusTable.h"
 
@@ -94,15 +95,20 @@ class GenericRequestHandler : public RequestHandler {
    /// held over the list and its answer, so that no event of the SDK comes between.
    template <class F>
    void respondBulk(F fn) requires(!Streaming) {
+      respondBulk([](auto const&) {}, fn);
+   }
+   /// The same with announce(group) before each group of elements. It must not throw.
+   template <class Announce, class F>
+   void respondBulk(Announce announce, F fn) requires(!Streaming) {
       Response& response = newResponse();
       velm::sdk_scoped_lock const lock;
       auto& status = *response.mutable_status();  // present on success too
       std::uint64_t applied = 0;
       auto const outcome = guarded([&] {
-         for (auto const& element : request_->requests()) {
+         forEachAnnounced(request_->requests(), announce, [&](auto const& element) {
             fn(element);
             ++applied;
-         }
+         });
       });
       if (!outcome.ok()) {
          status.set_code(static_cast<velm::remote::RpcStatusCode>(outcome.error_code()));

@@ -116,6 +116,11 @@ void IpRouteMgr::resync_complete() {
    resyncing_ = false;
 }
 
+void IpRouteMgr::prefetch(std::span<ip_route_key_t const> keys, std::string const& vrf) const {
+   sdk_scoped_lock const lock;
+   table(vrf).prefetch(keys);
+}
+
 ip_route_iter_t IpRouteMgr::ip_route_iter() const {
    Call const call(op_iter_);
    return makeTableIter(defaultVrf_, routeOf);

@@ -42,6 +42,7 @@ class IpRouteMgr : public ip_route_mgr {
    void tag_is(std::uint32_t tag) override;
    void resync_init() override;
    void resync_complete() override;
+   void prefetch(std::span<ip_route_key_t const> keys, std::string const& vrf) const override;
    ip_route_iter_t ip_route_iter() const override;
    ip_route_via_iter_t ip_route_via_iter(ip_route_key_t const& key) const override;
    ip_route_via_iter_t ip_route_via_iter(ip_route_key_t const& key, std::string const& vrf) const override;

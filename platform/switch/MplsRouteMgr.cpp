@@ -120,6 +120,12 @@ void MplsRouteMgr::resync_complete() {
    }
 }
 
+void MplsRouteMgr::prefetch(std::span<mpls_route_key_t const> keys) const {
+   sdk_scoped_lock const lock;
+   std::vector<MplsRowKey> const rows(keys.begin(), keys.end());
+   table_.prefetch(rows);
+}
+
 mpls_route_iter_t MplsRouteMgr::mpls_route_iter() const {
    Call const call(iter_);
    return makeTableIter(table_, [](MplsRowKey const& key, MplsRoute const&) { return mpls_route_t(key.key()); });
@@ -236,6 +242,11 @@ void MplsVrfLabelMgr::resync_init() {
 void MplsVrfLabelMgr::resync_complete() {
    Call const call(resync_complete_);
    table_.purge();
+}
+
+void MplsVrfLabelMgr::prefetch(std::span<mpls_label_t const> labels) const {
+   sdk_scoped_lock const lock;
+   table_.prefetch(labels);
 }
 
 mpls_vrf_label_iter_t MplsVrfLabelMgr::mpls_vrf_label_iter() const {

@@ -41,6 +41,7 @@ class MplsRouteMgr : public mpls_route_mgr {
 
    void resync_init() override;
    void resync_complete() override;
+   void prefetch(std::span<mpls_route_key_t const> keys) const override;
    mpls_route_iter_t mpls_route_iter() const override;
    mpls_route_status_iter_t mpls_route_status_iter() const override;
    mpls_route_via_iter_t mpls_route_via_iter(mpls_route_key_t const& key) const override;
@@ -101,6 +102,7 @@ class MplsVrfLabelMgr : public mpls_vrf_label_mgr {
 
    void resync_init() override;
    void resync_complete() override;
+   void prefetch(std::span<mpls_label_t const> labels) const override;
    mpls_vrf_label_iter_t mpls_vrf_label_iter() const override;
    mpls_vrf_label_t mpls_vrf_label(mpls_label_t label) const override;
    void mpls_vrf_label_set(mpls_vrf_label_t const& entry) override;

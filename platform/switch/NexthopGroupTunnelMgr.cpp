@@ -27,6 +27,11 @@ void NexthopGroupTunnelMgr::resync_complete() {
    table_.purge();
 }
 
+void NexthopGroupTunnelMgr::prefetch(std::span<ip_prefix_t const> endpoints) const {
+   sdk_scoped_lock const lock;
+   table_.prefetch(endpoints);
+}
+
 nexthop_group_tunnel_iter_t NexthopGroupTunnelMgr::nexthop_group_tunnel_iter() const {
    Call const call(iter_);
    return makeTableIter(table_, [](ip_prefix_t const&, nexthop_group_tunnel_t const& tunnel) { return tunnel; });

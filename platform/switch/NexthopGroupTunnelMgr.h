@@ -18,6 +18,7 @@ class NexthopGroupTunnelMgr : public nexthop_group_tunnel_mgr {
 
    void resync_init() override;
    void resync_complete() override;
+   void prefetch(std::span<ip_prefix_t const> endpoints) const override;
    nexthop_group_tunnel_iter_t nexthop_group_tunnel_iter() const override;
    bool exists(ip_prefix_t const& endpoint) const override;
    nexthop_group_tunnel_t nexthop_group_tunnel(ip_prefix_t const& endpoint) const override;

@@ -1,27 +1,19 @@
 #pragma once
 
-#include <concepts>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <span>
 #include <tuple>
 #include <utility>
 
 #include "platform/switch/RadixNode.h"
+#include "platform/switch/RadixPrefetch.h"
+#include "platform/switch/RadixWords.h"
 
 namespace velm::embedded {
-
-/// Specialised for keys that can be read as bits: `static std::uint64_t word(Key const&, std::size_t index)` is the
-/// index-th 64 of them, 0 behind the end. Keys order as their words do, and are equal only if all words are.
-template <class Key>
-struct RadixWords;
-
-template <class Key>
-concept RadixKey = requires(Key const& key, std::size_t index) {
-   { RadixWords<Key>::word(key, index) } -> std::same_as<std::uint64_t>;
-};
 
 /// An ordered map for a million keys: the part of std::map that a table needs. A lookup compares no keys on its way, it
 /// reads a digit of the key at each node, and there are as few nodes as the digits need in which keys differ: the cost
@@ -92,6 +84,11 @@ class RadixMap {
          here = node->child(digit);
       }
       return entryOf(here)->first == key ? iterator(this, node, digit, here.entry()) : end();
+   }
+
+   /// Brings what a lookup of the keys reads into the processor's caches. Changes nothing.
+   void prefetch(std::span<Key const> keys) const {
+      if (root_) prefetchEntries<value_type>(root_, keys);
    }
 
    /// The first that is not before the key.

@@ -18,6 +18,8 @@ class RadixChild {
    explicit operator bool() const { return place_ != nullptr; }
    bool isEntry() const { return (reinterpret_cast<std::uintptr_t>(place_) & 1) != 0; }
    void* entry() const { return place_ - 1; }
+   /// Of the node or entry.
+   void const* address() const { return isEntry() ? place_ - 1 : place_; }
    /// Null for an entry.
    RadixNode* node() const { return isEntry() ? nullptr : reinterpret_cast<RadixNode*>(place_); }
 

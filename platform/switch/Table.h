@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -67,6 +68,11 @@ class Table {
    Value const* find(Key const& key) const {
       Row const* row = lookup(key);
       return row == nullptr ? nullptr : &row->value;
+   }
+
+   /// Says which rows are wanted next. A hint, which changes nothing.
+   void prefetch(std::span<Key const> keys) const {
+      if constexpr (!boxed) rows_->prefetch(keys);
    }
 
    void onChange(Notice notice) { notices_.push_back(std::move(notice)); }

@@ -2,6 +2,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <tuple>
 
@@ -137,6 +138,10 @@ class ip_route_mgr {
    virtual void resync_init() = 0;
    /// Deletes the routes that are still marked, and of those that stay the vias that are.
    virtual void resync_complete() = 0;
+
+   /// Says about which routes the next calls will be, so that they need not wait for memory one by one. A hint: it
+   /// changes nothing, is counted nowhere and cannot fail.
+   virtual void prefetch(std::span<ip_route_key_t const> /*keys*/, std::string const& /*vrf*/) const {}
 
    /// Walks the default VRF by prefix, then preference.
    virtual ip_route_iter_t ip_route_iter() const = 0;

@@ -2,6 +2,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -183,6 +184,10 @@ class mpls_route_mgr : public base_mgr<mpls_route_handler, mpls_route_key_t> {
    /// Deletes the routes that are still marked, and of those that stay the vias that are.
    virtual void resync_complete() = 0;
 
+   /// Says about which routes the next calls will be, so that they need not wait for memory one by one. A hint: it
+   /// changes nothing, is counted nowhere and cannot fail.
+   virtual void prefetch(std::span<mpls_route_key_t const> /*keys*/) const {}
+
    virtual mpls_route_iter_t mpls_route_iter() const = 0;
    /// The routes that the switch has programmed.
    virtual mpls_route_status_iter_t mpls_route_status_iter() const = 0;
@@ -219,6 +224,10 @@ class mpls_vrf_label_mgr {
 
    virtual void resync_init() = 0;
    virtual void resync_complete() = 0;
+   /// Says about which labels the next calls will be, so that they need not wait for memory one by one. A hint: it
+   /// changes nothing, is counted nowhere and cannot fail.
+   virtual void prefetch(std::span<mpls_label_t const> /*labels*/) const {}
+
    virtual mpls_vrf_label_iter_t mpls_vrf_label_iter() const = 0;
 
    /// The entry of the label; its VRF name is empty if there is none.

@@ -2,6 +2,7 @@
 
 #include <compare>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <tuple>
 
@@ -50,6 +51,10 @@ class nexthop_group_tunnel_mgr {
    virtual void resync_init() = 0;
    /// Deletes the tunnels that are still marked.
    virtual void resync_complete() = 0;
+   /// Says about which tunnels the next calls will be, so that they need not wait for memory one by one. A hint: it
+   /// changes nothing, is counted nowhere and cannot fail.
+   virtual void prefetch(std::span<ip_prefix_t const> /*endpoints*/) const {}
+
    virtual nexthop_group_tunnel_iter_t nexthop_group_tunnel_iter() const = 0;
 
    virtual bool exists(ip_prefix_t const& endpoint) const = 0;

@@ -29,7 +29,9 @@ Words keyOf(Choices& choices, Words key) {
 class Twins {
  public:
    void step(Choices& choices) {
+      auto const last = key_;
       key_ = keyOf(choices, key_);
+      map_.prefetch(std::array{last, key_});
       switch (choices.upTo(6)) {
          case 0:
          case 1: {

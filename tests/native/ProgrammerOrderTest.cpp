@@ -1,8 +1,11 @@
 // The order of the switch's operations, and what is done under the SDK lock: what a test through the switch cannot see.
+#include <fmt/format.h>
 #include <gmock/gmock.h>
 
 #include <memory>
+#include <string>
 #include <utility>
+#include <vector>
 
 #include "native/IpRoute.h"
 #include "native/NexthopGroup.h"
@@ -92,6 +95,42 @@ TEST_F(ProgrammerOrderTest, AnIpRouteIsSetBeforeItsViaAndDeletedBehindIt) {
    request.clear_forwarding_nexthop();
    programmer.processIpRouteRequest(request, status);
    EXPECT_EQ(status.status(), pb::rpc_status_msg::STATUS_SUCCESS);
+}
+
+TEST_F(ProgrammerOrderTest, ABulkAnnouncesItsRoutesAHandfulAtATime) {
+   IpRouteProgrammer programmer(client, &ipRoutes);
+   init();
+   std::vector<std::string> calls;
+   ON_CALL(ipRoutes, prefetch).WillByDefault([&](auto keys, auto&&) {
+      calls.push_back(fmt::format("next {}", keys.size()));
+      for (auto const& key : keys) calls.push_back(key.prefix().to_string());
+   });
+   ON_CALL(ipRoutes, ip_route_via_set(Matcher<velm::ip_route_via_t const&>(::testing::_)))
+      .WillByDefault([&](auto const& via) { calls.push_back(via.route_key().prefix().to_string()); });
+   pb::ip_route_bulk_msg request;
+   std::vector<std::string> expected;
+   auto expect = [&](char first, char last) {
+      std::vector<std::string> prefixes;
+      for (char host = first; host <= last; ++host) prefixes.push_back(fmt::format("10.0.0.{}/32", int{host}));
+      if (prefixes.size() > 1) {
+         expected.push_back(fmt::format("next {}", prefixes.size()));
+         expected.insert(expected.end(), prefixes.begin(), prefixes.end());
+      }
+      expected.insert(expected.end(), prefixes.begin(), prefixes.end());
+   };
+   for (char host = 1; host <= 33; ++host) {
+      auto& route = *request.add_ip_route();
+      route.mutable_prefix()->set_addr(std::string{10, 0, 0, host});
+      route.mutable_prefix()->set_prefix_length(32);
+      route.set_nexthop_group("g");
+   }
+   expect(1, 16);
+   expect(17, 32);
+   expect(33, 33);
+   pb::rpc_status_bulk_msg statuses;
+   programmer.processIpRouteBulkRequest(request, statuses);
+   EXPECT_EQ(calls, expected);
+   EXPECT_EQ(statuses.status_size(), 33);
 }
 
 TEST_F(ProgrammerOrderTest, AGroupIsLookedUpAndDeletedInOneStep) {

@@ -28,6 +28,7 @@ class Twins {
 
    void step() {
       auto const key = someKey();
+      map_.prefetch(std::array{key, someKey()});
       switch (random_() % 8) {
          case 0:
          case 1:

@@ -124,6 +124,7 @@ class MockIpRouteMgr : public velm::ip_route_mgr {
    MOCK_METHOD(void, tag_is, (std::uint32_t), (override));
    MOCK_METHOD(void, resync_init, (), (override));
    MOCK_METHOD(void, resync_complete, (), (override));
+   MOCK_METHOD(void, prefetch, (std::span<key const>, std::string const&), (const, override));
    MOCK_METHOD(velm::ip_route_iter_t, ip_route_iter, (), (const, override));
    MOCK_METHOD(velm::ip_route_via_iter_t, ip_route_via_iter, (key const&), (const, override));
    MOCK_METHOD(velm::ip_route_via_iter_t, ip_route_via_iter, (key const&, std::string const&), (const, override));
