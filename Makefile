@@ -93,7 +93,7 @@ soak: configure  ## an agent under a steady load: HOURS=n; leaves soak.csv and s
 
 coverage: setup-package setup-coverage  ## lines and branches that the tests reach; build-coverage/coverage has the pages
 	@$(MAKE) --no-print-directory BUILD=build-coverage TYPE=Debug \
-	  CMAKE_FLAGS='-DVELM_BENCH=OFF -DCMAKE_CXX_FLAGS_DEBUG="-O0 -fno-inline --coverage -fprofile-update=atomic"' build
+	  CMAKE_FLAGS='-DVELM_BENCH=OFF -DVELM_COVERAGE=ON -DCMAKE_CXX_FLAGS_DEBUG=-O0' build
 	@scripts/coverage build-coverage $(JOBS)
 
 fuzz: setup-fuzz  ## every harness of tests/fuzz for SECONDS=n each; what is found stays in build-fuzz/crashes

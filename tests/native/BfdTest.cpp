@@ -121,6 +121,35 @@ TEST_F(BfdRttBacklogTest, ANewTaskTakesWhatWaitsAndTheOldOneIsLetGo) {
    EXPECT_EQ(backlog->rttBacklogTaskDel(), nullptr);
 }
 
+TEST_F(BfdRttBacklogTest, FiguresThatWereDroppedAreNotSent) {
+   put(16);
+   put(17);
+   backlog->backlogDelAll();
+   EXPECT_TRUE(run());
+   EXPECT_EQ(handled(), 0);
+   EXPECT_EQ(backlog->backlogDel(keyOf(17)).last_rtt(), 0);
+}
+
+TEST_F(BfdRttBacklogTest, ABacklogThatDiesDrainsNoMoreUntilItIsBroughtBack) {
+   put(16);
+   for (bool const zombie : {true, true}) backlog->qorDoZombieReactors(zombie);
+   EXPECT_TRUE(backlog->qorMarkedForDeletion());
+   run();
+   EXPECT_EQ(handled(), 0);
+   backlog->qorDoZombieReactors(false);
+   put(17);
+   EXPECT_TRUE(run());
+   EXPECT_EQ(handled(), 2);
+}
+
+TEST_F(BfdTest, AnInterfaceThatNoSessionFollowsIsNoNews) {
+   BfdProgrammer programmer(client, sessions.get(), &intfs, service);
+   EXPECT_CALL(*sessions, sbfd_echo_session_status).Times(0);
+   velm::sdk_scoped_lock const lock;
+   programmer.on_oper_status(velm::intf_id_t("Ethernet7"), velm::oper_status_t::down);
+   programmer.on_intf_delete(velm::intf_id_t("Ethernet7"));
+}
+
 TEST_F(BfdTest, TheTaskOfStatusesIsNeverAskedForNothing) {
    pb::watch_sbfd_echo_session_status_msg batch;
    auto const task = BfdSendAliveBulkMsgTask::make(&service, &batch);
