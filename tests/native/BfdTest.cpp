@@ -2,6 +2,8 @@
 #include <fmt/format.h>
 
 #include "platform/loom/TaskScheduler.h"
+#include "platform/pesko/Trace.h"
+#include "platform/pesko/TraceOutput.h"
 #include "sbfd/Bfd.h"
 #include "sbfd/BfdRttBacklogSm.h"
 #include "sbfd/BfdSendAliveBulkMsgTask.h"
@@ -140,6 +142,25 @@ TEST_F(BfdRttBacklogTest, ABacklogThatDiesDrainsNoMoreUntilItIsBroughtBack) {
    put(17);
    EXPECT_TRUE(run());
    EXPECT_EQ(handled(), 2);
+}
+
+TEST_F(BfdTest, NothingIsSentOnceTheServiceStops) {
+   pb::watch_sbfd_echo_session_status_msg batch;
+   batch.add_bulk()->set_end_of_status_batch(true);
+   velm::sdk_scoped_lock const lock;
+   auto const sent = [&] {
+      ::testing::internal::CaptureStderr();
+      service.sendSbfdAliveUpdate(pb::watch_sbfd_echo_session_status_msg(batch));
+      service.sendSbfdRttUpdate(pb::watch_sbfd_echo_session_status_msg(batch));
+      Pesko::TraceOutput::instance().flush();
+      auto const lines = ::testing::internal::GetCapturedStderr();
+      return std::pair(lines.find("Bulk alive update") != lines.npos, lines.find("Bulk rtt update") != lines.npos);
+   };
+   Pesko::Platform::setupPeskoDebug("VelmSdkRpc/1,6");
+   EXPECT_EQ(sent(), std::pair(true, true));
+   service.stop();
+   EXPECT_EQ(sent(), std::pair(false, false));
+   Pesko::Platform::setupPeskoDebug("VelmSdkRpc/0-1");
 }
 
 TEST_F(BfdTest, AnInterfaceThatNoSessionFollowsIsNoNews) {
