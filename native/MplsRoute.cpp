@@ -65,6 +65,7 @@ void MplsRouteProgrammer::processMPLSRouteBulkRequest(pb::mpls_route_bulk_msg co
       std::vector<velm::mpls_route_key_t> keys;
       std::vector<velm::mpls_label_t> labels;
       for (auto const& element : group) {
+         if (element.label() > velm::mpls_label_t::max) continue;  // refused in its turn
          keys.push_back(keyOf(element));
          labels.emplace_back(element.label());
       }

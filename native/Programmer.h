@@ -58,7 +58,7 @@ void answer(ClientInit const& clientInit, std::string_view className, Request co
 }
 
 /// Answers each element of a bulk request in order with processOne(element, status); none stops the others. Each group
-/// of elements is announced first by announce(group).
+/// of elements is announced first by announce(group), which must not throw.
 template <class Elements, class Announce, class ProcessOne>
 void answerEach(Elements const& elements, pb::rpc_status_bulk_msg& statuses, Announce&& announce,
                 ProcessOne&& processOne) {

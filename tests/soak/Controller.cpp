@@ -52,12 +52,25 @@ void Controller::run(Halt const& halt) {
    }
 }
 
-void Controller::beginSession(Halt const& halt) {
+void Controller::clear() {
+   try {
+      startResync();
+      setResync(pb::RESYNC_END);
+   } catch (std::exception const& e) {
+      findings_.add(fmt::format("the last resync: {}", e.what()));
+   }
+}
+
+void Controller::startResync() {
    pb::rpc_server_config_msg request;
    if (call(*stub_, &Stub::rpc_server_init, request).status().status() != pb::rpc_status_msg::STATUS_SUCCESS) {
       throw std::runtime_error("rpc_server_init was refused");
    }
    setResync(pb::RESYNC_START);
+}
+
+void Controller::beginSession(Halt const& halt) {
+   startResync();
    setGroups();
    breaksOff_ = !breaksOff_;
    if (breaksOff_) {

@@ -23,6 +23,10 @@ class Controller {
    /// Until the end of the run. What goes wrong is a finding.
    void run(Halt const& halt);
 
+   /// Behind the run: leaves the switch without what it and the random calls have programmed, such as sessions that
+   /// follow an interface, which is then watched.
+   void clear();
+
    /// Of each bulk of a thousand.
    Latencies& bulks() { return bulks_; }
    std::uint64_t programmed() const { return programmed_; }
@@ -32,6 +36,7 @@ class Controller {
    static constexpr std::size_t bulkSize = 1000;
    static constexpr std::size_t groups = 64;
 
+   void startResync();
    void beginSession(Halt const& halt);
    void setResync(pb::rpc_server_resync_state_enum state);
    void setGroups();

@@ -115,6 +115,7 @@ class Soak {
       }
       auto const before = storm::AgentState::of(agent_, console_);
       soak();
+      controller_.clear();
       findings_.add(excessOfClients(agent_, console_, before));
       end();
       return tell();
