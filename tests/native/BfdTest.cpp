@@ -121,6 +121,9 @@ TEST_F(BfdRttBacklogTest, ANewTaskTakesWhatWaitsAndTheOldOneIsLetGo) {
    EXPECT_EQ(backlog->backlogDel(keyOf(17)).last_rtt(), 0);
    EXPECT_EQ(backlog->rttBacklogTaskDel(), next);
    EXPECT_EQ(backlog->rttBacklogTaskDel(), nullptr);
+   EXPECT_EQ(backlog->rttBacklogTask(), nullptr);
+   backlog->qorDoZombieReactors(true);  // with none to tell
+   EXPECT_TRUE(backlog->qorMarkedForDeletion());
 }
 
 TEST_F(BfdRttBacklogTest, FiguresThatWereDroppedAreNotSent) {
@@ -130,6 +133,17 @@ TEST_F(BfdRttBacklogTest, FiguresThatWereDroppedAreNotSent) {
    EXPECT_TRUE(run());
    EXPECT_EQ(handled(), 0);
    EXPECT_EQ(backlog->backlogDel(keyOf(17)).last_rtt(), 0);
+}
+
+TEST_F(BfdRttBacklogTest, WithoutNotificationNothingDrains) {
+   for (bool const active : {true, false, false}) backlog->hasNotificationActiveIs(active);
+   put(16);
+   run();
+   EXPECT_EQ(handled(), 0);
+   backlog->hasNotificationActiveIs(true);
+   put(16);
+   run();
+   EXPECT_EQ(handled(), 1);
 }
 
 TEST_F(BfdRttBacklogTest, ABacklogThatDiesDrainsNoMoreUntilItIsBroughtBack) {
