@@ -48,8 +48,9 @@ class ChaosTest : protected StateFolder, public ::testing::Test {
    std::vector<std::unique_ptr<Controller>>& controllers() { return controllers_; }
    Controller& controller(std::size_t number = 0) { return *controllers_.at(number); }
    storm::Findings& findings() { return findings_; }
-   int upTo(int bound) { return controllers_.front()->any.upTo(bound); }
-   bool oneIn(int chances) { return upTo(chances) == 0; }
+   /// For the test's own thread, while the controllers' use theirs.
+   int upTo(int bound) { return any_.upTo(bound); }
+   bool oneIn(int chances) { return any_.oneIn(chances); }
 
    /// Starts the agent again, which has ended, and opens a session.
    void restart();
@@ -84,6 +85,7 @@ class ChaosTest : protected StateFolder, public ::testing::Test {
    void empty();
    static bool isAlarm(std::string const& words);
 
+   AnyElement any_{Scale::get().seed, 0};
    AgentProcess agent_{{Scale::get().agent, {}, {"--trace", "VelmSdkRpc/0", "--switch-state", folder}}};
    std::optional<storm::Console> console_;
    storm::Findings findings_;

@@ -1,4 +1,6 @@
 // Which of the manager's overloads a request of the IP route mirror reaches: the one with the name of a VRF or not.
+#include <mutex>
+
 #include "remote/IpRouteService.h"
 #include "tests/support/Mirror.h"
 #include "tests/support/MockManagers.h"
@@ -23,14 +25,14 @@ class IpRouteOverloadTest : public ::testing::Test {
    template <class Result = void>
    auto bare(std::string const& call) {
       return [this, call](auto const&) {
-         last = call;
+         note(call);
          return Result();
       };
    }
    template <class Result = void>
    auto inVrf(std::string const& call) {
       return [this, call](auto const&, std::string const& vrf) {
-         last = call + " in '" + vrf + "'";
+         note(call + " in '" + vrf + "'");
          return Result();
       };
    }
@@ -45,7 +47,7 @@ class IpRouteOverloadTest : public ::testing::Test {
       ON_CALL(routes, ip_route_set(_)).WillByDefault(bare("set"));
       ON_CALL(routes, ip_route_set(_, An<std::string const&>())).WillByDefault(inVrf("set"));
       ON_CALL(routes, ip_route_set(_, An<velm::ip_route_action_t>())).WillByDefault([this](auto const&, auto action) {
-         last = "set action " + std::to_string(static_cast<int>(action));
+         note("set action " + std::to_string(static_cast<int>(action)));
       });
       ON_CALL(routes, ip_route_del(_)).WillByDefault(bare("del"));
       ON_CALL(routes, ip_route_del(_, _)).WillByDefault(inVrf("del"));
@@ -69,9 +71,9 @@ class IpRouteOverloadTest : public ::testing::Test {
    template <class Request, class Response>
    std::string reached(grpc::Status (Stub::*method)(grpc::ClientContext*, Request const&, Response*),
                        Request const& request) {
-      last = "nothing";
+      note("nothing");
       auto const outcome = ask(*stub, method, request);
-      return outcome.status.ok() ? last : outcome.status.error_message();
+      return outcome.status.ok() ? last() : outcome.status.error_message();
    }
 
    template <class Method>
@@ -89,8 +91,19 @@ class IpRouteOverloadTest : public ::testing::Test {
       EXPECT_EQ(reached(method, bulk), operation + " in 'red'");
    }
 
+   // Of the server's thread and the test's.
+   void note(std::string call) {
+      std::lock_guard const lock(lastMutex_);
+      last_ = std::move(call);
+   }
+   std::string last() {
+      std::lock_guard const lock(lastMutex_);
+      return last_;
+   }
+
+   std::mutex lastMutex_;
+   std::string last_;  // guarded by lastMutex_
    NiceMock<MockIpRouteMgr> routes;
-   std::string last;
    ServiceServer<IpRouteService> server{std::make_unique<IpRouteService>(&routes)};
    std::shared_ptr<grpc::Channel> const channel = server.channel();
    std::unique_ptr<Stub> const stub = remote::IpRouteMgrService::NewStub(channel);
@@ -112,7 +125,7 @@ TEST_F(IpRouteOverloadTest, AnEmptyNameIsNone) {
    for (auto const* vrf : {"", "red"}) {
       vias.set_vrf_name(vrf);
       EXPECT_FALSE(Stream(*stub, &Stub::ip_route_vias, vias).next());
-      EXPECT_EQ(last, *vrf == 0 ? "vias" : "vias in 'red'");
+      EXPECT_EQ(last(), *vrf == 0 ? "vias" : "vias in 'red'");
    }
 }
 
@@ -126,7 +139,7 @@ TEST_F(IpRouteOverloadTest, ARouteIsSetByWhatWasChosen) {
    EXPECT_EQ(reached(&Stub::bulk_ip_route_set, bulk), "set action 1");
    request.set_action(static_cast<remote::IpRouteActions>(7));
    EXPECT_EQ(reached(&Stub::ip_route_set, request), "Unknown value for ip_route_action_t: 7");
-   EXPECT_EQ(last, "nothing");
+   EXPECT_EQ(last(), "nothing");
    for (auto const* vrf : {"", "red"}) {
       request.set_vrf_name(vrf);
       EXPECT_EQ(reached(&Stub::ip_route_set, request), std::string("set in '") + vrf + "'");

@@ -55,10 +55,10 @@ class StreamTest : public ::testing::Test {
    class HeldUp {
     public:
       explicit HeldUp(StreamTest& test) {
-         test.service().onCallback = [this] {
+         test.service().onCallback([this] {
             entered_.set_value();
             released_.get_future().wait();
-         };
+         });
          call_ = std::thread([&client = *test.client] {
             CallContext context;
             tiny::EchoResponse response;

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <string>
 
 #include "platform/velm/errors.h"
@@ -36,9 +37,14 @@ class TinyService : public GrpcService {
    void startHandlers() override;
    AsyncService& asyncService() { return asyncService_; }
 
+   /// What the method of this name does, without the SDK lock.
+   void onCallback(std::function<void()> work) {
+      std::lock_guard const lock(callbackMutex_);
+      callback_ = std::move(work);
+   }
+
    // Set before the server runs.
    std::function<std::string(std::string const&)> onText = [](std::string const& text) { return text; };
-   std::function<void()> onCallback = [] {};  // without the SDK lock
    std::function<void(grpc::ServerBuilder&)> onRegister;
 
    /// To the watches of both kinds, as the main loop does it.
@@ -53,7 +59,14 @@ class TinyService : public GrpcService {
    std::atomic<std::uint64_t> steps{0};  // of all iterators
 
  private:
+   std::function<void()> callback() {
+      std::lock_guard const lock(callbackMutex_);
+      return callback_;
+   }
+
    AsyncService asyncService_;
+   std::mutex callbackMutex_;
+   std::function<void()> callback_ = [] {};  // guarded by callbackMutex_
 };
 
 /// Posts through a member pointer of its own and chains with more than the engine knows.
@@ -195,7 +208,7 @@ inline void TinyService::startHandlers() {
    arm<CallbackHandler<tiny::EchoRequest, tiny::EchoResponse>>(
       *this, &AsyncService::Requestcallback,
       [](TinyService& service, tiny::EchoRequest const& request, tiny::EchoResponse& response) {
-         service.onCallback();
+         service.callback()();
          response.set_text(request.text());
       });
    arm<FloodHandler>(*this);

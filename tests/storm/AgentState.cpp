@@ -78,9 +78,10 @@ AgentState AgentState::of(AgentProcess const& agent, Console const& console) {
 }
 
 std::string AgentState::excessOver(AgentState const& before) const {
-   // gRPC's executor grows with its load, up to two threads for each processor, and does not shrink; a thread that
-   // polls has a descriptor.
-   auto const growth = static_cast<std::ptrdiff_t>(2 * std::thread::hardware_concurrency());
+   // gRPC's executor grows with its load, up to two threads for each processor, and its timers have a thread more each
+   // time that all of theirs are busy. Neither shrinks; a thread that polls has a descriptor.
+   constexpr std::ptrdiff_t timerThreads = 2;
+   auto const growth = timerThreads + static_cast<std::ptrdiff_t>(2 * std::thread::hardware_concurrency());
    if (connections > before.connections) {
       return fmt::format("{} connections too many", connections - before.connections);
    }
