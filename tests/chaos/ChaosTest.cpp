@@ -140,7 +140,7 @@ bool ChaosTest::resync(std::function<bool(Element const&)> const& repeats) {
       for (auto& element : controller->model.held()) {
          if (repeats(element)) elements.push_back(std::move(element));
       }
-      for (auto const& batch : Controller::batchesOf(elements, 1 + upTo(20))) {
+      for (auto const& batch : Controller::batchesOf(elements, 1 + controller->any.upTo(20))) {
          if (!controller->send(batch)) return false;
       }
    }

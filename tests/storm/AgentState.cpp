@@ -71,10 +71,15 @@ void Console::configure(std::vector<std::string> const& commands) const {
 
 AgentState AgentState::of(AgentProcess const& agent, Console const& console) {
    auto watches = console.show("show switch watches");  // first: it may be what connects the console
-   // A client's library may keep the connection of a channel that was dropped; that is not the agent's doing.
-   auto const ours = socketsAmong(Iterator("/proc/self/fd"));
-   return {socketsAmong(entries(agent, "fd")) - ours, sizeOf(entries(agent, "fd")) - ours,
-           sizeOf(entries(agent, "task")), std::move(watches)};
+   // A client's library may keep the connection of a channel that was dropped; that is not the agent's doing. It may
+   // also close it between the looks at our end and at the agent's: then both are looked at again.
+   for (;;) {
+      auto const ours = socketsAmong(Iterator("/proc/self/fd"));
+      auto const connections = socketsAmong(entries(agent, "fd")) - ours;
+      auto const descriptors = sizeOf(entries(agent, "fd")) - ours;
+      if (socketsAmong(Iterator("/proc/self/fd")) != ours) continue;
+      return {connections, descriptors, sizeOf(entries(agent, "task")), std::move(watches)};
+   }
 }
 
 std::string AgentState::excessOver(AgentState const& before) const {
