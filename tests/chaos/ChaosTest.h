@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -56,8 +57,9 @@ class ChaosTest : protected StateFolder, public ::testing::Test {
    void restart();
    /// All controllers program while the work is done, each in a thread of its own.
    void whileAllProgram(int most, bool redirects, std::function<void()> const& work);
-   /// Waits for so many more answers to controllers.
-   void awaitAnswers(unsigned count);
+   /// Waits for so many more answers to controllers, or until that is over for which they come.
+   void awaitAnswers(unsigned count) { awaitAnswers(count, false); }
+   void awaitAnswers(unsigned count, std::atomic<bool> const& over);
    /// Ends it, which programmed or not has so long. The status of waitpid.
    int end(int signal, std::chrono::milliseconds grace);
 
