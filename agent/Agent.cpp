@@ -8,6 +8,8 @@
 
 #include "platform/velm/agent.h"
 
+#include <sys/resource.h>
+
 #include <cstdlib>
 #include <malloc.h>
 #include <memory>
@@ -141,18 +143,30 @@ void setFromOption(std::vector<char*>& args, std::string_view option, char const
    if (value.data() != nullptr) setenv(variable, value.data(), 1);
 }
 
+// What a large answer took goes back to the system with it. By itself glibc raises the bound with the first of them,
+// and then keeps what lies below some small block.
+void giveLargeBlocksBack() { mallopt(M_MMAP_THRESHOLD, 512 * 1024); }
+
+// A connection is a descriptor. The low soft limit that most systems start with protects programs that call select,
+// which knows 1024 of them; nothing here does.
+void raiseDescriptorLimit() {
+   rlimit limit{};
+   if (getrlimit(RLIMIT_NOFILE, &limit) != 0) return;
+   limit.rlim_cur = limit.rlim_max;
+   setrlimit(RLIMIT_NOFILE, &limit);
+}
+
 }  // namespace
 }  // namespace VelmSdkRpc
 
 // What is thrown before the main loop ends the process as any uncaught exception does.
-int main(int argc, char** argv) {  // NOLINT(bugprone-exception-escape)
-   // What a large answer took goes back to the system with it. By itself glibc raises the bound with the first of them,
-   // and then keeps what lies below some small block.
-   mallopt(M_MMAP_THRESHOLD, 512 * 1024);
+int main(int argc, char** argv) {                    // NOLINT(bugprone-exception-escape)
    Qor::VFPtrInterface::threadSafePointersIs(true);  // the server thread shares counted objects with this one
    auto& activity = Qor::ActivityFacility::activityManagerConfig();
    activity.useEpollIs(true);
    activity.allEpollCtlFailuresAreFatalIs(true);
+   VelmSdkRpc::giveLargeBlocksBack();
+   VelmSdkRpc::raiseDescriptorLimit();
    auto args = VelmSdkRpc::argv::vectorize(argc, argv);
    VelmSdkRpc::setFromOption(args, "--grpc-trace", "GRPC_TRACE");
    VelmSdkRpc::setFromOption(args, "--grpc-verbosity", "GRPC_VERBOSITY");

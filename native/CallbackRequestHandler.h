@@ -18,9 +18,7 @@ class CallbackRequestHandler : public GenericRequestHandler<CallbackRequestHandl
    using Base = GenericRequestHandler<CallbackRequestHandler, Request, Response, VelmSdkRpcService, false>;
 
  public:
-   using AsyncService = pb::velmsdk_service::AsyncService;
-   using RequestFn = void (AsyncService::*)(grpc::ServerContext*, Request*, grpc::ServerAsyncResponseWriter<Response>*,
-                                            grpc::CompletionQueue*, grpc::ServerCompletionQueue*, void*);
+   using RequestFn = PostFn<Request, typename Base::Responder>;
    using Callback = void (Owner::*)(Request const&, Response&);
 
    CallbackRequestHandler(HandlerSeat const& seat, VelmSdkRpcService& service, RequestFn requestFn, Owner* owner,

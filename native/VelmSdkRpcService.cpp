@@ -26,13 +26,23 @@ using AsyncService = VelmSdkRpcService::AsyncService;
 constexpr auto traceLabel = "GrpcServer";  // under which readers of the trace look for batches
 
 // A call that is held open for as long as the server lives: its end is how a client learns that the agent has gone. The
-// server never writes to it, never ends it and does not ask to be told of its end.
+// server never writes to it and never ends it. It asks to be told of the end all the same, for a handler that outlived
+// its client would keep the client's connection.
 class DetectServerAliveHandler : public GenericRequestHandler<DetectServerAliveHandler, pb::rpc_server_alive_msg,
                                                               pb::rpc_server_alive_msg, VelmSdkRpcService, true> {
  public:
-   using GenericRequestHandler::GenericRequestHandler;
+   DetectServerAliveHandler(HandlerSeat const& seat, VelmSdkRpcService& service)
+      : GenericRequestHandler(seat, service) {
+      context().AsyncNotifyWhenDone(id());
+   }
    static constexpr auto requestFn() { return &AsyncService::Requestwatch_rpc_server_alive; }
-   void process() override { stateIs(HandlerState::Active); }
+   void process() override {
+      if (state() == HandlerState::Armed) {
+         stateIs(HandlerState::Active);
+      } else {
+         finish(grpc::Status::OK);
+      }
+   }
 };
 
 constexpr char initHandlerName[] = "init";
@@ -57,7 +67,7 @@ template <char const* Name, auto post, class Owner>
 void bind(VelmSdkRpcService& service, Owner& owner,
           void (Owner::*callback)(typename Method<post>::Request const&, typename Method<post>::Response&)) {
    using Handler = CallbackRequestHandler<typename Method<post>::Request, typename Method<post>::Response, Owner, Name>;
-   service.arm<Handler>(service, post, &owner, callback);
+   service.arm<Handler>(service, postFn<AsyncService>(post), &owner, callback);
 }
 
 }  // namespace
@@ -118,6 +128,8 @@ void VelmSdkRpcService::startHandlers() {
 // clang-format on
 
 void VelmSdkRpcService::registerSbfdHandlerForUpdates(void* opaqueId) { sbfdEchoUpdates_->insert(opaqueId); }
+
+void VelmSdkRpcService::unregisterSbfdHandlerForUpdates(void* opaqueId) { sbfdEchoUpdates_->erase(opaqueId); }
 
 void VelmSdkRpcService::sendSbfdAliveUpdate(pb::watch_sbfd_echo_session_status_msg&& batch) {
    if (stopping()) return;

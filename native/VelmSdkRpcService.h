@@ -50,8 +50,9 @@ class VelmSdkRpcService : public GrpcService {
 
    AsyncService& asyncService() { return asyncService_; }
 
-   /// A stream of sBFD updates has begun.
+   // A stream of sBFD updates has begun, or its client has gone.
    void registerSbfdHandlerForUpdates(void* opaqueId);
+   void unregisterSbfdHandlerForUpdates(void* opaqueId);
    // Hand a batch to every such stream; dropped if there is none, and once the service is stopping. Under the SDK lock.
    void sendSbfdAliveUpdate(pb::watch_sbfd_echo_session_status_msg&& batch);
    void sendSbfdRttUpdate(pb::watch_sbfd_echo_session_status_msg&& batch);

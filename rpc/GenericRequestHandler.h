@@ -1,20 +1,17 @@
 #pragma once
 
-#include <google/protobuf/arena.h>
 #include <grpcpp/grpcpp.h>
 
-#include <array>
 #include <concepts>
-#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <type_traits>
 
 #include "platform/qor/Assert.h"
 #include "platform/velm/sdk_lock.h"
 #include "remote/rpc_status.pb.h"
 #include "rpc/Announced.h"
+#include "rpc/Posting.h"
 #include "rpc/RequestHandler.h"
 #include "rpc/StatusTable.h"
 
@@ -54,19 +51,22 @@ class GenericRequestHandler : public RequestHandler {
       }
    }
 
-   /// `Layer` is the class of the generated stack that declares the method.
+   /// Asks gRPC for the method's next call, by the generated member for it or by what postFn makes of that.
    template <class Layer>
    void postRequest(void (Layer::*requestFn)(grpc::ServerContext*, Request*, Responder*, grpc::CompletionQueue*,
                                              grpc::ServerCompletionQueue*, void*)) {
-      Layer& layer = service_->asyncService();
-      (layer.*requestFn)(&context(), request_, &responder_, completionQueue(), completionQueue(), id());
+      using AsyncService = std::remove_reference_t<decltype(service_->asyncService())>;
+      postRequest(postFn<AsyncService>(requestFn));
+   }
+   void postRequest(PostFn<Request, Responder> post) {
+      post(service_->asyncService(), context(), request_, responder_, completionQueue(), id());
    }
 
  protected:
    Service& service() const { return *service_; }
-   Request const& request() const { return *request_; }
+   Request const& request() const { return request_.message(); }
    /// An empty answer that lives as long as the call, beside its request.
-   Response& newResponse() { return *google::protobuf::Arena::CreateMessage<Response>(&arena_); }
+   Response& newResponse() { return request_.template make<Response>(); }
    Responder& responder() { return responder_; }
 
    /// Answers the call with what `fill(response)` makes of an empty response under the SDK lock, or with the status of
@@ -105,7 +105,7 @@ class GenericRequestHandler : public RequestHandler {
       auto& status = *response.mutable_status();  // present on success too
       std::uint64_t applied = 0;
       auto const outcome = guarded([&] {
-         forEachAnnounced(request_->requests(), announce, [&](auto const& element) {
+         forEachAnnounced(request().requests(), announce, [&](auto const& element) {
             fn(element);
             ++applied;
          });
@@ -118,23 +118,16 @@ class GenericRequestHandler : public RequestHandler {
       responder_.Finish(response, grpc::Status::OK, id());
    }
 
- private:
-   static google::protobuf::ArenaOptions arenaOptions(std::span<char> firstBlock) {
-      google::protobuf::ArenaOptions options;
-      options.initial_block = firstBlock.data();
-      options.initial_block_size = firstBlock.size();
-      options.start_block_size = 4096;
-      options.max_block_size = 32768;
-      return options;
+   /// Ends a stream of which nothing else is outstanding.
+   void finish(grpc::Status const& status) requires(Streaming) {
+      stateIs(HandlerState::Finished);
+      responder_.Finish(status, id());
    }
 
+ private:
    Service* service_;
    Responder responder_;
-   // The messages of a call come and go as one, apart from the heap on which the tables grow. Those of a single request
-   // fit into the block inside the handler.
-   alignas(std::max_align_t) std::array<char, 768> firstBlock_;
-   google::protobuf::Arena arena_{arenaOptions(firstBlock_)};
-   Request* request_ = google::protobuf::Arena::CreateMessage<Request>(&arena_);
+   IncomingRequest<Request> request_;
 };
 
 }  // namespace VelmSdkRpc

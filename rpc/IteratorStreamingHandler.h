@@ -39,7 +39,7 @@ class IteratorStreamingHandler final
          ++*iterator_;
       }
       if (!*iterator_) {
-         finish(grpc::Status::OK);
+         this->finish(grpc::Status::OK);
          trace(this->service().tracer(), 9, "iterator complete handler {}\n", this->id());
          return;
       }
@@ -54,7 +54,7 @@ class IteratorStreamingHandler final
       velm::sdk_scoped_lock const lock;
       auto const status = guarded([&] { iterator_.emplace(Adapter::call(this->service(), this->request())); });
       if (!status.ok()) {
-         finish(status);
+         this->finish(status);
          return false;
       }
       this->stateIs(HandlerState::Active);
@@ -68,11 +68,6 @@ class IteratorStreamingHandler final
       } else {
          this->responder().Write(response, gathering_, this->id());
       }
-   }
-
-   void finish(grpc::Status const& status) {
-      this->stateIs(HandlerState::Finished);
-      this->responder().Finish(status, this->id());
    }
 
    grpc::WriteOptions gathering_;

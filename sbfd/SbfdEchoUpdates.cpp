@@ -15,6 +15,11 @@ void SbfdEchoUpdates::insert(OpaqueId id) {
    Qor::assertThat(inserted, "inserted");
 }
 
+void SbfdEchoUpdates::erase(OpaqueId id) {
+   std::lock_guard const lock(mutex_);
+   handlerIds_.erase(id);
+}
+
 void SbfdEchoUpdates::send(Batch&& batch, Send send) {
    std::lock_guard const lock(mutex_);
    for (auto it = handlerIds_.begin(); it != handlerIds_.end();) {

@@ -23,8 +23,10 @@ class SbfdEchoUpdates {
 
    /// Adds a handler, which must not be there yet.
    void insert(OpaqueId id);
+   /// Forgets a handler whose client has gone. The caller holds no mutex of the handler's.
+   void erase(OpaqueId id);
    /// Hands every listener a copy, the last one the batch itself; without a listener it is dropped. A listener whose
-   /// handler has gone is forgotten, here and nowhere else.
+   /// handler has gone without a word, as one does whose Write failed, is forgotten.
    void send(Batch&& batch, Send send);
 
  private:

@@ -14,10 +14,17 @@ constexpr auto className = "SbfdEchoUpdatesHandler";
 
 }  // namespace
 
+SbfdEchoUpdatesHandler::SbfdEchoUpdatesHandler(HandlerSeat const& seat, VelmSdkRpcService& service)
+   : GenericRequestHandler(seat, service) {
+   context().AsyncNotifyWhenDone(id());
+}
+
 void SbfdEchoUpdatesHandler::process() {
    if (state() == HandlerState::Armed) {
       stateIs(HandlerState::Active);
       service().registerSbfdHandlerForUpdates(id());
+   } else if (context().IsCancelled()) {
+      end();
    } else {
       std::lock_guard const lock(writeMutex_);
       doWrite();
@@ -58,6 +65,18 @@ void SbfdEchoUpdatesHandler::doWrite() {
    trace(6, className, "{} Write {} update {}", Pesko::DisplayPointer(this), alive ? "alive" : "RTT", batch);
    canWrite_ = false;
    responder().Write(batch, id());
+}
+
+void SbfdEchoUpdatesHandler::end() {
+   {
+      std::lock_guard const lock(writeMutex_);
+      bool const writing = !canWrite_ && !ended_;
+      canWrite_ = false;
+      ended_ = true;
+      if (writing) return;
+   }
+   service().unregisterSbfdHandlerForUpdates(id());
+   finish(grpc::Status::OK);
 }
 
 }  // namespace VelmSdkRpc

@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 #include <grpcpp/alarm.h>
-#include <grpcpp/generic/generic_stub.h>
 
 #include <array>
 #include <deque>
@@ -12,6 +11,7 @@
 
 #include "platform/velm/errors.h"
 #include "tests/rpc/TinyServer.h"
+#include "tests/support/RawCall.h"
 
 namespace VelmSdkRpc::Test {
 namespace {
@@ -203,24 +203,6 @@ TEST_F(CallTest, ManyCallsAtOnceAreAllAnsweredAndLeaveOneHandlerPerMethod) {
       ASSERT_EQ(call.response.text(), call.request.text());
    }
    EXPECT_TRUE(server_.settles());
-}
-
-grpc::Status rawCall(std::shared_ptr<grpc::Channel> const& channel, std::string const& method,
-                     std::string const& bytes) {
-   CallContext context;
-   grpc::Slice const slice(bytes);
-   grpc::ByteBuffer const request(&slice, 1);
-   grpc::ByteBuffer response;
-   grpc::CompletionQueue queue;
-   grpc::GenericStub stub(channel);
-   auto const call = stub.PrepareUnaryCall(&context, method, request, &queue);
-   call->StartCall();
-   grpc::Status status;
-   call->Finish(&response, &status, nullptr);
-   void* tag = nullptr;
-   bool ok = false;
-   queue.Next(&tag, &ok);
-   return status;
 }
 
 TEST_F(CallTest, AnUnparsableRequestFailsAloneAndItsMethodStaysServed) {

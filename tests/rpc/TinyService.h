@@ -46,10 +46,14 @@ class TinyService : public GrpcService {
    // Set before the server runs.
    std::function<std::string(std::string const&)> onText = [](std::string const& text) { return text; };
    std::function<void(grpc::ServerBuilder&)> onRegister;
+   std::function<void()> onWatching;
 
    /// To the watches of both kinds, as the main loop does it.
    void publish(std::string const& key, std::string const& text);
-   void startWatching() { ++starts; }
+   void startWatching() {
+      ++starts;
+      if (onWatching) onWatching();
+   }
    void stopWatching() { ++stops; }
 
    SubscriptionController<TinyService> subscriptions{*this};
@@ -69,15 +73,14 @@ class TinyService : public GrpcService {
    std::function<void()> callback_ = [] {};  // guarded by callbackMutex_
 };
 
-/// Posts through a member pointer of its own and chains with more than the engine knows.
+/// Posts through a function pointer of its own and chains with more than the engine knows.
 template <class Request, class Response>
 class CallbackHandler
    : public GenericRequestHandler<CallbackHandler<Request, Response>, Request, Response, TinyService, false> {
    using Base = GenericRequestHandler<CallbackHandler, Request, Response, TinyService, false>;
 
  public:
-   using RequestFn = void (TinyService::AsyncService::*)(grpc::ServerContext*, Request*, typename Base::Responder*,
-                                                         grpc::CompletionQueue*, grpc::ServerCompletionQueue*, void*);
+   using RequestFn = PostFn<Request, typename Base::Responder>;
    using Callback = void (*)(TinyService&, Request const&, Response&);
 
    CallbackHandler(HandlerSeat const& seat, TinyService& service, RequestFn requestFn, Callback callback)
@@ -206,7 +209,7 @@ inline void TinyService::startHandlers() {
    registerAdapter<UnaryRequestHandler, Echo>(*this);
    registerAdapter<BulkRequestHandler, BulkEcho>(*this);
    arm<CallbackHandler<tiny::EchoRequest, tiny::EchoResponse>>(
-      *this, &AsyncService::Requestcallback,
+      *this, postFn<AsyncService>(&AsyncService::Requestcallback),
       [](TinyService& service, tiny::EchoRequest const& request, tiny::EchoResponse& response) {
          service.callback()();
          response.set_text(request.text());

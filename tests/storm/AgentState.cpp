@@ -102,9 +102,6 @@ std::string excessOfClients(AgentProcess const& agent, Console const& console, A
    std::string excess;
    eventually(
       [&] {
-         // A stream of sBFD statuses is told by its next message that its client has gone.
-         console.configure({"simulate sbfd Ethernet1 10.0.0.1 labels 16 dscp 0 exp 0 status 1",
-                            "simulate sbfd Ethernet1 10.0.0.1 labels 16 dscp 0 exp 0 status 3"});
          excess = AgentState::of(agent, console).excessOver(before);
          return excess.empty();
       },

@@ -79,7 +79,7 @@ std::unique_ptr<Message> newMessage(google::protobuf::Descriptor const& type) {
 }
 
 bool isNeverReleased(google::protobuf::MethodDescriptor const& method) {
-   return method.name() == "bulk_description_is" || method.name() == "watch_rpc_server_alive";
+   return method.name() == "bulk_description_is";
 }
 
 bool staysOpen(google::protobuf::MethodDescriptor const& method) {

@@ -22,7 +22,7 @@ struct CallStory {
 std::unique_ptr<google::protobuf::Message> newMessage(google::protobuf::Descriptor const& type);
 
 /// Whether the agent keeps calls of the method, and so their connections, for as long as it lives: those of
-/// bulk_description_is, which answers its first call and no other, and of watch_rpc_server_alive.
+/// bulk_description_is, which answers its first call and no other.
 bool isNeverReleased(google::protobuf::MethodDescriptor const& method);
 
 /// Whether the method's calls stay open until their client cancels them.
