@@ -5,6 +5,7 @@
 
 #include <deque>
 #include <mutex>
+#include <utility>
 
 #include "convert/Format.h"
 #include "rpc/EventSource.h"
@@ -55,15 +56,10 @@ class WatchRequestHandler : public GenericRequestHandler<Derived, Request, Respo
       std::lock_guard const lock(mutex_);
       if (this->state() == HandlerState::Finished) return false;
       if (ended_ || this->service().stopping()) return true;
-      if (!response.ready() && !static_cast<Derived const&>(*this).filter(response)) return true;
+      if (!static_cast<Derived const&>(*this).filter(response)) return true;
       trace(this->service().tracer(), 9, "Enqueue {} to handler {}", response, this->id());
       queue_.push_back(response);
-      if (queue_.size() == 1 && source_ == EventSource::None) {
-         source_ = EventSource::Alarm;
-         trace(this->service().tracer(), 9, "Set alarm for handler {}\n", this->id());
-         // Long past is at once; gRPC rounds the present up to a whole millisecond and leaves it to a thread of timers.
-         alarm_.Set(this->completionQueue(), gpr_inf_past(GPR_CLOCK_REALTIME), this->id());
-      }
+      wake();
       return true;
    }
 
@@ -80,10 +76,28 @@ class WatchRequestHandler : public GenericRequestHandler<Derived, Request, Respo
    void start() {
       this->stateIs(HandlerState::Active);
       derived().subscribe();
-      if (!this->request().notify_ready()) return;
+      if (this->request().notify_ready()) enqueueMarker();
+   }
+
+   // Comes after the subscription, so that no event falls between, and still goes to the front: events may have been
+   // queued meanwhile, but none can have been written, for that is the work of this thread.
+   void enqueueMarker() {
+      std::lock_guard const lock(mutex_);
+      if (this->service().stopping()) return;
       Response marker;
       marker.set_ready(true);
-      enqueue(marker);  // behind the subscription: no event falls between
+      trace(this->service().tracer(), 9, "Enqueue {} to handler {}", marker, this->id());
+      queue_.push_front(std::move(marker));
+      wake();
+   }
+
+   // With the mutex held, after something was queued.
+   void wake() {
+      if (source_ != EventSource::None) return;
+      source_ = EventSource::Alarm;
+      trace(this->service().tracer(), 9, "Set alarm for handler {}\n", this->id());
+      // Long past is at once; gRPC rounds the present up to a whole millisecond and leaves it to a thread of timers.
+      alarm_.Set(this->completionQueue(), gpr_inf_past(GPR_CLOCK_REALTIME), this->id());
    }
 
    void writeNext() {
@@ -106,8 +120,7 @@ class WatchRequestHandler : public GenericRequestHandler<Derived, Request, Respo
          if (outstanding) return;
       }
       derived().cancel();
-      this->stateIs(HandlerState::Finished);
-      this->responder().Finish(grpc::Status::OK, this->id());
+      this->finish(grpc::Status::OK);
    }
 
    mutable std::mutex mutex_;

@@ -106,6 +106,15 @@ TEST_P(WatchTest, TheMarkerComesFirstAndThenWhatTheFilterLetsThrough) {
    EXPECT_EQ(service().stops, 1);  // at once: the streams were idle
 }
 
+TEST_P(WatchTest, TheMarkerComesFirstEvenIfAnEventWasQueuedBeforeIt) {
+   service().onWatching = [&] { service().publish("a", "early"); };
+   Watcher watcher(*client, GetParam());
+   EXPECT_EQ(watcher.next(), "ready");
+   EXPECT_EQ(watcher.next(), "a early");
+   watcher.vanish();
+   EXPECT_TRUE(server.settles());
+}
+
 TEST_P(WatchTest, EventsOutrunningTheReaderAllArriveInOrder) {
    Watcher slow(*client, GetParam());
    Watcher brisk(*client, GetParam());
