@@ -68,6 +68,10 @@ void IntfMgr::raise(intf_id_t intf, Fn fn) {
    loop_.post([this, intf, fn = std::move(fn)] { notify(intf, fn); });
 }
 
+void IntfMgr::raiseStatus(intf_id_t intf, oper_status_t status) {
+   raise(intf, [intf, status](intf_handler& handler) { handler.on_oper_status(intf, status); });
+}
+
 void IntfMgr::watch(Change& change, intf_id_t intf) {
    Intf const* const row = table_.find(intf);
    if (row == nullptr) return;
@@ -82,7 +86,7 @@ void IntfMgr::raiseDifferences(intf_id_t intf, Intf const& before, oper_status_t
    if (now->adminEnabled != before.adminEnabled) {
       raise(intf, [intf, on = now->adminEnabled](intf_handler& handler) { handler.on_admin_enabled(intf, on); });
    }
-   if (status != statusBefore) raise(intf, [intf, status](intf_handler& h) { h.on_oper_status(intf, status); });
+   if (status != statusBefore) raiseStatus(intf, status);
    if (now->description != before.description) {
       raise(intf, [intf, text = now->description](intf_handler& h) { h.on_intf_description(intf, text); });
    }
@@ -108,6 +112,10 @@ void IntfMgr::create(intf_id_t intf) {
       raise(intf, [intf](intf_handler& handler) { handler.on_intf_create(intf); });
    });
    for (auto* follower : followers_) follower->intfCreated(change, intf);
+   // Who saw an interface of this name go, and took it for down, must hear that it is up.
+   change.then([this, intf] {
+      if (operStatus(intf) == oper_status_t::up) raiseStatus(intf, oper_status_t::up);
+   });
    change.commit();
 }
 

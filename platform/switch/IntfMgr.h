@@ -85,6 +85,7 @@ class IntfMgr : public intf_mgr {
    void raiseDifferences(intf_id_t intf, Intf const& before, oper_status_t statusBefore);
    template <class Fn>
    void raise(intf_id_t intf, Fn fn);
+   void raiseStatus(intf_id_t intf, oper_status_t status);
 
    IntfTable table_;
    MainLoop& loop_;

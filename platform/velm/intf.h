@@ -106,7 +106,7 @@ class intf_handler : public base_handler<intf_mgr, intf_handler> {
    void watch_all_intfs(bool on);
    void watch_intf(intf_id_t intf, bool on);
 
-   /// Its first states raise no events of their own.
+   /// Where the interface comes up with it, the event of that comes next; its other states raise none.
    virtual void on_intf_create(intf_id_t /*intf*/) {}
    /// Comes behind the events of all that went with the interface.
    virtual void on_intf_delete(intf_id_t /*intf*/) {}

@@ -153,9 +153,9 @@ TEST_F(IntfServiceTest, AWatchBringsTheLastEventOfEachInterfaceInABurst) {
    EXPECT_EQ(wordOf(one->next()), "Ethernet2 is b");
    EXPECT_THAT((std::vector{wordOf(all->next()), wordOf(all->next())}),
                ::testing::UnorderedElementsAre("Ethernet1 oper 2", "Ethernet2 is b"));
-   world({"interface Loopback0", "interface Ethernet3", "shutdown"});
-   EXPECT_THAT((std::vector{wordOf(all->next()), wordOf(all->next())}),
-               ::testing::UnorderedElementsAre("Loopback0 lifecycle 1", "Ethernet3 oper 2"));
+   world({"interface Loopback0", "interface Port-Channel1", "interface Ethernet3", "shutdown"});
+   EXPECT_THAT((std::vector{wordOf(all->next()), wordOf(all->next()), wordOf(all->next())}),
+               ::testing::UnorderedElementsAre("Loopback0 oper 1", "Port-Channel1 lifecycle 1", "Ethernet3 oper 2"));
    world({"simulate interface Ethernet2 delete"});
    EXPECT_EQ(wordOf(one->next()), "Ethernet2 lifecycle 2");
    EXPECT_EQ(wordOf(all->next()), "Ethernet2 lifecycle 2");

@@ -227,6 +227,7 @@ TEST_F(SbfdTest, AnInterfaceThatFailsIsToldAtOnceForThoseThatFollowIt) {
    expectNoNews();
    expectNews(simulate("Ethernet1", 16) + "status 3", {"Ethernet1/16=3", "end"});
    expectNews("simulate interface Ethernet1 delete", {"Ethernet1/16=1", "end"});
+   expectNews("simulate interface Ethernet1 create", {"Ethernet1/16=3", "end"});
    world({"simulate interface Ethernet2 oper down"});  // nobody follows it
    expectNoNews();
    EXPECT_THAT(set(session("Ethernet2", 20, true)), Succeeded());

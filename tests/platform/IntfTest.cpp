@@ -57,7 +57,7 @@ TEST_F(IntfTest, AnInterfaceTakesAllThatHangsOnItAlong) {
    EXPECT_FALSE(device.macsec.macsec_capable(eth(1)));
    // Back again, it knows nothing of its former life.
    EXPECT_THAT(eventsOf({"simulate interface Ethernet1 create", "simulate interface Ethernet1 create"}),
-               ElementsAre("Ethernet1 created"));
+               ElementsAre("Ethernet1 created", "Ethernet1 oper 1"));
    EXPECT_THAT(device.ipIntfs.ip_addrs(eth(1)), IsEmpty());
    EXPECT_FALSE(device.ipIntfs.ip_addr_merge_mode(eth(1)));
    EXPECT_EQ(device.intfCounters.intf_counters(eth(1)), intf_counters_t());
