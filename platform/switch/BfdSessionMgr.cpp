@@ -57,10 +57,6 @@ void BfdSessionMgr::raiseStatus(sbfd_echo_session_key_t const& key, bfd_session_
    raise([key, status](bfd_session_handler& handler) { handler.on_sbfd_echo_session_status(key, status); });
 }
 
-void BfdSessionMgr::raiseRtt(sbfd_echo_session_key_t const& key, sbfd_echo_session_rtt_stats_t const& stats) {
-   raise([key, stats](bfd_session_handler& handler) { handler.on_sbfd_echo_session_rtt(key, stats); });
-}
-
 sbfd_echo_session_iter_t BfdSessionMgr::sbfd_echo_session_iter() const {
    Call const call(iter_);
    return makeTableIter(table_, [](sbfd_echo_session_key_t const& key, SbfdSession const&) { return key; });
@@ -110,8 +106,17 @@ void BfdSessionMgr::sbfdStatus(sbfd_echo_session_key_t const& key, bfd_session_s
    raiseStatus(key, status);
 }
 
+bool BfdSessionMgr::isUp(sbfd_echo_session_key_t const& key) const {
+   auto const it = statuses_.find(key);
+   return it != statuses_.end() && it->second == bfd_session_status_t::up;
+}
+
+// Asked again when the event is delivered: who has deleted the session meanwhile must hear no more of it.
 void BfdSessionMgr::sbfdRtt(sbfd_echo_session_key_t const& key, sbfd_echo_session_rtt_stats_t const& stats) {
-   if (statuses_.contains(key) && statuses_.at(key) == bfd_session_status_t::up) raiseRtt(key, stats);
+   if (!isUp(key)) return;
+   raise([this, key, stats](bfd_session_handler& handler) {
+      if (isUp(key)) handler.on_sbfd_echo_session_rtt(key, stats);
+   });
 }
 
 void BfdSessionMgr::simulateStatus(sbfd_echo_session_key_t const& key, bfd_session_status_t status) {
@@ -120,7 +125,7 @@ void BfdSessionMgr::simulateStatus(sbfd_echo_session_key_t const& key, bfd_sessi
 }
 
 void BfdSessionMgr::simulateRtt(sbfd_echo_session_key_t const& key, sbfd_echo_session_rtt_stats_t const& stats) {
-   raiseRtt(key, stats);
+   raise([key, stats](bfd_session_handler& handler) { handler.on_sbfd_echo_session_rtt(key, stats); });
 }
 
 }  // namespace velm::embedded

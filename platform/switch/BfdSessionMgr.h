@@ -63,7 +63,7 @@ class BfdSessionMgr : public bfd_session_mgr, public SbfdReports {
    template <class Fn>
    void raise(Fn fn);
    void raiseStatus(sbfd_echo_session_key_t const& key, bfd_session_status_t status);
-   void raiseRtt(sbfd_echo_session_key_t const& key, sbfd_echo_session_rtt_stats_t const& stats);
+   bool isUp(sbfd_echo_session_key_t const& key) const;
 
    SbfdSessionTable table_;
    // Of sessions that exist; others are unknown. By hash: a link that fails asks for those of all its sessions.

@@ -220,6 +220,22 @@ TEST_F(SbfdTest, RttComesAboutOnceASecondWhileAskedForAndUp) {
    EXPECT_EQ(recorder.rtts.size(), before);
 }
 
+TEST_F(SbfdTest, NoRttFollowsTheDeletionOfItsSessionButASimulatedOne) {
+   auto const key = keyOf("Ethernet1");
+   for (bool const again : {false, true}) {
+      setUp(key);
+      sdk_scoped_lock const lock;
+      mgr().sbfdRtt(key, {1, 1, 1, 1, 1, 1, 1});
+      mgr().simulateRtt(key, {2, 2, 2, 2, 2, 2, 2});
+      mgr().sbfd_echo_session_del(key);
+      if (again) mgr().sbfd_echo_session_set(key);  // of which nothing has been measured
+      deliver();
+      ASSERT_EQ(recorder.rtts.size(), 1) << again;
+      EXPECT_EQ(recorder.rtts.front().second.last_rtt(), 2);
+      recorder.rtts.clear();
+   }
+}
+
 TEST_F(SbfdTest, NothingHappensByItselfWhileThatIsOff) {
    auto const key = keyOf("Ethernet1");
    auto const failing = keyOf("Ethernet2");
