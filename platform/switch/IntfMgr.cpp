@@ -147,12 +147,13 @@ bool IntfMgr::exists(intf_id_t intf) const {
 
 std::string IntfMgr::kernel_intf_name(intf_id_t intf) const {
    Call const call(kernel_intf_name_);
-   return kernel_name(intf);
+   return table_.contains(intf) ? kernel_name(intf) : std::string();
 }
 
 intf_id_t IntfMgr::velm_intf_name(std::string const& kernel_name) const {
    Call const call(velm_intf_name_);
-   return intf_of_kernel_name(kernel_name);
+   auto const intf = intf_of_kernel_name(kernel_name);
+   return table_.contains(intf) ? intf : intf_id_t();
 }
 
 bool IntfMgr::admin_enabled(intf_id_t intf) const {

@@ -124,7 +124,7 @@ class intf_mgr : public base_mgr<intf_handler, intf_id_t> {
 
    virtual intf_iter_t intf_iter() const = 0;
    virtual bool exists(intf_id_t intf) const = 0;
-   /// The name of the interface in the kernel, and the interface of a kernel name.
+   /// The name of the interface in the kernel, and the interface of a kernel name; empty if it does not exist.
    virtual std::string kernel_intf_name(intf_id_t intf) const = 0;
    virtual intf_id_t velm_intf_name(std::string const& kernel_name) const = 0;
    virtual bool admin_enabled(intf_id_t intf) const = 0;

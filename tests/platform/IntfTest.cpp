@@ -123,6 +123,8 @@ TEST_F(IntfTest, WhatCannotBeIsRefusedByName) {
    EXPECT_THROW(device.intfs.description_is(eth(99), "x"), configuration_error);
    EXPECT_EQ(device.intfs.description(eth(99)), "");
    EXPECT_EQ(device.intfs.oper_status(eth(99)), oper_status_t::unknown);
+   EXPECT_EQ(device.intfs.kernel_intf_name(eth(99)), "");
+   EXPECT_EQ(device.intfs.velm_intf_name("eth99"), intf_id_t());
    EXPECT_THAT(events(), IsEmpty());
 }
 
