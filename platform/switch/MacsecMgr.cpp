@@ -88,6 +88,7 @@ void MacsecMgr::intfRemoved(Change& change, intf_id_t intf) {
 
 void MacsecMgr::reportStatus(intf_id_t intf, macsec_intf_status_t status) {
    intfs_.demand(intf);
+   if (!statuses_.contains(intf)) throw configuration_error(fmt::format("{} uses no Macsec profile", intf.to_string()));
    if (status == this->status(intf)) return;
    statuses_.amend(intf, [&](macsec_intf_status_t& present) { present = status; });
    raise(intf, status);

@@ -33,7 +33,7 @@ class MacsecMgr : public macsec_mgr, public IntfFollower {
 
    // The world outside; throws configuration_error for an interface that does not exist.
 
-   /// An interface without a profile has no status: the event of what it reports is raised all the same.
+   /// Throws configuration_error also for an interface without a profile, which has no status.
    void reportStatus(intf_id_t intf, macsec_intf_status_t status);
    void countersAre(intf_id_t intf, macsec_intf_counters_t const& counters);
    /// An interface that is no longer capable loses its profile.
