@@ -73,7 +73,9 @@ void SimulatedDataplane::forget(std::string const& name) {
    auto const it = groups_.find(name);
    if (it == groups_.end()) return;
    watchExits(name, it->second.exits, false);
+   bool const wasActive = it->second.active;
    groups_.erase(it);
+   if (wasActive) reports_.groupActive(name, false);
    reports_.groupGone(name);
 }
 

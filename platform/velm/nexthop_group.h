@@ -182,7 +182,7 @@ class nexthop_group_handler : public base_handler<nexthop_group_mgr, nexthop_gro
    void watch_all_nexthop_groups(bool on);
    void watch_nexthop_group(std::string const& name, bool on);
 
-   /// Traffic can, or can no longer, leave through the group.
+   /// Traffic can, or can no longer, leave through the group. False comes also when an active group is deleted.
    virtual void on_nexthop_group_active(std::string const& /*name*/, bool /*active*/) {}
    /// The switch has programmed the group; the version grows by one each time, modulo 65536.
    virtual void on_nexthop_group_programmed(std::string const& /*name*/, unsigned short /*version*/) {}

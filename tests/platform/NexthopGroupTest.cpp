@@ -59,6 +59,34 @@ TEST_F(NexthopGroupTest, ProgrammingAndChangesOfStateAreToldWhereTheGroupIsWatch
    EXPECT_THAT(idle.take(), IsEmpty());
 }
 
+TEST_F(NexthopGroupTest, TheLastEventOfAGroupNeverTellsMoreThanIsTrue) {
+   Recorder<nexthop_group_handler> recorder(&mgr());
+   recorder.watch_all_nexthop_groups(true);
+   auto const eventsOf = [&](std::vector<bool> const& steps) {
+      for (bool const set : steps) {
+         if (set) {
+            mgr().nexthop_group_set(groupOf("g"));
+         } else {
+            mgr().nexthop_group_del("g");
+         }
+      }
+      deliver();
+      return recorder.take();
+   };
+   constexpr bool set = true;
+   constexpr bool del = false;
+   EXPECT_THAT(eventsOf({set, del}), ElementsAre("g 1", "g active", "g inactive"));
+   EXPECT_THAT(eventsOf({set}), ElementsAre("g 1", "g active"));
+   EXPECT_THAT(eventsOf({del, set}), ElementsAre("g inactive", "g 1", "g active"));
+   EXPECT_TRUE(mgr().active("g"));
+   EXPECT_THAT(eventsOf({del}), ElementsAre("g inactive"));
+   EXPECT_FALSE(mgr().active("g"));
+   EXPECT_THAT(eventsOf({set, del, set, del}),
+               ElementsAre("g 1", "g active", "g inactive", "g 1", "g active", "g inactive"));
+   world({"simulate interface Ethernet1 oper down"});
+   EXPECT_THAT(eventsOf({set, del}), ElementsAre("g 1"));
+}
+
 TEST_F(NexthopGroupTest, TheOlderProgrammedEventIsThatOfTheSecondHandlerAlone) {
    struct Old : nexthop_group_handler_v2 {
       using nexthop_group_handler_v2::nexthop_group_handler_v2;
