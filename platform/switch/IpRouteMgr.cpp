@@ -183,6 +183,7 @@ void IpRouteMgr::ip_route_del(ip_route_key_t const& key, std::string const& vrf)
 void IpRouteMgr::ip_route_via_set(ip_route_via_t const& via) { ip_route_via_set(via, {}); }
 void IpRouteMgr::ip_route_via_set(ip_route_via_t const& via, std::string const& vrf) {
    Call const call(op_via_set_);
+   check_length(via.route_key().prefix());
    bool const found = known(vrf).amend(via.route_key(), [&](IpRoute& route) { route.vias.set(via, names_); });
    if (!found) throw configuration_error(fmt::format("no such route {}", via.route_key().prefix().to_string()));
 }

@@ -172,7 +172,7 @@ class ip_route_mgr {
 
    /// Adds the via to its route, or updates the metric of the via that is alike in all else. A via that names a nexthop
    /// group replaces every via of its route; one without replaces a via that names one. Throws configuration_error if
-   /// there is no such route.
+   /// there is no such route, invalid_range_error for a prefix longer than its family.
    virtual void ip_route_via_set(ip_route_via_t const& via) = 0;
    virtual void ip_route_via_set(ip_route_via_t const& via, std::string const& vrf) = 0;
    /// Removes the via that is alike in all but the metric; one that is absent is no error.

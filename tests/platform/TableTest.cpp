@@ -197,8 +197,18 @@ TEST_F(IpRouteMgrTest, VrfsAndActionsAreKeptApart) {
    EXPECT_THROW(mgr.ip_route(key("11.0.0.0/8"), "blue"), invalid_argument_error);
    mgr.ip_route_del(key("11.0.0.0/8"), "red");
    EXPECT_TRUE(mgr.table("red").empty());
-   EXPECT_THROW(mgr.ip_route_set(ip_route_t(ip_route_key_t(ip_prefix_t(ip_addr_t("::1"), 129)))), invalid_range_error);
    EXPECT_EQ(ledger.calls().at("ip_route_mgr.exists"), 2);
+}
+
+TEST_F(IpRouteMgrTest, APrefixLongerThanItsFamilyIsRefusedWhereItIsSetAndFoundNowhere) {
+   ip_route_key_t const tooLong(ip_prefix_t(ip_addr_t("::1"), 129));
+   ip_route_via_t const via(tooLong);
+   EXPECT_THROW(mgr.ip_route_set(ip_route_t(tooLong)), invalid_range_error);
+   EXPECT_THROW(mgr.ip_route_via_set(via), invalid_range_error);
+   EXPECT_THROW(mgr.ip_route_via_set(via, "red"), invalid_range_error);
+   EXPECT_NO_THROW(mgr.ip_route_via_del(via));
+   EXPECT_NO_THROW(mgr.ip_route_via_del(via, "red"));
+   EXPECT_FALSE(mgr.exists(via) || mgr.exists(tooLong) || mgr.ip_route_via_iter(tooLong));
 }
 
 }  // namespace
