@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "platform/pesko/Trace.h"
+#include "platform/qor/Text.h"
 #include "platform/velm/base_handler.h"
 #include "platform/velm/sdk_lock.h"
 
@@ -119,6 +120,14 @@ TEST(TraceLevelsTest, OneGrammarForAllOfThem) {
    EXPECT_TRUE(!early->enabled(1) && early->enabled(2));
    EXPECT_EQ(Pesko::Platform::getDebugHandler("levels-test", true), early);
    EXPECT_FALSE(Pesko::Platform::getDebugHandler("quiet-test", true)->enabled(0));
+}
+
+TEST(TextTest, ALongOneIsCutBetweenCharacters) {
+   EXPECT_EQ(Qor::cutText("abcd", 4), "abcd");
+   EXPECT_EQ(Qor::cutText("abcde", 4), "abcd… (1 bytes more)");
+   EXPECT_EQ(Qor::cutText("ab€uro", 4), "ab… (6 bytes more)");
+   EXPECT_EQ(Qor::cutText("ab€uro", 5), "ab€… (3 bytes more)");
+   EXPECT_EQ(Qor::cutText("\x80\x80\x80\x80\x80", 4), "\x80… (4 bytes more)");
 }
 
 }  // namespace
