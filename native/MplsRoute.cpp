@@ -114,7 +114,9 @@ std::uint32_t MplsRouteProgrammer::processMplsRouteWithNexthop(pb::mpls_route_ms
 std::uint32_t MplsRouteProgrammer::processMplsRouteWithNexthopGroup(pb::mpls_route_msg const& request,
                                                                     std::string& /*error*/) {
    auto const& forward = request.forward_nexthop_group();
-   velm::mpls_route_via_t via(keyOf(request), actionOf(forward));
+   // Ahead of the action: a label out of range is refused, where an unknown operation would end the process.
+   auto const key = keyOf(request);
+   velm::mpls_route_via_t via(key, actionOf(forward));
    via.nexthop_group_is(forward.nexthop_group());
    velm::sdk_scoped_lock const lock;
    trace(1, className, "MPLS label {} create route nexthop-group {} mpls_operation_enum {}", request.label(),

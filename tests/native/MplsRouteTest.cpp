@@ -197,5 +197,17 @@ TEST_F(MplsRouteTest, ARequestMustChooseAForm) {
    EXPECT_DEATH(process(forward), "assertion failed: false ");
 }
 
+TEST_F(MplsRouteTest, ALabelThatIsNoneIsToldBeforeAnyOtherFault) {
+   auto const label = velm::mpls_label_t::max + 1;
+   auto nexthop = create(Form::nexthop, label);
+   nexthop.mutable_nexthop()->set_nexthop_interface("no interface");
+   auto forward = create(Form::group, label);
+   forward.mutable_forward_nexthop_group()->set_mpls_operation(
+      static_cast<pb::mpls_route_msg_forward_nexthop_group_msg::mpls_operation_enum>(2));
+   for (auto const& request : {nexthop, forward}) {
+      EXPECT_THAT(process(request).debug_string(), ::testing::HasSubstr(" exception MPLS label 1048576 "));
+   }
+}
+
 }  // namespace
 }  // namespace VelmSdkRpc
