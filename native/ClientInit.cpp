@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <limits>
+#include <source_location>
 #include <string>
 
 #include "cbf/CbfNexthopGroupRedirect.h"
@@ -23,15 +24,16 @@ namespace {
 
 constexpr auto className = "ClientInit";
 
-// Does the work; a failure becomes the status, in the words that clients know.
+// Does the work; a failure becomes the status, in the words that clients know, and is traced as the caller's.
 template <class Work>
-void reportFailure(pb::rpc_status_msg& status, Work&& work) {
+void reportFailure(pb::rpc_status_msg& status, Work&& work,
+                   std::source_location where = std::source_location::current()) {
    try {
       work();
       status.set_status(pb::rpc_status_msg::STATUS_SUCCESS);
    } catch (velm::error const& e) {
       status.set_status(pb::rpc_status_msg::STATUS_ERROR);
-      refuse(className, *status.mutable_debug_string(), fmt::format("Error: exception {}", e.what()));
+      refuse(className, *status.mutable_debug_string(), fmt::format("Error: exception {}", e.what()), where);
    }
 }
 

@@ -4,6 +4,7 @@
 #include <fmt/format.h>
 
 #include <cstdint>
+#include <source_location>
 #include <string>
 #include <string_view>
 
@@ -25,11 +26,13 @@ class ClientInit;
 /// Whether rpc_server_init has succeeded.
 bool isInitialized(ClientInit const& clientInit);
 
-/// Traces a failure's text at level 0.
-void traceError(std::string_view className, std::string_view text);
+/// Traces a failure's text at level 0, as told at the place that calls it; so do all that take a `where`.
+void traceError(std::string_view className, std::string_view text,
+                std::source_location where = std::source_location::current());
 
 /// Leaves the text in `error`, traced, and returns STATUS_ERROR: the end of a refusal.
-std::uint32_t refuse(std::string_view className, std::string& error, std::string text);
+std::uint32_t refuse(std::string_view className, std::string& error, std::string text,
+                     std::source_location where = std::source_location::current());
 
 /// What is said of a velm::error that ended a request.
 template <class Request>
@@ -41,17 +44,17 @@ std::string exceptionText(Request const& request, velm::error const& e) {
 /// leave a text in `error`, and reports a velm::error that it throws. `className` labels the trace.
 template <class Request, class Work>
 void answer(ClientInit const& clientInit, std::string_view className, Request const& request,
-            pb::rpc_status_msg& status, Work&& work) {
+            pb::rpc_status_msg& status, Work&& work, std::source_location where = std::source_location::current()) {
    std::string error;
    std::uint32_t result = pb::rpc_status_msg::STATUS_NOT_INITIALIZED;
    if (isInitialized(clientInit)) {
       try {
          result = work(error);
       } catch (velm::error const& e) {
-         result = refuse(className, error, exceptionText(request, e));
+         result = refuse(className, error, exceptionText(request, e), where);
       }
    } else {
-      refuse(className, error, fmt::format("Error: no prior rpc_server_init call, request {}", request));
+      refuse(className, error, fmt::format("Error: no prior rpc_server_init call, request {}", request), where);
    }
    status.set_status(static_cast<pb::rpc_status_msg_rpc_status_value_enum>(result));
    if (!error.empty()) status.set_debug_string(std::move(error));

@@ -11,7 +11,9 @@ namespace {
 }
 
 std::string_view shortFunctionName(std::string_view signature) {
-   signature = signature.substr(0, signature.find('('));
+   auto end = signature.find('(');
+   if (signature.substr(0, end).ends_with("operator")) end += 2;  // a call operator's name has brackets of its own
+   signature = signature.substr(0, end);
    return signature.substr(signature.find_last_of(": ") + 1);
 }
 

@@ -26,17 +26,24 @@ struct TraceFormat {
    std::source_location where;
 };
 
-/// The function's own name, without result, scope and parameters.
+/// The function's own name, without result, scope and parameters; of a lambda, that of the function around it.
 std::string_view shortFunctionName(std::string_view signature);
 
-/// Writes one line of the process's facility under the unit's class label; formats nothing while the level is off.
+/// Writes one line of the process's facility under the unit's class label, as coming from `where`; formats nothing
+/// while the level is off.
+template <class... Args>
+void traceAt(std::source_location where, unsigned level, std::string_view className,
+             fmt::format_string<Args const&...> format, Args const&... args) {
+   if (!traceHandle->enabled(level)) return;
+   Pesko::fmtrace(*traceHandle, level, Qor::fileStem(where.file_name()), shortFunctionName(where.function_name()),
+                  where.line(), className, format, args...);
+}
+
+/// The same, as coming from where the format stands.
 template <class... Args>
 void trace(unsigned level, std::string_view className, std::type_identity_t<TraceFormat<Args...>> format,
            Args const&... args) {
-   if (!traceHandle->enabled(level)) return;
-   Pesko::fmtrace(*traceHandle, level, Qor::fileStem(format.where.file_name()),
-                  shortFunctionName(format.where.function_name()), format.where.line(), className, format.text,
-                  args...);
+   traceAt(format.where, level, className, format.text, args...);
 }
 
 }  // namespace VelmSdkRpc
