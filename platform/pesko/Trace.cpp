@@ -6,11 +6,16 @@
 #include <stdexcept>
 
 #include "platform/pesko/TraceOutput.h"
+#include "platform/qor/Text.h"
 
 namespace Pesko {
 namespace {
 
 constexpr LevelMask defaultLevels = 0b11;
+
+// Whole is a group with some sixty nexthops, and why it was refused. What waits for a reader of stderr that has stopped
+// is below 70 MB then, whatever clients send.
+constexpr std::size_t textLimit = 8192;
 
 struct Facilities {
    std::mutex mutex;
@@ -81,8 +86,10 @@ void setupPeskoDebug(std::string_view spec) {
 void writeTrace(DebugHandler const& handler, unsigned level, TraceOrigin const& origin, std::string_view text) {
    auto const orDash = [](std::string_view field) { return field.empty() ? std::string_view("-") : field; };
    fmt::memory_buffer line;
-   fmt::format_to(fmt::appender(line), "{} {} {}:{} {} {} {}", handler.name(), level, orDash(origin.file), origin.line,
-                  orDash(origin.className), orDash(origin.function), text);
+   fmt::format_to(fmt::appender(line), "{} {} {}:{} {} {} ", handler.name(), level, orDash(origin.file), origin.line,
+                  orDash(origin.className), orDash(origin.function));
+   if (text.ends_with('\n')) text.remove_suffix(1);
+   Qor::appendWithinLine(line, text, textLimit);
    TraceOutput::instance().write({line.data(), line.size()});
 }
 

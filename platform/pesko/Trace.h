@@ -52,7 +52,9 @@ struct TraceOrigin {
    std::string_view className;
 };
 
-/// Queues one line: time, facility, level, file:line, class label, function, text. For callers that tested the level.
+/// Queues one line: time, facility, level, file:line, class label, function, text. The text may be a client's: control
+/// characters are escaped but for a line feed at its end, which is left out, and so is what goes beyond 8 KiB. For
+/// callers that tested the level.
 void writeTrace(DebugHandler const& handler, unsigned level, TraceOrigin const& origin, std::string_view text);
 
 }  // namespace Platform

@@ -7,8 +7,6 @@
 #include <thread>
 #include <vector>
 
-#include "platform/pesko/ProcessTrace.h"
-#include "platform/pesko/Trace.h"
 #include "platform/qor/Text.h"
 #include "platform/velm/base_handler.h"
 #include "platform/velm/sdk_lock.h"
@@ -107,40 +105,33 @@ TEST(HandlersTest, OnlyWhatIsWatchedIsToldOfAKey) {
    EXPECT_EQ(events, 2);
 }
 
-TEST(TraceLevelsTest, OneGrammarForAllOfThem) {
-   EXPECT_EQ(Pesko::parseLevels("01"), 0b11U);
-   EXPECT_EQ(Pesko::parseLevels("0-3,6"), 0b1001111U);
-   EXPECT_EQ(Pesko::parseLevels("0-26-79"), 0b1011000111U);
-   EXPECT_EQ(Pesko::parseLevels(""), 0U);
-   for (auto const* text : {"a", "-3", "3-", "3-1", "1,,2", ",1", "1,", "1--2", "1 2"}) {
-      EXPECT_THROW(Pesko::parseLevels(text), std::invalid_argument) << text;
-   }
-   auto const early = Pesko::Platform::getDebugHandler("levels-test", false);
-   EXPECT_TRUE(early->enabled(1) && !early->enabled(2));
-   Pesko::Platform::setupPeskoDebug("levels-test/2");
-   EXPECT_TRUE(!early->enabled(1) && early->enabled(2));
-   EXPECT_EQ(Pesko::Platform::getDebugHandler("levels-test", true), early);
-   EXPECT_FALSE(Pesko::Platform::getDebugHandler("quiet-test", true)->enabled(0));
-}
-
-TEST(FunctionNameTest, IsThatOfTheFunctionAroundALambda) {
-   for (auto const& [signature, name] : {
-           std::pair{"std::uint32_t N::{anonymous}::S::f(const std::map<int, N::T>&)", "f"},
-           {"N::S::f(N::T)::<lambda(auto:1)>::<lambda()> [with auto:1 = int]", "f"},
-           {"auto N::S::f(W&&) [with W = main()::<lambda()>]", "f"},
-           {"N::S::S()", "S"},
-           {"bool N::S::operator()(N::T)::<lambda()>", "operator()"},
-        }) {
-      EXPECT_EQ(VelmSdkRpc::shortFunctionName(signature), name);
-   }
-}
-
 TEST(TextTest, ALongOneIsCutBetweenCharacters) {
    EXPECT_EQ(Qor::cutText("abcd", 4), "abcd");
    EXPECT_EQ(Qor::cutText("abcde", 4), "abcd… (1 bytes more)");
    EXPECT_EQ(Qor::cutText("ab€uro", 4), "ab… (6 bytes more)");
    EXPECT_EQ(Qor::cutText("ab€uro", 5), "ab€… (3 bytes more)");
    EXPECT_EQ(Qor::cutText("\x80\x80\x80\x80\x80", 4), "\x80… (4 bytes more)");
+}
+
+TEST(TextTest, WithinALineNothingEndsOrDisturbsIt) {
+   for (auto const& [text, expected] : {
+           std::pair{"a name", "a name"},
+           {"a\nb\r\n\tc", R"(a\nb\r\n\tc)"},
+           {"\x1b[2J\x7f", R"(\x1b[2J\x7f)"},
+           {"\xc2\x9b", R"(\xc2\x9b)"},  // a control character, too
+           {"é€😀", "é€😀"},
+           {"\xe2\x82", R"(\xe2\x82)"},                          // not all of it
+           {"\xc1\x81\xe0\x9f\xbf", R"(\xc1\x81\xe0\x9f\xbf)"},  // longer than need be
+           {"\xed\xa0\x80", R"(\xed\xa0\x80)"},                  // half of one
+           {"\xf4\x90\x80\x80\xff", R"(\xf4\x90\x80\x80\xff)"},  // beyond the last one
+           {"0123456789012345678901234567", "01234567890123456789… (8 bytes more)"},
+           {"0123456789012345678€…", "0123456789012345678… (6 bytes more)"},
+           {"\1\2\3\4\5\6", R"(\x01\x02\x03\x04\x05… (1 bytes more))"},
+        }) {
+      fmt::memory_buffer line;
+      Qor::appendWithinLine(line, text, 20);
+      EXPECT_EQ(fmt::to_string(line), expected);
+   }
 }
 
 }  // namespace
