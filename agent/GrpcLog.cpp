@@ -21,7 +21,7 @@ void onGrpcLog(gpr_log_func_args* args) {
       return;
    }
    unsigned const level = isError ? 0 : 1;
-   if (!handler->enabled(level)) return;
+   if (!handler->takes(level)) return;
    Pesko::Platform::writeTrace(*handler, level, {Qor::fileStem(args->file), static_cast<unsigned>(args->line), {}, {}},
                                args->message);
 }

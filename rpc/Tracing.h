@@ -6,11 +6,11 @@
 
 namespace VelmSdkRpc {
 
-/// Writes one line through a service's tracer, formatted by {fmt}; formats nothing while the level is off.
+/// Writes one line through a service's tracer, formatted by {fmt}; formats nothing that is not taken.
 template <class... Args>
 void trace(velm::tracer const& tracer, velm::trace_level level, fmt::format_string<Args const&...> format,
            Args const&... args) {
-   if (!tracer.enabled(level)) return;
+   if (!tracer.takes(level)) return;
    tracer.trace(level, "%s", fmt::format(format, args...).c_str());
 }
 

@@ -57,6 +57,8 @@ LevelMask parseLevels(std::string_view text) {
 
 namespace Platform {
 
+bool queueTakesLine() { return TraceOutput::instance().takesLine(); }
+
 std::shared_ptr<DebugHandler> getDebugHandler(std::string const& name, bool quiet) {
    auto& all = facilities();
    std::lock_guard const lock(all.mutex);

@@ -11,7 +11,8 @@
 
 /// Tracing: facilities with ten levels each, one line to a call, written to stderr by a thread of its own. A call site
 /// tests its level first, so a level that is off costs one load and formats nothing. Nothing here blocks or takes the
-/// SDK lock: a full queue drops its oldest lines, and the next line that gets through says how many.
+/// SDK lock: while the queue is full, new lines are dropped before they are formatted; where they are missing,
+/// a line says how many.
 namespace Pesko {
 
 /// A set of levels, bit n for level n.
@@ -22,6 +23,9 @@ LevelMask parseLevels(std::string_view text);
 
 namespace Platform {
 
+/// Whether the queue has room for a line. One for which it has none counts as dropped, so ask once for each.
+bool queueTakesLine();
+
 /// A trace facility. Levels may be changed at any time from any thread.
 class DebugHandler {
  public:
@@ -29,6 +33,8 @@ class DebugHandler {
 
    std::string const& name() const { return name_; }
    bool enabled(unsigned level) const { return (levels_.load(std::memory_order_relaxed) >> level & 1U) != 0; }
+   /// Whether a line of the level is to be formatted and written: the level is enabled and the queue takes it.
+   bool takes(unsigned level) const { return enabled(level) && queueTakesLine(); }
    void levelsIs(LevelMask levels) { levels_.store(levels, std::memory_order_relaxed); }
 
  private:
@@ -54,17 +60,17 @@ struct TraceOrigin {
 
 /// Queues one line: time, facility, level, file:line, class label, function, text. The text may be a client's: control
 /// characters are escaped but for a line feed at its end, which is left out, and so is what goes beyond 8 KiB. For
-/// callers that tested the level.
+/// callers that asked whether the handler takes it.
 void writeTrace(DebugHandler const& handler, unsigned level, TraceOrigin const& origin, std::string_view text);
 
 }  // namespace Platform
 
-/// Formats with {fmt} and hands the line to the handle, if its level is enabled.
+/// Formats with {fmt} and hands the line to the handle, if that takes it.
 template <class... Args>
 void fmtrace(Platform::DebugHandler const& handler, unsigned level, std::string_view file, std::string_view function,
              unsigned line, std::string_view className, fmt::format_string<Args const&...> format,
              Args const&... args) {
-   if (!handler.enabled(level)) return;
+   if (!handler.takes(level)) return;
    fmt::memory_buffer text;
    fmt::format_to(fmt::appender(text), format, args...);
    Platform::writeTrace(handler, level, {file, line, function, className}, {text.data(), text.size()});

@@ -19,28 +19,66 @@ namespace {
 
 constexpr std::size_t queueLines = 8192;
 
+// What is in the queue or on its way out, and what found no room there.
+class Counts {
+ public:
+   bool empty() const { return waiting() == 0; }
+   // Once lines were dropped, not before half of the queue is free: a few long gaps tell more than one at every line.
+   bool hasRoom() const { return waiting() < (dropped_ == 0 ? queueLines : queueLines / 2); }
+   bool reserve(std::size_t lines) {
+      auto queued = queued_.load();
+      do {
+         if (waiting() + lines > queueLines) return false;
+      } while (!queued_.compare_exchange_weak(queued, queued + lines));
+      return true;
+   }
+   std::size_t queued() const { return queued_; }
+   std::size_t written() const { return written_; }
+   void addWritten() { ++written_; }
+   void addDropped(std::size_t lines) { dropped_ += lines; }
+   // Those that nobody has taken yet, to tell of them.
+   std::size_t takeDropped() { return dropped_ == 0 ? 0 : dropped_.exchange(0); }
+
+ private:
+   // The written ones are read first: more of them than of the others would wrap around.
+   std::size_t waiting() const {
+      auto const written = written_.load();
+      return queued_.load() - written;
+   }
+
+   std::atomic<std::size_t> queued_{0};
+   std::atomic<std::size_t> written_{0};
+   std::atomic<std::size_t> dropped_{0};
+};
+
+std::string droppedText(std::size_t lines) { return fmt::format("{} trace lines dropped", lines); }
+
 // Writes to stderr on the queue's thread. A reader of stderr that stopped reading blocks this thread and nobody else;
 // once the process ends, it does not even block this one, for a stuck pipe must not keep an agent from stopping.
 class StderrSink : public spdlog::sinks::base_sink<spdlog::details::null_mutex> {
  public:
-   void poolIs(spdlog::details::thread_pool* pool) { pool_ = pool; }
+   explicit StderrSink(Counts& counts) : counts_(counts) {}
    void closingIs() { closing_ = true; }
-   std::size_t written() const { return written_.load(std::memory_order_acquire); }
 
  protected:
    void sink_it_(spdlog::details::log_msg const& msg) override {
-      if (auto const dropped = pool_->overrun_counter(); dropped != reported_) {
-         put(fmt::format("{} trace lines dropped\n", dropped - reported_));
-         reported_ = dropped;
+      put(msg);
+      counts_.addWritten();
+      // With nothing behind it that could tell of them.
+      if (!counts_.empty()) return;
+      if (auto const dropped = counts_.takeDropped(); dropped != 0) {
+         auto const text = droppedText(dropped);
+         put({msg.logger_name, msg.level, text});
       }
-      spdlog::memory_buf_t text;
-      formatter_->format(msg, text);
-      put({text.data(), text.size()});
-      written_.fetch_add(1, std::memory_order_release);
    }
    void flush_() override {}
 
  private:
+   void put(spdlog::details::log_msg const& msg) {
+      spdlog::memory_buf_t text;
+      formatter_->format(msg, text);
+      put({text.data(), text.size()});
+   }
    void put(std::string_view text) {
       while (!text.empty()) {
          pollfd out{.fd = STDERR_FILENO, .events = POLLOUT, .revents = 0};
@@ -55,10 +93,8 @@ class StderrSink : public spdlog::sinks::base_sink<spdlog::details::null_mutex> 
       }
    }
 
-   spdlog::details::thread_pool* pool_ = nullptr;
-   std::size_t reported_ = 0;
+   Counts& counts_;
    std::atomic<bool> closing_{false};
-   std::atomic<std::size_t> written_{0};
 };
 
 std::terminate_handler terminateBefore = nullptr;
@@ -72,15 +108,19 @@ std::terminate_handler terminateBefore = nullptr;
 }  // namespace
 
 struct TraceOutput::Impl {
-   std::shared_ptr<StderrSink> sink = std::make_shared<StderrSink>();
+   void post(std::string_view line) {
+      logger->log(spdlog::level::info, spdlog::string_view_t(line.data(), line.size()));
+   }
+
+   Counts counts;
+   std::shared_ptr<StderrSink> sink = std::make_shared<StderrSink>(counts);
    std::shared_ptr<spdlog::details::thread_pool> pool = std::make_shared<spdlog::details::thread_pool>(queueLines, 1);
+   // Room is reserved before a line is posted, so that nothing is ever overrun; the policy only says not to wait.
    std::shared_ptr<spdlog::async_logger> logger =
       std::make_shared<spdlog::async_logger>("trace", sink, pool, spdlog::async_overflow_policy::overrun_oldest);
-   std::atomic<std::size_t> queued{0};
 };
 
 TraceOutput::TraceOutput() : impl_(std::make_unique<Impl>()) {
-   impl_->sink->poolIs(impl_->pool.get());
    impl_->logger->set_pattern("%Y-%m-%dT%H:%M:%S.%f %v");
    terminateBefore = std::set_terminate(flushAndTerminate);
 }
@@ -92,16 +132,25 @@ TraceOutput& TraceOutput::instance() {
    return output;
 }
 
+bool TraceOutput::takesLine() {
+   if (impl_->counts.hasRoom()) return true;
+   impl_->counts.addDropped(1);
+   return false;
+}
+
 void TraceOutput::write(std::string_view line) {
-   impl_->queued.fetch_add(1, std::memory_order_relaxed);
-   impl_->logger->info("{}", line);
+   auto& counts = impl_->counts;
+   auto const dropped = counts.takeDropped();
+   if (!counts.reserve(dropped == 0 ? 1 : 2)) return counts.addDropped(dropped + 1);
+   if (dropped != 0) impl_->post(droppedText(dropped));
+   impl_->post(line);
 }
 
 void TraceOutput::flush() {
-   auto const wanted = impl_->queued.load();
+   auto const& counts = impl_->counts;
+   auto const wanted = counts.queued();
    auto const deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
-   while (impl_->sink->written() + impl_->pool->overrun_counter() < wanted &&
-          std::chrono::steady_clock::now() < deadline) {
+   while (counts.written() < wanted && std::chrono::steady_clock::now() < deadline) {
       std::this_thread::sleep_for(std::chrono::milliseconds(1));
    }
 }

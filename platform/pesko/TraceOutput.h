@@ -12,7 +12,10 @@ class TraceOutput {
  public:
    static TraceOutput& instance();
 
-   /// Queues a line. Thread-safe; never waits.
+   /// Whether there is room for a line; if not, it counts as dropped. For those who would have to format it.
+   bool takesLine();
+   /// Queues a line, or counts it as dropped if there is no room. Thread-safe; never waits. The lines that were dropped
+   /// since the last one are told before it.
    void write(std::string_view line);
    /// Waits until what was queued before has been written, half a second at most; for the end of the process.
    void flush();

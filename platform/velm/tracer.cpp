@@ -12,9 +12,10 @@ namespace velm {
 tracer::tracer(char const* name) : handler_(Pesko::Platform::getDebugHandler(name, false)) {}
 
 bool tracer::enabled(trace_level level) const { return handler_->enabled(level); }
+bool tracer::takes(trace_level level) const { return handler_->takes(level); }
 
 void tracer::trace(trace_level level, char const* format, ...) const {
-   if (!enabled(level)) return;
+   if (!takes(level)) return;
    std::string text;
    va_list args;
    va_start(args, format);

@@ -18,8 +18,11 @@ class tracer {
    explicit tracer(char const* name);
 
    bool enabled(trace_level level) const;
+   /// Whether a line of the level would be written now: it is enabled, and there is room for a line. One for which
+   /// there is none counts as dropped. For those who format a line themselves.
+   bool takes(trace_level level) const;
 
-   /// Writes one line, formatted as printf does, if the level is enabled.
+   /// Writes one line, formatted as printf does, if it takes one of the level.
    [[gnu::format(printf, 3, 4)]] void trace(trace_level level, char const* format, ...) const;
 
  private:
