@@ -1,27 +1,40 @@
 #include "rpc/StatusTable.h"
 
+#include <cstddef>
 #include <exception>
 
+#include "platform/qor/Text.h"
 #include "platform/velm/errors.h"
 
 namespace VelmSdkRpc {
+namespace {
+
+// A text that quotes a long name would arrive as RESOURCE_EXHAUSTED: a status travels among the headers, of which a
+// client takes 8 KB, and each byte that is no plain ASCII as three.
+constexpr std::size_t longestText = 2048;
+
+grpc::Status statusOf(grpc::StatusCode code, std::exception const& e) {
+   return {code, Qor::cutText(e.what(), longestText)};
+}
+
+}  // namespace
 
 grpc::Status statusOfCurrentException() noexcept {
-   using Status = grpc::Status;
+   using enum grpc::StatusCode;
    try {
       throw;
    } catch (velm::invalid_range_error const& e) {
-      return Status(grpc::StatusCode::OUT_OF_RANGE, e.what());
+      return statusOf(OUT_OF_RANGE, e);
    } catch (velm::invalid_argument_error const& e) {
-      return Status(grpc::StatusCode::INVALID_ARGUMENT, e.what());
+      return statusOf(INVALID_ARGUMENT, e);
    } catch (velm::configuration_error const& e) {
-      return Status(grpc::StatusCode::FAILED_PRECONDITION, e.what());
+      return statusOf(FAILED_PRECONDITION, e);
    } catch (velm::unsupported_error const& e) {
-      return Status(grpc::StatusCode::UNIMPLEMENTED, e.what());
+      return statusOf(UNIMPLEMENTED, e);
    } catch (velm::error const& e) {
-      return Status(grpc::StatusCode::INTERNAL, e.what());
+      return statusOf(INTERNAL, e);
    } catch (std::exception const& e) {
-      return Status(grpc::StatusCode::UNKNOWN, e.what());
+      return statusOf(UNKNOWN, e);
    } catch (...) {
       std::terminate();
    }

@@ -4,8 +4,9 @@
 
 namespace VelmSdkRpc {
 
-/// The status of the exception being handled, with what() as its text: the one place that turns the SDK's errors into
-/// codes. An exception from outside std::exception ends the process, so that no unknown type crosses the event loop.
+/// The status of the exception being handled, with what() as its text, cut to what a status can carry: the one place
+/// that turns the SDK's errors into codes. An exception from outside std::exception ends the process, so that no
+/// unknown type crosses the event loop.
 grpc::Status statusOfCurrentException() noexcept;
 
 /// Runs `fn` and reports how it went. What `fn` holds is released before a failure's status is built.

@@ -28,7 +28,7 @@ struct ErrorRow {
    char const* name;
    std::function<void()> raise;
    grpc::StatusCode code;
-   char const* text;
+   std::string text;
 };
 
 class ErrorTest : public testing::TestWithParam<ErrorRow> {};
@@ -68,6 +68,12 @@ void raise() {
    throw Error("vlan 9999");
 }
 
+std::string euros(int count) {
+   std::string text;
+   while (count-- > 0) text += "\u20ac";
+   return text;
+}
+
 INSTANTIATE_TEST_SUITE_P(
    StatusTable, ErrorTest,
    testing::Values(
@@ -80,7 +86,9 @@ INSTANTIATE_TEST_SUITE_P(
       ErrorRow{"no_lock", raise<velm::no_scoped_lock_obtained_error>, grpc::StatusCode::INTERNAL, "vlan 9999"},
       ErrorRow{"sdk", raise<velm::error>, grpc::StatusCode::INTERNAL, "vlan 9999"},
       ErrorRow{"standard", raise<std::runtime_error>, grpc::StatusCode::UNKNOWN, "vlan 9999"},
-      ErrorRow{"memory", [] { throw std::bad_alloc(); }, grpc::StatusCode::UNKNOWN, "std::bad_alloc"}),
+      ErrorRow{"memory", [] { throw std::bad_alloc(); }, grpc::StatusCode::UNKNOWN, "std::bad_alloc"},
+      ErrorRow{"long", [] { throw velm::configuration_error(euros(9000)); }, grpc::StatusCode::FAILED_PRECONDITION,
+               euros(682) + "\u2026 (24954 bytes more)"}),
    [](auto const& row) { return row.param.name; });
 
 TEST(CallDeathTest, AnExceptionOutsideTheStandardFamilyEndsTheProcess) {
