@@ -11,9 +11,6 @@
 
 namespace VelmSdkRpc::types {
 
-/// No address is a family, too.
-constexpr bool isKnown(velm::af_t af) { return af == velm::af_t::none || velm::address_size(af) != 0; }
-
 /// The address of that many bytes, none of them the null address; nothing for a length that no family has, which some
 /// callers refuse and others take for a broken client.
 inline std::optional<velm::ip_addr_t> addressOf(std::string const& bytes) {
@@ -30,7 +27,7 @@ inline std::optional<velm::ip_addr_t> addressOf(std::string const& bytes) {
 /// ip_addr_bytes has an invalid_argument_error. Clients have seen both, so each field keeps the form that it has.
 template <class Address>
 std::size_t afToSize(Address const& address) {
-   if (!isKnown(address.af())) throw velm::unsupported_error("Unknown address family on conversion from SDK");
+   if (!is_valid(address.af())) throw velm::unsupported_error("Unknown address family on conversion from SDK");
    return velm::address_size(address.af());
 }
 

@@ -29,7 +29,7 @@ velm::ip_addr_t ip_addr(std::string const& bytes) {
 }
 
 std::string ip_addr_bytes(velm::ip_addr_t const& address) {
-   if (!isKnown(address.af())) {
+   if (!is_valid(address.af())) {
       throw velm::invalid_argument_error(
          fmt::format("Unknown address family: {}", static_cast<unsigned>(address.af())));
    }

@@ -37,6 +37,12 @@ void BfdSessionMgr::dataplaneIs(Dataplane& dataplane) {
    });
 }
 
+// Whoever is told of a session is told its nexthop.
+static void decode(StoredBytes& in, sbfd_echo_session_key_t& key) {
+   decode<sbfd_echo_session_key_t>(in, key);
+   if (key.nexthop().af() == af_t::none) throw DamagedState("a stored sBFD session names no nexthop");
+}
+
 void BfdSessionMgr::storeIs(Store& store) { table_.storeIs(store, StoredTable::sbfdSessions); }
 
 template <class T>

@@ -3,12 +3,26 @@
 #include <fmt/format.h>
 
 namespace velm::embedded {
+namespace {
+
+// An agent that takes a class map over must know the family of each ACL.
+bool isReadable(class_map_rule_t const& rule) {
+   auto const type = rule.acl_key().acl_type();
+   return type == acl_type_t::ipv4 || type == acl_type_t::ipv6;
+}
+
+}  // namespace
 
 ClassMapMgr::ClassMapMgr(CallLedger& ledger)
    : exists_(ledger, "class_map_mgr.exists"),
      class_map_(ledger, "class_map_mgr.class_map"),
      class_map_is_(ledger, "class_map_mgr.class_map_is"),
      class_map_del_(ledger, "class_map_mgr.class_map_del") {}
+
+static void decode(StoredBytes& in, class_map_rule_t& rule) {
+   decode<class_map_rule_t>(in, rule);
+   if (!isReadable(rule)) throw DamagedState("a stored class map names an ACL of no family");
+}
 
 void ClassMapMgr::storeIs(Store& store) { table_.storeIs(store, StoredTable::classMaps); }
 
@@ -27,6 +41,11 @@ class_map_t ClassMapMgr::class_map(policy_map_key_t const& key) const {
 void ClassMapMgr::class_map_is(class_map_t const& class_map) {
    Call const call(class_map_is_);
    if (class_map.key().name().empty()) throw invalid_argument_error("a class map needs a name");
+   for (auto const& [sequence, rule] : class_map.rules()) {
+      if (isReadable(rule)) continue;
+      throw invalid_range_error(
+         fmt::format("type {} is out of range", static_cast<unsigned>(rule.acl_key().acl_type())));
+   }
    table_.set(class_map.key(), class_map);
 }
 

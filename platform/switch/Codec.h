@@ -17,6 +17,7 @@
 #include <vector>
 
 #include "platform/velm/attribute.h"
+#include "platform/velm/enums.h"
 #include "platform/velm/intf_id.h"
 #include "platform/velm/ip.h"
 #include "platform/velm/mpls.h"
@@ -152,6 +153,9 @@ void decode(StoredBytes& in, T& value) {
       std::uint64_t bits = 0;
       for (char const byte : in.take(sizeof(T))) bits = bits << 8 | static_cast<unsigned char>(byte);
       value = static_cast<T>(bits);
+      if constexpr (std::is_enum_v<T>) {
+         if (!is_valid(value)) throw DamagedState("a stored enum cannot be " + std::to_string(bits));
+      }
    }
 }
 
@@ -165,19 +169,6 @@ void decode(StoredBytes& in, T& value) {
    for_each_attribute(value, [&](char const*, auto& member) { decode(in, member); });
 }
 
-// What texts and the order of keys rely on.
-inline void decode(StoredBytes& in, af_t& af) {
-   auto stored = af_t::none;
-   decode<af_t>(in, stored);
-   if (stored != af_t::none && address_size(stored) == 0) throw DamagedState("a stored address is of no family");
-   af = stored;
-}
-inline void decode(StoredBytes& in, intf_id_t::kind_t& kind) {
-   auto stored = intf_id_t::kind_t::none;
-   decode<intf_id_t::kind_t>(in, stored);
-   if (stored > intf_id_t::kind_t::management) throw DamagedState("a stored interface is of no kind");
-   kind = stored;
-}
 inline void decode(StoredBytes& in, mpls_label_t& label) {
    mpls_label_t stored;
    decode<mpls_label_t>(in, stored);

@@ -17,10 +17,13 @@ namespace velm {
 
 /// What becomes of a packet that matches a rule.
 enum class acl_action_t : std::uint8_t { none = 0, permit = 1, deny = 2 };
+constexpr auto last_value(acl_action_t) { return acl_action_t::deny; }
 /// Which way through an interface.
 enum class acl_direction_t : std::uint8_t { none = 0, in = 1, out = 2 };
+constexpr auto last_value(acl_direction_t) { return acl_direction_t::out; }
 /// What an IP rule matches, whatever its addresses say.
 enum class acl_ip_type_t : std::uint8_t { any = 0, ipv4 = 1, ipv6 = 2 };
+constexpr auto last_value(acl_ip_type_t) { return acl_ip_type_t::ipv6; }
 /// How a value of a packet is compared with that of a rule.
 enum class acl_range_operator_t : std::uint8_t {
    none = 0,
@@ -31,8 +34,10 @@ enum class acl_range_operator_t : std::uint8_t {
    less = 5,
    range = 6,
 };
+constexpr auto last_value(acl_range_operator_t) { return acl_range_operator_t::range; }
 /// The kind of an ACL. Others than those named here may turn up and are passed on as they are.
 enum class acl_type_t : std::uint8_t { none = 0, ipv4 = 1, ipv6 = 2 };
+constexpr bool is_valid(acl_type_t) { return true; }
 
 /// Identifies an ACL: ACLs of one name and different types are different ones.
 class acl_key_t {

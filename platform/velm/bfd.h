@@ -21,6 +21,7 @@ namespace velm {
 /// State of a session. Other numbers may occur and are passed on as they are; unknown is also the state of a session
 /// that has not reported yet, and of one that does not exist.
 enum class bfd_session_status_t : std::uint32_t { unknown = 0, down = 1, init = 2, up = 3, admin_down = 4 };
+constexpr bool is_valid(bfd_session_status_t) { return true; }
 
 /// Identifies an sBFD echo session: where its packets leave, and what they look like.
 class sbfd_echo_session_key_t {

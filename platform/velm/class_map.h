@@ -59,7 +59,7 @@ class class_map_mgr {
    /// Throws invalid_argument_error for an unknown class map.
    virtual class_map_t class_map(policy_map_key_t const& key) const = 0;
    /// Creates the class map, or replaces the one of that key whole. The ACLs that it names need not exist. Throws
-   /// invalid_argument_error for an empty name.
+   /// invalid_argument_error for an empty name, invalid_range_error for an ACL that is neither of IPv4 nor of IPv6.
    virtual void class_map_is(class_map_t const& class_map) = 0;
    /// Deletes the class map; one that is absent is no error. Its ACLs, and rules that name it, are not touched.
    virtual void class_map_del(policy_map_key_t const& key) = 0;

@@ -17,12 +17,15 @@ namespace velm {
 
 /// What a LAG does while its peer speaks no LACP.
 enum class eth_lag_intf_fallback_type_t : std::uint8_t { unset = 0, none = 1, static_mode = 2, individual = 3 };
+constexpr auto last_value(eth_lag_intf_fallback_type_t) { return eth_lag_intf_fallback_type_t::individual; }
 
 /// How a member negotiates.
 enum class eth_lag_intf_member_lacp_mode_t : std::uint8_t { none = 0, on = 1, active = 2, passive = 3 };
+constexpr auto last_value(eth_lag_intf_member_lacp_mode_t) { return eth_lag_intf_member_lacp_mode_t::passive; }
 
 /// How soon a member takes its peer for lost.
 enum class eth_lag_intf_member_lacp_timeout_t : std::uint8_t { none = 0, slow = 1, fast = 2 };
+constexpr auto last_value(eth_lag_intf_member_lacp_timeout_t) { return eth_lag_intf_member_lacp_timeout_t::fast; }
 
 /// A link aggregation group as it is.
 class eth_lag_intf_t {

@@ -14,6 +14,7 @@
 namespace velm {
 
 enum class oper_status_t : std::uint8_t { unknown = 0, up = 1, down = 2 };
+constexpr auto last_value(oper_status_t) { return oper_status_t::down; }
 
 /// The counters of an interface since it exists. Its manager fills it through attributes().
 class intf_counters_t {

@@ -38,6 +38,7 @@ class intf_id_t {
    std::uint32_t sub_ = 0;  // one above the number behind the slash; 0 for no slash
    friend std::string kernel_name(intf_id_t const&);
 };
+constexpr auto last_value(intf_id_t::kind_t) { return intf_id_t::kind_t::management; }
 
 /// The kernel's name for the interface: "eth1", "eth3_1", "po7", "lo0", "vlan100", "mgmt1"; empty for none.
 std::string kernel_name(intf_id_t const& intf);

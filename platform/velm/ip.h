@@ -20,6 +20,8 @@ enum class af_t : std::uint8_t { none = 0, ipv4 = 4, ipv6 = 6 };
 /// Bytes of an address of the family: 4, 16, or 0 for anything else.
 constexpr std::size_t address_size(af_t af) { return af == af_t::ipv4 ? 4 : af == af_t::ipv6 ? 16 : 0; }
 
+constexpr bool is_valid(af_t af) { return af == af_t::none || address_size(af) != 0; }
+
 /// An IPv4 or IPv6 address, or none. Ordered by family, then by value.
 class ip_addr_t {
  public:

@@ -18,6 +18,7 @@ namespace velm {
 
 /// What is done with a packet that matches a route.
 enum class ip_route_action_t : std::uint8_t { none = 0, drop = 1, forward = 2, nexthop_group = 3 };
+constexpr auto last_value(ip_route_action_t) { return ip_route_action_t::nexthop_group; }
 
 /// Identifies an IP route within its VRF: prefix and administrative preference (lower wins).
 class ip_route_key_t {

@@ -23,12 +23,15 @@ enum class macsec_cipher_suite_t : std::uint8_t {
    gcm_aes_xpn_128 = 3,
    gcm_aes_xpn_256 = 4,
 };
+constexpr auto last_value(macsec_cipher_suite_t) { return macsec_cipher_suite_t::gcm_aes_xpn_256; }
 
 /// Which LLDP frames pass unencrypted.
 enum class macsec_bypass_t : std::uint8_t { none = 0, authorized = 1, unauthorized = 2 };
+constexpr auto last_value(macsec_bypass_t) { return macsec_bypass_t::unauthorized; }
 
 /// What becomes of traffic while an interface is not secured.
 enum class macsec_profile_traffic_policy_t : std::uint8_t { none = 0, drop = 1, forward = 2, forward_by_eapol = 3 };
+constexpr auto last_value(macsec_profile_traffic_policy_t) { return macsec_profile_traffic_policy_t::forward_by_eapol; }
 
 /// Which key secures an interface. What the hardware reports is kept as it is, also beyond these.
 enum class macsec_intf_key_status_t : std::uint8_t {
@@ -39,9 +42,11 @@ enum class macsec_intf_key_status_t : std::uint8_t {
    failed = 4,
    unsecured = 5,
 };
+constexpr auto last_value(macsec_intf_key_status_t) { return macsec_intf_key_status_t::unsecured; }
 
 /// What an interface does with its traffic. What the hardware reports is kept as it is, also beyond these.
 enum class macsec_intf_traffic_status_t : std::uint8_t { unknown = 0, forwarding = 1, blocked = 2 };
+constexpr auto last_value(macsec_intf_traffic_status_t) { return macsec_intf_traffic_status_t::blocked; }
 
 /// A connectivity association key and its name. The key itself is in no text that the switch shows.
 class macsec_key_t {

@@ -21,8 +21,10 @@ namespace velm {
 
 /// What lies under the last label.
 enum class mpls_payload_type_t : std::uint8_t { undefined = 0, autodecide = 1, ipv4 = 2, ipv6 = 3, mpls = 4 };
+constexpr auto last_value(mpls_payload_type_t) { return mpls_payload_type_t::mpls; }
 /// What becomes of the TTL when a label is taken off.
 enum class mpls_ttl_mode_t : std::uint8_t { undefined = 0, pipe = 1, uniform = 2 };
+constexpr auto last_value(mpls_ttl_mode_t) { return mpls_ttl_mode_t::uniform; }
 
 /// Identifies an MPLS route: the labels it matches, outermost first, and its metric.
 class mpls_route_key_t {

@@ -28,9 +28,11 @@ enum class nexthop_group_encap_t : std::uint8_t {
    mpls_over_gre = 4,
    mpls_over_udp = 5,
 };
+constexpr auto last_value(nexthop_group_encap_t) { return nexthop_group_encap_t::mpls_over_udp; }
 
 /// Where the key of a GRE tunnel comes from.
 enum class nexthop_group_gre_key_t : std::uint8_t { none = 0, ingress_intf = 1 };
+constexpr auto last_value(nexthop_group_gre_key_t) { return nexthop_group_gre_key_t::ingress_intf; }
 
 /// The MPLS operation of an entry.
 class nexthop_group_mpls_action_t {

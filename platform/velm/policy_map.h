@@ -31,10 +31,13 @@ enum class policy_action_type_t : std::uint8_t {
    nexthop = 5,
    vrf = 6,
 };
+constexpr auto last_value(policy_action_type_t) { return policy_action_type_t::vrf; }
 /// What a rule matches: its class map, or the raw rule that it carries.
 enum class policy_map_rule_type_t : std::uint8_t { class_map = 0, raw_ipv4 = 1, raw_ipv6 = 2 };
+constexpr auto last_value(policy_map_rule_type_t) { return policy_map_rule_type_t::raw_ipv6; }
 /// How far the dataplane has come with a policy map on an interface.
 enum class policy_map_status_t : std::uint8_t { pending = 0, programmed = 1, failed = 2, unsupported = 3 };
+constexpr auto last_value(policy_map_status_t) { return policy_map_status_t::unsupported; }
 
 /// What is done to the packets of a rule.
 class policy_map_action_t {

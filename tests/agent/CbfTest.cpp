@@ -369,19 +369,6 @@ TEST_F(CbfTest, OfTwoRulesForOneRedirectTheLaterIsOwned) {
    EXPECT_THAT(objects(), ::testing::Not(Contains(StartsWith("p 4"))));
 }
 
-TEST_F(CbfTest, AnAclOfAnotherTypeEndsTheAgent) {
-   world({"simulate class-map c rule 1 acl other type 7",
-          "simulate policy-map p feature 1 rule 3 class-map c nexthop-group r"});
-   pb::rpc_server_config_msg config;
-   config.set_cbf_nexthop_group_redirect_policy_map_name("p");
-   grpc::ClientContext context;
-   pb::rpc_server_init_status_msg answer;
-   EXPECT_EQ(client().rpc_server_init(&context, config, &answer).error_code(), grpc::StatusCode::UNAVAILABLE);
-   EXPECT_EQ(waitForEnd(), -SIGABRT);
-   EXPECT_THAT(agent().stderrText(),
-               HasSubstr("Error: policy-map seq 3 class-map c seq 1 unexpected acl-type 7 acl other\n"));
-}
-
 TEST_F(CbfTest, AFaultAtEachStepLeavesWhatWasDone) {
    initWith("p");
    auto const expectFault = [&](std::string const& operation, Request const& request) {

@@ -6,6 +6,7 @@
 
 #include "convert/Enums.h"
 #include "platform/velm/acl.h"
+#include "platform/velm/enums.h"
 #include "platform/velm/eth_lag_intf.h"
 #include "platform/velm/intf.h"
 #include "platform/velm/ip_route.h"
@@ -35,7 +36,7 @@ constexpr bool converts = requires(Enum value) {
 };
 
 /// Both ways from `first` to `last` of the wire, which are the SDK's numbers from 0, and the refusal of all others. The
-/// schema must list the range and nothing behind it.
+/// schema must list the range and nothing behind it, and the switch take the range and nothing else.
 template <class Wire, class Sdk, Ways ways, class Error>
 void expectRow(int first, int last, char const* text) {
    SCOPED_TRACE(typeid(Wire).name());
@@ -44,6 +45,7 @@ void expectRow(int first, int last, char const* text) {
    EXPECT_EQ(schema->FindValueByNumber(last + 1), nullptr);
    EXPECT_EQ(schema->value_count(), last + 1);
    static_assert(converts<Wire> == (ways != Ways::toWire) && converts<Sdk> == (ways != Ways::toSdk));
+   for (int number = 0; number < 256; ++number) EXPECT_EQ(is_valid(static_cast<Sdk>(number)), number <= last - first);
    if constexpr (converts<Wire>) {
       for (int number = first; number <= last; ++number) {
          EXPECT_EQ(convert(static_cast<Wire>(number)), static_cast<Sdk>(number - first));

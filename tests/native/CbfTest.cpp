@@ -12,6 +12,7 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::Return;
 
 TEST(CbfRedirectKeyTest, TheNameHasWhatBothGroupsShareOnce) {
    struct Row {
@@ -103,6 +104,20 @@ TEST_F(CbfOrderTest, WhatNamesAnotherComesBehindIt) {
                                                       "rules", "rule del 2", "rule del 5", "commit"));
    EXPECT_THAT(callsOf(redirect({})), ElementsAre("rules", "rule del 1", "rule del 2", "rule del 5", "rule set",
                                                   "rules", "rule del 2", "rule del 5", "commit"));
+}
+
+TEST_F(CbfOrderTest, AnAclOfAnotherTypeEndsTheProcess) {
+   velm::policy_map_t policyMap;
+   policyMap.rule_set(3, velm::policy_map_rule_t({"c", velm::policy_feature_t::pbr}));
+   velm::class_map_t classMap;
+   classMap.rule_set(1, velm::class_map_rule_t({"other", velm::acl_type_t(7)}));
+   ON_CALL(policyMaps, exists).WillByDefault(Return(true));
+   ON_CALL(policyMaps, policy_map).WillByDefault(Return(policyMap));
+   ON_CALL(classMaps, exists).WillByDefault(Return(true));
+   ON_CALL(classMaps, class_map).WillByDefault(Return(classMap));
+   GTEST_FLAG_SET(death_test_style, "threadsafe");
+   EXPECT_DEATH(programmer.cbrPolicyMapNameIs("q"),
+                "Error: policy-map seq 3 class-map c seq 1 unexpected acl-type 7 acl other\n");
 }
 
 TEST_F(CbfOrderTest, ABulkEndsWithTwoCallsOutsideTheLock) {

@@ -56,14 +56,14 @@ TEST_F(MacsecTest, AProfileKnowsItsInterfacesAndTakesThemAlong) {
    EXPECT_TRUE(mgr().exists("q"));
 }
 
-TEST_F(MacsecTest, AStatusIsReportedWhenItChangesWhateverItsNumbers) {
+TEST_F(MacsecTest, AStatusIsReportedWhenItChanges) {
    mgr().profile_set(profile("p"));
    mgr().intf_profile_is(eth(1), "p");
    EXPECT_THAT(events(), IsEmpty());
-   EXPECT_THAT(eventsOf({"simulate macsec Ethernet1 key-status 9 traffic-status 255",
-                         "simulate macsec Ethernet1 key-status 9 traffic-status 255",
+   EXPECT_THAT(eventsOf({"simulate macsec Ethernet1 key-status 5 traffic-status 2",
+                         "simulate macsec Ethernet1 key-status 5 traffic-status 2",
                          "simulate macsec Ethernet1 key-status 2 traffic-status 1"}),
-               ElementsAre("Ethernet1 macsec 9 255", "Ethernet1 macsec 2 1"));
+               ElementsAre("Ethernet1 macsec 5 2", "Ethernet1 macsec 2 1"));
    mgr().profile_set(profile("q"));
    mgr().intf_profile_is(eth(1), "q");  // the hardware says when it has the other key
    EXPECT_EQ(static_cast<int>(mgr().intf_status(eth(1)).key_status()), 2);
@@ -93,6 +93,10 @@ TEST_F(MacsecTest, OnlyCapablePortsUseProfiles) {
    EXPECT_THAT(refusal("simulate macsec Ethernet99 capable true"), HasSubstr("no such interface Ethernet99"));
    EXPECT_THAT(refusal("simulate macsec Ethernet1 key-status 256 traffic-status 0"),
                HasSubstr("key-status 256 is out of range"));
+   EXPECT_THAT(refusal("simulate macsec Ethernet1 key-status 6 traffic-status 0"),
+               HasSubstr("key-status 6 is out of range"));
+   EXPECT_THAT(refusal("simulate macsec Ethernet1 key-status 0 traffic-status 3"),
+               HasSubstr("traffic-status 3 is out of range"));
 }
 
 TEST_F(MacsecTest, AllIsShownButTheKeys) {

@@ -154,16 +154,16 @@ TEST_F(PolicyMapTest, AResyncDeletesWhatWasNotSetAgainWhereverItIsApplied) {
 }
 
 TEST_F(PolicyMapTest, TheWorldRaisesEventsAndStatuses) {
-   world({"simulate policy-map p feature 1 config-set", "simulate policy-map p feature 255 sync",
+   world({"simulate policy-map p feature 1 config-set", "simulate policy-map p feature 3 sync",
           "simulate policy-map p feature 1 sync-fail \"no room\""});
-   EXPECT_THAT(delivered(), ElementsAre("p feature 1 set", "p feature 255 sync", "p feature 1 failed: no room"));
+   EXPECT_THAT(delivered(), ElementsAre("p feature 1 set", "p feature 3 sync", "p feature 1 failed: no room"));
    EXPECT_FALSE(mgr().exists(keyOf("p")));
 
    set("p");
    apply("p");
-   world({"simulate policy-map p feature 1 hw-status Ethernet1 1 200",
+   world({"simulate policy-map p feature 1 hw-status Ethernet1 1 2",
           "simulate policy-map p feature 1 hw-status Ethernet2 out 3"});
-   auto const told = ElementsAre(Pair("Ethernet1/1", 200), Pair("Ethernet2/2", 3));
+   auto const told = ElementsAre(Pair("Ethernet1/1", 2), Pair("Ethernet2/2", 3));
    EXPECT_THAT(statuses("p"), told);
    deliver();  // not undone by the application, which is older
    EXPECT_THAT(statuses("p"), told);
@@ -200,12 +200,19 @@ TEST_F(PolicyMapTest, TheWorldWritesRulesBehindTheAgentsBack) {
    };
    for (auto const& row :
         {Row{"policy-map r feature 256 rule 1 class-map c", "feature 256"},
+         Row{"policy-map r feature 4 rule 1 class-map c", "feature 4 is out of range"},
+         Row{"policy-map r feature 9 sync", "feature 9 is out of range"},
+         Row{"policy-map r feature 9 sync-fail text", "feature 9 is out of range"},
          Row{"policy-map r feature 1 rule 4294967296 class-map c", "rule 4294967296"},
          Row{"policy-map \"\" feature 1 rule 1 class-map c", "needs a name"},
          Row{"policy-map r feature 1 rule 1 class-map c nexthop-group", "at the end"},
          Row{"policy-map r feature 1 hw-status Ethernet1 256 1", "direction 256"},
+         Row{"policy-map r feature 1 hw-status Ethernet1 3 1", "direction 3 is out of range"},
          Row{"policy-map r feature 1 hw-status Ethernet1 1 256", "hw-status 256"},
+         Row{"policy-map r feature 1 hw-status Ethernet1 in 4", "hw-status 4 is out of range"},
          Row{"policy-map r feature 1 sync-fail", "TEXT"}, Row{"class-map r rule 1 acl a type 256", "type 256"},
+         Row{"class-map r rule 1 acl a type 0", "type 0 is out of range"},
+         Row{"class-map r rule 1 acl a type 3", "type 3 is out of range"},
          Row{"class-map \"\" rule 1 acl a type 1", "needs a name"}}) {
       EXPECT_THAT(refusal(std::string("simulate ") + row.command), HasSubstr(row.message));
    }
@@ -223,10 +230,10 @@ TEST_F(PolicyMapTest, ClassMapsAreReplacedWholeAndOneRuleAtATimeByTheWorld) {
    mgr.class_map_is(map);
    mgr.class_map_is(class_map_t(key));
    EXPECT_EQ(mgr.class_map(key), class_map_t(key));
-   world({"simulate class-map c rule 1 acl a type 1", "simulate class-map c rule 2 acl b type 9"});
+   world({"simulate class-map c rule 1 acl a type 1", "simulate class-map c rule 2 acl b type 2"});
    EXPECT_EQ(shown("show class-map"), R"({"class_maps":[{"key":{"name":"c","feature":1},"rules":{)"
                                       R"("1":{"acl_key":{"acl_name":"a","acl_type":1}},)"
-                                      R"("2":{"acl_key":{"acl_name":"b","acl_type":9}}}}]})");
+                                      R"("2":{"acl_key":{"acl_name":"b","acl_type":2}}}}]})");
    EXPECT_FALSE(mgr.exists({"c", policy_feature_t::qos}));
    mgr.class_map_del(key);
    mgr.class_map_del(key);

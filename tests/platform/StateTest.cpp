@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "platform/switch/Table.h"
+#include "platform/switch/Switch.h"
 #include "platform/velm/errors.h"
 
 namespace velm::embedded {
@@ -245,8 +245,8 @@ std::string refusalOf(std::string const& folder, std::string const& key, std::st
 TEST_F(StateTest, ARowThatNoTableCanHaveWrittenIsRefused) {
    std::string const zeros(16, '\0');
    EXPECT_EQ(refusalOf<ip_addr_t>(folder, '\4' + zeros, '\6' + zeros), "");
-   EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\x14' + zeros, '\4' + zeros), HasSubstr("address is of no family"));
-   EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\4' + zeros, '\5' + zeros), HasSubstr("address is of no family"));
+   EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\x14' + zeros, '\4' + zeros), HasSubstr("a stored enum cannot be 20"));
+   EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\4' + zeros, '\5' + zeros), HasSubstr("a stored enum cannot be 5"));
    EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\4' + zeros, '\4' + zeros + 'x'), HasSubstr("value is too long"));
    EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\4' + zeros + 'x', '\4' + zeros), HasSubstr("value is too long"));
    EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\4' + zeros, "\4"), HasSubstr("value is too short"));
@@ -255,7 +255,55 @@ TEST_F(StateTest, ARowThatNoTableCanHaveWrittenIsRefused) {
    EXPECT_THAT(refusalOf<mpls_label_t>(folder, '\1' + four.substr(1), four), HasSubstr("label is out of range"));
    EXPECT_EQ(refusalOf<intf_id_t>(folder, '\5' + four + four, '\0' + four + four), "");
    EXPECT_THAT(refusalOf<intf_id_t>(folder, '\6' + four + four, '\0' + four + four),
-               HasSubstr("interface is of no kind"));
+               HasSubstr("a stored enum cannot be 6"));
+}
+
+// Why a switch refuses a folder that holds one row; empty if it takes it.
+template <class Key, class Value>
+std::string refusalOf(std::string const& folder, StoredTable table, Key const& key, Value const& value) {
+   {
+      Store store(folder);
+      std::string storedKey(1, static_cast<char>(table));
+      std::string storedValue;
+      encode(storedKey, key);
+      encode(storedValue, value);
+      store.put(storedKey, storedValue);
+      store.completeIs();
+   }
+   std::string why;
+   try {
+      Switch device;
+      device.stateIs(folder);
+   } catch (StateRefused const& e) {
+      why = e.what();
+   }
+   fs::remove_all(folder);
+   return why;
+}
+
+// Each of them would end the agent when a client asks for it.
+TEST_F(StateTest, ARowThatNoClientCanBeShownIsRefused) {
+   auto const policyMap = [&](int feature, int direction) {
+      policy_map_key_t const key("q", policy_feature_t(feature));
+      PolicyMap const row{policy_map_t(key), {{intf_id_t("Ethernet1"), acl_direction_t(direction)}}};
+      return refusalOf(folder, StoredTable::policyMaps, key, row);
+   };
+   EXPECT_EQ(policyMap(3, 2), "");
+   EXPECT_THAT(policyMap(9, 2), HasSubstr("its file is damaged: a stored enum cannot be 9"));
+   EXPECT_THAT(policyMap(3, 3), HasSubstr("a stored enum cannot be 3"));
+   auto const classMap = [&](int type) {
+      class_map_t map({"c", policy_feature_t::pbr});
+      map.rule_set(1, class_map_rule_t({"a", acl_type_t(type)}));
+      return refusalOf(folder, StoredTable::classMaps, map.key(), map);
+   };
+   EXPECT_EQ(classMap(2), "");
+   EXPECT_THAT(classMap(7), HasSubstr("a stored class map names an ACL of no family"));
+   auto const session = [&](char const* nexthop) {
+      sbfd_echo_session_key_t const key(ip_addr_t(nexthop), intf_id_t("Ethernet1"), {}, 0, 0);
+      return refusalOf(folder, StoredTable::sbfdSessions, key, SbfdSession());
+   };
+   EXPECT_EQ(session("192.0.2.1"), "");
+   EXPECT_THAT(session(""), HasSubstr("a stored sBFD session names no nexthop"));
 }
 
 struct Damage {

@@ -9,7 +9,6 @@
 #include <memory>
 #include <vector>
 
-#include "remote/macsec.grpc.pb.h"
 #include "tests/storm/AgentState.h"
 #include "tests/support/AgentTest.h"
 #include "tests/support/AnyMessage.h"
@@ -65,27 +64,6 @@ struct Kind {
 };
 
 constexpr auto assertion = "assertion failed: false (";
-
-void sendMacsecStatusWithoutName(Victim& victim) {
-   auto const stub = velm::remote::MacsecMgrService::NewStub(victim.agent.channel());
-   victim.console.configure({"simulate macsec Ethernet1 capable true"});
-   velm::remote::MacsecProfileSetRequest set;
-   set.mutable_profile()->set_name("m");
-   velm::remote::MacsecProfileSetResponse setResponse;
-   ClientContext setContext;
-   stub->profile_set(&setContext, set, &setResponse);
-   ClientContext context;
-   velm::remote::MacsecWatchRequest request;
-   request.set_notify_ready(true);
-   auto const watch = stub->watch(&context, request);
-   velm::remote::MacsecWatchResponse response;
-   watch->Read(&response);
-   victim.console.configure(
-      {"interface Ethernet1", "mac security profile m", "simulate macsec Ethernet1 key-status 99 traffic-status 1"});
-   while (watch->Read(&response)) {
-   }
-   watch->Finish();
-}
 
 std::vector<Kind> kinds() {
    return {
@@ -164,7 +142,6 @@ std::vector<Kind> kinds() {
           victim.console.configure({"simulate fail policy_map_mgr.exists configuration_error \"no maps\""});
           victim.init("p");
        }},
-      {"macsec: status without a name", "terminate called after throwing an instance of", sendMacsecStatusWithoutName},
    };
 }
 

@@ -23,7 +23,7 @@ std::string showAcl(Session& session, Arguments const& arguments) {
 }
 
 std::string simulateAclRule(Session& session, Arguments const& arguments) {
-   acl_key_t const key(arguments.text("NAME"), acl_type_t(narrowed<unsigned char>(arguments.number("N:type"), "type")));
+   acl_key_t const key(arguments.text("NAME"), enumOf<acl_type_t>(arguments.number("N:type"), "type"));
    acl_rule_ip_t rule;
    rule.action_is(acl_action_t::permit);
    rule.nexthop_group_is(arguments.text("NHG"));

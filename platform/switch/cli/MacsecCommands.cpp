@@ -39,12 +39,9 @@ std::string useProfile(Session& session, Arguments const& arguments) {
 }
 
 std::string simulateStatus(Session& session, Arguments const& arguments) {
-   auto const number = [&](char const* placeholder, char const* what) {
-      return narrowed<std::uint8_t>(arguments.number(placeholder), what);
-   };
    session.device.macsec.reportStatus(
-      arguments.intf("INTF"), {static_cast<macsec_intf_key_status_t>(number("N:key", "key-status")),
-                               static_cast<macsec_intf_traffic_status_t>(number("N:traffic", "traffic-status"))});
+      arguments.intf("INTF"), {enumOf<macsec_intf_key_status_t>(arguments.number("N:key"), "key-status"),
+                               enumOf<macsec_intf_traffic_status_t>(arguments.number("N:traffic"), "traffic-status")});
    return done;
 }
 

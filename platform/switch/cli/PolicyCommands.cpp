@@ -28,7 +28,7 @@ std::string showPolicyMap(Session& session, Arguments const&) {
 policy_map_key_t classMapKey(std::string const& name) { return {name, policy_feature_t::pbr}; }
 
 policy_map_key_t policyMapKey(Arguments const& arguments) {
-   return {arguments.text("NAME"), policy_feature_t(narrowed<unsigned char>(arguments.number("N:feature"), "feature"))};
+   return {arguments.text("NAME"), enumOf<policy_feature_t>(arguments.number("N:feature"), "feature")};
 }
 
 std::uint32_t sequence(Arguments const& arguments) {
@@ -53,13 +53,13 @@ std::string simulateSyncFail(Session& session, Arguments const& arguments) {
 // The direction is a word or the SDK's number.
 acl_direction_t direction(Arguments const& arguments) {
    if (arguments.has("in|out")) return arguments.text("in|out") == "in" ? acl_direction_t::in : acl_direction_t::out;
-   return acl_direction_t(narrowed<unsigned char>(arguments.number("N:direction"), "direction"));
+   return enumOf<acl_direction_t>(arguments.number("N:direction"), "direction");
 }
 
 std::string simulateHwStatus(Session& session, Arguments const& arguments) {
    session.device.dataplane.policyMaps().simulateStatus(
       policyMapKey(arguments), {arguments.intf("INTF"), direction(arguments)},
-      policy_map_status_t(narrowed<unsigned char>(arguments.number("N:status"), "hw-status")));
+      enumOf<policy_map_status_t>(arguments.number("N:status"), "hw-status"));
    return done;
 }
 
@@ -75,7 +75,7 @@ std::string simulatePolicyMapRule(Session& session, Arguments const& arguments) 
 }
 
 std::string simulateClassMapRule(Session& session, Arguments const& arguments) {
-   acl_key_t const acl(arguments.text("ACL"), acl_type_t(narrowed<unsigned char>(arguments.number("N:type"), "type")));
+   acl_key_t const acl(arguments.text("ACL"), enumOf<acl_type_t>(arguments.number("N:type"), "type"));
    session.device.classMaps.ruleIs(classMapKey(arguments.text("NAME")), sequence(arguments), class_map_rule_t(acl));
    return done;
 }

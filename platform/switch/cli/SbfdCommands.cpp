@@ -32,8 +32,8 @@ sbfd_echo_session_key_t keyOf(Arguments const& arguments) {
 }
 
 std::string simulateStatus(Session& session, Arguments const& arguments) {
-   auto const status = narrowed<std::uint32_t>(arguments.number("N:status"), "status");
-   session.device.bfdSessions.simulateStatus(keyOf(arguments), static_cast<bfd_session_status_t>(status));
+   session.device.bfdSessions.simulateStatus(keyOf(arguments),
+                                             enumOf<bfd_session_status_t>(arguments.number("N:status"), "status"));
    return done;
 }
 
