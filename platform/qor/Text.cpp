@@ -3,25 +3,57 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 
 namespace Qor {
 namespace {
 
+/// A UTF-8 character at the front of a text; of size 0 if the bytes there are none.
+struct Character {
+   std::size_t size = 0;
+   std::uint32_t code = 0;
+};
+
+/// A length of characters: what the first byte looks like, and the least code that is not to be written shorter.
+struct Form {
+   unsigned char mask;
+   unsigned char lead;
+   std::size_t size;
+   std::uint32_t least;
+};
+constexpr std::array forms{Form{0x80, 0x00, 1, 0}, Form{0xe0, 0xc0, 2, 0x80}, Form{0xf0, 0xe0, 3, 0x800},
+                           Form{0xf8, 0xf0, 4, 0x10000}};
+
 bool continues(char byte) { return (static_cast<unsigned char>(byte) & 0xc0U) == 0x80U; }
 
-// The size of the character that the text begins with; 0 where that is a control character, or none at all.
-std::size_t printableSize(std::string_view text) {
-   static constexpr std::array<std::uint32_t, 5> least{0, ' ', 0xa0, 0x800, 0x10000};
+Character characterOf(std::string_view text) {
    auto const first = static_cast<unsigned char>(text.front());
-   std::size_t const size = first < 0x7fU ? 1 : first < 0xc0U ? 0 : first < 0xe0U ? 2 : first < 0xf0U ? 3 : 4;
-   if (size == 0 || first > 0xf4U || size > text.size()) return 0;
-   std::uint32_t code = size == 1 ? first : first & (0x7fU >> size);
-   for (auto const byte : text.substr(1, size - 1)) {
-      if (!continues(byte)) return 0;
+   auto const* form = std::ranges::find_if(forms, [&](Form const& f) { return (first & f.mask) == f.lead; });
+   if (form == forms.end() || form->size > text.size()) return {};
+   std::uint32_t code = first & ~form->mask;
+   for (char const byte : text.substr(1, form->size - 1)) {
+      if (!continues(byte)) return {};
       code = code << 6U | (static_cast<unsigned char>(byte) & 0x3fU);
    }
-   bool const isSurrogate = code >= 0xd800 && code < 0xe000;
-   return code < least[size] || isSurrogate || code > 0x10ffff ? 0 : size;
+   bool const isSurrogate = code >= 0xd800 && code <= 0xdfff;
+   if (code < form->least || code > 0x10ffff || isSurrogate) return {};
+   return {form->size, code};
+}
+
+bool isPrintable(Character character) {
+   return character.size != 0 && character.code >= ' ' && (character.code < 0x7f || character.code >= 0xa0);
+}
+
+// Nearly every text is ASCII, and a folder may hold a million of them: eight bytes at a time.
+bool isAscii(std::string_view text) {
+   std::uint64_t bits = 0;
+   std::uint64_t word = 0;
+   for (; text.size() >= sizeof word; text.remove_prefix(sizeof word)) {
+      std::memcpy(&word, text.data(), sizeof word);
+      bits |= word;
+   }
+   for (char const byte : text) bits |= static_cast<unsigned char>(byte);
+   return (bits & 0x8080808080808080U) == 0;
 }
 
 void appendEscaped(fmt::memory_buffer& line, char byte) {
@@ -36,10 +68,20 @@ void appendEscaped(fmt::memory_buffer& line, char byte) {
 
 }  // namespace
 
+bool isUtf8(std::string_view text) {
+   if (isAscii(text)) return true;
+   while (!text.empty()) {
+      auto const size = characterOf(text).size;
+      if (size == 0) return false;
+      text.remove_prefix(size);
+   }
+   return true;
+}
+
 std::string cutText(std::string_view text, std::size_t limit) {
    if (text.size() <= limit) return std::string(text);
    auto end = limit;
-   // No character has more than three bytes behind its first.
+   // No character has more than three bytes after its first.
    while (end > 0 && limit - end < 3 && continues(text[end])) --end;
    return fmt::format("{}… ({} bytes more)", text.substr(0, end), text.size() - end);
 }
@@ -50,9 +92,10 @@ void appendWithinLine(fmt::memory_buffer& line, std::string_view text, std::size
    auto const end = line.size() + limit;
    while (!text.empty()) {
       auto const before = line.size();
-      auto const size = printableSize(text);
-      if (size != 0) {
-         line.append(text.substr(0, size));
+      auto const character = characterOf(text);
+      bool const printable = isPrintable(character);
+      if (printable) {
+         line.append(text.substr(0, character.size));
       } else {
          appendEscaped(line, text.front());
       }
@@ -61,7 +104,7 @@ void appendWithinLine(fmt::memory_buffer& line, std::string_view text, std::size
          fmt::format_to(fmt::appender(line), "… ({} bytes more)", text.size());
          return;
       }
-      text.remove_prefix(std::max<std::size_t>(size, 1));
+      text.remove_prefix(printable ? character.size : 1);
    }
 }
 

@@ -16,6 +16,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/qor/Text.h"
 #include "platform/velm/attribute.h"
 #include "platform/velm/enums.h"
 #include "platform/velm/intf_id.h"
@@ -76,7 +77,10 @@ inline void encode(std::string& out, std::string_view text) {
    encodeSize(out, text.size());
    out += text;
 }
-inline void decode(StoredBytes& in, std::string& text) { text = in.take(decodeSize(in)); }
+inline void decode(StoredBytes& in, std::string& text) {
+   text = in.take(decodeSize(in));
+   if (!Qor::isUtf8(text)) throw DamagedState("a stored text is not UTF-8");
+}
 
 template <std::size_t size>
 void encode(std::string& out, std::array<unsigned char, size> const& bytes) {

@@ -10,6 +10,7 @@
 #include <stdexcept>
 
 #include "platform/pesko/Trace.h"
+#include "platform/qor/Text.h"
 #include "platform/switch/Identity.h"
 #include "platform/switch/Switch.h"
 
@@ -42,7 +43,9 @@ std::vector<Line> readLines(std::string const& path) {
    std::string text;
    for (std::size_t number = 1; std::getline(file, text); ++number) {
       auto const first = text.find_first_not_of(" \t\r");
-      if (first != std::string::npos && text[first] != '!') lines.push_back({number, text});
+      if (first == std::string::npos || text[first] == '!') continue;
+      if (!Qor::isUtf8(text)) refuse(fmt::format("{}:{}: the line is not UTF-8", path, number));
+      lines.push_back({number, text});
    }
    return lines;
 }
@@ -82,6 +85,10 @@ void applyOptions(Options const& options, Switch& device) {
       }
    }
    if (!options.stateFolder.empty()) {
+      // It is shown to clients.
+      if (!Qor::isUtf8(options.stateFolder)) {
+         refuse(fmt::format("state folder {}: its name is not UTF-8", options.stateFolder));
+      }
       try {
          device.stateIs(options.stateFolder);
       } catch (StateRefused const& e) {

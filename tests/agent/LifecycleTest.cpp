@@ -52,7 +52,8 @@ TEST(StartTest, WhatIsNoOptionIsRefusedWithStatusTwo) {
                                      {{"--listen", "unix:/tmp/second"}, "--listen"},  // only the first is the agent's
                                      {{"--trace", "VelmSdkRpc/x"}, "'x'"},
                                      {{"--trace", "VelmSdkRpc"}, "'VelmSdkRpc'"},
-                                     {{"--switch-config", "/does/not/exist"}, "/does/not/exist"}};
+                                     {{"--switch-config", "/does/not/exist"}, "/does/not/exist"},
+                                     {{"--switch-state", "/tmp/f\xfcr"}, "its name is not UTF-8"}};
    for (auto const& row : rows) {
       Start start(row.arguments);
       EXPECT_EQ(start.exitStatus(), 2);
@@ -65,10 +66,19 @@ TEST(StartTest, WhatIsNoOptionIsRefusedWithStatusTwo) {
 TEST(StartTest, AConfigurationThatFailsNamesItsLine) {
    std::string path = ::testing::TempDir() + "config-XXXXXX";
    close(mkstemp(path.data()));
-   std::ofstream(path) << "! ports\ninterface Loopback0\n  description uplink\n\nshutdwn\n";
-   Start start({"--switch-config", path});
-   EXPECT_EQ(start.exitStatus(), 2);
-   EXPECT_THAT(start->stderrText(), HasSubstr(path + ":5: command 3 of 3 'shutdwn' failed: invalid command"));
+   struct Row {
+      char const* text;
+      char const* message;
+   };
+   for (auto const& [text, message] :
+        {Row{"! ports\ninterface Loopback0\n  description uplink\n\nshutdwn\n",
+             ":5: command 3 of 3 'shutdwn' failed: invalid command"},
+         Row{"! f\xfcr\ninterface Loopback0\ndescription f\xfcr\n", ":3: the line is not UTF-8\n"}}) {
+      std::ofstream(path) << text;
+      Start start({"--switch-config", path});
+      EXPECT_EQ(start.exitStatus(), 2);
+      EXPECT_THAT(start->stderrText(), HasSubstr(path + message));
+   }
    std::remove(path.c_str());
 }
 

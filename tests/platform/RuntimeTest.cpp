@@ -105,6 +105,18 @@ TEST(HandlersTest, OnlyWhatIsWatchedIsToldOfAKey) {
    EXPECT_EQ(events, 2);
 }
 
+TEST(TextTest, Utf8IsTold) {
+   for (auto const* text : {"", "plain and long", "\x7f", "\xc2\x80", "\xdf\xbf", "\xe0\xa0\x80", "\xed\x9f\xbf",
+                            "\xee\x80\x80", "\xf0\x90\x80\x80", "\xf4\x8f\xbf\xbf", "a\xe2\x82\xac"}) {
+      EXPECT_TRUE(Qor::isUtf8(text)) << text;
+   }
+   for (auto const* text :
+        {"\x80", "plain and long\xff", "\xc3", "\xc3(", "\xc1\xbf", "\xe0\x9f\xbf", "\xe2\x82", "\xe2\x82(",
+         "\xed\xa0\x80", "\xf0\x8f\xbf\xbf", "\xf4\x90\x80\x80", "\xf8\x88\x80\x80\x80"}) {
+      EXPECT_FALSE(Qor::isUtf8(text)) << text;
+   }
+}
+
 TEST(TextTest, ALongOneIsCutBetweenCharacters) {
    EXPECT_EQ(Qor::cutText("abcd", 4), "abcd");
    EXPECT_EQ(Qor::cutText("abcde", 4), "abcd… (1 bytes more)");

@@ -302,6 +302,12 @@ TEST_F(StateTest, ARowThatNoClientCanBeShownIsRefused) {
       sbfd_echo_session_key_t const key(ip_addr_t(nexthop), intf_id_t("Ethernet1"), {}, 0, 0);
       return refusalOf(folder, StoredTable::sbfdSessions, key, SbfdSession());
    };
+   auto const option = [&](std::string const& key, std::string const& value) {
+      return refusalOf(folder, StoredTable::agentOptions, key, value);
+   };
+   EXPECT_EQ(option("gr\xc3\xbc", "\xe2\x82\xac"), "");
+   EXPECT_THAT(option("gr\xfc", ""), HasSubstr("a stored text is not UTF-8"));
+   EXPECT_THAT(option("", "\xe2\x82"), HasSubstr("a stored text is not UTF-8"));
    EXPECT_EQ(session("192.0.2.1"), "");
    EXPECT_THAT(session(""), HasSubstr("a stored sBFD session names no nexthop"));
 }
