@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <utility>
 #include <vector>
 
 #include "platform/switch/Event.h"
@@ -14,13 +15,22 @@ namespace velm::embedded {
 class EventQueue {
  public:
    using Clock = std::chrono::steady_clock;
+   /// The time of an event that is due later, and its number among those of one time.
+   using Place = std::pair<Clock::time_point, std::uint64_t>;
 
    void add(Event event) {
       ripen();
       ready_.push_back(std::move(event));
    }
    /// One that becomes ready at its time, behind what is ready by then. Of one time, the first added comes first.
-   void addLater(Clock::time_point due, Event event) { later_.emplace(due, std::move(event)); }
+   Place addLater(Clock::time_point due, Event event) {
+      Place const place(due, ++added_);
+      later_.emplace(place, std::move(event));
+      return place;
+   }
+   /// Takes an event back; nothing happens if it was ready already.
+   void delLater(Place const& place) { later_.erase(place); }
+   std::size_t later() const { return later_.size(); }
 
    bool ready() {
       ripen();
@@ -28,7 +38,7 @@ class EventQueue {
    }
    /// The time of the next event that is not ready.
    std::optional<Clock::time_point> nextDue() const {
-      return later_.empty() ? std::nullopt : std::optional(later_.begin()->first);
+      return later_.empty() ? std::nullopt : std::optional(later_.begin()->first.first);
    }
 
    /// Swaps all that is ready for the given vector, which must be empty and lends its storage.
@@ -40,13 +50,14 @@ class EventQueue {
  private:
    void ripen() {
       if (later_.empty()) return;
-      for (auto const now = Clock::now(); !later_.empty() && later_.begin()->first <= now;) {
+      for (auto const now = Clock::now(); !later_.empty() && later_.begin()->first.first <= now;) {
          ready_.push_back(std::move(later_.extract(later_.begin()).mapped()));
       }
    }
 
    std::vector<Event> ready_;
-   std::multimap<Clock::time_point, Event> later_;
+   std::map<Place, Event> later_;
+   std::uint64_t added_ = 0;
 };
 
 }  // namespace velm::embedded

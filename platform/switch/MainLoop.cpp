@@ -165,11 +165,21 @@ void MainLoop::post(Event event) {
    impl_->events.add(std::move(event));
 }
 
-void MainLoop::postAfter(std::chrono::nanoseconds delay, Event event) {
+MainLoop::Waiting MainLoop::postAfter(std::chrono::nanoseconds delay, Event event) {
    auto const due = EventQueue::Clock::now() + std::min<std::chrono::nanoseconds>(delay, std::chrono::years(1));
    std::lock_guard const lock(impl_->mutex);
    if (auto const next = impl_->events.nextDue(); !next || due < *next) impl_->wake();
-   impl_->events.addLater(due, std::move(event));
+   return impl_->events.addLater(due, std::move(event));
+}
+
+void MainLoop::takeBack(Waiting const& event) {
+   std::lock_guard const lock(impl_->mutex);
+   impl_->events.delLater(event);
+}
+
+std::size_t MainLoop::waiting() const {
+   std::lock_guard const lock(impl_->mutex);
+   return impl_->events.later();
 }
 
 void MainLoop::disable() {

@@ -6,6 +6,7 @@
 
 #include "platform/loom/TaskScheduler.h"
 #include "platform/switch/Event.h"
+#include "platform/switch/EventQueue.h"
 
 namespace velm::embedded {
 
@@ -26,9 +27,15 @@ class MainLoop {
 
    /// Queues an event, to run on the loop's thread under the SDK lock, in order. Any thread; never waits.
    void post(Event event);
+   /// Names an event that waits for its time.
+   using Waiting = EventQueue::Place;
    /// Queues an event once the delay is over, in the order of the times and, of one time, in that of the asking. Any
    /// thread; never waits. What is not due when the loop stops is dropped with the loop.
-   void postAfter(std::chrono::nanoseconds delay, Event event);
+   Waiting postAfter(std::chrono::nanoseconds delay, Event event);
+   /// Takes back an event that still waits for its time; once it is queued nothing happens. Any thread.
+   void takeBack(Waiting const& event);
+   /// How many events wait for their time. Any thread.
+   std::size_t waiting() const;
    /// Asks for the disabling of the agent, behind what is queued. Any thread; once is enough.
    void disable();
    /// Makes run() return after the present turn. Loop's thread, or before run().

@@ -16,14 +16,14 @@ void SimulatedSbfd::sessionIs(sbfd_echo_session_key_t const& key, sbfd_interval_
    auto& intf = intfs_[key.nexthop_intf()];
    auto& session = intf.sessions[key];
    bool const fresh = session == nullptr;
-   if (fresh) session = std::make_shared<Session>(Session{.key = key, .since = Clock::now()});
+   if (fresh) session = std::make_unique<Session>(key);
    std::chrono::milliseconds const detection(interval.min_tx() * interval.multiplier());
    bool const otherDetection = std::exchange(session->detection, detection) != detection;
    bool const otherRtt = std::exchange(session->rttEnabled, rttEnabled) != rttEnabled;
    if (!automatic_) return;
    // What has been reported does not change with the interval.
-   if (fresh || (otherDetection && session->reportDue != never)) planReport(intf, session);
-   if (otherRtt) planRtt(session);
+   if (fresh || (otherDetection && session->report.tick() != never)) planReport(intf, *session);
+   if (otherRtt) planRtt(*session);
 }
 
 void SimulatedSbfd::sessionDel(sbfd_echo_session_key_t const& key) {
@@ -31,7 +31,7 @@ void SimulatedSbfd::sessionDel(sbfd_echo_session_key_t const& key) {
    if (intf == intfs_.end()) return;
    auto& sessions = intf->second.sessions;
    if (auto const it = sessions.find(key); it != sessions.end()) {
-      it->second->gone = true;
+      forget(*it->second);
       sessions.erase(it);
    }
    if (sessions.empty() && !intf->second.up) intfs_.erase(intf);
@@ -42,7 +42,7 @@ void SimulatedSbfd::intfIs(intf_id_t id, bool up) {
    intf.up = up;
    if (!up) intf.downSince = Clock::now();
    if (automatic_) {
-      for (auto const& [key, session] : intf.sessions) planReport(intf, session);
+      for (auto const& [key, session] : intf.sessions) planReport(intf, *session);
    }
    if (intf.sessions.empty() && !up) intfs_.erase(id);
 }
@@ -51,11 +51,12 @@ void SimulatedSbfd::automaticIs(bool on) {
    if (std::exchange(automatic_, on) == on) return;
    for (auto const& [id, intf] : intfs_) {
       for (auto const& [key, session] : intf.sessions) {
-         session->reportDue = never;
-         session->rttDue = never;
-         if (!on) continue;
-         planReport(intf, session);
-         planRtt(session);
+         if (on) {
+            planReport(intf, *session);
+            planRtt(*session);
+         } else {
+            forget(*session);
+         }
       }
    }
 }
@@ -65,51 +66,71 @@ SimulatedSbfd::Tick SimulatedSbfd::tickAfter(Clock::time_point time) {
    return passed / tickLength + 1;
 }
 
-void SimulatedSbfd::planReport(Intf const& intf, SessionPtr const& session) {
+void SimulatedSbfd::planReport(Intf const& intf, Session& session) {
    auto const now = Clock::now();
-   auto const due = intf.up ? now : std::max(now, std::max(intf.downSince, session->since) + session->detection);
-   session->reportDue = tickAfter(due);
-   plan(session, session->reportDue);
+   auto const due = intf.up ? now : std::max(now, std::max(intf.downSince, session.since) + session.detection);
+   plan(session.report, tickAfter(due));
 }
 
 // The first report of each goes to a place of the second of its own, whence they follow each other second by second.
-void SimulatedSbfd::planRtt(SessionPtr const& session) {
-   session->rttDue = never;
-   if (!session->rttEnabled) return;
+void SimulatedSbfd::planRtt(Session& session) {
+   if (!session.rttEnabled) {
+      wheel_.del(session.rtt);
+      return;
+   }
    constexpr Tick stride = 37;  // has no divisor in common with the ticks of a second
    spread_ = (spread_ + stride) % ticksASecond;
-   session->rttDue = tickAfter(Clock::now()) + 1 + spread_;
-   plan(session, session->rttDue);
+   plan(session.rtt, tickAfter(Clock::now()) + 1 + spread_);
 }
 
-void SimulatedSbfd::plan(SessionPtr const& session, Tick tick) {
-   auto& visits = wheel_[tick];
-   if (visits == nullptr || visits->size() == visitsAnEvent) {
-      visits = std::make_shared<Visits>();
-      Clock::time_point const due(tick * tickLength);
-      loop_.postAfter(due - Clock::now(), [this, tick, visits = visits] { turn(tick, visits); });
+void SimulatedSbfd::plan(Visit& visit, Tick tick) {
+   wheel_.set(visit, tick);
+   if (tick < timerTick_) startTimer(tick);
+}
+
+void SimulatedSbfd::forget(Session& session) {
+   wheel_.del(session.report);
+   wheel_.del(session.rtt);
+   if (wheel_.empty()) stopTimer();
+}
+
+void SimulatedSbfd::startTimer(Tick tick) {
+   stopTimer();
+   timerTick_ = tick;
+   timer_ = loop_.postAfter(Clock::time_point(tick * tickLength) - Clock::now(), [this] { timeOut(); });
+}
+
+void SimulatedSbfd::stopTimer() {
+   if (std::exchange(timerTick_, never) != never) loop_.takeBack(timer_);
+}
+
+// All that is due is queued at once, in front of what it raises: the reports of a tick stay one burst.
+void SimulatedSbfd::timeOut() {
+   stopTimer();  // there may be another one, started when this one could not be taken back any more
+   Tick const now = tickAfter(Clock::now()) - 1;
+   auto const due = wheel_.countUntil(now);
+   for (std::size_t queued = 0; queued < due; queued += visitsAnEvent) loop_.post([this, now] { turn(now); });
+   if (Tick const next = wheel_.firstAfter(now); next != never) startTimer(next);
+}
+
+void SimulatedSbfd::turn(Tick tick) {
+   for (std::size_t i = 0; i < visitsAnEvent && !wheel_.empty() && wheel_.front().tick() <= tick; ++i) {
+      visit(static_cast<Visit&>(wheel_.front()));
    }
-   visits->push_back(session);
 }
 
-void SimulatedSbfd::turn(Tick tick, std::shared_ptr<Visits> const& visits) {
-   if (auto const it = wheel_.find(tick); it != wheel_.end() && it->second == visits) wheel_.erase(it);
-   for (auto const& session : *visits) visit(session, tick);
-}
-
-void SimulatedSbfd::visit(SessionPtr const& session, Tick tick) {
-   if (session->gone || !automatic_) return;
-   if (session->reportDue == tick) {
-      session->reportDue = never;
-      bool const up = intfs_.at(session->key.nexthop_intf()).up;
-      reports_.sbfdStatus(session->key, up ? bfd_session_status_t::up : bfd_session_status_t::down);
-   }
-   if (session->rttDue == tick) {
+void SimulatedSbfd::visit(Visit& visit) {
+   auto& session = visit.session;
+   Tick const tick = visit.tick();
+   bool const up = intfs_.at(session.key.nexthop_intf()).up;
+   if (&visit == &session.report) {
+      wheel_.del(visit);
+      reports_.sbfdStatus(session.key, up ? bfd_session_status_t::up : bfd_session_status_t::down);
+   } else {
       // Late or not, it keeps its place in the second: sessions that a busy loop brought together must part again.
       Tick const late = tickAfter(Clock::now()) - tick;
-      session->rttDue = tick + (late / ticksASecond + 1) * ticksASecond;
-      plan(session, session->rttDue);
-      if (intfs_.at(session->key.nexthop_intf()).up) reportRtt(*session);
+      plan(visit, tick + (late / ticksASecond + 1) * ticksASecond);
+      if (up) reportRtt(session);
    }
 }
 

@@ -7,10 +7,10 @@
 #include <cstdint>
 #include <memory>
 #include <random>
-#include <vector>
 
 #include "platform/switch/Dataplane.h"
 #include "platform/switch/MainLoop.h"
+#include "platform/switch/TickWheel.h"
 #include "platform/velm/bfd.h"
 
 namespace velm::embedded {
@@ -18,9 +18,10 @@ namespace velm::embedded {
 /// sBFD echo without packets: a session is up while its interface is, and down once its interface has been gone for as
 /// long as the session needs to notice; an interface that comes back before that is not missed.
 ///
-/// All sessions share one wheel of 10 ms ticks. A tick that somebody waits for is one event of the loop for every 256
-/// sessions, so that neither their number nor their intervals make timers or long events, and an interface takes work
-/// by its own sessions only.
+/// All sessions share one wheel of 10 ms ticks, and the wheel one timer of the loop, for its first tick. What is due is
+/// one event of the loop for every 256 visits, so that neither the sessions' number nor their intervals make timers or
+/// long events, and an interface takes work by its own sessions only. What is held follows what exists: a session has
+/// two places in the wheel at most, and none once it is deleted.
 class SimulatedSbfd {
  public:
    SimulatedSbfd(MainLoop& loop, SbfdReports& reports) : loop_(loop), reports_(reports) {}
@@ -35,13 +36,16 @@ class SimulatedSbfd {
    /// report where it stands by then. Any thread, under the SDK lock.
    void automaticIs(bool on);
 
+   /// How many visits of sessions lie ahead. Under the SDK lock.
+   std::size_t planned() const { return wheel_.size(); }
+
  private:
    using Clock = std::chrono::steady_clock;
-   using Tick = std::int64_t;  // since the clock's epoch
+   using Tick = TickWheel::Tick;  // since the clock's epoch
    static constexpr std::chrono::milliseconds tickLength{10};
    static constexpr Tick ticksASecond = std::chrono::seconds(1) / tickLength;
    static constexpr std::size_t visitsAnEvent = 256;
-   static constexpr Tick never = -1;
+   static constexpr Tick never = TickWheel::never;
 
    /// The round trips of a session so far.
    struct Measured {
@@ -53,38 +57,48 @@ class SimulatedSbfd {
       void add(std::uint32_t rtt);
       std::uint32_t avg() const { return static_cast<std::uint32_t>(sum / count); }
    };
+   struct Session;
+   struct Visit : TickWheel::Entry {
+      explicit Visit(Session& of) : session(of) {}
+      Session& session;
+   };
    struct Session {
-      sbfd_echo_session_key_t key;
+      explicit Session(sbfd_echo_session_key_t const& of) : key(of) {}
+
+      sbfd_echo_session_key_t const key;
       std::chrono::milliseconds detection{};
-      Clock::time_point since{};  // when it was set
-      bool gone = false;          // deleted, though the wheel may still hold it
+      Clock::time_point const since = Clock::now();  // when it was set
       bool rttEnabled = false;
-      Tick reportDue = never;  // when it reports its status; the last plan counts
-      Tick rttDue = never;
+      Visit report{*this};  // of its status
+      Visit rtt{*this};
       Measured measured{};
    };
-   using SessionPtr = std::shared_ptr<Session>;
    struct Intf {
       bool up = false;
       Clock::time_point downSince;
-      absl::btree_map<sbfd_echo_session_key_t, SessionPtr> sessions;
+      absl::btree_map<sbfd_echo_session_key_t, std::unique_ptr<Session>> sessions;
    };
-   using Visits = std::vector<SessionPtr>;
 
    static Tick tickAfter(Clock::time_point time);
-   void planReport(Intf const& intf, SessionPtr const& session);
-   void planRtt(SessionPtr const& session);
-   void plan(SessionPtr const& session, Tick tick);
-   void turn(Tick tick, std::shared_ptr<Visits> const& visits);
-   void visit(SessionPtr const& session, Tick tick);
+   void planReport(Intf const& intf, Session& session);
+   void planRtt(Session& session);
+   void plan(Visit& visit, Tick tick);
+   void forget(Session& session);
+   void startTimer(Tick tick);
+   void stopTimer();
+   void timeOut();
+   void turn(Tick tick);
+   void visit(Visit& visit);
    void reportRtt(Session& session);
 
    MainLoop& loop_;
    SbfdReports& reports_;
    // Guarded by the SDK lock.
    bool automatic_ = true;
-   absl::flat_hash_map<intf_id_t, Intf> intfs_;            // those that are up, and those that have sessions
-   absl::btree_map<Tick, std::shared_ptr<Visits>> wheel_;  // by tick, the event that still has room
+   absl::flat_hash_map<intf_id_t, Intf> intfs_;  // those that are up, and those that have sessions
+   TickWheel wheel_;
+   Tick timerTick_ = never;  // when the timer is due: with the wheel's first tick or, if that was taken out, before it
+   MainLoop::Waiting timer_;
    Tick spread_ = 0;
    std::minstd_rand random_;  // of the same seed every time
 };

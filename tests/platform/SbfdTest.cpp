@@ -281,6 +281,33 @@ TEST_F(SbfdTest, ASimulatedReportIsAnEventWhereItIsWatchedWhateverThereIs) {
    EXPECT_EQ(mgr().sbfd_echo_session_status(keyOf("Ethernet2")), status_t::unknown);
 }
 
+TEST_F(SbfdTest, WhatLiesAheadIsOfSessionsThatExistHoweverOftenTheyChanged) {
+   constexpr int count = 10000;
+   auto const ahead = [&] {
+      deliver();
+      return std::pair(device.dataplane.sbfd().planned(), device.loop.waiting());
+   };
+   auto const flap = [&] {
+      sdk_scoped_lock const lock;
+      for (auto const link : {oper_status_t::up, oper_status_t::down})
+         device.intfs.linkIs(intf_id_t("Ethernet1"), link);
+   };
+   flap();
+   for (int i = 0; i < count; ++i) {
+      set(keyOf("Ethernet1", i), {65535, 255});  // would notice in hours
+      mgr().sbfd_echo_session_rtt_enabled_is(keyOf("Ethernet1", i), true);
+      if (i % 100 == 0) deliver();
+      mgr().sbfd_echo_session_del(keyOf("Ethernet1", i));
+   }
+   EXPECT_EQ(ahead(), std::pair(0UL, 0UL));
+   set(keyOf("Ethernet1"), {65535, 255});
+   for (int i = 0; i < count; ++i) {
+      flap();
+      if (i % 100 == 0) turnFor(1ms);
+   }
+   EXPECT_EQ(ahead(), std::pair(1UL, 1UL));
+}
+
 TEST_F(SbfdTest, CommandsShowTheSessionsAndRefuseWhatDoesNotFit) {
    EXPECT_EQ(shown("show sbfd echo"), R"({"sessions":[]})");
    world({"simulate sbfd auto off"});
