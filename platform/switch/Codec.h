@@ -156,10 +156,10 @@ void decode(StoredBytes& in, T& value) {
    } else {
       std::uint64_t bits = 0;
       for (char const byte : in.take(sizeof(T))) bits = bits << 8 | static_cast<unsigned char>(byte);
-      value = static_cast<T>(bits);
       if constexpr (std::is_enum_v<T>) {
-         if (!is_valid(value)) throw DamagedState("a stored enum cannot be " + std::to_string(bits));
+         if (!is_valid(static_cast<T>(bits))) throw DamagedState("a stored enum cannot be " + std::to_string(bits));
       }
+      value = static_cast<T>(bits);
    }
 }
 

@@ -102,7 +102,7 @@ void there(Choices& choices) {
    done([&] { convert(message); });
 }
 
-/// A value of any bytes, its enums and families beyond what is listed.
+/// A value of any bytes, as far as a stored one may have them.
 template <class Value>
 void toWire(Choices& choices) {
    Value value;
