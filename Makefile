@@ -27,7 +27,7 @@ build: configure
 
 demo: configure  ## a controller against the agent, played to the end
 	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc demo
-	@$(BUILD)/cli/demo/demo $(BUILD)/agent/VelmSdkRpc
+	@$(BUILD)/clients/demo/demo $(BUILD)/agent/VelmSdkRpc
 
 run: configure  ## the agent, until it is interrupted
 	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc
@@ -74,12 +74,12 @@ sanitize-thread:  ## the whole test suite under ThreadSanitizer
 
 storm: configure  ## every method at random against an agent: CALLS=n, SECONDS=n, SEED=n
 	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc storm
-	@$(BUILD)/tests/storm/storm $(if $(CALLS),--calls $(CALLS)) $(if $(SECONDS),--seconds $(SECONDS)) \
+	@$(BUILD)/trials/storm/storm $(if $(CALLS),--calls $(CALLS)) $(if $(SECONDS),--seconds $(SECONDS)) \
 	  $(if $(SEED),--seed $(SEED))
 
 chaos: configure  ## kills, faults, vanishing clients and storms around an agent: ROUNDS=n, SEED=n
 	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc chaos
-	@CHAOS_ROUNDS=$(or $(ROUNDS),100) CHAOS_SEED=$(SEED) $(BUILD)/tests/chaos/chaos --gtest_brief=1
+	@CHAOS_ROUNDS=$(or $(ROUNDS),100) CHAOS_SEED=$(SEED) $(BUILD)/trials/chaos/chaos --gtest_brief=1
 
 storm-sanitize:  ## the same under AddressSanitizer and UndefinedBehaviorSanitizer
 	@$(call sanitized,storm)
@@ -89,19 +89,19 @@ storm-sanitize-thread:  ## the same under ThreadSanitizer
 
 soak: configure  ## an agent under a steady load: HOURS=n; leaves soak.csv and soak.json in $(BUILD)/soak
 	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc soak
-	@$(BUILD)/tests/soak/soak --hours $(or $(HOURS),1) --out $(BUILD)/soak
+	@$(BUILD)/trials/soak/soak --hours $(or $(HOURS),1) --out $(BUILD)/soak
 
 coverage: setup-package setup-coverage  ## lines and branches that the tests reach; build-coverage/coverage has the pages
 	@$(MAKE) --no-print-directory BUILD=build-coverage TYPE=Debug \
 	  CMAKE_FLAGS='-DVELM_BENCH=OFF -DVELM_COVERAGE=ON -DCMAKE_CXX_FLAGS_DEBUG=-O0' build
 	@scripts/coverage build-coverage $(JOBS)
 
-fuzz: setup-fuzz  ## every harness of tests/fuzz for SECONDS=n each; what is found stays in build-fuzz/crashes
+fuzz: setup-fuzz  ## every harness of trials/fuzz for SECONDS=n each; what is found stays in build-fuzz/crashes
 	@$(MAKE) --no-print-directory BUILD=build-fuzz TYPE=Debug CMAKE_FLAGS='-DVELM_FUZZ=ON -DVELM_BENCH=OFF \
 	  -DVELM_SANITIZE=address,undefined -DCMAKE_CXX_COMPILER=clang++-16 -DCMAKE_DISABLE_PRECOMPILE_HEADERS=ON \
 	  -DCMAKE_CXX_FLAGS_DEBUG="-O1 -g1"' configure
 	@ninja -C build-fuzz -j $(JOBS) --quiet fuzzers
-	@tests/fuzz/run build-fuzz --seconds $(or $(SECONDS),60)
+	@trials/fuzz/run build-fuzz --seconds $(or $(SECONDS),60)
 
 clean:
 	@rm -rf build build-coverage build-fuzz build-lint build-sanitize build-sanitize-thread

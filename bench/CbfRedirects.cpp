@@ -18,7 +18,7 @@
 #include "bench/Routes.h"
 #include "bench/Server.h"
 #include "bench/SwitchCalls.h"
-#include "cli/support/TempFolder.h"
+#include "clients/support/TempFolder.h"
 
 namespace VelmSdkRpc::Bench {
 namespace {

@@ -15,7 +15,7 @@
 #include "bench/Percentiles.h"
 #include "bench/Program.h"
 #include "bench/Report.h"
-#include "cli/support/TempFolder.h"
+#include "clients/support/TempFolder.h"
 #include "platform/switch/Switch.h"
 
 namespace VelmSdkRpc::Bench {

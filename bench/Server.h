@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "cli/support/AgentProcess.h"
+#include "clients/support/AgentProcess.h"
 #include "velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {

@@ -13,7 +13,7 @@
 #include "bench/Routes.h"
 #include "bench/Server.h"
 #include "bench/Subject.h"
-#include "cli/support/TempFolder.h"
+#include "clients/support/TempFolder.h"
 
 namespace VelmSdkRpc::Bench {
 namespace {

@@ -19,7 +19,7 @@
 #include "bench/Program.h"
 #include "bench/Report.h"
 #include "bench/Rounds.h"
-#include "cli/support/TempFolder.h"
+#include "clients/support/TempFolder.h"
 #include "platform/switch/Database.h"
 #include "platform/switch/IpRouteMgr.h"
 #include "platform/switch/Store.h"

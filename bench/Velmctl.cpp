@@ -18,8 +18,8 @@
 #include "bench/Routes.h"
 #include "bench/Server.h"
 #include "bench/Subject.h"
-#include "cli/support/Address.h"
-#include "cli/support/TempFolder.h"
+#include "clients/support/Address.h"
+#include "clients/support/TempFolder.h"
 
 namespace VelmSdkRpc::Bench {
 namespace {

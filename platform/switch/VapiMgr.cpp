@@ -7,7 +7,7 @@
 #include <utility>
 
 #include "platform/switch/Switch.h"
-#include "platform/switch/cli/Commands.h"
+#include "platform/switch/commands/Commands.h"
 
 namespace velm::embedded {
 namespace {
@@ -33,8 +33,8 @@ std::string arrayOf(std::vector<std::string> const& elements) {
 
 VapiMgr::VapiMgr(CallLedger& ledger, Switch& device)
    : device_(device),
-     show_(cli::showCommands()),
-     configure_(cli::configurationCommands()),
+     show_(commands::showCommands()),
+     configure_(commands::configurationCommands()),
      run_show_cmd_(ledger, "vapi_mgr.run_show_cmd"),
      run_config_cmds_(ledger, "vapi_mgr.run_config_cmds") {}
 
@@ -49,9 +49,9 @@ vapi_response_t VapiMgr::run_config_cmds(std::vector<std::string> const& command
    return run(configure_, commands);
 }
 
-vapi_response_t VapiMgr::run(cli::CommandTable const& table, std::vector<std::string> const& commands) {
+vapi_response_t VapiMgr::run(commands::CommandTable const& table, std::vector<std::string> const& commands) {
    vapi_response_t response;
-   cli::Session session{device_, {}};
+   commands::Session session{device_, {}};
    for (std::size_t i = 0; i < commands.size() && response.success(); ++i) {
       auto const fail = [&](std::uint32_t code, std::string_view why) {
          response.error_is(code,
@@ -59,7 +59,7 @@ vapi_response_t VapiMgr::run(cli::CommandTable const& table, std::vector<std::st
       };
       try {
          response.response_add(table.run(session, commands[i]));
-      } catch (cli::InvalidCommand const& e) {
+      } catch (commands::InvalidCommand const& e) {
          fail(cannotBeParsed, e.what());
       } catch (error const& e) {
          fail(refused, e.what());

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "platform/switch/CallLedger.h"
-#include "platform/switch/cli/CommandTable.h"
+#include "platform/switch/commands/CommandTable.h"
 #include "platform/velm/vapi.h"
 
 namespace velm::embedded {
@@ -23,11 +23,11 @@ class VapiMgr : public vapi_mgr {
    vapi_response_t run_config_cmds(std::vector<std::string> const& commands) override;
 
  private:
-   vapi_response_t run(cli::CommandTable const& table, std::vector<std::string> const& commands);
+   vapi_response_t run(commands::CommandTable const& table, std::vector<std::string> const& commands);
 
    Switch& device_;
-   cli::CommandTable const show_;
-   cli::CommandTable const configure_;
+   commands::CommandTable const show_;
+   commands::CommandTable const configure_;
    std::uint64_t delay_ = 0;
 
    Operation run_show_cmd_;

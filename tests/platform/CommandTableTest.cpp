@@ -1,10 +1,10 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
-#include "platform/switch/cli/CommandTable.h"
+#include "platform/switch/commands/CommandTable.h"
 #include "tests/platform/SwitchTest.h"
 
-namespace velm::embedded::cli {
+namespace velm::embedded::commands {
 namespace {
 
 using ::testing::ElementsAre;
@@ -107,4 +107,4 @@ TEST_F(CommandTableTest, AListStopsAtItsFirstFailureAndKeepsWhatRan) {
 }
 
 }  // namespace
-}  // namespace velm::embedded::cli
+}  // namespace velm::embedded::commands

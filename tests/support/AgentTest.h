@@ -12,8 +12,8 @@
 #include <string>
 #include <vector>
 
-#include "cli/support/AgentProcess.h"
-#include "cli/support/TempFolder.h"
+#include "clients/support/AgentProcess.h"
+#include "clients/support/TempFolder.h"
 #include "remote/vapi.grpc.pb.h"
 #include "velmsdk.grpc.pb.h"
 

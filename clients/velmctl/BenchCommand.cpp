@@ -1,0 +1,95 @@
+// bench: how fast an agent answers, by calls that change nothing unless one is asked for that does.
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+#include <vector>
+
+#include "clients/velmctl/Candidates.h"
+#include "clients/velmctl/Commands.h"
+#include "clients/velmctl/Errors.h"
+#include "clients/velmctl/Pipeline.h"
+#include "clients/velmctl/RequestSource.h"
+#include "clients/velmctl/Wire.h"
+
+namespace VelmSdkRpc::ctl {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Latencies = std::vector<std::chrono::nanoseconds>;
+
+struct Arguments {
+   std::string method = "velmsdk_service.get_rpc_server_state";
+   std::vector<std::string> request;
+   double seconds = 3;
+   std::size_t outstanding = 1;
+};
+
+/// Figures of three decimals: more would only look exact.
+double rounded(double value) { return std::round(value * 1000) / 1000; }
+
+double percentileMs(Latencies const& sorted, double share) {
+   auto const last = static_cast<double>(sorted.size() - 1);
+   return rounded(std::chrono::duration<double, std::milli>(sorted[static_cast<std::size_t>(share * last)]).count());
+}
+
+void tell(Session& session, Arguments const& arguments, Latencies latencies, double seconds) {
+   if (latencies.empty()) return;
+   std::ranges::sort(latencies);
+   JsonDocument document(rapidjson::kObjectType);
+   auto& allocator = document.GetAllocator();
+   addMember(document, "method", arguments.method, allocator);
+   addMember(document, "outstanding", Json(arguments.outstanding), allocator);
+   addMember(document, "calls", Json(latencies.size()), allocator);
+   auto const rate = static_cast<std::uint64_t>(static_cast<double>(latencies.size()) / seconds);
+   addMember(document, "calls_per_second", Json(rate), allocator);
+   addMember(document, "median_ms", Json(percentileMs(latencies, 0.5)), allocator);
+   addMember(document, "p99_ms", Json(percentileMs(latencies, 0.99)), allocator);
+   addMember(document, "max_ms", Json(percentileMs(latencies, 1)), allocator);
+   session.output().result(document);
+}
+
+void bench(Session& session, Arguments const& arguments) {
+   auto const& method = methodNamed(arguments.method);
+   if (method.server_streaming()) throw UsageError(fmt::format("{} is a stream", nameOf(method)));
+   if (!isOneRequest(arguments.request)) throw UsageError("one request is sent again and again");
+   auto const request = toWire(*requestOf(arguments.request, *method.input_type()));
+
+   Latencies latencies;
+   grpc::Status failure;
+   auto const start = Clock::now();
+   auto const end =
+      start + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(arguments.seconds));
+   Pipeline pipeline(session.connection(), method, arguments.outstanding, session.timeoutFor(method));
+   pipeline.run([&] { return Clock::now() < end ? std::optional(request) : std::nullopt; },
+                [&](Pipeline::Reply const& reply) {
+                   if (!reply.status.ok()) {
+                      failure = reply.status;
+                   } else {
+                      latencies.push_back(reply.latency);
+                   }
+                });
+   tell(session, arguments, std::move(latencies), std::chrono::duration<double>(Clock::now() - start).count());
+   session.interrupt().check();
+   if (!failure.ok()) throw CallError(failure);
+}
+
+}  // namespace
+
+void addBenchCommand(Commands const& commands) {
+   auto const arguments = std::make_shared<Arguments>();
+   auto& app = commands.add(
+      "bench", "Call again and again, and tell the rate and how long an answer took",
+      [arguments](Session& session) { bench(session, *arguments); }, callCandidates);
+   app.add_option("METHOD", arguments->method, "What is called (velmsdk_service.get_rpc_server_state)")
+      ->option_text(" ");
+   app.add_option("REQUEST", arguments->request, "As that of call")->option_text("...");
+   app.add_option("--seconds", arguments->seconds, "For how long (3)")->check(CLI::PositiveNumber)->option_text("N");
+   app.add_option("--outstanding", arguments->outstanding, "Calls under way at a time (1)")
+      ->check(CLI::Range(1, 1024))
+      ->option_text("N");
+}
+
+}  // namespace VelmSdkRpc::ctl

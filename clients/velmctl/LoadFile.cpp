@@ -1,0 +1,93 @@
+#include "clients/velmctl/LoadFile.h"
+
+#include <absl/strings/str_split.h>
+#include <arpa/inet.h>
+#include <fmt/format.h>
+
+#include <array>
+#include <charconv>
+
+#include "clients/velmctl/Errors.h"
+#include "clients/velmctl/File.h"
+#include "clients/velmctl/Nexthop.h"
+
+namespace VelmSdkRpc::ctl {
+namespace {
+
+constexpr std::string_view blanks = " \t\r";
+
+/// Takes the first word off the text; empty at its end.
+std::string_view nextWord(std::string_view& text) {
+   text.remove_prefix(std::min(text.find_first_not_of(blanks), text.size()));
+   auto const word = text.substr(0, text.find_first_of(blanks));
+   text.remove_prefix(word.size());
+   return word;
+}
+
+/// The bytes of an address; their number, or 0 for a text that is none.
+std::size_t parseAddress(std::string_view text, char* bytes) {
+   std::array<char, INET6_ADDRSTRLEN> terminated{};
+   if (text.size() >= terminated.size()) return 0;
+   text.copy(terminated.data(), text.size());
+   bool const v6 = text.find(':') != std::string_view::npos;
+   if (inet_pton(v6 ? AF_INET6 : AF_INET, terminated.data(), bytes) != 1) return 0;
+   return v6 ? sizeof(in6_addr) : sizeof(in_addr);
+}
+
+}  // namespace
+
+LoadFile::LoadFile(std::string const& path) : content_(contentOf(path)) {
+   for (std::size_t begin = 0; begin < content_.size();) {
+      lines_.push_back(begin);
+      auto const number = static_cast<std::uint32_t>(lines_.size());
+      auto const text = line(number);
+      try {
+         read(text);
+      } catch (UsageError const& e) {
+         throw UsageError(fmt::format("{}:{}: {}", path, number, e.what()));
+      }
+      begin += text.size() + 1;
+   }
+}
+
+std::string_view LoadFile::line(std::uint32_t number) const {
+   auto const rest = std::string_view(content_).substr(lines_[number - 1]);
+   return rest.substr(0, rest.find('\n'));
+}
+
+void LoadFile::read(std::string_view line) {
+   auto text = line.substr(0, line.find('#'));
+   auto const first = nextWord(text);
+   if (first.empty()) return;
+   if (first == "nhg") {
+      auto& group = groups_.emplace_back(Group{static_cast<std::uint32_t>(lines_.size()), {}});
+      group.message.set_name(std::string(nextWord(text)));
+      for (auto word = nextWord(text); !word.empty(); word = nextWord(text)) {
+         *group.message.add_nexthop() = nexthopOf(word);
+      }
+      if (group.message.nexthop().empty()) throw UsageError("expected nhg NAME NEXTHOP...");
+      return;
+   }
+   auto const group = nextWord(text);
+   if (auto const more = nextWord(text); group.empty() || !more.empty()) {
+      throw UsageError(fmt::format("expected PREFIX GROUP, not \"{}\"", line));
+   }
+   readRoute(first, group);
+}
+
+void LoadFile::readRoute(std::string_view prefix, std::string_view group) {
+   Route route{};
+   route.line = static_cast<std::uint32_t>(lines_.size());
+   if (group != "-") route.group = group;
+   auto const slash = prefix.find('/');
+   auto const length = slash == std::string_view::npos ? std::string_view() : prefix.substr(slash + 1);
+   route.addressSize = static_cast<std::uint8_t>(parseAddress(prefix.substr(0, slash), route.address));
+   auto const [end, error] = std::from_chars(length.data(), length.data() + length.size(), route.prefixLength);
+   bool const isNumber = !length.empty() && error == std::errc() && end == length.data() + length.size();
+   if (route.addressSize == 0 || !isNumber || route.prefixLength > route.addressSize * 8) {
+      throw UsageError(fmt::format("expected a prefix like 10.0.0.0/8, not \"{}\"", prefix));
+   }
+   routes_.push_back(route);
+}
+
+}  // namespace VelmSdkRpc::ctl

@@ -1,0 +1,34 @@
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+
+#include "clients/velmctl/Terminal.h"
+
+namespace VelmSdkRpc::ctl {
+
+/// How far a long work has come, on standard error: a bar on a terminal, elsewhere a line now and
+/// then.
+class Progress {
+ public:
+   Progress(Terminal const& terminal, std::size_t total) : terminal_(terminal), total_(total) {}
+   ~Progress();
+   Progress(Progress const&) = delete;
+   Progress& operator=(Progress const&) = delete;
+
+   void is(std::size_t done);
+   std::chrono::duration<double> elapsed() const { return Clock::now() - start_; }
+
+ private:
+   using Clock = std::chrono::steady_clock;
+
+   void draw(std::size_t done);
+
+   Terminal const& terminal_;
+   std::size_t const total_;
+   Clock::time_point const start_ = Clock::now();
+   Clock::time_point told_ = start_;
+   bool hasBar_ = false;
+};
+
+}  // namespace VelmSdkRpc::ctl

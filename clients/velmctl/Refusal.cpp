@@ -1,0 +1,68 @@
+#include "clients/velmctl/Refusal.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "clients/velmctl/Errors.h"
+#include "remote/rpc_status.pb.h"
+#include "remote/vapi.pb.h"
+
+namespace VelmSdkRpc::ctl {
+namespace {
+
+using google::protobuf::FieldDescriptor;
+using google::protobuf::Message;
+
+void check(pb::rpc_status_msg const& status) {
+   if (isRefused(status)) throw Refused(textOf(status));
+}
+
+void check(pb::rpc_status_bulk_msg const& answer) {
+   auto const& statuses = answer.status();
+   auto const first = std::ranges::find_if(statuses, isRefused);
+   if (first == statuses.end()) return;
+   throw Refused(fmt::format("{} of {} elements refused, the first at index {}: {}",
+                             std::ranges::count_if(statuses, isRefused), statuses.size(), first - statuses.begin(),
+                             textOf(*first)));
+}
+
+void check(velm::remote::VapiResponse const& answer) {
+   if (!answer.success()) throw Refused(answer.error_message());
+}
+
+void check(velm::remote::RpcResponseStatus const& status) {
+   if (status.code() != 0) {
+      throw CallError(grpc::Status(static_cast<grpc::StatusCode>(status.code()), status.error_string()));
+   }
+}
+
+template <class... Types>
+void checkAs(Message const& message) {
+   auto const checkIf = [](auto const* answer) {
+      if (answer != nullptr) check(*answer);
+   };
+   (checkIf(dynamic_cast<Types const*>(&message)), ...);
+}
+
+}  // namespace
+
+void throwIfRefused(Message const& answer) {
+   checkAs<pb::rpc_status_msg, pb::rpc_status_bulk_msg>(answer);
+   auto const& type = *answer.GetDescriptor();
+   for (int i = 0; i < type.field_count(); ++i) {
+      auto const& field = *type.field(i);
+      if (field.is_repeated() || field.cpp_type() != FieldDescriptor::CPPTYPE_MESSAGE) continue;
+      auto const& part = answer.GetReflection()->GetMessage(answer, &field);
+      checkAs<pb::rpc_status_msg, velm::remote::VapiResponse, velm::remote::RpcResponseStatus>(part);
+   }
+}
+
+bool isRefused(pb::rpc_status_msg const& status) { return status.status() != pb::rpc_status_msg::STATUS_SUCCESS; }
+
+std::string textOf(pb::rpc_status_msg const& status) {
+   auto const& name = pb::rpc_status_msg::rpc_status_value_enum_Name(status.status());
+   return status.debug_string().empty() ? name : fmt::format("{}: {}", name, status.debug_string());
+}
+
+}  // namespace VelmSdkRpc::ctl

@@ -1,6 +1,0 @@
-#include "tests/fuzz/Native.h"
-
-extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-   VelmSdkRpc::fuzz::playNative(PROGRAMMER, {data, size});
-   return 0;
-}

@@ -1,0 +1,99 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "clients/support/AgentProcess.h"
+#include "tests/support/AgentTest.h"
+#include "trials/chaos/Controller.h"
+#include "trials/chaos/Scale.h"
+#include "trials/storm/AgentState.h"
+
+namespace VelmSdkRpc::chaos {
+
+/// A thread that does something again and again until it is stopped, or the something gives false.
+class Again {
+ public:
+   explicit Again(std::function<bool()> something)
+      : thread_([this, something = std::move(something)] {
+           while (!stopping_ && something()) continue;
+        }) {}
+   ~Again() {
+      stopping_ = true;
+      thread_.join();
+   }
+   Again(Again const&) = delete;
+   Again& operator=(Again const&) = delete;
+
+ private:
+   std::atomic<bool> stopping_ = false;
+   std::thread thread_;
+};
+
+/// An agent on a state folder, and the controllers that program it. Behind each test the agent is emptied: it must then
+/// hold for its clients what it held before them, and end in order.
+class ChaosTest : protected StateFolder, public ::testing::Test {
+ protected:
+   void SetUp() override;
+   void TearDown() override;
+
+   AgentProcess& agent() { return agent_; }
+   storm::Console const& console() { return *console_; }
+   std::vector<std::unique_ptr<Controller>>& controllers() { return controllers_; }
+   Controller& controller(std::size_t number = 0) { return *controllers_.at(number); }
+   storm::Findings& findings() { return findings_; }
+   /// For the test's own thread, while the controllers' use theirs.
+   int upTo(int bound) { return any_.upTo(bound); }
+   bool oneIn(int chances) { return any_.oneIn(chances); }
+
+   /// Starts the agent again, which has ended, and opens a session.
+   void restart();
+   /// All controllers program while the work is done, each in a thread of its own.
+   void whileAllProgram(int most, bool redirects, std::function<void()> const& work);
+   /// Waits for so many more answers to controllers, or until that is over for which they come.
+   void awaitAnswers(unsigned count) { awaitAnswers(count, false); }
+   void awaitAnswers(unsigned count, std::atomic<bool> const& over);
+   /// Ends it, which programmed or not has so long. The status of waitpid.
+   int end(int signal, std::chrono::milliseconds grace);
+
+   /// The switch holds what the answers said, an open batch at whatever moment.
+   void expectExplained();
+   /// It holds just that; removals of redirects take their time.
+   void expectExact();
+   /// What is held is sent again but for what the answer is false for, and the resync ended. False once an answer does
+   /// not come.
+   bool resync(std::function<bool(Element const&)> const& repeats = [](Element const&) { return true; });
+
+   /// The agent holds for its clients what it held at first. Told by events, of every kind that there have been, that
+   /// they have gone: the SDK's watching for a watch whose Write failed ends with the next one.
+   void expectRest();
+   virtual void raiseMore() {}
+   /// Private memory of the agent in MiB.
+   double memory() const;
+   /// A quarter more, and 64 MiB, may be kept for the next load: glibc's arenas give the system only their tops back,
+   /// and each of gRPC's threads has one.
+   void expectMemoryBack() const;
+   /// What there is of it now is what it is compared with; at first that of an agent that has just started.
+   void memoryIsUsual() { memoryBefore_ = memory(); }
+
+ private:
+   void empty();
+   static bool isAlarm(std::string const& words);
+
+   AnyElement any_{Scale::get().seed, 0};
+   AgentProcess agent_{{Scale::get().agent, {}, {"--trace", "VelmSdkRpc/0", "--switch-state", folder}}};
+   std::optional<storm::Console> console_;
+   storm::Findings findings_;
+   std::vector<std::unique_ptr<Controller>> controllers_;
+   std::optional<storm::AgentState> before_;
+   double memoryBefore_ = 0;
+};
+
+}  // namespace VelmSdkRpc::chaos
