@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "bench/Bulk.h"
-#include "velmsdk.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 

@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "bench/ClientCall.h"
-#include "remote/vapi.grpc.pb.h"
+#include "proto/remote/vapi.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 

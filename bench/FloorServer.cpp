@@ -14,7 +14,7 @@
 #include "bench/FloorStream.h"
 #include "bench/FloorWatch.h"
 #include "bench/MirrorTables.h"
-#include "velmsdk.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 namespace {

@@ -4,7 +4,7 @@
 #include <unordered_set>
 
 #include "bench/FloorCall.h"
-#include "remote/intf.grpc.pb.h"
+#include "proto/remote/intf.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 

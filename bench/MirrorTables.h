@@ -7,8 +7,8 @@
 
 #include "bench/Hosts.h"
 #include "bench/Places.h"
-#include "remote/agent.grpc.pb.h"
-#include "remote/ip_route.grpc.pb.h"
+#include "proto/remote/agent.grpc.pb.h"
+#include "proto/remote/ip_route.grpc.pb.h"
 
 /// The tables of the mirror services that benchmarks fill and read: kinds of entries, each with the method that streams
 /// them, by place in the order of the stream, and with what it sends.

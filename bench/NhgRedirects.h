@@ -8,7 +8,7 @@
 #include "bench/Server.h"
 #include "bench/Subject.h"
 #include "bench/SwitchCalls.h"
-#include "velmsdk.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 

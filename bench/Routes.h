@@ -6,7 +6,7 @@
 #include "bench/Hosts.h"
 #include "bench/Places.h"
 #include "bench/Server.h"
-#include "velmsdk.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 
 /// The kinds of entries that benchmarks program. Each says how many keys there are, what the bulk method is, and what
 /// requests set and delete the entry at a place. All of them name one nexthop group.

@@ -6,7 +6,7 @@
 
 #include "bench/Places.h"
 #include "bench/Server.h"
-#include "velmsdk.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 

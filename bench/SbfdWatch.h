@@ -10,7 +10,7 @@
 #include "bench/Client.h"
 #include "bench/CommandLine.h"
 #include "bench/SbfdEchoSessions.h"
-#include "velmsdk.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "clients/support/AgentProcess.h"
-#include "velmsdk.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 

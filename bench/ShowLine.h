@@ -6,7 +6,7 @@
 #include <string>
 
 #include "bench/ClientCall.h"
-#include "remote/vapi.grpc.pb.h"
+#include "proto/remote/vapi.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 

@@ -4,8 +4,8 @@
 #include <memory>
 
 #include "bench/Client.h"
-#include "remote/bgp_path.grpc.pb.h"
-#include "remote/intf.grpc.pb.h"
+#include "proto/remote/bgp_path.grpc.pb.h"
+#include "proto/remote/intf.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 

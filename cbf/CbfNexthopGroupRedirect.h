@@ -11,7 +11,7 @@
 #include "platform/velm/agent.h"
 #include "platform/velm/class_map.h"
 #include "platform/velm/policy_map.h"
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace VelmSdkRpc {
 

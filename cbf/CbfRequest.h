@@ -3,7 +3,7 @@
 #include <string>
 
 #include "cbf/CbfRedirect.h"
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace VelmSdkRpc {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "remote/acl.pb.h"
+#include "proto/remote/acl.pb.h"
 
 namespace velm {
 class acl_port_spec_t;

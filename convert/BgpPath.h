@@ -1,6 +1,6 @@
 #pragma once
 
-#include "remote/bgp_path.pb.h"
+#include "proto/remote/bgp_path.pb.h"
 
 namespace velm {
 class bgp_path_attr_fields_t;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "remote/eth_lag_intf.pb.h"
+#include "proto/remote/eth_lag_intf.pb.h"
 
 namespace velm {
 class eth_lag_intf_membership_t;

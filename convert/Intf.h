@@ -1,6 +1,6 @@
 #pragma once
 
-#include "remote/intf_counter.pb.h"
+#include "proto/remote/intf_counter.pb.h"
 
 namespace velm {
 class intf_counters_t;

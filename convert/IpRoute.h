@@ -1,6 +1,6 @@
 #pragma once
 
-#include "remote/ip_route.pb.h"
+#include "proto/remote/ip_route.pb.h"
 
 namespace velm {
 class ip_route_key_t;

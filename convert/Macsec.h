@@ -1,6 +1,6 @@
 #pragma once
 
-#include "remote/macsec.pb.h"
+#include "proto/remote/macsec.pb.h"
 
 namespace velm {
 class macsec_intf_counters_t;

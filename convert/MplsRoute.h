@@ -1,6 +1,6 @@
 #pragma once
 
-#include "remote/mpls_route.pb.h"
+#include "proto/remote/mpls_route.pb.h"
 
 namespace velm {
 class mpls_route_key_t;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "remote/nexthop_group.pb.h"
+#include "proto/remote/nexthop_group.pb.h"
 
 namespace velm {
 class nexthop_group_entry_counter_t;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "remote/policy_map.pb.h"
+#include "proto/remote/policy_map.pb.h"
 
 namespace velm {
 class policy_map_action_t;

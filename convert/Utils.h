@@ -11,7 +11,7 @@
 
 #include "platform/velm/ip.h"
 #include "platform/velm/mpls.h"
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace Brel {
 class IpGenAddr;

@@ -10,7 +10,7 @@
 #include "platform/velm/intf_id.h"
 #include "platform/velm/ip.h"
 #include "platform/velm/mpls.h"
-#include "remote/types.pb.h"
+#include "proto/remote/types.pb.h"
 
 namespace VelmSdkRpc::types {
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "remote/vapi.pb.h"
+#include "proto/remote/vapi.pb.h"
 
 namespace velm {
 class vapi_response_t;

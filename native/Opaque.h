@@ -1,6 +1,6 @@
 #pragma once
 
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace velm {
 class agent_mgr;

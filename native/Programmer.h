@@ -14,8 +14,8 @@
 #include "platform/pesko/ProcessTrace.h"
 #include "platform/velm/errors.h"
 #include "platform/velm/ip.h"
+#include "proto/velmsdk.pb.h"
 #include "rpc/Announced.h"
-#include "velmsdk.pb.h"
 
 /// What all programmers of the native service do alike: the check for rpc_server_init, the rendering of failures, the
 /// loop of a bulk request. A programmer's own work is a function that returns a status and may leave an error text.

@@ -2,8 +2,8 @@
 
 #include <memory>
 
+#include "proto/velmsdk.grpc.pb.h"
 #include "rpc/GrpcService.h"
-#include "velmsdk.grpc.pb.h"
 
 namespace velm {
 class acl_mgr;

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/velm/agent.h"
-#include "remote/agent.grpc.pb.h"
+#include "proto/remote/agent.grpc.pb.h"
 #include "rpc/GrpcService.h"
 #include "rpc/SubscriptionController.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/velm/bgp_path.h"
-#include "remote/bgp_path.grpc.pb.h"
+#include "proto/remote/bgp_path.grpc.pb.h"
 #include "rpc/BacklogPublisher.h"
 #include "rpc/GenericBacklog.h"
 #include "rpc/GrpcService.h"

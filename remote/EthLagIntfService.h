@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/velm/eth_lag_intf.h"
-#include "remote/eth_lag_intf.grpc.pb.h"
+#include "proto/remote/eth_lag_intf.grpc.pb.h"
 #include "rpc/BacklogPublisher.h"
 #include "rpc/GenericBacklog.h"
 #include "rpc/GrpcService.h"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "remote/intf_counter.grpc.pb.h"
+#include "proto/remote/intf_counter.grpc.pb.h"
 #include "rpc/GrpcService.h"
 
 namespace velm {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/velm/intf.h"
-#include "remote/intf.grpc.pb.h"
+#include "proto/remote/intf.grpc.pb.h"
 #include "rpc/BacklogPublisher.h"
 #include "rpc/GenericBacklog.h"
 #include "rpc/GrpcService.h"

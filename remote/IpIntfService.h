@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/velm/ip_intf.h"
-#include "remote/ip_intf.grpc.pb.h"
+#include "proto/remote/ip_intf.grpc.pb.h"
 #include "rpc/GrpcService.h"
 #include "rpc/SubscriptionController.h"
 

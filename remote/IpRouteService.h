@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/velm/ip_route.h"
-#include "remote/ip_route.grpc.pb.h"
+#include "proto/remote/ip_route.grpc.pb.h"
 #include "rpc/GrpcService.h"
 
 namespace VelmSdkRpc {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/velm/macsec.h"
-#include "remote/macsec.grpc.pb.h"
+#include "proto/remote/macsec.grpc.pb.h"
 #include "rpc/BacklogPublisher.h"
 #include "rpc/GenericBacklog.h"
 #include "rpc/GrpcService.h"

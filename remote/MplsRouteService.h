@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/velm/mpls_route.h"
-#include "remote/mpls_route.grpc.pb.h"
+#include "proto/remote/mpls_route.grpc.pb.h"
 #include "rpc/BacklogPublisher.h"
 #include "rpc/GenericBacklog.h"
 #include "rpc/GrpcService.h"

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/velm/nexthop_group.h"
-#include "remote/nexthop_group.grpc.pb.h"
+#include "proto/remote/nexthop_group.grpc.pb.h"
 #include "rpc/GrpcService.h"
 #include "rpc/SubscriptionController.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/velm/policy_map.h"
-#include "remote/policy_map.grpc.pb.h"
+#include "proto/remote/policy_map.grpc.pb.h"
 #include "rpc/BacklogPublisher.h"
 #include "rpc/GenericBacklog.h"
 #include "rpc/GrpcService.h"

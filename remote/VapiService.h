@@ -1,6 +1,6 @@
 #pragma once
 
-#include "remote/vapi.grpc.pb.h"
+#include "proto/remote/vapi.grpc.pb.h"
 #include "rpc/GrpcService.h"
 
 namespace velm {

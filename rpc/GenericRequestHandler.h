@@ -9,7 +9,7 @@
 
 #include "platform/qor/Assert.h"
 #include "platform/velm/sdk_lock.h"
-#include "remote/rpc_status.pb.h"
+#include "proto/remote/rpc_status.pb.h"
 #include "rpc/Announced.h"
 #include "rpc/Posting.h"
 #include "rpc/RequestHandler.h"

@@ -11,7 +11,7 @@
 #include "platform/qor/HashMap2018.h"
 #include "platform/velm/bfd.h"
 #include "platform/velm/intf.h"
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace VelmSdkRpc {
 

@@ -7,7 +7,7 @@
 #include "platform/qor/HashMap2018.h"
 #include "platform/qor/PtrInterface.h"
 #include "platform/velm/bfd.h"
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace VelmSdkRpc {
 

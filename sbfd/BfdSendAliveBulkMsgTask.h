@@ -3,7 +3,7 @@
 #include <memory>
 
 #include "platform/pesko/Task.h"
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace VelmSdkRpc {
 

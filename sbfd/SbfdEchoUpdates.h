@@ -3,8 +3,8 @@
 #include <mutex>
 #include <set>
 
+#include "proto/velmsdk.pb.h"
 #include "rpc/OpaqueId.h"
-#include "velmsdk.pb.h"
 
 namespace VelmSdkRpc {
 

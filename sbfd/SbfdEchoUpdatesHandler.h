@@ -3,8 +3,8 @@
 #include <deque>
 #include <mutex>
 
+#include "proto/velmsdk.grpc.pb.h"
 #include "rpc/GenericRequestHandler.h"
-#include "velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc {
 

@@ -11,7 +11,7 @@
 
 #include "clients/demo/EntryTables.h"
 #include "clients/demo/Narration.h"
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 /// The claims of the story: each throws std::runtime_error, which tells what does not hold.
 namespace VelmSdkRpc::demo {

@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "remote/vapi.grpc.pb.h"
+#include "proto/remote/vapi.grpc.pb.h"
 
 namespace VelmSdkRpc::demo {
 

@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "clients/demo/Entries.h"
-#include "velmsdk.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::demo {
 

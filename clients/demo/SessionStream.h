@@ -12,7 +12,7 @@
 
 #include "clients/demo/Entries.h"
 #include "clients/demo/Narration.h"
-#include "velmsdk.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::demo {
 

@@ -13,7 +13,7 @@
 #include "clients/velmctl/MessageWriter.h"
 #include "clients/velmctl/Refusal.h"
 #include "clients/velmctl/RequestSource.h"
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace VelmSdkRpc::ctl {
 namespace {

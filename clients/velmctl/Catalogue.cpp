@@ -8,7 +8,7 @@
 #include <utility>
 
 #include "clients/velmctl/Errors.h"
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace VelmSdkRpc::ctl {
 namespace {

@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace VelmSdkRpc::ctl {
 

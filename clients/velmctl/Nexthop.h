@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace VelmSdkRpc::ctl {
 

@@ -5,8 +5,8 @@
 #include <algorithm>
 
 #include "clients/velmctl/Errors.h"
-#include "remote/rpc_status.pb.h"
-#include "remote/vapi.pb.h"
+#include "proto/remote/rpc_status.pb.h"
+#include "proto/remote/vapi.pb.h"
 
 namespace VelmSdkRpc::ctl {
 namespace {

@@ -2,7 +2,7 @@
 
 #include <google/protobuf/message.h>
 
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace VelmSdkRpc::ctl {
 

@@ -9,7 +9,7 @@
 #include "clients/velmctl/Errors.h"
 #include "clients/velmctl/LineReader.h"
 #include "clients/velmctl/Refusal.h"
-#include "remote/vapi.pb.h"
+#include "proto/remote/vapi.pb.h"
 
 namespace VelmSdkRpc::ctl {
 namespace {

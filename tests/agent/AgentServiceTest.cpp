@@ -2,7 +2,7 @@
 #include <csignal>
 #include <thread>
 
-#include "remote/agent.grpc.pb.h"
+#include "proto/remote/agent.grpc.pb.h"
 #include "tests/support/AgentTest.h"
 #include "tests/support/Mirror.h"
 

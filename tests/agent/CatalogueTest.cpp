@@ -7,7 +7,7 @@
 #include <fstream>
 #include <map>
 
-#include "remote/rpc_status.pb.h"
+#include "proto/remote/rpc_status.pb.h"
 #include "tests/support/AgentTest.h"
 #include "tests/support/AnyCall.h"
 

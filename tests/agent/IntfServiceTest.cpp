@@ -1,5 +1,5 @@
-#include "remote/intf.grpc.pb.h"
-#include "remote/intf_counter.grpc.pb.h"
+#include "proto/remote/intf.grpc.pb.h"
+#include "proto/remote/intf_counter.grpc.pb.h"
 #include "tests/support/AgentTest.h"
 #include "tests/support/Mirror.h"
 

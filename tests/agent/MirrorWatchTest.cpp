@@ -3,10 +3,10 @@
 
 #include <csignal>
 
-#include "remote/eth_lag_intf.grpc.pb.h"
-#include "remote/ip_intf.grpc.pb.h"
-#include "remote/macsec.grpc.pb.h"
-#include "remote/policy_map.grpc.pb.h"
+#include "proto/remote/eth_lag_intf.grpc.pb.h"
+#include "proto/remote/ip_intf.grpc.pb.h"
+#include "proto/remote/macsec.grpc.pb.h"
+#include "proto/remote/policy_map.grpc.pb.h"
 #include "tests/support/AgentTest.h"
 #include "tests/support/Mirror.h"
 

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace VelmSdkRpc {
 

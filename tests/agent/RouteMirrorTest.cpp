@@ -1,10 +1,10 @@
 // The mirrors of routes and groups beside the native service, their bulks, and their watches.
 #include <csignal>
 
-#include "remote/bgp_path.grpc.pb.h"
-#include "remote/ip_route.grpc.pb.h"
-#include "remote/mpls_route.grpc.pb.h"
-#include "remote/nexthop_group.grpc.pb.h"
+#include "proto/remote/bgp_path.grpc.pb.h"
+#include "proto/remote/ip_route.grpc.pb.h"
+#include "proto/remote/mpls_route.grpc.pb.h"
+#include "proto/remote/nexthop_group.grpc.pb.h"
 #include "tests/support/AgentTest.h"
 #include "tests/support/Mirror.h"
 

@@ -11,7 +11,7 @@
 #include <spawn.h>
 #include <thread>
 
-#include "remote/intf.grpc.pb.h"
+#include "proto/remote/intf.grpc.pb.h"
 #include "tests/support/AgentTest.h"
 #include "tests/support/Mirror.h"
 

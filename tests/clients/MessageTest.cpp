@@ -8,8 +8,8 @@
 #include "clients/velmctl/Errors.h"
 #include "clients/velmctl/MessageReader.h"
 #include "clients/velmctl/MessageWriter.h"
+#include "proto/velmsdk.pb.h"
 #include "tests/support/AnyMessage.h"
-#include "velmsdk.pb.h"
 
 namespace VelmSdkRpc::ctl {
 namespace {

@@ -4,7 +4,7 @@
 #include <gtest/gtest.h>
 
 #include "convert/Format.h"
-#include "remote/vapi.pb.h"
+#include "proto/remote/vapi.pb.h"
 
 namespace VelmSdkRpc {
 namespace {

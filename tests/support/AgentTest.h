@@ -14,8 +14,8 @@
 
 #include "clients/support/AgentProcess.h"
 #include "clients/support/TempFolder.h"
-#include "remote/vapi.grpc.pb.h"
-#include "velmsdk.grpc.pb.h"
+#include "proto/remote/vapi.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc {
 

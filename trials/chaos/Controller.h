@@ -6,9 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "proto/velmsdk.grpc.pb.h"
 #include "trials/chaos/AnyElement.h"
 #include "trials/storm/Findings.h"
-#include "velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::chaos {
 

@@ -17,10 +17,10 @@
 #include <unistd.h>
 #include <vector>
 
-#include "remote/ip_route.grpc.pb.h"
+#include "proto/remote/ip_route.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 #include "trials/chaos/Watches.h"
 #include "trials/storm/Caller.h"
-#include "velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::chaos {
 namespace {

@@ -4,9 +4,9 @@
 #include <list>
 #include <mutex>
 
-#include "remote/bgp_path.grpc.pb.h"
-#include "remote/intf.grpc.pb.h"
-#include "remote/ip_route.grpc.pb.h"
+#include "proto/remote/bgp_path.grpc.pb.h"
+#include "proto/remote/intf.grpc.pb.h"
+#include "proto/remote/ip_route.grpc.pb.h"
 #include "tests/support/Mirror.h"
 #include "trials/chaos/ChaosTest.h"
 #include "trials/storm/Caller.h"

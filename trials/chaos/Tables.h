@@ -5,8 +5,8 @@
 #include <variant>
 #include <vector>
 
+#include "proto/velmsdk.pb.h"
 #include "trials/storm/AgentState.h"
-#include "velmsdk.pb.h"
 
 namespace VelmSdkRpc::chaos {
 

@@ -7,16 +7,16 @@
 #include <functional>
 #include <utility>
 
-#include "remote/agent.grpc.pb.h"
-#include "remote/bgp_path.grpc.pb.h"
-#include "remote/eth_lag_intf.grpc.pb.h"
-#include "remote/intf.grpc.pb.h"
-#include "remote/ip_intf.grpc.pb.h"
-#include "remote/macsec.grpc.pb.h"
-#include "remote/mpls_route.grpc.pb.h"
-#include "remote/nexthop_group.grpc.pb.h"
-#include "remote/policy_map.grpc.pb.h"
-#include "velmsdk.grpc.pb.h"
+#include "proto/remote/agent.grpc.pb.h"
+#include "proto/remote/bgp_path.grpc.pb.h"
+#include "proto/remote/eth_lag_intf.grpc.pb.h"
+#include "proto/remote/intf.grpc.pb.h"
+#include "proto/remote/ip_intf.grpc.pb.h"
+#include "proto/remote/macsec.grpc.pb.h"
+#include "proto/remote/mpls_route.grpc.pb.h"
+#include "proto/remote/nexthop_group.grpc.pb.h"
+#include "proto/remote/policy_map.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::chaos {
 namespace {

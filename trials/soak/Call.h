@@ -6,8 +6,8 @@
 #include <chrono>
 #include <stdexcept>
 
+#include "proto/velmsdk.grpc.pb.h"
 #include "trials/soak/Halt.h"
-#include "velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::soak {
 

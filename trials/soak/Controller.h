@@ -4,11 +4,11 @@
 #include <cstdint>
 #include <memory>
 
-#include "remote/ip_route.grpc.pb.h"
+#include "proto/remote/ip_route.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 #include "trials/soak/Halt.h"
 #include "trials/soak/Latencies.h"
 #include "trials/storm/Findings.h"
-#include "velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::soak {
 

@@ -3,12 +3,12 @@
 #include <memory>
 #include <string>
 
-#include "remote/intf.grpc.pb.h"
+#include "proto/remote/intf.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 #include "trials/soak/Halt.h"
 #include "trials/soak/Latencies.h"
 #include "trials/storm/AgentState.h"
 #include "trials/storm/Findings.h"
-#include "velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::soak {
 

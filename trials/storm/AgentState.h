@@ -4,7 +4,7 @@
 #include <string>
 
 #include "clients/support/AgentProcess.h"
-#include "remote/vapi.grpc.pb.h"
+#include "proto/remote/vapi.grpc.pb.h"
 
 namespace VelmSdkRpc::storm {
 

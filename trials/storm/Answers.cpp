@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <array>
 
-#include "remote/rpc_status.pb.h"
+#include "proto/remote/rpc_status.pb.h"
 
 namespace VelmSdkRpc::storm {
 namespace {
