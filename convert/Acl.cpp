@@ -41,7 +41,8 @@ velm::remote::AclPortSpec convert(velm::acl_port_spec_t spec) {
    return message;
 }
 
-// Not in the order of the fields: this one says which of several faults is told.
+// The order of these checks decides which of several faults the client reads. It is neither that of the schema's fields
+// nor that of the rule's attributes, but the one that clients have always met; Acl.h lists it.
 velm::acl_rule_ip_t convert(velm::remote::AclRuleIp message) {
    velm::acl_rule_ip_t rule;
    rule.action_is(convert(message.base().action()));
@@ -72,13 +73,11 @@ velm::acl_rule_ip_t convert(velm::remote::AclRuleIp message) {
 }
 
 velm::remote::AclRuleIp convert(velm::acl_rule_ip_t rule) {
-   velm::remote::AclRuleBase base;
+   velm::remote::AclRuleIp message;
+   auto& base = *message.mutable_base();
    base.set_action(convert(rule.action()));
    base.set_log(rule.log());
    base.set_tracked(rule.tracked());
-
-   velm::remote::AclRuleIp message;
-   *message.mutable_base() = base;
    message.set_nexthop_group(rule.nexthop_group());
    *message.mutable_ttl() = convert(rule.ttl());
    *message.mutable_source_addr() = convert(rule.source_addr());

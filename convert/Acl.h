@@ -10,25 +10,31 @@ class acl_ttl_spec_t;
 
 namespace VelmSdkRpc::types {
 
-// To the SDK: of several faults of one message the first in the order told here is the one reported.
+// Rules of access lists. Of several faults in one message the client reads the one that its function lists first. On
+// the way to the wire only a value that this program does not know can fail.
 
 /// Throws invalid_argument_error for an unknown operator, then for a TTL above 255.
 velm::acl_ttl_spec_t convert(velm::remote::AclTtlSpec message);
 /// Throws invalid_argument_error for an unknown operator.
 velm::remote::AclTtlSpec convert(velm::acl_ttl_spec_t spec);
 
-/// The ports in their order, repeats included. Throws invalid_argument_error for an unknown operator, then for the
-/// first port above 65535.
+/// Keeps the order of the ports, and repeats. Throws invalid_argument_error for an unknown operator, then for the first
+/// port above 65535. How many ports an operator takes is not checked here.
 velm::acl_port_spec_t convert(velm::remote::AclPortSpec message);
 /// Throws invalid_argument_error for an unknown operator.
 velm::remote::AclPortSpec convert(velm::acl_port_spec_t spec);
 
-/// Throws invalid_argument_error for an unknown action; a VLAN, its mask, an inner VLAN, its mask or an IP protocol
-/// that their types cannot hold; as the TTL does; for what is no address, the source first; as the ports do, those of
-/// the source first; for TCP flags that their type cannot hold; for an unknown IP type, which an absent one is, too;
-/// and for an ICMP type, ICMP code, priority or priority mask that their types cannot hold.
+/// Throws invalid_argument_error for the first of these that is wrong:
+///   1. the action;
+///   2. the VLAN, its mask, the inner VLAN, its mask (16 bits each), the IP protocol (8 bits);
+///   3. the TTL;
+///   4. the address of the source, that of the destination, the ports of the source, those of the destination;
+///   5. the TCP flags (16 bits);
+///   6. the IP type, which has no default: a message without one is refused;
+///   7. the ICMP type and code (16 bits each), the priority and its mask (8 bits each).
+/// The bounds of numbers are those of the SDK's types; whether a VLAN of that number can exist the switch says.
 velm::acl_rule_ip_t convert(velm::remote::AclRuleIp message);
-/// Throws invalid_argument_error for an enum's unknown number, unsupported_error for an unknown address family.
+/// Throws invalid_argument_error for an unknown value of an enum, unsupported_error for an unknown address family.
 velm::remote::AclRuleIp convert(velm::acl_rule_ip_t rule);
 
 }  // namespace VelmSdkRpc::types

@@ -1,6 +1,7 @@
 #pragma once
 
-// For the sources of this folder alone: addresses as bytes, which tell their family by their number.
+// Raw addresses. Neither the wire nor these functions name a family: the number of bytes tells it, 4 for IPv4, 16 for
+// IPv6 and none for no address at all. Each caller says what any other number means to it.
 
 #include <cstddef>
 #include <optional>
@@ -11,8 +12,8 @@
 
 namespace VelmSdkRpc::types {
 
-/// The address of that many bytes, none of them the null address; nothing for a length that no family has, which some
-/// callers refuse and others take for a broken client.
+/// The address that the bytes are: none are the null address, and a number of bytes that no family has is no address. A
+/// mirror service refuses such a one, the native service ends the process over it.
 inline std::optional<velm::ip_addr_t> addressOf(std::string const& bytes) {
    auto const* const data = reinterpret_cast<unsigned char const*>(bytes.data());
    switch (bytes.size()) {
@@ -23,8 +24,9 @@ inline std::optional<velm::ip_addr_t> addressOf(std::string const& bytes) {
    }
 }
 
-/// The bytes of an address, or of that of a prefix or mask. An unknown family is an unsupported_error here, where
-/// ip_addr_bytes has an invalid_argument_error. Clients have seen both, so each field keeps the form that it has.
+/// How many bytes an address has, or that of a prefix or mask; 0 for the null address. Throws unsupported_error for an
+/// unknown family, where ip_addr_bytes throws invalid_argument_error: clients have read both codes, each from its own
+/// fields, so that the two do not become one.
 template <class Address>
 std::size_t afToSize(Address const& address) {
    if (!is_valid(address.af())) throw velm::unsupported_error("Unknown address family on conversion from SDK");

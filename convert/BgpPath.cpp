@@ -30,7 +30,8 @@ velm::bgp_path_attr_fields_t convert(velm::remote::BgpPathAttrFields const& mess
 
 velm::bgp_path_options_t convert(velm::remote::BgpPathOptions const& message) {
    velm::bgp_path_options_t options;
-   // The one enum without a table: its numbers are the SDK's own, and this program need not know them.
+   // The one enum without a row in the table of Enums.h: its numbers are the SDK's own, and this program need not know
+   // them. What the switch makes of an unknown one is the switch's affair.
    options.receive_route_stage_is(static_cast<velm::bgp_receive_route_stage_t>(message.receive_route_stage()));
    options.path_attr_fields_is(convert(message.path_attr_fields()));
    return options;

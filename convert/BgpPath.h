@@ -12,20 +12,25 @@ class bgp_path_t;
 
 namespace VelmSdkRpc::types {
 
-/// Throws invalid_argument_error for what is no address: of the peer first, then of the prefix.
+// BGP paths. Keys cross both ways; what the switch learned of a path only leaves, and what a client wants to read of it
+// only comes in.
+
+/// Throws invalid_argument_error if the peer's address has the wrong number of bytes, then if the prefix's has.
 velm::bgp_path_key_t convert(velm::remote::BgpPathKey const& message);
-/// For an unknown address family throws invalid_argument_error if it is the peer's, unsupported_error if the prefix's.
+/// An unknown address family is an invalid_argument_error in the peer's address, an unsupported_error in the prefix.
 velm::remote::BgpPathKey convert(velm::bgp_path_key_t const& key);
 
+/// Which attributes the client wants; those not asked for come back blank.
 velm::bgp_path_attr_fields_t convert(velm::remote::BgpPathAttrFields const& message);
 
-/// The stage passes whatever its number.
+/// The stage is the one enum that is not checked: any number passes to the switch.
 velm::bgp_path_options_t convert(velm::remote::BgpPathOptions const& message);
 
-/// The communities come in no particular order. Throws invalid_argument_error for an unknown address family.
+/// The communities are in no particular order. Throws invalid_argument_error if the next hop is of an unknown address
+/// family.
 velm::remote::BgpPathAttrs convert(velm::bgp_path_attr_t const& attr);
 
-/// Throws as its key does, then as its attributes do.
+/// The key and the attributes; throws as these do, the key first.
 velm::remote::BgpPath convert(velm::bgp_path_t const& path);
 
 }  // namespace VelmSdkRpc::types

@@ -8,6 +8,7 @@
 
 namespace VelmSdkRpc {
 
+// The format is one of this program's own, never a client's text.
 template <class To, class From>
 To boundaryCheck(From value, std::string_view format) {
    if (!std::in_range<To>(value)) throw velm::invalid_argument_error(fmt::format(fmt::runtime(format), value));

@@ -4,9 +4,11 @@
 
 namespace VelmSdkRpc {
 
-/// The value in a narrower type: the wire knows no bytes and no 16-bit integers. Throws invalid_argument_error with
-/// `format`, its placeholder filled with the value, if the type cannot hold it. Only the type bounds it, never a
-/// protocol: a VLAN of 5000 passes, and the switch is the one to refuse it.
+/// Gives the value in a narrower type: the SDK has bytes and 16-bit integers, the wire has neither. If the type cannot
+/// hold it, throws invalid_argument_error with `format`, whose one placeholder gets the value.
+///
+/// Only the type bounds the value, never a protocol: a VLAN of 5000 passes, and the switch is the one to refuse it.
+/// Fields that are cut to their width instead are named by their conversions.
 ///
 /// Exists from unsigned int to unsigned char and to unsigned short.
 template <class To, class From>

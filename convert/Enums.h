@@ -1,10 +1,14 @@
 #pragma once
 
-// Every enum that crosses between the wire and the SDK, one row each.
+// Every enum that crosses between the wire and the SDK, one row each: its numbers, its error and that error's text.
 //
 // Both sides may bring numbers that this program does not know: the wire's enums are open, and the SDK may be newer.
-// Such a number ends in the row's error, never in a cast. The enums are only declared here, so that a change of one
-// feature's schema leaves the others alone.
+// Such a number ends in the row's error, never in a cast.
+//
+// The numbers of both sides are alike, or the wire's are one higher: where the SDK's 0 means something, the wire keeps
+// its 0 free, so that a field which was left out is refused instead of being taken for the SDK's first value.
+//
+// The enums are only declared here, so that who changes one feature's schema does not compile the others again.
 
 #include <cstdint>
 
@@ -69,10 +73,12 @@ namespace VelmSdkRpc::types {
 
 namespace remote = velm::remote;
 
-/// Throws the error with the number in the text's placeholder.
+/// Throws an Error with `text`, the number in its placeholder. Out of line, so that only one source needs {fmt}.
 template <class Error>
 [[noreturn]] void refuse(char const* text, int number);
 
+/// An enum that the SDK only reports has no way to the SDK, and the other way round: a conversion that nobody may need
+/// does not compile.
 enum class Ways { both, toSdk, toWire };
 
 /// An enum of the wire and its twin of the SDK. Throws Error for a number outside the range of its side.
@@ -103,7 +109,7 @@ using ToSdk = EnumRow<Wire, Sdk, Ways::toSdk, Error>;
 template <class Wire, class Sdk, class Error = velm::invalid_argument_error>
 using ToWire = EnumRow<Wire, Sdk, Ways::toWire, Error>;
 
-/// Converts an enum of either side of any of its rows.
+/// Converts an enum of any of its rows, from either side; the type of the argument tells the row and the way.
 template <class... Rows>
 struct EnumTable : Rows... {
    using Rows::operator()...;
@@ -111,7 +117,9 @@ struct EnumTable : Rows... {
 template <class... Rows>
 EnumTable(Rows...) -> EnumTable<Rows...>;
 
-// The texts are what clients have always read, also where one speaks of another enum, or ends in a blank.
+// The texts are an interface: clients have always read them so, including the one of PolicyMapStatus, which speaks of
+// another enum, and the one that ends in a blank. So are the classes of error: clients see UNIMPLEMENTED for the enums
+// of LAGs and for OperStatus, INVALID_ARGUMENT for all others.
 // clang-format off
 inline constexpr EnumTable enumTable{
    Both<remote::AclAction, velm::acl_action_t>{0, 2, "Unknown value for Acl action: {}"},
@@ -147,7 +155,7 @@ inline constexpr EnumTable enumTable{
 };
 // clang-format on
 
-/// The enum on the other side.
+/// Gives the twin of an enum's value on the other side; throws as its row says.
 template <class Enum>
 requires requires(Enum value) { enumTable(value); }
 auto convert(Enum value) { return enumTable(value); }

@@ -9,12 +9,12 @@ class eth_lag_intf_t;
 
 namespace VelmSdkRpc::types {
 
-// There is no way back: clients set a LAG attribute by attribute.
+// Port channels, as the switch shows them. There is no way back to the SDK: clients set a LAG attribute by attribute.
 
-/// Throws unsupported_error for an unknown fallback type.
+/// The LAG's own attributes; its members are not part of it. Throws unsupported_error for an unknown fallback type.
 velm::remote::EthLagIntf convert(velm::eth_lag_intf_t const& lag);
 
-/// Throws unsupported_error for an unknown LACP mode.
+/// One interface's place in a LAG. Throws unsupported_error for an unknown LACP mode.
 velm::remote::EthLagIntfMembership convert(velm::eth_lag_intf_membership_t const& membership);
 
 }  // namespace VelmSdkRpc::types

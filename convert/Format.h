@@ -1,6 +1,7 @@
 #pragma once
 
-// Makes every message an argument of any format string: a native message in its text form, any other as one line.
+// Makes every message an argument of any format string, for traces and for errors that quote a request: a native
+// message in the text form of Utils.h, any other as one line of protobuf's text format.
 
 #include <fmt/format.h>
 #include <google/protobuf/text_format.h>
@@ -12,8 +13,10 @@
 
 namespace VelmSdkRpc {
 
-/// Prints messages of one type as one line. Fields named "cak" hold the keys of Macsec: they print as *** at any depth,
-/// and fields that this build does not know are left out, since they might hold such a key.
+/// Prints messages of one type as one line. Thread-safe. Its making walks all message types below its own, so keep it.
+///
+/// Fields named "cak" hold the keys of Macsec: they print as *** at any depth, and fields that this build does not know
+/// are left out, since they might hold such a key.
 class LinePrinter {
  public:
    explicit LinePrinter(google::protobuf::Descriptor const* type);

@@ -9,7 +9,7 @@ namespace VelmSdkRpc::types {
 velm::ip_route_key_t convert(velm::remote::IpRouteKey const& message) {
    velm::ip_route_key_t key;
    key.prefix_is(convert(message.prefix()));
-   // Unchecked on purpose, unlike the metric of an MPLS route.
+   // Cut and not checked, unlike the metric of an MPLS route: clients rely on either as it is.
    key.preference_is(static_cast<unsigned char>(message.preference()));
    return key;
 }
@@ -41,7 +41,7 @@ velm::ip_route_via_t convert(velm::remote::IpRouteVia const& message) {
    via.hop_is(ip_addr(message.hop()));
    via.intf_is(convert(message.intf()));
    via.nexthop_group_is(message.nexthop_group());
-   // Always set: an absent label is label 0, whatever the SDK begins with.
+   // Always set: an absent label is label 0, whatever label the SDK's value begins with.
    via.mpls_label_is(velm::mpls_label_t(message.mpls_label()));
    via.vni_is(message.vni());
    via.vtep_addr_is(ip_addr(message.vtep_addr()));
@@ -60,6 +60,7 @@ velm::remote::IpRouteVia convert(velm::ip_route_via_t const& via) {
    message.set_mpls_label(via.mpls_label().label());
    message.set_vni(via.vni());
    message.set_vtep_addr(via.vtep_addr().addr(), afToSize(via.vtep_addr()));
+   // The one MAC address on the wire, so that it needs no function of its own. As with addresses, no bytes are none.
    if (!!via.router_mac()) {
       auto& mac = *message.mutable_router_mac();
       mac.resize(6);

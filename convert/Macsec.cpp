@@ -24,7 +24,7 @@ velm::remote::MacsecKey convert(velm::macsec_key_t const& key) {
 }
 
 velm::macsec_profile_t convert(velm::remote::MacsecProfile const& message) {
-   // Before all else: a bad priority is told before an unknown enum.
+   // Before all else, although the name comes first in the message: a client that has several faults reads this one.
    auto const priority = boundaryCheck<unsigned char>(message.key_server_priority(), "Invalid key server priority {}");
    velm::macsec_profile_t profile;
    profile.name_is(message.name());
@@ -32,7 +32,7 @@ velm::macsec_profile_t convert(velm::remote::MacsecProfile const& message) {
    profile.fallback_key_is(convert(message.fallback_key()));
    profile.key_server_priority_is(priority);
    profile.rekey_period_is(message.rekey_period());
-   // The only two zeros that leave the SDK's default alone.
+   // These two alone take a zero for "not given" and keep the SDK's default. What comes back shows the default.
    if (message.mka_life_time() != 0) profile.mka_life_time_is(message.mka_life_time());
    if (message.cipher() != 0) profile.cipher_is(convert(message.cipher()));
    profile.dot1x_is(message.dot1x());
@@ -42,7 +42,8 @@ velm::macsec_profile_t convert(velm::remote::MacsecProfile const& message) {
    profile.replay_protection_is(message.replay_protection());
    profile.replay_protection_window_is(message.replay_protection_window());
    profile.key_retirement_immediate_is(message.key_retirement_immediate());
-   // Not the interfaces: which ones use a profile is not the profile's to say.
+   // Not the interfaces, which the message has only for the way back: a profile comes to an interface by a call of
+   // that.
    return profile;
 }
 

@@ -13,7 +13,7 @@ velm::mpls_route_key_t convert(velm::remote::MplsRouteKey const& message) {
    std::vector<velm::mpls_label_t> labels;
    labels.reserve(message.labels_size());
    for (auto const& label : message.labels()) labels.push_back(convert(label));
-   // Behind the labels: a bad one is told before a bad metric.
+   // After the labels, so that a client with both faults reads that of the label.
    auto const metric = boundaryCheck<unsigned char>(message.metric(), "metric {} is out of range");
    return {labels, metric};
 }
@@ -37,7 +37,7 @@ velm::remote::MplsRoute convert(velm::mpls_route_t const& route) {
 }
 
 velm::mpls_route_via_t convert(velm::remote::MplsRouteVia const& message) {
-   // Before the key: an unknown action is told before a bad metric.
+   // Before the key, so that a client with both faults reads that of the action and not that of the key's metric.
    auto const action = convert(message.label_action());
    velm::mpls_route_via_t via(convert(message.route_key()), action);
    via.hop_is(ip_addr(message.hop()));

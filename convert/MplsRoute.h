@@ -10,20 +10,26 @@ class mpls_route_via_t;
 
 namespace VelmSdkRpc::types {
 
-// To the SDK: of several faults of one message the first in the order told here is the one reported.
+// MPLS routes and their vias. On the way to the SDK, where a message has several faults, the client reads the one that
+// its function lists first.
 
-/// Throws invalid_range_error for what is no label, then invalid_argument_error for a metric above 255.
+/// The labels keep their order, outermost first. Throws invalid_range_error for the first label above 1048575, then
+/// invalid_argument_error for a metric above 255.
 velm::mpls_route_key_t convert(velm::remote::MplsRouteKey const& message);
 velm::remote::MplsRouteKey convert(velm::mpls_route_key_t const& key);
 
-/// Throws as its key does.
+/// A route is its key; its vias are set one by one. Throws as the key does.
 velm::mpls_route_t convert(velm::remote::MplsRoute const& message);
 velm::remote::MplsRoute convert(velm::mpls_route_t const& route);
 
-/// Throws invalid_argument_error for an unknown label action, then as its key does, then for what is no address, no
-/// interface name or no label, and for an unknown TTL mode or payload type. An absent label is label 0.
+/// Throws for the first of these that is wrong, invalid_argument_error unless it says otherwise:
+///   1. the label action;
+///   2. the key of its route, as told there;
+///   3. the number of bytes of the hop's address, the name of the interface;
+///   4. the label to push or swap in: invalid_range_error above 1048575. An absent one is label 0;
+///   5. the TTL mode, the payload type.
 velm::mpls_route_via_t convert(velm::remote::MplsRouteVia const& message);
-/// Throws invalid_argument_error for an unknown address family and for an enum's unknown number.
+/// Throws invalid_argument_error for an unknown address family or an unknown value of an enum.
 velm::remote::MplsRouteVia convert(velm::mpls_route_via_t const& via);
 
 }  // namespace VelmSdkRpc::types

@@ -11,13 +11,14 @@
 namespace VelmSdkRpc::types {
 namespace {
 
-// Unchecked on purpose, unlike other narrow integers.
+// Cut and not checked, unlike other narrow integers: clients rely on either as it is.
 unsigned short low16(std::uint32_t value) { return static_cast<unsigned short>(value); }
 
 }  // namespace
 
 velm::nexthop_group_mpls_action_t convert(velm::remote::NexthopGroupMplsAction const& message) {
-   // From the last to the first, which also says which of two bad labels is told; the action is looked at last.
+   // A forward_list grows at its head, so the labels come from the last to the first, and of two bad ones the client
+   // reads the later. The action is looked at after all of them.
    std::forward_list<velm::mpls_label_t> labels;
    for (int at = message.label_stack_size(); at-- > 0;) labels.emplace_front(message.label_stack(at));
    velm::nexthop_group_mpls_action_t action(convert(message.action_type()));
@@ -50,7 +51,8 @@ velm::remote::NexthopGroupEntry convert(velm::nexthop_group_entry_t const& entry
 }
 
 velm::nexthop_group_t convert(velm::remote::NexthopGroup const& message) {
-   // The members before the enums: a bad one is told before an unknown type.
+   // Entries and destinations before the enums, so that of several faults a client reads that of an entry first. Two
+   // indexes that become one when they are cut keep whichever entry comes first: the wire's maps have no order.
    std::map<unsigned short, velm::nexthop_group_entry_t> nexthops;
    for (auto const& [index, entry] : message.nexthops()) nexthops.emplace(low16(index), convert(entry));
    std::map<unsigned short, velm::ip_addr_t> destinations;

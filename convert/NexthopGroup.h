@@ -11,29 +11,33 @@ class nexthop_group_t;
 
 namespace VelmSdkRpc::types {
 
-// To the SDK: of several faults of one message the first in the order told here is the one reported.
+// Nexthop groups, from the label stack of an entry up to the group. On the way to the SDK, where a message has several
+// faults, the client reads the one that its function lists first.
 
-/// Throws invalid_range_error for what is no label, the last of the stack first, then invalid_argument_error for an
-/// unknown action.
+/// The stack keeps its order. Throws invalid_range_error for a label above 1048575, the last one of the stack first,
+/// then invalid_argument_error for an unknown action.
 velm::nexthop_group_mpls_action_t convert(velm::remote::NexthopGroupMplsAction const& message);
 /// Throws invalid_argument_error for an unknown action.
 velm::remote::NexthopGroupMplsAction convert(velm::nexthop_group_mpls_action_t const& action);
 
-/// Throws invalid_argument_error for what is no address, then as its action does, then invalid_argument_error for what
-/// is no interface name; all of them whether the entry names a child group or not.
+/// Throws invalid_argument_error for an address of a wrong number of bytes, then as its action does, then
+/// invalid_argument_error for a text that names no interface: also where the entry names a child group.
 velm::nexthop_group_entry_t convert(velm::remote::NexthopGroupEntry const& message);
-/// Throws unsupported_error for an unknown address family, else as its action does.
+/// Throws unsupported_error for an unknown address family, then as its action does.
 velm::remote::NexthopGroupEntry convert(velm::nexthop_group_entry_t const& entry);
 
-/// Throws as its entries do, in no particular order; then invalid_argument_error for what is no destination address,
-/// then for an unknown type of GRE key, an unknown encapsulation, and what is no source address or interface name.
+/// Throws as its entries do, in no particular order, for a map on the wire has none; then invalid_argument_error for
+/// the first of these that is wrong: a destination address, the type of the GRE key, the encapsulation, the source
+/// address, the source interface.
 ///
-/// The TTL and the indexes are cut to 16 bits. Of indexes that are then alike one is kept, and it is open which.
+/// The TTL and the indexes are cut to 16 bits, not checked. Of indexes that are then alike one is kept, and it is open
+/// which.
 velm::nexthop_group_t convert(velm::remote::NexthopGroup const& message);
-/// Throws invalid_argument_error for an enum's unknown number and for a destination of an unknown address family,
-/// unsupported_error for a source of one; else as its entries do.
+/// Throws invalid_argument_error for an unknown value of an enum and for a destination of an unknown address family,
+/// unsupported_error for a source of one, and as its entries do.
 velm::remote::NexthopGroup convert(velm::nexthop_group_t const& group);
 
+/// Counters of one entry. They mean something only where `valid` is true: the group has that entry.
 velm::remote::NexthopGroupCounter convert(velm::nexthop_group_entry_counter_t const& counter);
 
 }  // namespace VelmSdkRpc::types

@@ -30,7 +30,7 @@ velm::policy_map_action_t convert(velm::remote::PolicyMapAction const& message) 
    velm::policy_map_action_t action;
    action.action_type_is(convert(message.action_type()));
    action.nexthop_group_name_is(message.nexthop_group_name());
-   std::unordered_set<velm::ip_addr_t> nexthops;
+   std::unordered_set<velm::ip_addr_t> nexthops;  // the SDK's kind: repeats count once, the order is lost
    for (auto const& nexthop : message.nexthops()) nexthops.insert(ip_addr(nexthop));
    action.nexthops_is(nexthops);
    action.vrf_is(message.vrf());
@@ -54,7 +54,7 @@ velm::policy_map_rule_t convert(velm::remote::PolicyMapRule const& message) {
    velm::policy_map_rule_t rule;
    rule.class_map_key_is(convert(message.class_map_key()));
    rule.policy_map_rule_type_is(convert(message.policy_map_rule_type()));
-   // Whatever the type, on purpose: a rule of the type class map must carry a valid raw rule as well.
+   // Whatever the type: clients have always had to send a valid raw rule, also with a class map.
    rule.raw_rule_is(convert(message.raw_rule()));
    std::set<velm::policy_map_action_t> actions;
    for (auto const& action : message.actions()) actions.insert(convert(action));

@@ -15,9 +15,16 @@
 #include "platform/qor/Runtime.h"
 #include "platform/velm/bfd.h"
 
+// The native conversions, and the text form of the native messages.
+//
+// A text is made by appending to one string, which nested messages share, and not through a stream: a bulk request that
+// is refused is rendered once for each element, and a stream would cost a buffer and a locale for each message in it.
+// Nothing is rendered for a trace line whose level is off.
+
 namespace VelmSdkRpc {
 namespace {
 
+// The assertions of this file all say "false", the text that operators have always found in the log.
 velm::ip_addr_t trustedAddress(std::string const& bytes) {
    auto const address = types::addressOf(bytes);
    Qor::assertThat(address.has_value(), "false");
@@ -38,7 +45,7 @@ velm::ip_addr_t ipAddressToIpAddr(pb::ip_address_msg const& address) { return tr
 
 velm::ip_prefix_t ipPrefixToPrefix(pb::ip_prefix_msg const& prefix) {
    auto const address = trustedAddress(prefix.addr());
-   if (address.af() == velm::af_t::none) return {};
+   if (address.af() == velm::af_t::none) return {};  // without the length: it is the default prefix
    return {address, static_cast<unsigned char>(prefix.prefix_length())};
 }
 
@@ -66,7 +73,7 @@ pb::ip_address_msg ipGenAddrToIpAddress(Brel::IpGenAddr const& address) {
 void convertKey(velm::sbfd_echo_session_key_t const& key, pb::sbfd_echo_session_key_msg* message) {
    message->set_outgoing_interface(key.nexthop_intf().to_string());
    ipAddrToIpAddress(key.nexthop(), message->mutable_nexthop());
-   auto const& labels = key.labels();
+   auto const& labels = key.labels();  // a forward_list, which does not know its length
    message->mutable_labels()->Reserve(static_cast<int>(std::distance(labels.begin(), labels.end())));
    for (auto const& label : labels) message->add_labels(label.label());
    message->set_dscp(key.ip_dscp());
@@ -76,14 +83,15 @@ void convertKey(velm::sbfd_echo_session_key_t const& key, pb::sbfd_echo_session_
 namespace pb {
 namespace {
 
+// The message's name with its namespaces, which is worked out once for each type: demangling allocates.
 template <class Message>
 std::string const& typeName(Message const&) {
    static std::string const name = Qor::demangle(typeid(Message));
    return name;
 }
 
-/// Appends pieces in order: text, numbers, booleans, enums by name, messages in their own form, and whatever appends
-/// itself.
+// Appends pieces in order: text, numbers, booleans, enums by name, messages in their own form, and whatever appends
+// itself. The value of an enum that the schema does not list has no name and appends nothing.
 template <class... Pieces>
 void append(std::string& text, Pieces const&... pieces) {
    auto const one = [&text]<class Piece>(Piece const& piece) {
@@ -105,7 +113,8 @@ void append(std::string& text, Pieces const&... pieces) {
    (one(pieces), ...);
 }
 
-/// The elements with ", " between them; `show` gives what stands for an element.
+// The elements with ", " between them; `show` gives what stands for an element. Refers to the elements: it is to be
+// used up by the expression that makes it.
 template <class Elements, class Show = std::identity>
 auto list(Elements const& elements, Show show = {}) {
    return [&elements, show](std::string& text) {
@@ -119,6 +128,7 @@ auto list(Elements const& elements, Show show = {}) {
 
 std::string const& keyOf(rpc_server_key_value_pair_msg const& pair) { return pair.key(); }
 
+// Refers to the pair, as list() does to its elements.
 auto pairOf(rpc_server_key_value_pair_msg const& pair) {
    return [&pair](std::string& text) { append(text, pair.key(), "=", pair.value()); };
 }
@@ -149,13 +159,13 @@ void appendText(std::string& text, mpls_route_msg_forward_nexthop_group_msg cons
           "}");
 }
 
-// The list of sets has no bracket at its end. Clients have seen it so from the first, and so it stays.
+// No bracket closes the list of what is set. Clients have read it so from the first, and so it stays.
 void appendText(std::string& text, rpc_server_state_config_msg const& config) {
    append(text, typeName(config), "{set=[", list(config.set(), pairOf), " delete=[", list(config.delete_(), keyOf),
           "]}");
 }
 
-// Keys only, in an answer too.
+// Keys only, also of an answer, whose pairs have values.
 void appendText(std::string& text, rpc_server_state_status_msg const& status) {
    append(text, typeName(status), "{value=[", list(status.value(), keyOf), "]}");
 }
@@ -202,6 +212,7 @@ void appendText(std::string& text, watch_sbfd_echo_session_config_msg const& con
    append(text, typeName(config), "{requestRttUpdates=", config.request_rtt_updates(), "}");
 }
 
+// Two flags, counters_unshared and autosize, have no place in the text.
 void appendText(std::string& text, nexthop_group_msg const& group) {
    append(text, typeName(group), "{name=", group.name(), " requestDelete=", group.request_delete(), " nexthop=[",
           list(group.nexthop()), "] nexthopGroupType=", group.nexthop_group_type(), "}");
@@ -213,6 +224,8 @@ void appendText(std::string& text, sbfd_echo_session_rtt_msg const& rtt) {
           " snapshotAvgRtt=", rtt.snapshot_avg_rtt(), " snapshotMaxRtt=", rtt.snapshot_max_rtt(), "}");
 }
 
+// One type serves as a batch and as each of its elements. Unlike all other messages it shows only the parts that it
+// has, with a blank between two.
 void appendText(std::string& text, watch_sbfd_echo_session_status_msg const& update) {
    append(text, typeName(update), "{");
    std::string_view blank;
@@ -231,7 +244,8 @@ void appendText(std::string& text, watch_sbfd_echo_session_status_msg const& upd
    }
    if (update.bulk_size() > 0) {
       part("bulk=#", update.bulk_size(), "[");
-      for (auto const& element : update.bulk()) append(text, ", ", element);  // a separator before the first one too
+      for (auto const& element : update.bulk())
+         append(text, ", ", element);  // also before the first, as clients know it
       append(text, "]");
    }
    append(text, "}");

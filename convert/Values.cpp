@@ -10,11 +10,13 @@ namespace {
 
 unsigned char const* dataOf(std::string const& bytes) { return reinterpret_cast<unsigned char const*>(bytes.data()); }
 
-// Unchecked on purpose, unlike other narrow integers: the SDK judges what is left of the length.
+// Cut and not checked, unlike other narrow integers. What is left may still be too long for its family: the switch says
+// so where something is set.
 unsigned char lengthOf(std::uint32_t length) { return static_cast<unsigned char>(length); }
 
 }  // namespace
 
+// "do" for a MAC address, "does" for an IP address: clients read both texts as they are.
 velm::eth_addr_t eth_addr(std::string const& bytes) {
    switch (bytes.size()) {
       case 0: return {};
@@ -51,7 +53,7 @@ velm::ip_prefix_t convert(velm::remote::Prefix const& message) {
 velm::remote::Prefix convert(velm::ip_prefix_t const& prefix) {
    velm::remote::Prefix message;
    message.set_prefix_length(prefix.prefix_length());
-   message.set_ip_addr(prefix.network().addr(), afToSize(prefix));
+   message.set_ip_addr(prefix.network().addr(), afToSize(prefix));  // without the host bits that a client may have set
    return message;
 }
 

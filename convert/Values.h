@@ -1,9 +1,11 @@
 #pragma once
 
-// The values that the conversions of all features are made of.
+// The values that the conversions of all features are made of, and the rules that hold for all of them.
 //
-// Conversions are pure functions and know no locks. One that fails throws and leaves nothing behind. The errors are
-// those told here and those of the constructors of the SDK's values. An absent message reads as one without fields.
+// There is one `convert` for each type and way: from a message to a value of the SDK, or from such a value to a new
+// message. Conversions are pure functions: they know no locks, and one that fails throws and has changed nothing. An
+// engine above turns what they throw into the client's status. The errors are those listed here and those of the
+// constructors of the SDK's values. An absent message reads as one without fields, which is never an error in itself.
 
 #include <string>
 
@@ -14,32 +16,35 @@
 
 namespace VelmSdkRpc::types {
 
-/// No bytes are the all-zero address. Throws invalid_argument_error for a length other than 0 and 6.
+/// A MAC address; no bytes are the all-zero one. Throws invalid_argument_error unless there are 0 or 6 bytes.
 velm::eth_addr_t eth_addr(std::string const& bytes);
 
-/// No bytes are the null address. Throws invalid_argument_error for a length other than 0, 4 and 16.
+/// An IP address; no bytes are the null address. Throws invalid_argument_error unless there are 0, 4 or 16 bytes.
 velm::ip_addr_t ip_addr(std::string const& bytes);
-/// The reverse. Throws invalid_argument_error for an unknown family.
+/// The bytes of an address, none for the null address. Throws invalid_argument_error for an unknown family.
 std::string ip_addr_bytes(velm::ip_addr_t const& address);
 
-/// Throws invalid_argument_error for what is no interface name.
+/// No name is no interface. Throws invalid_argument_error for any other text that names none.
 velm::intf_id_t convert(velm::remote::IntfId const& message);
 velm::remote::IntfId convert(velm::intf_id_t const& intf);
 
-/// The length is cut to 8 bits and, like any length, not compared with the family.
+/// The length is cut to 8 bits, not checked: 257 is 1. Nor is it compared with the family here: reads of a prefix that
+/// is too long find nothing, sets are refused by the switch.
 velm::ip_prefix_t convert(velm::remote::Prefix const& message);
-/// Throws unsupported_error for an unknown family.
+/// The address is that of the network: the bits beyond the length are 0, whatever the client once sent. Throws
+/// unsupported_error for an unknown family.
 velm::remote::Prefix convert(velm::ip_prefix_t const& prefix);
 
-/// The length is cut as that of a prefix.
+/// An address with a mask; all bits of the address count. The length is cut as that of a prefix is.
 velm::ip_addr_mask_t convert(velm::remote::IpAddrMask const& message);
 /// Throws unsupported_error for an unknown family.
 velm::remote::IpAddrMask convert(velm::ip_addr_mask_t const& mask);
 
-/// Throws invalid_range_error for what is no label.
+/// Throws invalid_range_error for a label above 1048575.
 velm::mpls_label_t convert(velm::remote::MplsLabel const& message);
 velm::remote::MplsLabel convert(velm::mpls_label_t const& label);
 
+/// The switch's id of a forwarding equivalence class; 0 is none. Any number passes.
 velm::mpls_fec_id_t convert(velm::remote::MplsFecId const& message);
 velm::remote::MplsFecId convert(velm::mpls_fec_id_t const& fec);
 
