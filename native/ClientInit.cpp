@@ -24,7 +24,8 @@ namespace {
 
 constexpr auto className = "ClientInit";
 
-// Does the work; a failure becomes the status, in the words that clients know, and is traced as the caller's.
+// Does the work; a failure becomes the status, in the words that clients know, and is traced as the caller's. Unlike
+// `answer` of the programmers it asks for no init, since these two requests come before it.
 template <class Work>
 void reportFailure(pb::rpc_status_msg& status, Work&& work,
                    std::source_location where = std::source_location::current()) {
@@ -49,6 +50,7 @@ ClientInit::ClientInit(VelmSdkRpcService& service, velm::ip_route_mgr* ipRouteMg
      nexthopGroupMgr_(nexthopGroupMgr),
      nexthopGroupTunnelMgr_(nexthopGroupTunnelMgr) {}
 
+// Tag and name are taken outside of the try: what the programmers have to know is in force whatever the probing finds.
 void ClientInit::processInitRequest(pb::rpc_server_config_msg const& config, pb::rpc_server_init_status_msg& status) {
    service_.ipRouteProgrammer().ipRouteTagIs(config.ip_route_tag());
    bool const policyMapExists =
@@ -62,6 +64,7 @@ void ClientInit::processInitRequest(pb::rpc_server_config_msg const& config, pb:
 
 void ClientInit::probe(pb::rpc_server_init_status_msg& status) {
    status.set_ip_routes_exist(static_cast<bool>(ipRouteMgr_->ip_route_iter()));
+   // One flag for both kinds of state that a label can have.
    status.set_mpls_routes_exist(static_cast<bool>(mplsRouteMgr_->mpls_route_iter()) ||
                                 static_cast<bool>(mplsVrfLabelMgr_->mpls_vrf_label_iter()));
    status.set_nexthop_groups_exist(static_cast<bool>(nexthopGroupMgr_->nexthop_group_iter()));
@@ -70,6 +73,7 @@ void ClientInit::probe(pb::rpc_server_init_status_msg& status) {
 
 void ClientInit::processResync(pb::rpc_server_resync_msg const& request, pb::rpc_status_msg& status) {
    auto const state = request.resync_state();
+   // The numbers that protobuf's generated enums end with. No client's library can send them by name.
    Qor::assertThat(
       state != std::numeric_limits<std::int32_t>::min() && state != std::numeric_limits<std::int32_t>::max(), "false");
    if (state == pb::RESYNC_START) {
@@ -83,6 +87,8 @@ void ClientInit::processResync(pb::rpc_server_resync_msg const& request, pb::rpc
    }
 }
 
+// The flag first, here and at the end: whatever step fails, the client that goes on with its resync finds the state
+// that it asked for.
 void ClientInit::startResync() {
    resyncActive_ = true;
    trace(0, className, "Resync start");
@@ -104,7 +110,8 @@ void ClientInit::endResync() {
    nexthopGroupTunnelMgr_->resync_complete();
    service_.cbfNhgRedirectProgrammer().resyncEnd();
    service_.bfdProgrammer().resyncEnd();
-   // Last, behind everything that can refer to a group.
+   // Last, after everything that can refer to a group: routes, tunnels and redirects must not lose theirs before they
+   // go.
    nexthopGroupMgr_->resync_complete();
 }
 

@@ -25,7 +25,7 @@ void IpRouteProgrammer::ipRouteTagIs(std::uint32_t tag) {
 
 void IpRouteProgrammer::processIpRouteRequest(pb::ip_route_msg const& request, pb::rpc_status_msg& status) {
    answer(clientInit_, className, request, status, [&](std::string& error) {
-      return request.nexthop_group().empty() ? delRibRoute(request, error) : addRibRoute(request, error);
+      return request.nexthop_group().empty() ? delRibRoute(request) : addRibRoute(request, error);
    });
 }
 
@@ -47,6 +47,7 @@ std::uint32_t IpRouteProgrammer::addRibRoute(pb::ip_route_msg const& request, st
    velm::ip_route_t route{velm::ip_route_key_t(prefix)};
    route.tag_is(request.tag());
    velm::ip_route_via_t via(route.key());
+   // A request without a group is a deletion and does not come here; the check is for callers to come.
    if (request.forwarding_nexthop_case() == pb::ip_route_msg::FORWARDING_NEXTHOP_NOT_SET) {
       return refuse(className, error, fmt::format("Error: ip route {} must specify Forwarding nexthop", prefix));
    }
@@ -57,12 +58,14 @@ std::uint32_t IpRouteProgrammer::addRibRoute(pb::ip_route_msg const& request, st
    return pb::rpc_status_msg::STATUS_SUCCESS;
 }
 
-std::uint32_t IpRouteProgrammer::delRibRoute(pb::ip_route_msg const& request, std::string& /*error*/) {
+std::uint32_t IpRouteProgrammer::delRibRoute(pb::ip_route_msg const& request) {
    auto const prefix = ipPrefixToPrefix(request.prefix());
    trace(1, className, "delete {} route", prefix);
    velm::ip_route_key_t const key(prefix);
+   // Without the lock: requests come one at a time, and deleting a route that another agent took meanwhile is no error.
    if (!ipRouteMgr_->ip_route_exists(key)) return pb::rpc_status_msg::STATUS_NOT_FOUND;
    velm::sdk_scoped_lock const lock;
+   // The via first, so that no switch is left with a via of no route.
    ipRouteMgr_->ip_route_via_del(velm::ip_route_via_t(key));
    ipRouteMgr_->ip_route_del(key);
    return pb::rpc_status_msg::STATUS_SUCCESS;

@@ -13,30 +13,35 @@ namespace VelmSdkRpc {
 
 class ClientInit;
 
-/// Programs IP routes that leave through a nexthop group, and owns the client's route tag, by which a resync tells this
-/// client's routes from others'. The SDK lock is held around the writing calls only. Server thread only.
+/// Programs IP routes of the default VRF that leave through a nexthop group, and owns the client's route tag, by which
+/// a resync tells this client's routes from others'. Keeps no routes: an add is a set of the switch, so repeating it
+/// changes nothing.
+///
+/// Server thread only. The SDK lock is held around the writing calls alone, which makes route and via one step.
 class IpRouteProgrammer {
  public:
    /// The manager stays the caller's.
    IpRouteProgrammer(ClientInit const& clientInit, velm::ip_route_mgr* ipRouteMgr);
 
-   /// From here on an add must carry the tag. 0 ends that, and leaves the manager's own tag as it was. May throw
-   /// velm::error.
+   /// From here on an add must carry the tag, and a resync touches only routes that carry it. 0 lets adds carry any
+   /// tag, but leaves the manager's own tag, and so the reach of a resync, as it was. May throw velm::error.
    void ipRouteTagIs(std::uint32_t tag);
 
-   /// Adds the route, or deletes it when the request names no nexthop group. Failures stand in the status. An address
-   /// of a bad length ends the process.
+   /// Adds the route, or deletes it when the request names no nexthop group, whatever its tag. Failures stand in the
+   /// status: one while adding may leave the route without its via. An address whose number of bytes no family has ends
+   /// the process.
    void processIpRouteRequest(pb::ip_route_msg const& request, pb::rpc_status_msg& status);
    /// Answers every element in order; none stops the others and nothing is rolled back.
    void processIpRouteBulkRequest(pb::ip_route_bulk_msg const& request, pb::rpc_status_bulk_msg& status);
 
  private:
+   // Give the status; a text for the client goes into `error`.
    std::uint32_t addRibRoute(pb::ip_route_msg const& request, std::string& error);
-   std::uint32_t delRibRoute(pb::ip_route_msg const& request, std::string& error);
+   std::uint32_t delRibRoute(pb::ip_route_msg const& request);
 
    ClientInit const& clientInit_;
    velm::ip_route_mgr* ipRouteMgr_;
-   std::uint32_t ipRouteTag_ = 0;  // 0 is no tag
+   std::uint32_t ipRouteTag_ = 0;  // 0: adds may carry any tag
 };
 
 }  // namespace VelmSdkRpc

@@ -28,7 +28,8 @@ velm::mpls_action_t actionOf(pb::mpls_route_msg_forward_nexthop_group_msg const&
    }
 }
 
-// Gives the via what the action asks for. Returns why that cannot be done; nothing if it can.
+// Gives the via what the action asks for. Returns why that cannot be done, and an empty text if it can. A single
+// nexthop takes one label at most: stacks are for nexthop groups.
 std::string setAction(velm::mpls_route_via_t& via, velm::mpls_action_t action,
                       google::protobuf::RepeatedField<std::uint32_t> const& labels) {
    switch (action) {
@@ -84,8 +85,8 @@ std::uint32_t MplsRouteProgrammer::program(pb::mpls_route_msg const& request, st
                        fmt::format("Error: MPLS label {} must specify nexthop_msg, nexthop_group_msg or popAndForward",
                                    request.label()));
       case pb::mpls_route_msg::kNexthop: return processMplsRouteWithNexthop(request, error);
-      case pb::mpls_route_msg::kForwardNexthopGroup: return processMplsRouteWithNexthopGroup(request, error);
-      case pb::mpls_route_msg::kPopAndForwardVrfName: return processMplsRoutePopAndForward(request, error);
+      case pb::mpls_route_msg::kForwardNexthopGroup: return processMplsRouteWithNexthopGroup(request);
+      case pb::mpls_route_msg::kPopAndForwardVrfName: return processMplsRoutePopAndForward(request);
       default:
          return refuse(className, error,
                        fmt::format("Error: MPLS label {} unexpected forwarding_nexthop {}", request.label(),
@@ -111,10 +112,9 @@ std::uint32_t MplsRouteProgrammer::processMplsRouteWithNexthop(pb::mpls_route_ms
    return pb::rpc_status_msg::STATUS_SUCCESS;
 }
 
-std::uint32_t MplsRouteProgrammer::processMplsRouteWithNexthopGroup(pb::mpls_route_msg const& request,
-                                                                    std::string& /*error*/) {
+std::uint32_t MplsRouteProgrammer::processMplsRouteWithNexthopGroup(pb::mpls_route_msg const& request) {
    auto const& forward = request.forward_nexthop_group();
-   // Ahead of the action: a label out of range is refused, where an unknown operation would end the process.
+   // The key before the action: a label out of range is refused, where an unknown operation would end the process.
    auto const key = keyOf(request);
    velm::mpls_route_via_t via(key, actionOf(forward));
    via.nexthop_group_is(forward.nexthop_group());
@@ -125,8 +125,7 @@ std::uint32_t MplsRouteProgrammer::processMplsRouteWithNexthopGroup(pb::mpls_rou
    return pb::rpc_status_msg::STATUS_SUCCESS;
 }
 
-std::uint32_t MplsRouteProgrammer::processMplsRoutePopAndForward(pb::mpls_route_msg const& request,
-                                                                 std::string& /*error*/) {
+std::uint32_t MplsRouteProgrammer::processMplsRoutePopAndForward(pb::mpls_route_msg const& request) {
    velm::sdk_scoped_lock const lock;
    trace(2, className, "MPLS label {} create popAndLookup", request.label());
    // The new form first: the label is never without one.
@@ -136,6 +135,8 @@ std::uint32_t MplsRouteProgrammer::processMplsRoutePopAndForward(pb::mpls_route_
    return pb::rpc_status_msg::STATUS_SUCCESS;
 }
 
+// Deleted and set anew, for a via that is told by all its attributes would stay beside a new one. The dataplane carries
+// both out in order. The label's other form goes last: a label that changes its form is never without one.
 void MplsRouteProgrammer::replaceRoute(pb::mpls_route_msg const& request, velm::mpls_route_via_t const& via) {
    auto const& key = via.route_key();
    if (mplsRouteMgr_->exists(key)) mplsRouteMgr_->mpls_route_del(key);
@@ -155,6 +156,7 @@ std::uint32_t MplsRouteProgrammer::deleteMplsRoute(pb::mpls_route_msg const& req
    if (!mplsRouteMgr_->exists(key)) return pb::rpc_status_msg::STATUS_NOT_FOUND;
    trace(1, className, "MPLS label {} delete route", request.label());
    mplsRouteMgr_->mpls_route_del(key);
+   // A switch whose vias go with their route, as the embedded one's do, has none here.
    if (velm::mpls_route_via_t const via(key); mplsRouteMgr_->exists(via)) {
       mplsRouteMgr_->mpls_route_via_del(via);
    } else {

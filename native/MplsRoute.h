@@ -15,27 +15,33 @@ namespace VelmSdkRpc {
 
 class ClientInit;
 
-/// Programs incoming MPLS labels. A label is a route to a nexthop, a route to a nexthop group, or a pop with a lookup
-/// in a VRF, and never two of them: creating one form takes the other away, in one hold of the SDK lock. A route is
-/// keyed by its label with metric 0 and has one via; an update deletes it and sets it anew. Server thread only.
+/// Programs incoming MPLS labels. A label is one of three things, in two of the switch's managers:
+///
+///   a route to a nexthop, or to a nexthop group     mpls_route_mgr, keyed by the label with metric 0, with one via
+///   a pop with a lookup in a VRF                    mpls_vrf_label_mgr
+///
+/// and never two of them: setting one takes the others away within the same hold of the SDK lock, and a deletion looks
+/// in both. An update deletes a route and sets it anew, which also takes its old via. Keeps nothing. Server thread
+/// only.
 class MplsRouteProgrammer {
  public:
    /// The managers stay the caller's.
    MplsRouteProgrammer(ClientInit const& clientInit, velm::mpls_route_mgr* mplsRouteMgr,
                        velm::mpls_vrf_label_mgr* mplsVrfLabelMgr);
 
-   /// Programs the label, or deletes whatever is programmed for it. Failures stand in the status; what the switch had
-   /// done by then stays. An operation that the schema does not list and an address of a bad length end the process.
+   /// Programs the label, or deletes whatever is programmed for it, without a look at the rest of the request. Failures
+   /// stand in the status; what the switch had done by then stays. An operation that the schema does not list and an
+   /// address whose number of bytes no family has end the process.
    void processMPLSRouteRequest(pb::mpls_route_msg const& request, pb::rpc_status_msg& status);
    /// Answers every element in order; none stops the others and nothing is rolled back.
    void processMPLSRouteBulkRequest(pb::mpls_route_bulk_msg const& request, pb::rpc_status_bulk_msg& status);
 
  private:
+   // Give the status; a text for the client goes into `error`.
    std::uint32_t program(pb::mpls_route_msg const& request, std::string& error);
    std::uint32_t processMplsRouteWithNexthop(pb::mpls_route_msg const& request, std::string& error);
-   std::uint32_t processMplsRouteWithNexthopGroup(pb::mpls_route_msg const& request, std::string& error);
-   std::uint32_t processMplsRoutePopAndForward(pb::mpls_route_msg const& request, std::string& error);
-
+   std::uint32_t processMplsRouteWithNexthopGroup(pb::mpls_route_msg const& request);
+   std::uint32_t processMplsRoutePopAndForward(pb::mpls_route_msg const& request);
    std::uint32_t deleteLabel(pb::mpls_route_msg const& request);
 
    // The caller of these holds the SDK lock.

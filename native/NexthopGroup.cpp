@@ -14,7 +14,7 @@ namespace VelmSdkRpc {
 namespace {
 
 constexpr auto className = "NexthopGroupProgrammer";
-constexpr std::uint32_t implicitNull = 3;
+constexpr std::uint32_t implicitNull = 3;  // the reserved label that says "pop before me": it is never on a packet
 
 velm::nexthop_group_encap_t encapOf(pb::nexthop_group_msg const& request) {
    Qor::assertThat(request.nexthop_group_type() == pb::nexthop_group_msg::NEXTHOP_GROUP_TYPE_MPLS, "false");
@@ -30,7 +30,8 @@ velm::nexthop_group_mpls_action_t actionOf(pb::nexthop_msg const& nexthop) {
       action.action_type_is(velm::mpls_action_t::none);
       return action;
    }
-   // The client's last label is the switch's first.
+   // The client's last label is the switch's first: a client lists from the bottom of the stack, the switch from its
+   // top.
    std::forward_list<velm::mpls_label_t> stack;
    for (auto const label : nexthop.labels()) stack.push_front(velm::mpls_label_t(label));
    action.label_stack_is(stack);
@@ -88,7 +89,7 @@ std::uint32_t NexthopGroupProgrammer::addUpdateNhg(pb::nexthop_group_msg const& 
    velm::nexthop_group_t group(request.name(), encapOf(request));
    group.counters_unshared_is(request.counters_unshared());
    group.autosize_is(request.autosize());
-   std::uint16_t index = 0;  // past 65535 it wraps and overwrites, unchecked
+   std::uint16_t index = 0;  // goes on over all nexthops; past 65535 it wraps and overwrites, unchecked
    for (auto const& nexthop : request.nexthop()) {
       auto const entry = entryOf(nexthop);
       for (std::uint32_t n = nexthop.replicate_count(); n > 0; --n) group.nexthop_set(index++, entry);

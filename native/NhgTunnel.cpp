@@ -19,8 +19,8 @@ NhgTunnelProgrammer::NhgTunnelProgrammer(ClientInit const& clientInit,
 
 void NhgTunnelProgrammer::processNhgTunnelRequest(pb::nexthop_group_tunnel_msg const& request,
                                                   pb::rpc_status_msg& status) {
-   answer(clientInit_, className, request, status, [&](std::string& error) {
-      return request.nexthop_group().empty() ? delTunRibRoute(request, error) : addTunRibRoute(request, error);
+   answer(clientInit_, className, request, status, [&](std::string& /*error*/) {
+      return request.nexthop_group().empty() ? delTunRibRoute(request) : addTunRibRoute(request);
    });
 }
 
@@ -31,7 +31,7 @@ void NhgTunnelProgrammer::processNhgTunnelBulkRequest(pb::nexthop_group_tunnel_b
               [&](auto const& element, auto& answered) { processNhgTunnelRequest(element, answered); });
 }
 
-std::uint32_t NhgTunnelProgrammer::addTunRibRoute(pb::nexthop_group_tunnel_msg const& request, std::string& /*error*/) {
+std::uint32_t NhgTunnelProgrammer::addTunRibRoute(pb::nexthop_group_tunnel_msg const& request) {
    auto const prefix = ipPrefixToPrefix(request.prefix());
    trace(1, className, "create {} tunnel", prefix);
    velm::nexthop_group_tunnel_t tunnel;
@@ -43,9 +43,10 @@ std::uint32_t NhgTunnelProgrammer::addTunRibRoute(pb::nexthop_group_tunnel_msg c
    return pb::rpc_status_msg::STATUS_SUCCESS;
 }
 
-std::uint32_t NhgTunnelProgrammer::delTunRibRoute(pb::nexthop_group_tunnel_msg const& request, std::string& /*error*/) {
+std::uint32_t NhgTunnelProgrammer::delTunRibRoute(pb::nexthop_group_tunnel_msg const& request) {
    auto const prefix = ipPrefixToPrefix(request.prefix());
    trace(1, className, "delete {} tunnel", prefix);
+   // Without the lock: requests come one at a time, and deleting a tunnel that is gone meanwhile is no error.
    if (!nexthopGroupTunnelMgr_->exists(prefix)) return pb::rpc_status_msg::STATUS_NOT_FOUND;
    velm::sdk_scoped_lock const lock;
    nexthopGroupTunnelMgr_->nexthop_group_tunnel_del(prefix);

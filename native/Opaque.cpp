@@ -47,7 +47,7 @@ void OpaqueProgrammer::processOpaqueStateGetRequest(pb::rpc_server_state_status_
          pair.set_value(std::move(value));
       }
    } catch (velm::error const& e) {
-      traceError(className, exceptionText(request, e));  // the answer has no place for it
+      traceError(className, exceptionText(request, e));  // and the answer goes out short
    }
 }
 

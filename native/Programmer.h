@@ -19,29 +19,35 @@
 
 /// What all programmers of the native service do alike: the check for rpc_server_init, the rendering of failures, the
 /// loop of a bulk request. A programmer's own work is a function that returns a status and may leave an error text.
+///
+/// A failure is the client's news and not the call's: it goes into rpc_status_msg as a status and a text, and is traced
+/// at level 0 in the same words. Only a velm::error is a failure. Anything else that a programmer throws is a fault of
+/// this program and ends it.
 namespace VelmSdkRpc {
 
 class ClientInit;
 
-/// Whether rpc_server_init has succeeded.
+/// Whether rpc_server_init has succeeded. Out of line, so that programmers need ClientInit's declaration alone.
 bool isInitialized(ClientInit const& clientInit);
 
-/// Traces a failure's text at level 0, as told at the place that calls it; so do all that take a `where`.
+/// Traces a failure's text at level 0. The line names the place of the call, `where`, as readers of the trace look for
+/// the programmer's function and not for this one.
 void traceError(std::string_view className, std::string_view text,
                 std::source_location where = std::source_location::current());
 
-/// Leaves the text in `error`, traced, and returns STATUS_ERROR: the end of a refusal.
+/// Refuses a request: traces the text, leaves it in `error` and returns STATUS_ERROR.
 std::uint32_t refuse(std::string_view className, std::string& error, std::string text,
                      std::source_location where = std::source_location::current());
 
-/// What is said of a velm::error that ended a request.
+/// The text for a velm::error that ended a request; it quotes the request.
 template <class Request>
 std::string exceptionText(Request const& request, velm::error const& e) {
    return fmt::format("Error: request {} exception {}", request, e.what());
 }
 
 /// Answers one request: refuses it before rpc_server_init, else does work(error), which returns the status and may
-/// leave a text in `error`, and reports a velm::error that it throws. `className` labels the trace.
+/// leave a text in `error`, and reports a velm::error that it throws. `className` labels the trace. Takes no lock: the
+/// work takes the SDK lock for as long as it must.
 template <class Request, class Work>
 void answer(ClientInit const& clientInit, std::string_view className, Request const& request,
             pb::rpc_status_msg& status, Work&& work, std::source_location where = std::source_location::current()) {

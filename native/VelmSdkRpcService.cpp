@@ -26,8 +26,8 @@ using AsyncService = VelmSdkRpcService::AsyncService;
 constexpr auto traceLabel = "GrpcServer";  // under which readers of the trace look for batches
 
 // A call that is held open for as long as the server lives: its end is how a client learns that the agent has gone. The
-// server never writes to it and never ends it. It asks to be told of the end all the same, for a handler that outlived
-// its client would keep the client's connection.
+// server never writes to it and never ends it. It asks to be told of the call's end all the same, for a handler that
+// outlived its client would keep the client's connection. That event is the second one, and the last before its Finish.
 class DetectServerAliveHandler : public GenericRequestHandler<DetectServerAliveHandler, pb::rpc_server_alive_msg,
                                                               pb::rpc_server_alive_msg, VelmSdkRpcService, true> {
  public:
@@ -62,7 +62,8 @@ constexpr char cbfNexthopGroupRedirectBulkName[] = "cbfNexthopGroupRedirectBulk"
 constexpr char sbfdEchoSessionHandlerName[] = "sbfdEchoSession";
 constexpr char sbfdEchoSessionBulkHandlerName[] = "sbfdEchoSessionBulk";
 
-// Arms the handler of a unary method; its messages follow from the generated member.
+// Arms the handler of a unary method, whose messages follow from the generated member. `Name` keeps handlers of like
+// types apart.
 template <char const* Name, auto post, class Owner>
 void bind(VelmSdkRpcService& service, Owner& owner,
           void (Owner::*callback)(typename Method<post>::Request const&, typename Method<post>::Response&)) {
@@ -96,41 +97,47 @@ VelmSdkRpcService::~VelmSdkRpcService() = default;
 
 void VelmSdkRpcService::registerRpcService(grpc::ServerBuilder& builder) { builder.RegisterService(&asyncService_); }
 
-// clang-format off
+// In the order of the schema, except that the two streams come last.
 void VelmSdkRpcService::startHandlers() {
-   using Init = ClientInit;
-   using Opaque = OpaqueProgrammer;
-   using Group = NexthopGroupProgrammer;
-   using Route = IpRouteProgrammer;
-   using Tunnel = NhgTunnelProgrammer;
-   using Mpls = MplsRouteProgrammer;
-   using Cbf = CbfNhgRedirectProgrammer;
-   using Bfd = BfdProgrammer;
-   bind<initHandlerName, &AsyncService::Requestrpc_server_init>(*this, *clientInit_, &Init::processInitRequest);
-   bind<resyncHandlerName, &AsyncService::Requestrpc_server_resync>(*this, *clientInit_, &Init::processResync);
-   bind<opaqueSetHandlerName, &AsyncService::Requestrpc_server_state>(*this, *opaqueProgrammer_, &Opaque::processOpaqueStateSetRequest);
-   bind<opaqueGetHandlerName, &AsyncService::Requestget_rpc_server_state>(*this, *opaqueProgrammer_, &Opaque::processOpaqueStateGetRequest);
-   bind<nexthopGroupHandlerName, &AsyncService::Requestnexthop_group>(*this, *nexthopGroupProgrammer_, &Group::processNexthopGroupRequest);
-   bind<nexthopGroupBulkHandlerName, &AsyncService::Requestnexthop_group_bulk>(*this, *nexthopGroupProgrammer_, &Group::processNexthopGroupBulkRequest);
-   bind<ipRouteHandlerName, &AsyncService::Requestip_route>(*this, *ipRouteProgrammer_, &Route::processIpRouteRequest);
-   bind<ipRouteBulkHandlerName, &AsyncService::Requestip_route_bulk>(*this, *ipRouteProgrammer_, &Route::processIpRouteBulkRequest);
-   bind<nhgTunnelHandlerName, &AsyncService::Requestnexthop_group_tunnel>(*this, *nhgTunnelProgrammer_, &Tunnel::processNhgTunnelRequest);
-   bind<nhgTunnelBulkHandlerName, &AsyncService::Requestnexthop_group_tunnel_bulk>(*this, *nhgTunnelProgrammer_, &Tunnel::processNhgTunnelBulkRequest);
-   bind<mplsRouteHandlerName, &AsyncService::Requestmpls_route>(*this, *mplsRouteProgrammer_, &Mpls::processMPLSRouteRequest);
-   bind<mplsRouteBulkHandlerName, &AsyncService::Requestmpls_route_bulk>(*this, *mplsRouteProgrammer_, &Mpls::processMPLSRouteBulkRequest);
-   bind<cbfNexthopGroupRedirectName, &AsyncService::Requestcbf_nexthop_group_redirect>(*this, *cbfNhgRedirectProgrammer_, &Cbf::processCbfNhgRedirectRequest);
-   bind<cbfNexthopGroupRedirectBulkName, &AsyncService::Requestcbf_nexthop_group_redirect_bulk>(*this, *cbfNhgRedirectProgrammer_, &Cbf::processCbfNhgRedirectBulkRequest);
-   bind<sbfdEchoSessionHandlerName, &AsyncService::Requestsbfd_echo_session>(*this, *bfdProgrammer_, &Bfd::processSbfdEchoSessionRequest);
-   bind<sbfdEchoSessionBulkHandlerName, &AsyncService::Requestsbfd_echo_session_bulk>(*this, *bfdProgrammer_, &Bfd::processSbfdEchoSessionBulkRequest);
+   bind<initHandlerName, &AsyncService::Requestrpc_server_init>(*this, *clientInit_, &ClientInit::processInitRequest);
+   bind<resyncHandlerName, &AsyncService::Requestrpc_server_resync>(*this, *clientInit_, &ClientInit::processResync);
+   bind<opaqueSetHandlerName, &AsyncService::Requestrpc_server_state>(*this, *opaqueProgrammer_,
+                                                                      &OpaqueProgrammer::processOpaqueStateSetRequest);
+   bind<opaqueGetHandlerName, &AsyncService::Requestget_rpc_server_state>(
+      *this, *opaqueProgrammer_, &OpaqueProgrammer::processOpaqueStateGetRequest);
+   bind<nexthopGroupHandlerName, &AsyncService::Requestnexthop_group>(
+      *this, *nexthopGroupProgrammer_, &NexthopGroupProgrammer::processNexthopGroupRequest);
+   bind<nexthopGroupBulkHandlerName, &AsyncService::Requestnexthop_group_bulk>(
+      *this, *nexthopGroupProgrammer_, &NexthopGroupProgrammer::processNexthopGroupBulkRequest);
+   bind<ipRouteHandlerName, &AsyncService::Requestip_route>(*this, *ipRouteProgrammer_,
+                                                            &IpRouteProgrammer::processIpRouteRequest);
+   bind<ipRouteBulkHandlerName, &AsyncService::Requestip_route_bulk>(*this, *ipRouteProgrammer_,
+                                                                     &IpRouteProgrammer::processIpRouteBulkRequest);
+   bind<nhgTunnelHandlerName, &AsyncService::Requestnexthop_group_tunnel>(
+      *this, *nhgTunnelProgrammer_, &NhgTunnelProgrammer::processNhgTunnelRequest);
+   bind<nhgTunnelBulkHandlerName, &AsyncService::Requestnexthop_group_tunnel_bulk>(
+      *this, *nhgTunnelProgrammer_, &NhgTunnelProgrammer::processNhgTunnelBulkRequest);
+   bind<mplsRouteHandlerName, &AsyncService::Requestmpls_route>(*this, *mplsRouteProgrammer_,
+                                                                &MplsRouteProgrammer::processMPLSRouteRequest);
+   bind<mplsRouteBulkHandlerName, &AsyncService::Requestmpls_route_bulk>(
+      *this, *mplsRouteProgrammer_, &MplsRouteProgrammer::processMPLSRouteBulkRequest);
+   bind<cbfNexthopGroupRedirectName, &AsyncService::Requestcbf_nexthop_group_redirect>(
+      *this, *cbfNhgRedirectProgrammer_, &CbfNhgRedirectProgrammer::processCbfNhgRedirectRequest);
+   bind<cbfNexthopGroupRedirectBulkName, &AsyncService::Requestcbf_nexthop_group_redirect_bulk>(
+      *this, *cbfNhgRedirectProgrammer_, &CbfNhgRedirectProgrammer::processCbfNhgRedirectBulkRequest);
+   bind<sbfdEchoSessionHandlerName, &AsyncService::Requestsbfd_echo_session>(
+      *this, *bfdProgrammer_, &BfdProgrammer::processSbfdEchoSessionRequest);
+   bind<sbfdEchoSessionBulkHandlerName, &AsyncService::Requestsbfd_echo_session_bulk>(
+      *this, *bfdProgrammer_, &BfdProgrammer::processSbfdEchoSessionBulkRequest);
    arm<DetectServerAliveHandler>(*this);
    arm<SbfdEchoUpdatesHandler>(*this);
 }
-// clang-format on
 
 void VelmSdkRpcService::registerSbfdHandlerForUpdates(void* opaqueId) { sbfdEchoUpdates_->insert(opaqueId); }
 
 void VelmSdkRpcService::unregisterSbfdHandlerForUpdates(void* opaqueId) { sbfdEchoUpdates_->erase(opaqueId); }
 
+// Nothing is sent once the service is stopping: the queue may be closed, and gRPC ends the process for a Write on it.
 void VelmSdkRpcService::sendSbfdAliveUpdate(pb::watch_sbfd_echo_session_status_msg&& batch) {
    if (stopping()) return;
    trace(1, traceLabel, "{} Bulk alive update {}", Pesko::DisplayPointer(this), batch);

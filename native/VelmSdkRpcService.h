@@ -32,7 +32,10 @@ class OpaqueProgrammer;
 class SbfdEchoUpdates;
 
 /// The native service: owns the client session and the programmers and binds them to the methods of velmsdk_service.
-/// Programmers run on the server thread, one request at a time.
+///
+/// Programmers run on the server thread, one request at a time. The sBFD and the CBF programmer also have tasks and SDK
+/// callbacks on the main loop, so destroy the service where the main loop cannot run them: on its thread or once it has
+/// ended.
 class VelmSdkRpcService : public GrpcService {
  public:
    using AsyncService = pb::velmsdk_service::AsyncService;
@@ -50,18 +53,19 @@ class VelmSdkRpcService : public GrpcService {
 
    AsyncService& asyncService() { return asyncService_; }
 
-   // A stream of sBFD updates has begun, or its client has gone.
+   // Enter a stream of sBFD updates that has begun, and forget one whose client has gone.
    void registerSbfdHandlerForUpdates(void* opaqueId);
    void unregisterSbfdHandlerForUpdates(void* opaqueId);
-   // Hand a batch to every such stream; dropped if there is none, and once the service is stopping. Under the SDK lock.
+   // Hand a batch to every such stream, whose Write may start at once on the calling thread. A batch is dropped where
+   // no stream is open, and once the service is stopping. Under the SDK lock.
    void sendSbfdAliveUpdate(pb::watch_sbfd_echo_session_status_msg&& batch);
    void sendSbfdRttUpdate(pb::watch_sbfd_echo_session_status_msg&& batch);
 
-   // What ClientInit drives by name.
+   // ClientInit drives these three by name, for their parts of an init and of a resync.
    BfdProgrammer& bfdProgrammer() { return *bfdProgrammer_; }
    CbfNhgRedirectProgrammer& cbfNhgRedirectProgrammer() { return *cbfNhgRedirectProgrammer_; }
    IpRouteProgrammer& ipRouteProgrammer() { return *ipRouteProgrammer_; }
-   // The others, for those who call them without a wire between.
+   // The others are for callers inside the process, without a wire between.
    ClientInit& clientInit() { return *clientInit_; }
    MplsRouteProgrammer& mplsRouteProgrammer() { return *mplsRouteProgrammer_; }
    NexthopGroupProgrammer& nexthopGroupProgrammer() { return *nexthopGroupProgrammer_; }
@@ -69,6 +73,8 @@ class VelmSdkRpcService : public GrpcService {
    OpaqueProgrammer& opaqueProgrammer() { return *opaqueProgrammer_; }
 
  private:
+   // In this order: every programmer refers to clientInit_, and bfdProgrammer_ sends to sbfdEchoUpdates_ until it has
+   // gone.
    AsyncService asyncService_;
    std::unique_ptr<SbfdEchoUpdates> sbfdEchoUpdates_;
    std::unique_ptr<ClientInit> clientInit_;
@@ -82,7 +88,8 @@ class VelmSdkRpcService : public GrpcService {
 };
 
 namespace Test {
-/// The process's native service, for tests inside the process; null until the agent is initialised, never cleared.
+/// The process's native service, for tests inside the process. Null until the agent is initialised; never cleared, and
+/// so not to be used once the agent has been disabled.
 extern VelmSdkRpcService* btestHelper;
 }  // namespace Test
 
