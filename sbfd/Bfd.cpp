@@ -17,6 +17,17 @@
 #include "sbfd/BfdRttBacklogSm.h"
 #include "sbfd/BfdSendAliveBulkMsgTask.h"
 
+// Three kinds of update leave here, each on a road of its own:
+//
+//   a status that the switch reports    aliveBulkMsg_, then a task: what one turn of the loop brings is one batch
+//   statuses that are worked out here   a batch at once: the end of a resync, an interface that changed its state
+//   figures of round-trip times         the backlog: of each session only the newest, drained slice by slice
+//
+// All end in VelmSdkRpcService, which hands them to the open streams.
+//
+// A resync is an epoch: its start raises the number, each request stamps its session with it, and its end deletes what
+// bears another number. That is why a session is remembered at all.
+
 namespace VelmSdkRpc {
 namespace {
 
@@ -32,7 +43,8 @@ unsigned numberOf(Enum value) {
    return static_cast<unsigned>(value);
 }
 
-// What the switch says beyond the known states is no state to the client.
+// The wire knows four states. Any other number of the switch's, such as one of a newer switch, is unknown to the
+// client.
 WireStatus wireStatus(velm::bfd_session_status_t status) {
    auto const number = static_cast<int>(status);
    return static_cast<WireStatus>(number >= 1 && number <= 4 ? number : 0);
@@ -60,7 +72,7 @@ velm::sbfd_echo_session_key_t keyOf(pb::sbfd_echo_session_key_msg const& message
    std::forward_list<velm::mpls_label_t> labels;
    auto last = labels.before_begin();
    for (auto const label : message.labels()) last = labels.insert_after(last, velm::mpls_label_t(label));
-   return {ipAddressToIpAddr(message.nexthop()), velm::intf_id_t(message.outgoing_interface()), labels,
+   return {ipAddressToIpAddr(message.nexthop()), velm::intf_id_t(message.outgoing_interface()), std::move(labels),
            static_cast<unsigned char>(message.dscp()), static_cast<unsigned char>(message.mpls_exp())};
 }
 
@@ -81,7 +93,7 @@ BfdProgrammer::BfdProgrammer(ClientInit const& clientInit, velm::bfd_session_mgr
      aliveTask_(BfdSendAliveBulkMsgTask::make(service_, &aliveBulkMsg_)) {
    watch_all_sbfd_echo_sessions(true);
    rttBacklogTask_->taskQuantumIs(rttBacklogTask_->taskQuantum() * 0.25);
-   for (auto it = bfdSessionMgr_->sbfd_echo_session_iter(); it; ++it) epochIs(*it);
+   for (auto it = bfdSessionMgr_->sbfd_echo_session_iter(); it; ++it) epochIs(Key(*it));
 }
 
 BfdProgrammer::~BfdProgrammer() = default;
@@ -97,6 +109,8 @@ void BfdProgrammer::processSbfdEchoSessionBulkRequest(pb::sbfd_echo_session_bulk
               [&](auto const& element, auto& answered) { processSbfdEchoSessionRequest(element, answered); });
 }
 
+// The order of the checks decides which error a client reads. Those of the key's widths stand before the deletion, so
+// that a deletion with a bad key fails; that of the interval stands after it, for a deletion has none.
 std::uint32_t BfdProgrammer::process(pb::sbfd_echo_session_msg const& request, std::string& error) {
    trace(1, className, "Process sBFD request: {}", request);
    auto const& wireKey = request.session_key();
@@ -107,7 +121,7 @@ std::uint32_t BfdProgrammer::process(pb::sbfd_echo_session_msg const& request, s
       return refuse(className, error,
                     fmt::format("Error: invalid MPLS exp value {} request {}", wireKey.mpls_exp(), request));
    }
-   auto const key = keyOf(wireKey);
+   auto key = keyOf(wireKey);
    if (request.request_delete()) {
       velm::sdk_scoped_lock const lock;
       doDelete(key);
@@ -119,11 +133,11 @@ std::uint32_t BfdProgrammer::process(pb::sbfd_echo_session_msg const& request, s
                                 "Request {}",
                                 request));
    }
-   program(request, key);
+   program(request, std::move(key));
    return pb::rpc_status_msg::STATUS_SUCCESS;
 }
 
-void BfdProgrammer::program(pb::sbfd_echo_session_msg const& request, Key const& key) {
+void BfdProgrammer::program(pb::sbfd_echo_session_msg const& request, Key&& key) {
    velm::sdk_scoped_lock const lock;
    bfdSessionMgr_->sbfd_echo_session_set(key);
    // Cut to the switch's widths, unchecked; without an interval a repeated request puts the default back.
@@ -133,10 +147,12 @@ void BfdProgrammer::program(pb::sbfd_echo_session_msg const& request, Key const&
                             : bfdSessionMgr_->sbfd_echo_session_default_interval();
    bfdSessionMgr_->sbfd_echo_session_interval_is(key, interval);
    bfdSessionMgr_->sbfd_echo_session_rtt_enabled_is(key, request.rtt_enabled());
-   epochIs(key);
-   request.track_interface_state() ? intfToKeySetIs(key) : intfToKeySetDel(key);
+   auto const& held = epochIs(std::move(key));
+   request.track_interface_state() ? intfToKeySetIs(held) : intfToKeySetDel(held);
 }
 
+// The switch first: where it fails, the session is still known here and can be deleted again. What waits of its figures
+// goes with it, so that no update comes after its end.
 void BfdProgrammer::doDelete(Key const& key) {
    bfdSessionMgr_->sbfd_echo_session_del(key);
    rttBacklogSm_->backlogDel(key);
@@ -144,12 +160,11 @@ void BfdProgrammer::doDelete(Key const& key) {
    intfToKeySetDel(key);
 }
 
-void BfdProgrammer::epochIs(Key const& key) {
-   if (auto* node = sessionEpochs_.lookupNodeG(key)) {
-      node->value() = epoch_;
-   } else {
-      sessionEpochs_.newMemberG(key, epoch_);
-   }
+BfdProgrammer::Key const& BfdProgrammer::epochIs(Key&& key) {
+   auto* const node = sessionEpochs_.lookupNodeG(key);
+   if (node == nullptr) return sessionEpochs_.newMemberG(std::move(key), epoch_).key();
+   node->value() = epoch_;
+   return node->key();
 }
 
 void BfdProgrammer::intfToKeySetIs(Key const& key) {
@@ -174,11 +189,12 @@ void BfdProgrammer::resyncStart() {
 
 void BfdProgrammer::resyncEnd() {
    bool const silent = std::getenv("TERNAGENT_NOBFD") != nullptr;
+   // Held to the end, so that no event of the switch comes between the statuses and the batch that carries them.
    velm::sdk_scoped_lock const lock;
    Batch batch;
    batch.mutable_bulk()->Reserve(static_cast<int>(sessionEpochs_.members()) + 1);
    for (Qor::HashMap2018IteratorGeneric it(sessionEpochs_); it; it.advance()) {
-      auto const key = it.currNodeMaybeStale();
+      auto const& key = it.currNodeMaybeStale();  // the iterator's own: doDelete takes the member away
       auto const epoch = it.currNodeNonStale().value();
       if (epoch != epoch_) {
          trace(1, className, "Purging {} has stale epoch {} != {}", key, epoch, epoch_);
@@ -192,12 +208,15 @@ void BfdProgrammer::resyncEnd() {
    sendStatusBatch(std::move(batch));
 }
 
+// An end marker alone says nothing, so that an empty batch is not sent.
 void BfdProgrammer::sendStatusBatch(Batch&& batch) {
    if (batch.bulk().empty()) return;
    batch.add_bulk()->set_end_of_status_batch(true);
    service_->sendSbfdAliveUpdate(std::move(batch));
 }
 
+// Nothing is looked up: what the switch reports is passed on, also of another agent's session and, late, of one that
+// has been deleted.
 void BfdProgrammer::on_sbfd_echo_session_status(Key const& key, velm::bfd_session_status_t status) {
    addStatus(aliveBulkMsg_, key, status);
    trace(1, className, "key={} status={}", key, numberOf(status));
@@ -224,6 +243,8 @@ void BfdProgrammer::on_admin_enabled(velm::intf_id_t intf, bool admin) {
    handleIntfStateChange(intf, admin, intfMgr_->oper_status(intf));
 }
 
+// An interface is up if it is enabled and not known to be down. One whose state the switch does not know yet says
+// nothing about its sessions, unless it is disabled.
 void BfdProgrammer::handleIntfStateChange(velm::intf_id_t const& intf, bool admin, velm::oper_status_t oper) {
    if (admin && oper == velm::oper_status_t::unknown) return;
    bool const up = admin && oper != velm::oper_status_t::down;
@@ -236,7 +257,7 @@ void BfdProgrammer::handleIntfStateChange(velm::intf_id_t const& intf, bool admi
    batch.mutable_bulk()->Reserve(static_cast<int>(it->second.size()) + 1);
    for (auto const& key : it->second) {
       auto status = bfdSessionMgr_->sbfd_echo_session_status(key);
-      if (status == velm::bfd_session_status_t::down) {  // has been reported
+      if (status == velm::bfd_session_status_t::down) {  // which the client has been told already
          trace(2, className, "key={} status={} on intf state change admin={} oper={} skip", key, numberOf(status),
                admin, numberOf(oper));
          continue;

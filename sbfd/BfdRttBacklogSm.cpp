@@ -9,15 +9,19 @@
 #include "platform/pesko/ProcessTrace.h"
 #include "platform/velm/format.h"
 
+// The drain itself is Loom's: it walks from the resume key, asks after each entry whether the task should yield, and
+// takes out by range what was handled. A key that has been deleted meanwhile still has its place in the map's order, so
+// that the walk goes on from there.
+
 namespace VelmSdkRpc {
 namespace {
 
 constexpr auto className = "BfdRttBacklogSm";
-constexpr Loom::TaskPriority priority = 3;
+constexpr Loom::TaskPriority priority = 3;  // after the statuses, which have 1
 
 }  // namespace
 
-/// Has the backlog drained whenever its task runs.
+/// Has the backlog drained whenever its task runs: a task of this runtime has no body, it notifies.
 class BfdRttBacklogSm::QorRttBacklogTask : public Qor::PtrInterface::NotifieeConst {
  public:
    QorRttBacklogTask(BfdRttBacklogSm* sm, Qor::Ptr<Loom::TaskScheduler> const& scheduler, Loom::TaskPriority priority,
@@ -29,7 +33,7 @@ class BfdRttBacklogSm::QorRttBacklogTask : public Qor::PtrInterface::NotifieeCon
    }
 
    Qor::Ptr<Loom::Task> const& task() const { return task_; }
-   /// Lets the backlog go: runs of the task do nothing from now on.
+   /// Lets the backlog go: runs of the task, which its other holders may still ask for, do nothing from now on.
    void detach() { sm_ = nullptr; }
 
    void onAttribute(Qor::AttributeId attributeId, void const* /*value*/) override {
@@ -84,7 +88,7 @@ void BfdRttBacklogSm::backlogDelAll() { backlog_._memberDelAll(); }
 
 Qor::Ptr<Loom::Task> BfdRttBacklogSm::rttBacklogTaskIs(Qor::Ptr<Loom::TaskScheduler> const& scheduler,
                                                        Loom::TaskPriority priority, std::string const& name) {
-   auto const old = rttBacklogTask_;
+   auto const old = rttBacklogTask_;  // kept until the new one is in place
    if (old) {
       auto const& task = old->task();
       if (task->taskScheduler() == scheduler && task->taskPriority() == priority && task->taskName() == name) {
@@ -94,6 +98,7 @@ Qor::Ptr<Loom::Task> BfdRttBacklogSm::rttBacklogTaskIs(Qor::Ptr<Loom::TaskSchedu
    rttBacklogTask_ = new QorRttBacklogTask(this, scheduler, priority, name);
    rttBacklogTask_->hasNotificationActiveIs(true);
    rttBacklogTask_->qorDoZombieReactors(qorMarkedForDeletion());
+   // The old one falls silent, the new one drains what waits, and only then the old one is cut off.
    if (old) old->qorDoZombieReactors(true);
    handleRttBacklogTask();
    if (old) old->detach();
@@ -115,7 +120,7 @@ Qor::Ptr<Loom::Task> BfdRttBacklogSm::rttBacklogTask() const {
 
 void BfdRttBacklogSm::handleRttBacklogTask() {
    pb::watch_sbfd_echo_session_status_msg bulkMsg;
-   bulkMsg.mutable_bulk()->Reserve(static_cast<int>(backlog_.members()));
+   bulkMsg.mutable_bulk()->Reserve(static_cast<int>(backlog_.members()));  // at most so many leave
    auto& task = *rttBacklogTask_->task();
    Key const sentinel;
    auto const progress =
@@ -125,6 +130,7 @@ void BfdRttBacklogSm::handleRttBacklogTask() {
    task.taskWorkPendingIs(progress.pending);
    if (progress.pending != 0) task.scheduleTask();
    trace(3, className, "{}", progress);
+   // Without an end marker: only statuses have one.
    if (!bulkMsg.bulk().empty()) service_->sendSbfdRttUpdate(std::move(bulkMsg));
 }
 
@@ -132,7 +138,7 @@ void BfdRttBacklogSm::handleRttBacklogElem(Key const& key, Rtt& rtt, pb::watch_s
    trace(4, className, "key={} rtt={}", key, rtt);
    auto& element = *bulkMsg.add_bulk();
    convertKey(key, element.mutable_session_key());
-   *element.mutable_rtt() = std::move(rtt);  // the entry goes at the end of the run
+   *element.mutable_rtt() = std::move(rtt);  // the entry goes at the end of the run, so it may be left empty
 }
 
 void BfdRttBacklogSm::hasNotificationActiveIs(bool active) {

@@ -11,8 +11,8 @@ namespace VelmSdkRpc {
 namespace {
 
 constexpr auto className = "BfdSendAliveBulkMsgTask";
-constexpr Pesko::TaskPriority priority = 1;
-constexpr int usualBurst = 100;  // of so many changes the next burst needs no new storage
+constexpr Pesko::TaskPriority priority = 1;  // before RTT figures and the services' backlogs
+constexpr int usualBurst = 100;              // a burst of up to so many changes is gathered without new storage
 
 }  // namespace
 
@@ -30,6 +30,7 @@ void BfdSendAliveBulkMsgTask::taskExecute() {
    if (!taskRun()) return;
    trace(1, className, "send BfdSendAliveBulk");
    pb::watch_sbfd_echo_session_status_msg tmpBulkMsg;
+   // By the swap this storage is what the next burst is gathered in.
    tmpBulkMsg.mutable_bulk()->Reserve(usualBurst);
    tmpBulkMsg.Swap(aliveBulkMsg_);
    Qor::assertThat(tmpBulkMsg.bulk_size() != 0, "tmpBulkMsg.bulk_size() != 0");

@@ -9,11 +9,13 @@ namespace VelmSdkRpc {
 
 class VelmSdkRpcService;
 
-/// Sends the status changes that were gathered since its last run, as one batch with an end marker. Ask for a run only
-/// behind a change: one with nothing to send ends the process. Main loop.
+/// Sends the status changes that were gathered since its last run, as one batch with an end marker. However many
+/// changes one turn of the loop brings, clients get one message.
+///
+/// Ask for a run only after adding a change: a run with nothing to send ends the process. Main loop.
 class BfdSendAliveBulkMsgTask : public Pesko::Task {
  public:
-   /// The two are the caller's.
+   /// The changes are gathered in `aliveBulkMsg`, which a run empties. Both stay the caller's and outlive the task.
    static std::shared_ptr<BfdSendAliveBulkMsgTask> make(VelmSdkRpcService* service,
                                                         pb::watch_sbfd_echo_session_status_msg* aliveBulkMsg);
 

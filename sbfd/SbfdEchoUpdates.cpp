@@ -12,7 +12,7 @@ namespace VelmSdkRpc {
 void SbfdEchoUpdates::insert(OpaqueId id) {
    std::lock_guard const lock(mutex_);
    bool const inserted = handlerIds_.insert(id).second;
-   Qor::assertThat(inserted, "inserted");
+   Qor::assertThat(inserted, "inserted");  // ids are never used twice
 }
 
 void SbfdEchoUpdates::erase(OpaqueId id) {
@@ -20,6 +20,8 @@ void SbfdEchoUpdates::erase(OpaqueId id) {
    handlerIds_.erase(id);
 }
 
+// The mutex is held over the whole walk: two batches that are sent at the same time reach all listeners in the same
+// order. withHandler keeps each handler from being erased while it is given its batch.
 void SbfdEchoUpdates::send(Batch&& batch, Send send) {
    std::lock_guard const lock(mutex_);
    for (auto it = handlerIds_.begin(); it != handlerIds_.end();) {

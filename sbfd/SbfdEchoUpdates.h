@@ -11,7 +11,11 @@ namespace VelmSdkRpc {
 class GrpcService;
 class SbfdEchoUpdatesHandler;
 
-/// The streams that listen for sBFD updates. Thread-safe.
+/// The streams that listen for sBFD updates, by the ids of their handlers. Every listener gets every batch, in the
+/// order in which they are sent.
+///
+/// Thread-safe: the main loop sends, and so does the server thread at the end of a resync. Its mutex comes before that
+/// of the service's handler table and those of the handlers.
 class SbfdEchoUpdates {
  public:
    using Batch = pb::watch_sbfd_echo_session_status_msg;
@@ -23,10 +27,11 @@ class SbfdEchoUpdates {
 
    /// Adds a handler, which must not be there yet.
    void insert(OpaqueId id);
-   /// Forgets a handler whose client has gone. The caller holds no mutex of the handler's.
+   /// Forgets a handler whose client has gone; harmless for one that is not there. The caller holds no mutex of the
+   /// handler's, since send() takes those after this one's.
    void erase(OpaqueId id);
-   /// Hands every listener a copy, the last one the batch itself; without a listener it is dropped. A listener whose
-   /// handler has gone without a word, as one does whose Write failed, is forgotten.
+   /// Hands every listener a copy, the last one the batch itself; a batch without a listener is dropped. A listener
+   /// whose handler has gone without erasing it, because a Write failed, is forgotten.
    void send(Batch&& batch, Send send);
 
  private:

@@ -27,9 +27,9 @@ constexpr bool is_valid(bfd_session_status_t) { return true; }
 class sbfd_echo_session_key_t {
  public:
    sbfd_echo_session_key_t() = default;
-   sbfd_echo_session_key_t(ip_addr_t nexthop, intf_id_t intf, std::forward_list<mpls_label_t> const& labels,
+   sbfd_echo_session_key_t(ip_addr_t nexthop, intf_id_t intf, std::forward_list<mpls_label_t> labels,
                            unsigned char ip_dscp, unsigned char mpls_exp)
-      : nexthop_(nexthop), intf_(intf), labels_(labels), ip_dscp_(ip_dscp), mpls_exp_(mpls_exp) {}
+      : nexthop_(nexthop), intf_(intf), labels_(std::move(labels)), ip_dscp_(ip_dscp), mpls_exp_(mpls_exp) {}
 
    ip_addr_t const& nexthop() const { return nexthop_; }
    intf_id_t const& nexthop_intf() const { return intf_; }
