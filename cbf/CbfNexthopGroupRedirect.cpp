@@ -14,6 +14,15 @@
 #include "platform/qor/HashMap2018Iterator.h"
 #include "platform/velm/sdk_lock.h"
 
+// The parts of a redirect are written in the order in which they name each other: ACLs, their commit, class map, rule
+// of the policy map, so that the switch never finds a new rule that leads nowhere. A removal takes the class map, the
+// rule, and then commits. A bulk request keeps the commit and the policy map for its end, one of each however many
+// redirects it has; until then its new class maps name staged ACLs, and no rule names the class maps.
+//
+// A resync is an epoch, as with sBFD sessions: its start raises the number, an add stamps its record, and the end marks
+// what bears another number. Records that were read back after a restart bear the number of that moment, so that they
+// go unless the client repeats them.
+
 namespace VelmSdkRpc {
 namespace {
 
@@ -79,11 +88,12 @@ bool CbfNhgRedirectProgrammer::cbrPolicyMapNameIs(std::string const& name) {
    policyMapKey_ = {name, feature};
    bool const exists = policyMapMgr_->exists(policyMapKey_);
    policyMap_ = exists ? policyMapMgr_->policy_map(policyMapKey_) : velm::policy_map_t(policyMapKey_);
-   agentMgr_->status(policyMapStatusKey);  // that it can be read is all
+   // The old value is not used; but a table that cannot be read is not written.
+   agentMgr_->status(policyMapStatusKey);
    agentMgr_->status_set(policyMapStatusKey, name);
    if (!exists) return false;
    cleanUp(restore());
-   return lastSeq_ != 0;
+   return lastSeq_ != 0;  // a rule was seen, here or under an earlier name
 }
 
 // Takes over the redirects of the policy map, and gives the numbers of the rules that are none.
@@ -98,6 +108,7 @@ std::vector<std::uint32_t> CbfNhgRedirectProgrammer::restore() {
       }
       trace(7, className, "Restored policy-map seq {} nexthop-group {} -> {} IPv4 DSCP {} IPv6 DSCP {}", seq,
             read->key.matchNexthopGroup, read->key.redirectNexthopGroup, read->dscpValues.ipv4, read->dscpValues.ipv6);
+      // Of two rules for one redirect the later is kept; the earlier stays in the policy map and belongs to nobody.
       SeqAndDscpValues record{seq, epoch_, std::move(read->dscpValues)};
       if (auto* known = redirects_.lookupNodeG(read->key)) {
          known->value() = std::move(record);
@@ -108,7 +119,8 @@ std::vector<std::uint32_t> CbfNhgRedirectProgrammer::restore() {
    return seqsToDelete;
 }
 
-// The switch keeps the rules themselves until the policy map is written for another reason.
+// Takes rules that are no redirects out of the copy, and what they name from the switch. The policy map itself is not
+// written: it is when it next changes, and until then the switch keeps the rules, which lead nowhere any more.
 void CbfNhgRedirectProgrammer::cleanUp(std::vector<std::uint32_t> const& seqs) {
    for (auto const seq : seqs) {
       auto const classKey = policyMap_.rules().at(seq).class_map_key();
@@ -132,7 +144,9 @@ void CbfNhgRedirectProgrammer::processCbfNhgRedirectBulkRequest(pb::cbf_nexthop_
    answerEach(request.cbf_nexthop_group_redirect(), status, [&](auto const& element, auto& answered) {
       processCbfNhgRedirectRequestInternal(element, answered, false);
    });
-   // Each under the lock that the manager takes before it looks at the policy map; the two need not be one step.
+   // Without a lock around the two, which need not be one step; each manager takes it for itself. The copy is not
+   // written meanwhile: requests come one at a time, and the task changes it under the lock, which the manager holds by
+   // the time it reads the copy.
    aclMgr_->acl_commit();
    policyMapMgr_->policy_map_is(policyMap_);
 }
@@ -158,7 +172,7 @@ void CbfNhgRedirectProgrammer::addRedirect(Key const& key, DscpValues&& dscpValu
    if (redirect == nullptr) return newRedirect(key, std::move(dscpValues), commit);
    auto& record = redirect->value();
    record.epoch = epoch_;
-   bool const wasPending = pendingRemovals_.deleteMemberG(key);
+   bool const wasPending = pendingRemovals_.deleteMemberG(key);  // the task then finds one less, or none
    if (record.dscpValues != dscpValues) return updateRedirect(*redirect, std::move(dscpValues), commit);
    trace(6, className, "Ignore add {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {} existing sequence{}",
          policyMapName_, record.seq, key.matchNexthopGroup, key.redirectNexthopGroup, dscpValues.ipv4, dscpValues.ipv6,
@@ -167,7 +181,7 @@ void CbfNhgRedirectProgrammer::addRedirect(Key const& key, DscpValues&& dscpValu
 
 void CbfNhgRedirectProgrammer::updateRedirect(Redirects::Node& redirect, DscpValues&& dscpValues, bool commit) {
    auto const& key = redirect.key();
-   auto& [seq, epoch, values] = redirect.value();
+   auto& [seq, epoch, values] = redirect.value();  // class map and rule name the ACLs, and stay as they are
    trace(6, className, "Update Acl {} seq {} matching {} redirect {} IPv4-DSCP {}->{} IPv6-DSCP {}->{}", policyMapName_,
          seq, key.matchNexthopGroup, key.redirectNexthopGroup, values.ipv4, dscpValues.ipv4, values.ipv6,
          dscpValues.ipv6);
@@ -180,7 +194,7 @@ void CbfNhgRedirectProgrammer::updateRedirect(Redirects::Node& redirect, DscpVal
          seq, key.matchNexthopGroup, key.redirectNexthopGroup, values.ipv4, values.ipv6);
 }
 
-// Whatever names another object comes behind it.
+// Every object comes after what it names.
 void CbfNhgRedirectProgrammer::newRedirect(Key const& key, DscpValues&& dscpValues, bool commit) {
    auto const name = key.uniqueName();
    auto const ipv4Key = addAcl(ipv4Definitions, name, key.matchNexthopGroup, dscpValues.ipv4, false);
@@ -206,6 +220,7 @@ velm::acl_key_t CbfNhgRedirectProgrammer::addAcl(AfDefinitions const& definition
    auto const key = definitions.aclKey(name);
    std::uint32_t seq = 0;
    for (auto const dscp : values) aclMgr_->acl_rule_set(key, ++seq, aclRule(definitions, matchGroup, dscp));
+   // New values overwrite the first rules; of a longer list before, the rest goes. A new ACL has no rest.
    if (prune) {
       for (auto it = aclMgr_->acl_rule_ip_iter(key); it; ++it) {
          if (auto const present = (*it).first; present > seq) aclMgr_->acl_rule_del(key, present);
@@ -237,9 +252,10 @@ std::uint32_t CbfNhgRedirectProgrammer::removeRedirect(Key const& key) {
 void CbfNhgRedirectProgrammer::scheduleRemoveRedirect(Key const& key) {
    if (pendingRemovals_.lookupNodeG(key) != nullptr) return;
    pendingRemovals_.newMemberG(key);
-   removeTask_->scheduleTaskLowestDelay(removeDelay);
+   removeTask_->scheduleTaskLowestDelay(removeDelay);  // a delay that is running is not put off
 }
 
+// Writes and commits even if adds have taken back every mark.
 std::uint32_t CbfNhgRedirectProgrammer::processRemove() {
    for (Qor::HashMap2018IteratorGeneric it(pendingRemovals_); it; it.advance()) {
       auto const& key = it.currNodeMaybeStale();

@@ -25,6 +25,7 @@ std::string faultOf(char const* field, Wire const& dscps) {
 
 }  // namespace
 
+// The order of the checks decides which fault a client reads. A deletion is done before the values are looked at.
 std::string faultOf(Request const& request) {
    if (request.match_nexthop_group_name().empty()) return "Error: match_nexthop_group_name required";
    if (request.redirect_nexthop_group_name().empty()) return "Error: redirect_nexthop_group_name required";

@@ -7,11 +7,12 @@
 
 namespace VelmSdkRpc {
 
-/// What is wrong with the request, as its answer tells it; empty for nothing. A deletion needs nothing but its groups.
+/// What is wrong with the request, in the words of its answer: the first fault, or an empty text if there is none. The
+/// groups come first, then the values; a deletion needs no values, and bad ones are no fault of it.
 std::string faultOf(pb::cbf_nexthop_group_redirect_msg const& request);
 
 CbfRedirectKey keyOf(pb::cbf_nexthop_group_redirect_msg const& request);
-/// Of a request without fault.
+/// The values of a request that has no fault: each fits a byte.
 CbfDscpValues dscpValuesOf(pb::cbf_nexthop_group_redirect_msg const& request);
 
 }  // namespace VelmSdkRpc

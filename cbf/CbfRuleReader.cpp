@@ -10,9 +10,10 @@
 namespace VelmSdkRpc {
 namespace {
 
-constexpr auto className = "CbfNhgRedirectProgrammer";
+constexpr auto className = "CbfNhgRedirectProgrammer";  // for which operators look, whatever file the line is from
 
-/// A rule as far as it has been read. The texts name the place: the rule's number, its class map, the number in that.
+/// A rule as far as it has been read. A defect makes the rule no redirect but does not end the reading. The texts name
+/// the place: the rule's number, its class map, the number in that.
 class RuleReader {
  public:
    RuleReader(std::uint32_t seq, velm::class_map_mgr const& classMapMgr, velm::acl_mgr const& aclMgr)
@@ -68,9 +69,10 @@ class RuleReader {
          }
          values->push_back(definitions->dscpOf(rule.priority_value()));
       }
-      std::ranges::sort(*values);
+      std::ranges::sort(*values);  // as a request's are, with which they will be compared
    }
 
+   /// How the ACL carries its values, and where these go.
    std::pair<AfDefinitions const*, CbfDscpValues::Values*> familyOf(std::string const& classMap, std::uint32_t cmSeq,
                                                                     velm::acl_key_t const& key) {
       switch (key.acl_type()) {
