@@ -24,7 +24,7 @@ velm::remote::MplsRoute convert(velm::mpls_route_t const& route);
 
 /// Throws for the first of these that is wrong, invalid_argument_error unless it says otherwise:
 ///   1. the label action;
-///   2. the key of its route, as told there;
+///   2. the key of its route: invalid_range_error for a label, then the metric;
 ///   3. the number of bytes of the hop's address, the name of the interface;
 ///   4. the label to push or swap in: invalid_range_error above 1048575. An absent one is label 0;
 ///   5. the TTL mode, the payload type.

@@ -16,7 +16,7 @@ namespace VelmSdkRpc::types {
 // Policy maps, from an action up to the map, and what the hardware made of them. On the way to the SDK, where a message
 // has several faults, the client reads the one that its function lists first.
 
-/// Throws invalid_argument_error for an unknown feature, as the way back does.
+/// Throws invalid_argument_error for an unknown feature, on the way back, too.
 velm::policy_map_key_t convert(velm::remote::PolicyMapKey const& message);
 velm::remote::PolicyMapKey convert(velm::policy_map_key_t const& key);
 
@@ -47,8 +47,8 @@ velm::remote::PolicyMap convert(velm::policy_map_t const& policyMap);
 /// direction.
 velm::remote::PolicyMapHwStatusKey convert(velm::policy_map_hw_status_key_t const& key);
 
-/// One status for each such place, in the order of their keys. Throws invalid_argument_error for an unknown direction
-/// or status.
+/// One status for each interface and direction where the policy map is applied, in the order of these. Throws
+/// invalid_argument_error for an unknown direction or status.
 velm::remote::PolicyMapHwStatuses convert(velm::policy_map_hw_statuses_t const& statuses);
 
 }  // namespace VelmSdkRpc::types

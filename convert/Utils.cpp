@@ -4,6 +4,7 @@
 #include <google/protobuf/generated_enum_reflection.h>
 
 #include <array>
+#include <concepts>
 #include <functional>
 #include <iterator>
 #include <string_view>

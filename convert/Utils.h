@@ -6,7 +6,6 @@
 // list, comes from a broken client: it fails an assertion, and that ends the process. The mirror services, whose
 // conversions are in the files by feature, refuse such values instead.
 
-#include <concepts>
 #include <ostream>
 #include <string>
 
@@ -37,7 +36,7 @@ velm::ip_prefix_t ipPrefixToPrefix(pb::ip_prefix_msg const& prefix);
 void ipAddrToIpAddress(velm::ip_addr_t const& address, pb::ip_address_msg* message);
 pb::ip_address_msg ipAddrToIpAddress(velm::ip_addr_t const& address);
 
-/// The runtime's kind of address likewise, except that its null address is written as no bytes.
+/// Writes an address of the runtime's kind into the message, or gives a new one. Its null address is no bytes.
 void ipGenAddrToIpAddress(Brel::IpGenAddr const& address, pb::ip_address_msg* message);
 pb::ip_address_msg ipGenAddrToIpAddress(Brel::IpGenAddr const& address);
 

@@ -35,7 +35,7 @@ velm::ip_prefix_t convert(velm::remote::Prefix const& message);
 /// unsupported_error for an unknown family.
 velm::remote::Prefix convert(velm::ip_prefix_t const& prefix);
 
-/// An address with a mask; all bits of the address count. The length is cut as that of a prefix is.
+/// An address with a mask; all bits of the address count. The length is cut to 8 bits, not checked.
 velm::ip_addr_mask_t convert(velm::remote::IpAddrMask const& message);
 /// Throws unsupported_error for an unknown family.
 velm::remote::IpAddrMask convert(velm::ip_addr_mask_t const& mask);

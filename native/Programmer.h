@@ -13,7 +13,6 @@
 #include "convert/Utils.h"
 #include "platform/pesko/ProcessTrace.h"
 #include "platform/velm/errors.h"
-#include "platform/velm/ip.h"
 #include "proto/velmsdk.pb.h"
 #include "rpc/Announced.h"
 

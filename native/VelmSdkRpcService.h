@@ -65,7 +65,7 @@ class VelmSdkRpcService : public GrpcService {
    BfdProgrammer& bfdProgrammer() { return *bfdProgrammer_; }
    CbfNhgRedirectProgrammer& cbfNhgRedirectProgrammer() { return *cbfNhgRedirectProgrammer_; }
    IpRouteProgrammer& ipRouteProgrammer() { return *ipRouteProgrammer_; }
-   // The others are for callers inside the process, without a wire between.
+   // These are for callers inside the process that want the programmers without a wire between, such as fuzzers.
    ClientInit& clientInit() { return *clientInit_; }
    MplsRouteProgrammer& mplsRouteProgrammer() { return *mplsRouteProgrammer_; }
    NexthopGroupProgrammer& nexthopGroupProgrammer() { return *nexthopGroupProgrammer_; }
