@@ -1,7 +1,5 @@
 #pragma once
 
-#include <memory>
-
 #include "rpc/GenericRequestHandler.h"
 
 namespace VelmSdkRpc {
@@ -21,9 +19,11 @@ class CallbackRequestHandler : public GenericRequestHandler<CallbackRequestHandl
    using RequestFn = PostFn<Request, typename Base::Responder>;
    using Callback = void (Owner::*)(Request const&, Response&);
 
-   CallbackRequestHandler(HandlerSeat const& seat, VelmSdkRpcService& service, RequestFn requestFn, Owner* owner,
-                          Callback callback)
-      : Base(seat, service), requestFn_(requestFn), owner_(owner), callback_(callback) {}
+   CallbackRequestHandler(OpaqueId id, VelmSdkRpcService& service, RequestFn requestFn, Owner* owner, Callback callback)
+      : Base(id, service), requestFn_(requestFn), owner_(owner), callback_(callback) {}
+   /// The successor of a handler, for the next call of its method.
+   CallbackRequestHandler(OpaqueId id, CallbackRequestHandler const& before)
+      : CallbackRequestHandler(id, before.service(), before.requestFn_, before.owner_, before.callback_) {}
 
    RequestFn requestFn() const { return requestFn_; }
 
@@ -31,10 +31,6 @@ class CallbackRequestHandler : public GenericRequestHandler<CallbackRequestHandl
       Response& response = this->newResponse();
       (owner_->*callback_)(this->request(), response);
       this->responder().Finish(response, grpc::Status::OK, this->id());
-   }
-
-   std::unique_ptr<RequestHandler> chain(void* id) override {
-      return armed<CallbackRequestHandler>(this->successorSeat(id), this->service(), requestFn_, owner_, callback_);
    }
 
  private:

@@ -31,9 +31,8 @@ constexpr auto traceLabel = "GrpcServer";  // under which readers of the trace l
 class DetectServerAliveHandler : public GenericRequestHandler<DetectServerAliveHandler, pb::rpc_server_alive_msg,
                                                               pb::rpc_server_alive_msg, VelmSdkRpcService, true> {
  public:
-   DetectServerAliveHandler(HandlerSeat const& seat, VelmSdkRpcService& service)
-      : GenericRequestHandler(seat, service) {
-      context().AsyncNotifyWhenDone(id());
+   DetectServerAliveHandler(OpaqueId id, VelmSdkRpcService& service) : GenericRequestHandler(id, service) {
+      context().AsyncNotifyWhenDone(id);
    }
    static constexpr auto requestFn() { return &AsyncService::Requestwatch_rpc_server_alive; }
    void process() override {

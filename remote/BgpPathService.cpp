@@ -3,83 +3,62 @@
 #include <utility>
 
 #include "convert/BgpPath.h"
-#include "platform/loom/TaskScheduler.h"
-#include "rpc/IteratorStreamingHandler.h"
-#include "rpc/StreamingAdapterHandler.h"
-#include "rpc/UnaryRequestHandler.h"
+#include "remote/MirrorMethods.h"
 
 namespace VelmSdkRpc {
 namespace {
 
-using Async = BgpPathService::AsyncService;
-using Mgr = velm::bgp_path_mgr;
+using AsyncService = BgpPathService::AsyncService;
 using types::convert;
 using velm::remote::IP_VERSION_IPV4;
 using velm::remote::IP_VERSION_IPV6;
 
-struct Watch : SubscribedWatch<&Async::Requestwatch> {
-   static bool filter(Request const& request, Response const& response) {
-      return response.ready() || request.all() || (request.ipv4() && response.ip_version() == IP_VERSION_IPV4) ||
-             (request.ipv6() && response.ip_version() == IP_VERSION_IPV6);
+struct Watch : SubscribedWatch<&AsyncService::Requestwatch> {
+   static bool filter(Request const& request, Response const& event) {
+      return request.all() || (request.ipv4() && event.ip_version() == IP_VERSION_IPV4) ||
+             (request.ipv6() && event.ip_version() == IP_VERSION_IPV6);
    }
 };
 
-/// Streams the paths that the manager's operation gives.
-template <auto post, auto operation>
-struct Paths : Method<post> {
-   using typename Method<post>::Request;
-   using typename Method<post>::Response;
+struct Ipv4UnicastPaths : Method<&AsyncService::Requestipv4_unicast_paths> {
    static auto call(BgpPathService& service, Request const& request) {
-      return (service.mgr().*operation)(convert(request.options()));
+      return service.mgr().ipv4_unicast_path_iter(convert(request.options()));
    }
-   static Response response(velm::bgp_path_t const& path) {
-      Response response;
-      *response.mutable_path() = convert(path);
-      return response;
+   static void fill(Response& response, velm::bgp_path_t const& path) { *response.mutable_path() = convert(path); }
+};
+
+struct Ipv4UnicastPath : Method<&AsyncService::Requestipv4_unicast_path> {
+   static void call(BgpPathService& service, Request const& request, Response& response) {
+      *response.mutable_path() = convert(service.mgr().ipv4_unicast_path(convert(request.key())));
    }
 };
 
-template <auto post, auto operation>
-struct Path : Method<post> {
-   using typename Method<post>::Request;
-   using typename Method<post>::Response;
-   static Response call(BgpPathService& service, Request const& request) {
-      Response response;
-      *response.mutable_path() = convert((service.mgr().*operation)(convert(request.key())));
-      return response;
+struct Ipv4BgpConvergence : Method<&AsyncService::Requestipv4_unicast_bgp_convergence> {
+   static void call(BgpPathService& service, Request const&, Response& response) {
+      response.set_converged(service.mgr().ipv4_unicast_bgp_convergence());
    }
 };
 
-template <auto post, auto operation>
-struct Convergence : Method<post> {
-   using typename Method<post>::Request;
-   using typename Method<post>::Response;
-   static Response call(BgpPathService& service, Request const& /*request*/) {
-      Response response;
-      response.set_converged((service.mgr().*operation)());
-      return response;
+struct Ipv6UnicastPaths : Method<&AsyncService::Requestipv6_unicast_paths> {
+   static auto call(BgpPathService& service, Request const& request) {
+      return service.mgr().ipv6_unicast_path_iter(convert(request.options()));
+   }
+   static void fill(Response& response, velm::bgp_path_t const& path) { *response.mutable_path() = convert(path); }
+};
+
+struct Ipv6UnicastPath : Method<&AsyncService::Requestipv6_unicast_path> {
+   static void call(BgpPathService& service, Request const& request, Response& response) {
+      *response.mutable_path() = convert(service.mgr().ipv6_unicast_path(convert(request.key())));
    }
 };
 
-struct Ipv4UnicastPaths : Paths<&Async::Requestipv4_unicast_paths, &Mgr::ipv4_unicast_path_iter> {};
-struct Ipv6UnicastPaths : Paths<&Async::Requestipv6_unicast_paths, &Mgr::ipv6_unicast_path_iter> {};
-struct Ipv4UnicastPath : Path<&Async::Requestipv4_unicast_path, &Mgr::ipv4_unicast_path> {};
-struct Ipv6UnicastPath : Path<&Async::Requestipv6_unicast_path, &Mgr::ipv6_unicast_path> {};
-struct Ipv4BgpConvergence
-   : Convergence<&Async::Requestipv4_unicast_bgp_convergence, &Mgr::ipv4_unicast_bgp_convergence> {};
-struct Ipv6BgpConvergence
-   : Convergence<&Async::Requestipv6_unicast_bgp_convergence, &Mgr::ipv6_unicast_bgp_convergence> {};
+struct Ipv6BgpConvergence : Method<&AsyncService::Requestipv6_unicast_bgp_convergence> {
+   static void call(BgpPathService& service, Request const&, Response& response) {
+      response.set_converged(service.mgr().ipv6_unicast_bgp_convergence());
+   }
+};
 
 }  // namespace
-
-BgpPathService::BgpPathService(velm::bgp_path_mgr* mgr)
-   : GrpcService("bgp-path"),
-     bgp_path_handler(mgr),
-     pathBacklog_("BgpPathKeyBacklog", Loom::TaskSchedulerRoot::findOrCreateScheduler(), BgpPathKeyBacklog(*this)),
-     convergedBacklog_("BgpPathConvergedBacklog", Loom::TaskSchedulerRoot::findOrCreateScheduler(),
-                       BgpConvergedBacklog(*this)) {}
-
-void BgpPathService::registerRpcService(grpc::ServerBuilder& builder) { builder.RegisterService(&asyncService_); }
 
 void BgpPathService::startHandlers() {
    registerAdapter<StreamingAdapterHandler, Watch>(*this);
@@ -91,9 +70,7 @@ void BgpPathService::startHandlers() {
    registerAdapter<UnaryRequestHandler, Ipv6BgpConvergence>(*this);
 }
 
-void BgpPathService::publish(Event const& response) {
-   subscriptions_.publishA<WatchOf<Watch, BgpPathService>>(response);
-}
+void BgpPathService::publish(Event const& event) { subscriptions().publishA<WatchOf<Watch, BgpPathService>>(event); }
 
 void BgpPathService::publishPath(velm::remote::IpVersion version, velm::bgp_path_key_t const& key) {
    Event event;

@@ -2,36 +2,27 @@
 
 #include "platform/velm/bgp_path.h"
 #include "proto/remote/bgp_path.grpc.pb.h"
-#include "rpc/BacklogPublisher.h"
-#include "rpc/GenericBacklog.h"
-#include "rpc/GrpcService.h"
-#include "rpc/SubscriptionController.h"
+#include "remote/MirrorService.h"
+#include "rpc/ServiceBacklog.h"
 
 namespace VelmSdkRpc {
 
-class BgpPathService;
-using BgpPathKeyBacklog = BacklogPublisher<BgpPathService>;
-using BgpConvergedBacklog = BacklogPublisher<BgpPathService>;
-
-/// Mirrors the BGP paths that the switch has received. Its watch brings of each path, and of each family's convergence,
-/// the last event of a burst; a burst of paths holds no convergence up. SDK callbacks and the backlogs run on the main
-/// loop, all else on the server thread.
-class BgpPathService : public GrpcService, public velm::bgp_path_handler {
+/// Mirrors the BGP paths that the switch has received, read only.
+///
+/// Its watch brings of each path, and of each family's convergence, the last event of a burst. The two have a backlog
+/// each, so that a hundred thousand paths do not hold up the word that a family has converged; they are not ordered
+/// against each other. A client chooses one family, the other, or all; one that chooses nothing gets the marker alone.
+class BgpPathService : public MirrorService<velm::remote::BgpPathMgrService, velm::bgp_path_mgr>,
+                       public velm::bgp_path_handler {
  public:
-   using AsyncService = velm::remote::BgpPathMgrService::AsyncService;
+   using Event = velm::remote::BgpPathWatchResponse;
 
-   /// The manager stays the caller's.
-   explicit BgpPathService(velm::bgp_path_mgr* mgr);
+   explicit BgpPathService(velm::bgp_path_mgr* mgr) : MirrorService("bgp-path", mgr), bgp_path_handler(mgr) {}
 
-   void registerRpcService(grpc::ServerBuilder& builder) override;
    void startHandlers() override;
-   AsyncService& asyncService() { return asyncService_; }
-   velm::bgp_path_mgr& mgr() const { return *get_mgr(); }
-
-   SubscriptionController<BgpPathService>& subscriptions() { return subscriptions_; }
-   void startWatching() { watch_all_paths(true); }
-   void stopWatching() { watch_all_paths(false); }
-   void publish(velm::remote::BgpPathWatchResponse const& response);
+   void watchIs(bool on) override { watch_all_paths(on); }
+   /// For the backlogs: to every watch that the event concerns.
+   void publish(Event const& event);
 
    void on_ipv4_unicast_path(velm::bgp_path_key_t const& key) override;
    void on_ipv6_unicast_path(velm::bgp_path_key_t const& key) override;
@@ -39,15 +30,11 @@ class BgpPathService : public GrpcService, public velm::bgp_path_handler {
    void on_ipv6_unicast_bgp_converged(bool converged) override;
 
  private:
-   using Event = velm::remote::BgpPathWatchResponse;
-
    void publishPath(velm::remote::IpVersion version, velm::bgp_path_key_t const& key);
    void publishConverged(velm::remote::IpVersion version, bool converged);
 
-   AsyncService asyncService_;
-   GenericBacklog<velm::bgp_path_key_t, Event, BgpPathKeyBacklog> pathBacklog_;
-   GenericBacklog<int, Event, BgpConvergedBacklog> convergedBacklog_;  // by IP version
-   SubscriptionController<BgpPathService> subscriptions_{*this};
+   ServiceBacklog<velm::bgp_path_key_t, Event, BgpPathService> pathBacklog_{"BgpPathKeyBacklog", *this};
+   ServiceBacklog<int, Event, BgpPathService> convergedBacklog_{"BgpPathConvergedBacklog", *this};  // by IP version
 };
 
 }  // namespace VelmSdkRpc

@@ -1,139 +1,181 @@
 #include "remote/EthLagIntfService.h"
 
+#include <concepts>
+#include <string>
+#include <type_traits>
 #include <utility>
 
 #include "convert/BoundaryCheck.h"
 #include "convert/Enums.h"
 #include "convert/EthLagIntf.h"
-#include "convert/Values.h"
-#include "platform/loom/TaskScheduler.h"
-#include "remote/StreamedElements.h"
-#include "rpc/BulkRequestHandler.h"
-#include "rpc/IteratorStreamingHandler.h"
-#include "rpc/StreamingAdapterHandler.h"
-#include "rpc/UnaryRequestHandler.h"
+#include "remote/MirrorMethods.h"
+
+// Nearly every method is an attribute of an interface, so the rows below name what is particular to each: the method,
+// the manager's operation, and the field of the message that holds the value. A row that is more than that is written
+// out.
 
 namespace VelmSdkRpc {
 namespace {
 
-using Async = EthLagIntfService::AsyncService;
+using AsyncService = EthLagIntfService::AsyncService;
 using Mgr = velm::eth_lag_intf_mgr;
 using types::convert;
+namespace wire = velm::remote;
 
-/// A row that reads an attribute of an interface: the manager's getter, and what the response does with the value.
-template <auto post, auto get, auto write>
+// A number or a text is the same on both sides; all else is converted.
+template <class Value>
+auto crossed(Value const& value) {
+   if constexpr (std::is_arithmetic_v<Value> || std::same_as<Value, std::string>) {
+      return value;
+   } else {
+      return convert(value);
+   }
+}
+
+// Reads an attribute of an interface by the manager's getter `get`, into the response's field: by its `set_`, or by its
+// `mutable_` where it is a message or a text.
+template <auto post, auto get, auto field>
 struct Getter : Method<post> {
-   using typename Method<post>::Request;
    using typename Method<post>::Response;
-   static Response call(EthLagIntfService& service, Request const& request) {
-      Response response;
-      write(response, (service.mgr().*get)(convert(request.intf())));
-      return response;
+   static void call(EthLagIntfService& service, typename Method<post>::Request const& request, Response& response) {
+      auto value = crossed((service.mgr().*get)(convert(request.intf())));
+      if constexpr (std::invocable<decltype(field), Response&>) {
+         *(response.*field)() = std::move(value);
+      } else {
+         (response.*field)(value);
+      }
    }
 };
 
-/// A row that sets one: what it reads of the request, checked ahead of the interface's name, and the manager's setter.
-template <auto post, auto read, auto set>
+// Sets an attribute of an interface to the request's field. Its value is converted before the interface's name, so that
+// of two faults it is the value's that is reported.
+template <auto post, auto set, auto field>
 struct Setter : Method<post> {
-   using typename Method<post>::Request;
-   static typename Method<post>::Response call(EthLagIntfService& service, Request const& request) {
-      auto const value = read(request);
+   static void call(EthLagIntfService& service, typename Method<post>::Request const& request,
+                    typename Method<post>::Response&) {
+      auto const value = crossed((request.*field)());
       (service.mgr().*set)(convert(request.intf()), value);
-      return {};
    }
 };
 
-/// A row that is about an interface and nothing else.
+// Does something to an interface that takes no value.
 template <auto post, auto operation>
 struct Action : Method<post> {
-   static typename Method<post>::Response call(EthLagIntfService& service,
-                                               typename Method<post>::Request const& request) {
+   static void call(EthLagIntfService& service, typename Method<post>::Request const& request,
+                    typename Method<post>::Response&) {
       (service.mgr().*operation)(convert(request.intf()));
-      return {};
    }
 };
 
-struct Watch : SubscribedWatch<&Async::Requestwatch> {};
+struct Watch : SubscribedWatch<&AsyncService::Requestwatch> {};
 
-struct EthLagIntfs : StreamedIntfs<&Async::Requesteth_lag_intfs> {
-   static auto call(EthLagIntfService& service, Request const& /*request*/) {
-      return service.mgr().eth_lag_intf_iter();
-   }
+struct EthLagIntfs : Method<&AsyncService::Requesteth_lag_intfs> {
+   static auto call(EthLagIntfService& service, Request const&) { return service.mgr().eth_lag_intf_iter(); }
+   static void fill(Response& response, velm::intf_id_t const& intf) { *response.mutable_intf() = convert(intf); }
 };
 
-struct EthLagIntfMembers : StreamedIntfs<&Async::Requesteth_lag_intf_members> {
+struct Exists : Getter<&AsyncService::Requestexists, &Mgr::exists, &wire::EthLagIntfExistsResponse::set_exists> {};
+
+struct EthLagIntfMembers : Method<&AsyncService::Requesteth_lag_intf_members> {
    static auto call(EthLagIntfService& service, Request const& request) {
       return service.mgr().eth_lag_intf_member_iter(convert(request.intf()));
    }
+   static void fill(Response& response, velm::intf_id_t const& intf) { *response.mutable_intf() = convert(intf); }
 };
 
-// clang-format off
-struct Exists : Getter<&Async::Requestexists, &Mgr::exists, [](auto& r, bool v) { r.set_exists(v); }> {};
-struct EthLagIntf : Getter<&Async::Requesteth_lag_intf, &Mgr::eth_lag_intf, [](auto& r, auto const& v) { *r.mutable_eth_lag_intf() = convert(v); }> {};
-struct Speed : Getter<&Async::Requestspeed, &Mgr::speed, [](auto& r, auto v) { r.set_speed(v); }> {};
-struct MinLinks : Getter<&Async::Requestmin_links, &Mgr::min_links, [](auto& r, auto v) { r.set_min_links(v); }> {};
-struct FallbackType : Getter<&Async::Requestfallback_type, &Mgr::fallback_type, [](auto& r, auto v) { r.set_fallback_type(convert(v)); }> {};
-struct FallbackTimeout : Getter<&Async::Requestfallback_timeout, &Mgr::fallback_timeout, [](auto& r, auto v) { r.set_fallback_timeout(v); }> {};
-struct FallbackTimeoutDefault : Getter<&Async::Requestfallback_timeout_default, &Mgr::fallback_timeout_default, [](auto& r, auto v) { r.set_fallback_timeout_default(v); }> {};
-struct Membership : Getter<&Async::Requestmembership, &Mgr::membership, [](auto& r, auto const& v) { *r.mutable_eth_lag_intf_id() = convert(v); }> {};
-struct MembershipStatus : Getter<&Async::Requestmembership_status, &Mgr::membership_status, [](auto& r, auto const& v) { *r.mutable_membership() = convert(v); }> {};
-struct MemberPriority : Getter<&Async::Requestmember_priority, &Mgr::member_priority, [](auto& r, auto v) { r.set_priority(v); }> {};
-struct MemberMode : Getter<&Async::Requestmember_mode, &Mgr::member_mode, [](auto& r, auto v) { r.set_mode(convert(v)); }> {};
-struct MemberTimeout : Getter<&Async::Requestmember_timeout, &Mgr::member_timeout, [](auto& r, auto v) { r.set_timeout(convert(v)); }> {};
-struct MemberActive : Getter<&Async::Requestmember_active, &Mgr::member_active, [](auto& r, bool v) { r.set_active(v); }> {};
-struct MemberTime : Getter<&Async::Requestmember_time, &Mgr::member_time, [](auto& r, double v) { r.set_member_time(v); }> {};
-struct MemberReason : Getter<&Async::Requestmember_reason, &Mgr::member_reason, [](auto& r, auto const& v) { r.set_reason(v); }> {};
+struct EthLagIntfIs : Action<&AsyncService::Requesteth_lag_intf_is, &Mgr::eth_lag_intf_is> {};
 
-struct EthLagIntfIs : Action<&Async::Requesteth_lag_intf_is, &Mgr::eth_lag_intf_is> {};
-struct EthLagIntfDel : Action<&Async::Requesteth_lag_intf_del, &Mgr::eth_lag_intf_del> {};
-struct MembershipDel : Action<&Async::Requestmembership_del, &Mgr::membership_del> {};
+struct EthLagIntf
+   : Getter<&AsyncService::Requesteth_lag_intf, &Mgr::eth_lag_intf, &wire::EthLagIntfResponse::mutable_eth_lag_intf> {};
 
-struct MinLinksIs : Setter<&Async::Requestmin_links_is, [](auto const& r) { return r.min_links(); }, &Mgr::min_links_is> {};
-struct FallbackTypeIs : Setter<&Async::Requestfallback_type_is, [](auto const& r) { return convert(r.fallback_type()); }, &Mgr::fallback_type_is> {};
-// Cut to 16 bits, unlike a priority, which is checked.
-struct FallbackTimeoutIs : Setter<&Async::Requestfallback_timeout_is, [](auto const& r) { return static_cast<unsigned short>(r.fallback_timeout()); }, &Mgr::fallback_timeout_is> {};
-struct MemberPriorityIs : Setter<&Async::Requestmember_priority_is, [](auto const& r) { return boundaryCheck<unsigned short>(r.priority(), "priority {} is out of range"); }, &Mgr::member_priority_is> {};
-struct MemberModeIs : Setter<&Async::Requestmember_mode_is, [](auto const& r) { return convert(r.mode()); }, &Mgr::member_mode_is> {};
-struct MemberTimeoutIs : Setter<&Async::Requestmember_timeout_is, [](auto const& r) { return convert(r.timeout()); }, &Mgr::member_timeout_is> {};
-// clang-format on
+struct EthLagIntfDel : Action<&AsyncService::Requesteth_lag_intf_del, &Mgr::eth_lag_intf_del> {};
 
-struct MembershipSet : Method<&Async::Requestmembership_set> {
-   static Response call(EthLagIntfService& service, Request const& request) {
-      auto const mode = convert(request.mode());
-      auto const intf = convert(request.intf());
-      service.mgr().membership_set(intf, convert(request.eth_lag_intf_id()), mode);
-      return {};
+struct Speed : Getter<&AsyncService::Requestspeed, &Mgr::speed, &wire::EthLagIntfSpeedResponse::set_speed> {};
+struct MinLinks
+   : Getter<&AsyncService::Requestmin_links, &Mgr::min_links, &wire::EthLagIntfMinLinksResponse::set_min_links> {};
+struct MinLinksIs
+   : Setter<&AsyncService::Requestmin_links_is, &Mgr::min_links_is, &wire::EthLagIntfMinLinksIsRequest::min_links> {};
+struct FallbackTypeIs : Setter<&AsyncService::Requestfallback_type_is, &Mgr::fallback_type_is,
+                               &wire::EthLagIntfFallbackTypeIsRequest::fallback_type> {};
+struct FallbackType : Getter<&AsyncService::Requestfallback_type, &Mgr::fallback_type,
+                             &wire::EthLagIntfFallbackTypeResponse::set_fallback_type> {};
+
+// Cut to the SDK's 16 bits, unlike a priority, which is checked: clients count on either.
+struct FallbackTimeoutIs : Method<&AsyncService::Requestfallback_timeout_is> {
+   static void call(EthLagIntfService& service, Request const& request, Response&) {
+      auto const timeout = static_cast<unsigned short>(request.fallback_timeout());
+      service.mgr().fallback_timeout_is(convert(request.intf()), timeout);
    }
 };
 
-struct BulkEthLagIntfIs : BulkOf<&Async::Requestbulk_eth_lag_intf_is, EthLagIntfIs> {};
-struct BulkEthLagIntfDel : BulkOf<&Async::Requestbulk_eth_lag_intf_del, EthLagIntfDel> {};
-struct BulkMinLinksIs : BulkOf<&Async::Requestbulk_min_links_is, MinLinksIs> {};
-struct BulkFallbackTypeIs : BulkOf<&Async::Requestbulk_fallback_type_is, FallbackTypeIs> {};
-struct BulkFallbackTimeoutIs : BulkOf<&Async::Requestbulk_fallback_timeout_is, FallbackTimeoutIs> {};
-struct BulkMembershipSet : BulkOf<&Async::Requestbulk_membership_set, MembershipSet> {};
-struct BulkMembershipDel : BulkOf<&Async::Requestbulk_membership_del, MembershipDel> {};
-struct BulkMemberPriorityIs : BulkOf<&Async::Requestbulk_member_priority_is, MemberPriorityIs> {};
-struct BulkMemberModeIs : BulkOf<&Async::Requestbulk_member_mode_is, MemberModeIs> {};
-struct BulkMemberTimeoutIs : BulkOf<&Async::Requestbulk_member_timeout_is, MemberTimeoutIs> {};
+struct FallbackTimeout : Getter<&AsyncService::Requestfallback_timeout, &Mgr::fallback_timeout,
+                                &wire::EthLagIntfFallbackTimeoutResponse::set_fallback_timeout> {};
 
-velm::remote::EthLagIntfWatchResponse eventOf(velm::remote::EthLagIntfEventType type, velm::intf_id_t const& lag) {
-   velm::remote::EthLagIntfWatchResponse event;
+struct FallbackTimeoutDefault : Method<&AsyncService::Requestfallback_timeout_default> {
+   static void call(EthLagIntfService& service, Request const& request, Response& response) {
+      response.set_fallback_timeout_default(service.mgr().fallback_timeout_default(convert(request.intf())));
+   }
+};
+
+// Of several faults the mode's is reported, then that of the member's name, then that of the LAG's.
+struct MembershipSet : Method<&AsyncService::Requestmembership_set> {
+   static void call(EthLagIntfService& service, Request const& request, Response&) {
+      auto const mode = convert(request.mode());
+      auto const intf = convert(request.intf());
+      service.mgr().membership_set(intf, convert(request.eth_lag_intf_id()), mode);
+   }
+};
+
+struct MembershipDel : Action<&AsyncService::Requestmembership_del, &Mgr::membership_del> {};
+
+struct Membership : Getter<&AsyncService::Requestmembership, &Mgr::membership,
+                           &wire::EthLagIntfMembershipResponse::mutable_eth_lag_intf_id> {};
+struct MembershipStatus : Getter<&AsyncService::Requestmembership_status, &Mgr::membership_status,
+                                 &wire::EthLagIntfMembershipStatusResponse::mutable_membership> {};
+
+struct MemberPriorityIs : Method<&AsyncService::Requestmember_priority_is> {
+   static void call(EthLagIntfService& service, Request const& request, Response&) {
+      auto const priority = boundaryCheck<unsigned short>(request.priority(), "priority {} is out of range");
+      service.mgr().member_priority_is(convert(request.intf()), priority);
+   }
+};
+
+struct MemberPriority : Getter<&AsyncService::Requestmember_priority, &Mgr::member_priority,
+                               &wire::EthLagIntfMemberPriorityResponse::set_priority> {};
+struct MemberModeIs
+   : Setter<&AsyncService::Requestmember_mode_is, &Mgr::member_mode_is, &wire::EthLagIntfMemberModeIsRequest::mode> {};
+struct MemberMode
+   : Getter<&AsyncService::Requestmember_mode, &Mgr::member_mode, &wire::EthLagIntfMemberModeResponse::set_mode> {};
+struct MemberTimeoutIs : Setter<&AsyncService::Requestmember_timeout_is, &Mgr::member_timeout_is,
+                                &wire::EthLagIntfMemberTimeoutIsRequest::timeout> {};
+struct MemberTimeout : Getter<&AsyncService::Requestmember_timeout, &Mgr::member_timeout,
+                              &wire::EthLagIntfMemberTimeoutResponse::set_timeout> {};
+struct MemberActive : Getter<&AsyncService::Requestmember_active, &Mgr::member_active,
+                             &wire::EthLagIntfMemberActiveResponse::set_active> {};
+struct MemberTime : Getter<&AsyncService::Requestmember_time, &Mgr::member_time,
+                           &wire::EthLagIntfMemberTimeResponse::set_member_time> {};
+struct MemberReason : Getter<&AsyncService::Requestmember_reason, &Mgr::member_reason,
+                             &wire::EthLagIntfMemberReasonResponse::mutable_reason> {};
+
+struct BulkEthLagIntfIs : BulkOf<&AsyncService::Requestbulk_eth_lag_intf_is, EthLagIntfIs> {};
+struct BulkEthLagIntfDel : BulkOf<&AsyncService::Requestbulk_eth_lag_intf_del, EthLagIntfDel> {};
+struct BulkMinLinksIs : BulkOf<&AsyncService::Requestbulk_min_links_is, MinLinksIs> {};
+struct BulkFallbackTypeIs : BulkOf<&AsyncService::Requestbulk_fallback_type_is, FallbackTypeIs> {};
+struct BulkFallbackTimeoutIs : BulkOf<&AsyncService::Requestbulk_fallback_timeout_is, FallbackTimeoutIs> {};
+struct BulkMembershipSet : BulkOf<&AsyncService::Requestbulk_membership_set, MembershipSet> {};
+struct BulkMembershipDel : BulkOf<&AsyncService::Requestbulk_membership_del, MembershipDel> {};
+struct BulkMemberPriorityIs : BulkOf<&AsyncService::Requestbulk_member_priority_is, MemberPriorityIs> {};
+struct BulkMemberModeIs : BulkOf<&AsyncService::Requestbulk_member_mode_is, MemberModeIs> {};
+struct BulkMemberTimeoutIs : BulkOf<&AsyncService::Requestbulk_member_timeout_is, MemberTimeoutIs> {};
+
+EthLagIntfService::Event eventOf(wire::EthLagIntfEventType type, velm::intf_id_t const& lag) {
+   EthLagIntfService::Event event;
    event.set_event_type(type);
    *event.mutable_intf() = convert(lag);
    return event;
 }
 
 }  // namespace
-
-EthLagIntfService::EthLagIntfService(velm::eth_lag_intf_mgr* mgr)
-   : GrpcService("eth-lag-intf"),
-     eth_lag_intf_handler(mgr),
-     lagBacklog_("EthLagIntfBacklog", Loom::TaskSchedulerRoot::findOrCreateScheduler(), EthLagIntfBacklog(*this)),
-     memberBacklog_("EthLagIntfMemberBacklog", Loom::TaskSchedulerRoot::findOrCreateScheduler(),
-                    EthLagIntfMemberBacklog(*this)) {}
-
-void EthLagIntfService::registerRpcService(grpc::ServerBuilder& builder) { builder.RegisterService(&asyncService_); }
 
 void EthLagIntfService::startHandlers() {
    registerAdapter<StreamingAdapterHandler, Watch>(*this);
@@ -176,32 +218,32 @@ void EthLagIntfService::startHandlers() {
    registerAdapter<UnaryRequestHandler, MemberReason>(*this);
 }
 
-void EthLagIntfService::publish(Event const& response) {
-   subscriptions_.publishA<WatchOf<Watch, EthLagIntfService>>(response);
+void EthLagIntfService::publish(Event const& event) {
+   subscriptions().publishA<WatchOf<Watch, EthLagIntfService>>(event);
 }
 
 void EthLagIntfService::on_eth_lag_intf_create(velm::intf_id_t lag) {
-   lagBacklog_.put(lag, eventOf(velm::remote::ETH_LAG_INTF_EVENT_TYPE_CREATE, lag));
+   lagBacklog_.put(lag, eventOf(wire::ETH_LAG_INTF_EVENT_TYPE_CREATE, lag));
 }
 
 void EthLagIntfService::on_eth_lag_intf_delete(velm::intf_id_t lag) {
-   lagBacklog_.put(lag, eventOf(velm::remote::ETH_LAG_INTF_EVENT_TYPE_DELETE, lag));
+   lagBacklog_.put(lag, eventOf(wire::ETH_LAG_INTF_EVENT_TYPE_DELETE, lag));
 }
 
 void EthLagIntfService::on_lag_member_set(velm::intf_id_t lag, velm::intf_id_t member) {
-   auto event = eventOf(velm::remote::ETH_LAG_INTF_EVENT_TYPE_MEMBER_SET, lag);
+   auto event = eventOf(wire::ETH_LAG_INTF_EVENT_TYPE_MEMBER_SET, lag);
    *event.mutable_member() = convert(member);
    memberBacklog_.put(member, std::move(event));
 }
 
 void EthLagIntfService::on_lag_member_del(velm::intf_id_t lag, velm::intf_id_t member) {
-   auto event = eventOf(velm::remote::ETH_LAG_INTF_EVENT_TYPE_MEMBER_DELETE, lag);
+   auto event = eventOf(wire::ETH_LAG_INTF_EVENT_TYPE_MEMBER_DELETE, lag);
    *event.mutable_member() = convert(member);
    memberBacklog_.put(member, std::move(event));
 }
 
 void EthLagIntfService::on_lag_intf_speed(velm::intf_id_t lag, std::uint64_t speed) {
-   auto event = eventOf(velm::remote::ETH_LAG_INTF_EVENT_TYPE_SPEED, lag);
+   auto event = eventOf(wire::ETH_LAG_INTF_EVENT_TYPE_SPEED, lag);
    event.set_speed(speed);
    lagBacklog_.put(lag, std::move(event));
 }

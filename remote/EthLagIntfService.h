@@ -2,36 +2,30 @@
 
 #include "platform/velm/eth_lag_intf.h"
 #include "proto/remote/eth_lag_intf.grpc.pb.h"
-#include "rpc/BacklogPublisher.h"
-#include "rpc/GenericBacklog.h"
-#include "rpc/GrpcService.h"
-#include "rpc/SubscriptionController.h"
+#include "remote/MirrorService.h"
+#include "rpc/ServiceBacklog.h"
 
 namespace VelmSdkRpc {
 
-class EthLagIntfService;
-using EthLagIntfBacklog = BacklogPublisher<EthLagIntfService>;
-using EthLagIntfMemberBacklog = BacklogPublisher<EthLagIntfService>;
-
-/// Mirrors LAG interfaces and their members. Its watch brings of each LAG, and of each member, the last event of a
-/// burst, whatever its kind; LAGs and members do not wait for each other. SDK callbacks and the backlogs run on the
-/// main loop, all else on the server thread.
-class EthLagIntfService : public GrpcService, public velm::eth_lag_intf_handler {
+/// Mirrors LAG interfaces and their members: the largest mirror, nearly all of it attributes with a getter, a setter
+/// and a bulk setter. An enum that is unknown is reported as unsupported, and not, as in the other mirrors, as an
+/// invalid argument.
+///
+/// Its watch brings of each LAG, and of each member, the last event of a burst, whatever its kind: a change of speed
+/// can hide that the LAG is new. LAGs and members have a backlog each and are not ordered against each other. A client
+/// takes events as hints and reads the state back.
+class EthLagIntfService : public MirrorService<velm::remote::EthLagIntfMgrService, velm::eth_lag_intf_mgr>,
+                          public velm::eth_lag_intf_handler {
  public:
-   using AsyncService = velm::remote::EthLagIntfMgrService::AsyncService;
+   using Event = velm::remote::EthLagIntfWatchResponse;
 
-   /// The manager stays the caller's.
-   explicit EthLagIntfService(velm::eth_lag_intf_mgr* mgr);
+   explicit EthLagIntfService(velm::eth_lag_intf_mgr* mgr)
+      : MirrorService("eth-lag-intf", mgr), eth_lag_intf_handler(mgr) {}
 
-   void registerRpcService(grpc::ServerBuilder& builder) override;
    void startHandlers() override;
-   AsyncService& asyncService() { return asyncService_; }
-   velm::eth_lag_intf_mgr& mgr() const { return *get_mgr(); }
-
-   SubscriptionController<EthLagIntfService>& subscriptions() { return subscriptions_; }
-   void startWatching() { watch_all_eth_lag_intfs(true); }
-   void stopWatching() { watch_all_eth_lag_intfs(false); }
-   void publish(velm::remote::EthLagIntfWatchResponse const& response);
+   void watchIs(bool on) override { watch_all_eth_lag_intfs(on); }
+   /// For the backlogs: to every watch.
+   void publish(Event const& event);
 
    void on_eth_lag_intf_create(velm::intf_id_t lag) override;
    void on_eth_lag_intf_delete(velm::intf_id_t lag) override;
@@ -40,12 +34,9 @@ class EthLagIntfService : public GrpcService, public velm::eth_lag_intf_handler 
    void on_lag_intf_speed(velm::intf_id_t lag, std::uint64_t speed) override;
 
  private:
-   using Event = velm::remote::EthLagIntfWatchResponse;
-
-   AsyncService asyncService_;
-   GenericBacklog<velm::intf_id_t, Event, EthLagIntfBacklog> lagBacklog_;
-   GenericBacklog<velm::intf_id_t, Event, EthLagIntfMemberBacklog> memberBacklog_;
-   SubscriptionController<EthLagIntfService> subscriptions_{*this};
+   // By LAG and by member: one that moves to another LAG has one event, the last.
+   ServiceBacklog<velm::intf_id_t, Event, EthLagIntfService> lagBacklog_{"EthLagIntfBacklog", *this};
+   ServiceBacklog<velm::intf_id_t, Event, EthLagIntfService> memberBacklog_{"EthLagIntfMemberBacklog", *this};
 };
 
 }  // namespace VelmSdkRpc

@@ -1,30 +1,18 @@
 #pragma once
 
+#include "platform/velm/intf.h"
 #include "proto/remote/intf_counter.grpc.pb.h"
-#include "rpc/GrpcService.h"
-
-namespace velm {
-class intf_counter_mgr;
-}
+#include "remote/MirrorService.h"
 
 namespace VelmSdkRpc {
 
-/// Mirrors the counters and rates of interfaces. Server thread only.
-class IntfCounterService : public GrpcService {
+/// Mirrors the counters and rates of interfaces, read only and without a watch. An interface that does not exist has
+/// counted nothing.
+class IntfCounterService : public MirrorService<velm::remote::IntfCounterMgrService, velm::intf_counter_mgr> {
  public:
-   using AsyncService = velm::remote::IntfCounterMgrService::AsyncService;
+   explicit IntfCounterService(velm::intf_counter_mgr* mgr) : MirrorService("intf_counter", mgr) {}
 
-   /// The manager stays the caller's.
-   explicit IntfCounterService(velm::intf_counter_mgr* mgr);
-
-   void registerRpcService(grpc::ServerBuilder& builder) override;
    void startHandlers() override;
-   AsyncService& asyncService() { return asyncService_; }
-   velm::intf_counter_mgr& mgr() const { return *mgr_; }
-
- private:
-   velm::intf_counter_mgr* mgr_;
-   AsyncService asyncService_;
 };
 
 }  // namespace VelmSdkRpc

@@ -2,34 +2,26 @@
 
 #include "platform/velm/intf.h"
 #include "proto/remote/intf.grpc.pb.h"
-#include "rpc/BacklogPublisher.h"
-#include "rpc/GenericBacklog.h"
-#include "rpc/GrpcService.h"
-#include "rpc/SubscriptionController.h"
+#include "remote/MirrorService.h"
+#include "rpc/ServiceBacklog.h"
 
 namespace VelmSdkRpc {
 
-class IntfService;
-using IntfEventHandler = BacklogPublisher<IntfService>;
-
-/// Mirrors the interfaces of the switch. Its watch brings of each interface the last event of a burst, whatever its
-/// kind. SDK callbacks and the backlog run on the main loop, all else on the server thread.
-class IntfService : public GrpcService, public velm::intf_handler {
+/// Mirrors the interfaces of the switch.
+///
+/// Its watch brings of each interface the last event of a burst, whatever its kind: a new description can hide that the
+/// interface has gone down. A client takes events as hints and reads the state back. It chooses one interface or all;
+/// one that chooses nothing gets the marker alone.
+class IntfService : public MirrorService<velm::remote::IntfMgrService, velm::intf_mgr>, public velm::intf_handler {
  public:
-   using AsyncService = velm::remote::IntfMgrService::AsyncService;
+   using Event = velm::remote::WatchIntfResponse;
 
-   /// The manager stays the caller's.
-   explicit IntfService(velm::intf_mgr* mgr);
+   explicit IntfService(velm::intf_mgr* mgr) : MirrorService("intf", mgr), intf_handler(mgr) {}
 
-   void registerRpcService(grpc::ServerBuilder& builder) override;
    void startHandlers() override;
-   AsyncService& asyncService() { return asyncService_; }
-   velm::intf_mgr& mgr() const { return *get_mgr(); }
-
-   SubscriptionController<IntfService>& subscriptions() { return subscriptions_; }
-   void startWatching() { watch_all_intfs(true); }
-   void stopWatching() { watch_all_intfs(false); }
-   void publish(velm::remote::WatchIntfResponse const& response);
+   void watchIs(bool on) override { watch_all_intfs(on); }
+   /// For the backlog: to every watch that the event concerns.
+   void publish(Event const& event);
 
    void on_intf_create(velm::intf_id_t intf) override;
    void on_intf_delete(velm::intf_id_t intf) override;
@@ -38,12 +30,11 @@ class IntfService : public GrpcService, public velm::intf_handler {
    void on_intf_description(velm::intf_id_t intf, std::string const& description) override;
 
  private:
+   // Puts the interface's event, which fill(event) makes of an empty one, into the backlog.
    template <class Fill>
    void enter(velm::intf_id_t const& intf, Fill&& fill);
 
-   AsyncService asyncService_;
-   GenericBacklog<velm::intf_id_t, velm::remote::WatchIntfResponse, IntfEventHandler> backlog_;
-   SubscriptionController<IntfService> subscriptions_{*this};
+   ServiceBacklog<velm::intf_id_t, Event, IntfService> backlog_{"IntfBacklog", *this};
 };
 
 }  // namespace VelmSdkRpc

@@ -2,13 +2,10 @@
 
 #include <set>
 
-#include "convert/Values.h"
 #include "platform/velm/errors.h"
 #include "platform/velm/format.h"
-#include "rpc/BulkRequestHandler.h"
-#include "rpc/StreamingAdapterHandler.h"
+#include "remote/MirrorMethods.h"
 #include "rpc/Tracing.h"
-#include "rpc/UnaryRequestHandler.h"
 
 namespace VelmSdkRpc {
 namespace {
@@ -19,23 +16,20 @@ using types::convert;
 struct Watch : SubscribedWatch<&AsyncService::Requestwatch> {};
 
 struct Exists : Method<&AsyncService::Requestexists> {
-   static Response call(IpIntfService& service, Request const& request) {
-      Response response;
+   static void call(IpIntfService& service, Request const& request, Response& response) {
       response.set_exists(service.mgr().exists(convert(request.intf())));
-      return response;
    }
 };
 
 struct IpAddrs : Method<&AsyncService::Requestip_addrs> {
-   static Response call(IpIntfService& service, Request const& request) {
-      Response response;
+   static void call(IpIntfService& service, Request const& request, Response& response) {
       for (auto const& addr : service.mgr().ip_addrs(convert(request.intf()))) *response.add_ip_addrs() = convert(addr);
-      return response;
    }
 };
 
+// The addresses are read before the interface, so that of two faults it is an address that is reported.
 struct IpAddrsIs : Method<&AsyncService::Requestip_addrs_is> {
-   static Response call(IpIntfService& service, Request const& request) {
+   static void call(IpIntfService& service, Request const& request, Response&) {
       std::set<velm::ip_addr_mask_t> addrs;
       for (auto const& element : request.ip_addrs()) {
          auto const addr = convert(element);
@@ -43,12 +37,12 @@ struct IpAddrsIs : Method<&AsyncService::Requestip_addrs_is> {
          addrs.insert(addr);
       }
       service.mgr().ip_addrs_is(convert(request.intf()), addrs);
-      return {};
    }
 };
 
+// The operation is looked at last: it is reported only if interface and address are in order.
 struct IpAddrModify : Method<&AsyncService::Requestip_addr_modify> {
-   static Response call(IpIntfService& service, Request const& request) {
+   static void call(IpIntfService& service, Request const& request, Response&) {
       auto const intf = convert(request.intf());
       auto const addr = convert(request.addr());
       switch (request.op()) {
@@ -56,22 +50,18 @@ struct IpAddrModify : Method<&AsyncService::Requestip_addr_modify> {
          case velm::remote::IP_INTF_ADDR_OP_DEL: service.mgr().ip_addr_del(intf, addr); break;
          default: throw velm::invalid_argument_error("Unknown operation");
       }
-      return {};
    }
 };
 
 struct IpAddrMergeMode : Method<&AsyncService::Requestip_addr_merge_mode> {
-   static Response call(IpIntfService& service, Request const& request) {
-      Response response;
+   static void call(IpIntfService& service, Request const& request, Response& response) {
       response.set_merge_mode(service.mgr().ip_addr_merge_mode(convert(request.intf())));
-      return response;
    }
 };
 
 struct IpAddrMergeModeIs : Method<&AsyncService::Requestip_addr_merge_mode_is> {
-   static Response call(IpIntfService& service, Request const& request) {
+   static void call(IpIntfService& service, Request const& request, Response&) {
       service.mgr().ip_addr_merge_mode_is(convert(request.intf()), request.merge_mode());
-      return {};
    }
 };
 
@@ -80,18 +70,12 @@ struct BulkIpAddrModify : BulkOf<&AsyncService::Requestbulk_ip_addr_modify, IpAd
 struct BulkIpAddrMergeModeIs : BulkOf<&AsyncService::Requestbulk_ip_addr_merge_mode_is, IpAddrMergeModeIs> {};
 
 struct InternalVlanId : Method<&AsyncService::Requestinternal_vlan_id> {
-   static Response call(IpIntfService& service, Request const& request) {
-      Response response;
+   static void call(IpIntfService& service, Request const& request, Response& response) {
       response.set_vlan_id(service.mgr().internal_vlan_id(convert(request.intf())));
-      return response;
    }
 };
 
 }  // namespace
-
-IpIntfService::IpIntfService(velm::ip_intf_mgr* mgr) : GrpcService("ip_intf"), ip_intf_handler(mgr) {}
-
-void IpIntfService::registerRpcService(grpc::ServerBuilder& builder) { builder.RegisterService(&asyncService_); }
 
 void IpIntfService::startHandlers() {
    registerAdapter<StreamingAdapterHandler, Watch>(*this);
@@ -108,7 +92,7 @@ void IpIntfService::startHandlers() {
 }
 
 void IpIntfService::publish(velm::remote::IpIntfEvent const& event) {
-   subscriptions_.publishA<WatchOf<Watch, IpIntfService>>(event);
+   subscriptions().publishA<WatchOf<Watch, IpIntfService>>(event);
 }
 
 void IpIntfService::publishAddr(velm::intf_id_t intf, velm::ip_addr_mask_t const& addr, velm::remote::IpIntfAddrOp op) {

@@ -2,26 +2,21 @@
 
 #include "platform/velm/ip_route.h"
 #include "proto/remote/ip_route.grpc.pb.h"
-#include "rpc/GrpcService.h"
+#include "remote/MirrorService.h"
 
 namespace VelmSdkRpc {
 
-/// Mirrors the IP routes of the switch. Without a watch; keeps nothing of a resync. All on the server thread.
-class IpRouteService : public GrpcService {
+/// Mirrors the IP routes of the switch, without a watch. What it adds is the choice among the manager's overloads: a
+/// request that names a VRF reaches the one with a name, and one whose name is empty the one without, but for
+/// `ip_route_set`, where it counts whether the client chose a VRF and not what it is called.
+///
+/// The bulk methods tell the switch ahead which routes they are about to touch, so that it waits for memory once for
+/// several of them.
+class IpRouteService : public MirrorService<velm::remote::IpRouteMgrService, velm::ip_route_mgr> {
  public:
-   using AsyncService = velm::remote::IpRouteMgrService::AsyncService;
+   explicit IpRouteService(velm::ip_route_mgr* mgr) : MirrorService("IpRoute", mgr) {}
 
-   /// The manager stays the caller's.
-   explicit IpRouteService(velm::ip_route_mgr* mgr);
-
-   void registerRpcService(grpc::ServerBuilder& builder) override;
    void startHandlers() override;
-   AsyncService& asyncService() { return asyncService_; }
-   velm::ip_route_mgr& mgr() const { return *mgr_; }
-
- private:
-   AsyncService asyncService_;
-   velm::ip_route_mgr* mgr_;
 };
 
 }  // namespace VelmSdkRpc

@@ -2,43 +2,32 @@
 
 #include "platform/velm/macsec.h"
 #include "proto/remote/macsec.grpc.pb.h"
-#include "rpc/BacklogPublisher.h"
-#include "rpc/GenericBacklog.h"
-#include "rpc/GrpcService.h"
-#include "rpc/SubscriptionController.h"
+#include "remote/MirrorService.h"
+#include "rpc/ServiceBacklog.h"
 
 namespace VelmSdkRpc {
 
-class MacsecService;
-using MacsecBacklog = BacklogPublisher<MacsecService>;
-
-/// Mirrors Macsec profiles and what the interfaces make of them. Its watch brings of each interface the last status of
-/// a burst. Key material passes through and is never traced. SDK callbacks and the backlog run on the main loop, all
-/// else on the server thread.
-class MacsecService : public GrpcService, public velm::macsec_handler {
+/// Mirrors Macsec profiles and what the interfaces make of them. Key material passes through: it is in the answers, for
+/// a client may read a profile back, and in no trace and no error.
+///
+/// Its watch brings of each interface, to every client, the last status of a burst.
+class MacsecService : public MirrorService<velm::remote::MacsecMgrService, velm::macsec_mgr>,
+                      public velm::macsec_handler {
  public:
-   using AsyncService = velm::remote::MacsecMgrService::AsyncService;
+   using Event = velm::remote::MacsecWatchResponse;
 
-   /// The manager stays the caller's.
-   explicit MacsecService(velm::macsec_mgr* mgr);
+   explicit MacsecService(velm::macsec_mgr* mgr) : MirrorService("macsec", mgr), macsec_handler(mgr) {}
 
-   void registerRpcService(grpc::ServerBuilder& builder) override;
    void startHandlers() override;
-   AsyncService& asyncService() { return asyncService_; }
-   velm::macsec_mgr& mgr() const { return *get_mgr(); }
-
-   SubscriptionController<MacsecService>& subscriptions() { return subscriptions_; }
-   void startWatching() { watch_all_intfs(true); }
-   void stopWatching() { watch_all_intfs(false); }
-   void publish(velm::remote::MacsecWatchResponse const& response);
+   void watchIs(bool on) override { watch_all_intfs(on); }
+   /// For the backlog: to every watch.
+   void publish(Event const& event);
 
    /// Throws invalid_argument_error for a status that the wire has no number for.
    void on_intf_status(velm::intf_id_t intf, velm::macsec_intf_status_t const& status) override;
 
  private:
-   AsyncService asyncService_;
-   GenericBacklog<velm::intf_id_t, velm::remote::MacsecWatchResponse, MacsecBacklog> backlog_;
-   SubscriptionController<MacsecService> subscriptions_{*this};
+   ServiceBacklog<velm::intf_id_t, Event, MacsecService> backlog_{"macsec_backlog", *this};
 };
 
 }  // namespace VelmSdkRpc

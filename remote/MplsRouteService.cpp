@@ -3,13 +3,7 @@
 #include <utility>
 
 #include "convert/MplsRoute.h"
-#include "convert/Values.h"
-#include "platform/loom/TaskScheduler.h"
-#include "remote/ResyncMethods.h"
-#include "rpc/BulkRequestHandler.h"
-#include "rpc/IteratorStreamingHandler.h"
-#include "rpc/StreamingAdapterHandler.h"
-#include "rpc/UnaryRequestHandler.h"
+#include "remote/MirrorMethods.h"
 
 namespace VelmSdkRpc {
 namespace {
@@ -23,84 +17,60 @@ struct ResyncInit : ResyncInitOf<&AsyncService::Requestresync_init> {};
 struct ResyncComplete : ResyncCompleteOf<&AsyncService::Requestresync_complete> {};
 
 struct MplsRoutes : Method<&AsyncService::Requestmpls_routes> {
-   static auto call(MplsRouteService& service, Request const& /*request*/) { return service.mgr().mpls_route_iter(); }
-   static Response response(velm::mpls_route_t const& route) {
-      Response response;
-      *response.mutable_route() = convert(route);
-      return response;
-   }
+   static auto call(MplsRouteService& service, Request const&) { return service.mgr().mpls_route_iter(); }
+   static void fill(Response& response, velm::mpls_route_t const& route) { *response.mutable_route() = convert(route); }
 };
 
 struct MplsRouteStatuses : Method<&AsyncService::Requestmpls_route_statuses> {
-   static auto call(MplsRouteService& service, Request const& /*request*/) {
-      return service.mgr().mpls_route_status_iter();
-   }
-   static Response response(velm::mpls_route_key_t const& key) {
-      Response response;
-      *response.mutable_key() = convert(key);
-      return response;
-   }
+   static auto call(MplsRouteService& service, Request const&) { return service.mgr().mpls_route_status_iter(); }
+   static void fill(Response& response, velm::mpls_route_key_t const& key) { *response.mutable_key() = convert(key); }
 };
 
-template <auto post>
-struct Vias : Method<post> {
-   using typename Method<post>::Response;
-   static Response response(velm::mpls_route_via_t const& via) {
-      Response response;
-      *response.mutable_via() = convert(via);
-      return response;
-   }
-};
-
-struct MplsRouteVias : Vias<&AsyncService::Requestmpls_route_vias> {
+struct MplsRouteVias : Method<&AsyncService::Requestmpls_route_vias> {
    static auto call(MplsRouteService& service, Request const& request) {
       return service.mgr().mpls_route_via_iter(convert(request.key()));
    }
+   static void fill(Response& response, velm::mpls_route_via_t const& via) { *response.mutable_via() = convert(via); }
 };
 
 // A request that selects nothing asks about FEC 0.
-struct MplsRouteViaStatuses : Vias<&AsyncService::Requestmpls_route_via_statuses> {
+struct MplsRouteViaStatuses : Method<&AsyncService::Requestmpls_route_via_statuses> {
    static auto call(MplsRouteService& service, Request const& request) {
       return request.has_key() ? service.mgr().mpls_route_via_status_iter(convert(request.key()))
                                : service.mgr().mpls_route_via_status_iter(convert(request.fec()));
    }
+   static void fill(Response& response, velm::mpls_route_via_t const& via) { *response.mutable_via() = convert(via); }
 };
 
 // A request that selects nothing asks about the empty via.
 struct Exists : Method<&AsyncService::Requestexists> {
-   static Response call(MplsRouteService& service, Request const& request) {
-      Response response;
+   static void call(MplsRouteService& service, Request const& request, Response& response) {
       response.set_exists(request.has_key() ? service.mgr().exists(convert(request.key()))
                                             : service.mgr().exists(convert(request.via())));
-      return response;
    }
 };
 
 struct MplsRouteSet : Method<&AsyncService::Requestmpls_route_set> {
-   static Response call(MplsRouteService& service, Request const& request) {
+   static void call(MplsRouteService& service, Request const& request, Response&) {
       service.mgr().mpls_route_set(convert(request.route()));
-      return {};
    }
 };
 
 struct MplsRouteDel : Method<&AsyncService::Requestmpls_route_del> {
-   static Response call(MplsRouteService& service, Request const& request) {
+   static void call(MplsRouteService& service, Request const& request, Response&) {
       service.mgr().mpls_route_del(convert(request.key()));
-      return {};
    }
 };
 
 struct MplsRouteViaSet : Method<&AsyncService::Requestmpls_route_via_set> {
-   static Response call(MplsRouteService& service, Request const& request) {
+   static void call(MplsRouteService& service, Request const& request, Response&) {
       service.mgr().mpls_route_via_set(convert(request.via()));
-      return {};
    }
 };
 
 struct MplsRouteViaDel : Method<&AsyncService::Requestmpls_route_via_del> {
-   static Response call(MplsRouteService& service, Request const& request) {
+   static void call(MplsRouteService& service, Request const& request, Response&) {
       service.mgr().mpls_route_via_del(convert(request.via()));
-      return {};
    }
 };
 
@@ -110,30 +80,18 @@ struct BulkMplsRouteViaSet : BulkOf<&AsyncService::Requestbulk_mpls_route_via_se
 struct BulkMplsRouteViaDel : BulkOf<&AsyncService::Requestbulk_mpls_route_via_del, MplsRouteViaDel> {};
 
 struct FecId : Method<&AsyncService::Requestfec_id> {
-   static Response call(MplsRouteService& service, Request const& request) {
-      Response response;
+   static void call(MplsRouteService& service, Request const& request, Response& response) {
       *response.mutable_fec() = convert(service.mgr().fec_id(convert(request.key())));
-      return response;
    }
 };
 
 struct Metric : Method<&AsyncService::Requestmetric> {
-   static Response call(MplsRouteService& service, Request const& request) {
-      Response response;
+   static void call(MplsRouteService& service, Request const& request, Response& response) {
       response.set_metric(service.mgr().metric(convert(request.key())));
-      return response;
    }
 };
 
 }  // namespace
-
-MplsRouteService::MplsRouteService(velm::mpls_route_mgr* mgr)
-   : GrpcService("mpls_route"),
-     mpls_route_handler(mgr),
-     routeBacklog_("MplsRouteBacklog", Loom::TaskSchedulerRoot::findOrCreateScheduler(), MplsRouteBacklog(*this)),
-     fecBacklog_("MplsFecBacklog", Loom::TaskSchedulerRoot::findOrCreateScheduler(), MplsFecBacklog(*this)) {}
-
-void MplsRouteService::registerRpcService(grpc::ServerBuilder& builder) { builder.RegisterService(&asyncService_); }
 
 void MplsRouteService::startHandlers() {
    registerAdapter<StreamingAdapterHandler, Watch>(*this);
@@ -156,10 +114,11 @@ void MplsRouteService::startHandlers() {
    registerAdapter<UnaryRequestHandler, Metric>(*this);
 }
 
-void MplsRouteService::publish(Event const& response) {
-   subscriptions_.publishA<WatchOf<Watch, MplsRouteService>>(response);
+void MplsRouteService::publish(Event const& event) {
+   subscriptions().publishA<WatchOf<Watch, MplsRouteService>>(event);
 }
 
+// Set and deletion of a route, or of a FEC, share its entry in the backlog: the last one is the one that goes out.
 void MplsRouteService::on_mpls_route_set(velm::mpls_route_key_t const& key, velm::mpls_fec_id_t fec) {
    Event event;
    auto& set = *event.mutable_on_mpls_route_set();

@@ -1,12 +1,7 @@
 #include "remote/NexthopGroupService.h"
 
 #include "convert/NexthopGroup.h"
-#include "remote/ResyncMethods.h"
-#include "remote/StreamedElements.h"
-#include "rpc/BulkRequestHandler.h"
-#include "rpc/IteratorStreamingHandler.h"
-#include "rpc/StreamingAdapterHandler.h"
-#include "rpc/UnaryRequestHandler.h"
+#include "remote/MirrorMethods.h"
 
 namespace VelmSdkRpc {
 namespace {
@@ -15,8 +10,9 @@ using AsyncService = NexthopGroupService::AsyncService;
 using types::convert;
 
 struct Watch : SubscribedWatch<&AsyncService::Requestwatch> {
-   static bool filter(Request const& request, Response const& response) {
-      return response.ready() || request.all() || response.name() == request.name();
+   // No group has the empty name, so a request that selects nothing gets no event.
+   static bool filter(Request const& request, Response const& event) {
+      return request.all() || event.name() == request.name();
    }
 };
 using WatchHandler = WatchOf<Watch, NexthopGroupService>;
@@ -25,75 +21,60 @@ struct ResyncInit : ResyncInitOf<&AsyncService::Requestresync_init> {};
 struct ResyncComplete : ResyncCompleteOf<&AsyncService::Requestresync_complete> {};
 
 struct NexthopGroups : Method<&AsyncService::Requestnexthop_groups> {
-   static auto call(NexthopGroupService& service, Request const& /*request*/) {
-      return service.mgr().nexthop_group_iter();
-   }
-   static Response response(velm::nexthop_group_t const& group) {
-      Response response;
+   static auto call(NexthopGroupService& service, Request const&) { return service.mgr().nexthop_group_iter(); }
+   static void fill(Response& response, velm::nexthop_group_t const& group) {
       *response.mutable_nexthop_group() = convert(group);
-      return response;
    }
 };
 
-struct ProgrammedNexthopGroups : StreamedNames<&AsyncService::Requestprogrammed_nexthop_groups> {
-   static auto call(NexthopGroupService& service, Request const& /*request*/) {
+struct ProgrammedNexthopGroups : Method<&AsyncService::Requestprogrammed_nexthop_groups> {
+   static auto call(NexthopGroupService& service, Request const&) {
       return service.mgr().programmed_nexthop_group_iter();
    }
+   static void fill(Response& response, std::string const& name) { response.set_name(name); }
 };
 
 struct NexthopGroup : Method<&AsyncService::Requestnexthop_group> {
-   static Response call(NexthopGroupService& service, Request const& request) {
-      Response response;
+   static void call(NexthopGroupService& service, Request const& request, Response& response) {
       *response.mutable_nexthop_group() = convert(service.mgr().nexthop_group(request.name()));
-      return response;
    }
 };
 
 struct ProgrammedNexthopGroup : Method<&AsyncService::Requestprogrammed_nexthop_group> {
-   static Response call(NexthopGroupService& service, Request const& request) {
-      Response response;
+   static void call(NexthopGroupService& service, Request const& request, Response& response) {
       *response.mutable_nexthop_group() = convert(service.mgr().programmed_nexthop_group(request.name()));
-      return response;
    }
 };
 
 // The entry is cut to its width, unchecked, as the keys of a group's entries are.
 struct Counter : Method<&AsyncService::Requestcounter> {
-   static Response call(NexthopGroupService& service, Request const& request) {
-      Response response;
+   static void call(NexthopGroupService& service, Request const& request, Response& response) {
       *response.mutable_counter() =
          convert(service.mgr().counter(request.name(), static_cast<unsigned short>(request.entry())));
-      return response;
    }
 };
 
 struct Exists : Method<&AsyncService::Requestexists> {
-   static Response call(NexthopGroupService& service, Request const& request) {
-      Response response;
+   static void call(NexthopGroupService& service, Request const& request, Response& response) {
       response.set_exists(service.mgr().exists(request.name()));
-      return response;
    }
 };
 
 struct Active : Method<&AsyncService::Requestactive> {
-   static Response call(NexthopGroupService& service, Request const& request) {
-      Response response;
+   static void call(NexthopGroupService& service, Request const& request, Response& response) {
       response.set_active(service.mgr().active(request.name()));
-      return response;
    }
 };
 
 struct NexthopGroupSet : Method<&AsyncService::Requestnexthop_group_set> {
-   static Response call(NexthopGroupService& service, Request const& request) {
+   static void call(NexthopGroupService& service, Request const& request, Response&) {
       service.mgr().nexthop_group_set(convert(request.nexthop_group()));
-      return {};
    }
 };
 
 struct NexthopGroupDel : Method<&AsyncService::Requestnexthop_group_del> {
-   static Response call(NexthopGroupService& service, Request const& request) {
+   static void call(NexthopGroupService& service, Request const& request, Response&) {
       service.mgr().nexthop_group_del(request.name());
-      return {};
    }
 };
 
@@ -101,11 +82,6 @@ struct BulkNexthopGroupSet : BulkOf<&AsyncService::Requestbulk_nexthop_group_set
 struct BulkNexthopGroupDel : BulkOf<&AsyncService::Requestbulk_nexthop_group_del, NexthopGroupDel> {};
 
 }  // namespace
-
-NexthopGroupService::NexthopGroupService(velm::nexthop_group_mgr* mgr)
-   : GrpcService("nexthop_group"), nexthop_group_handler_v2(mgr) {}
-
-void NexthopGroupService::registerRpcService(grpc::ServerBuilder& builder) { builder.RegisterService(&asyncService_); }
 
 void NexthopGroupService::startHandlers() {
    registerAdapter<StreamingAdapterHandler, Watch>(*this);
@@ -125,18 +101,18 @@ void NexthopGroupService::startHandlers() {
 }
 
 void NexthopGroupService::on_nexthop_group_active(std::string const& name, bool active) {
-   Watch::Response response;
-   response.set_name(name);
-   response.set_active(active);
-   subscriptions_.publishA<WatchHandler>(response);
+   Watch::Response event;
+   event.set_name(name);
+   event.set_active(active);
+   subscriptions().publishA<WatchHandler>(event);
 }
 
 void NexthopGroupService::on_nexthop_group_programmed(std::string const& name, unsigned short version) {
-   Watch::Response response;
-   response.set_name(name);
-   response.set_version(version);
-   response.set_programmed(true);
-   subscriptions_.publishA<WatchHandler>(response);
+   Watch::Response event;
+   event.set_name(name);
+   event.set_version(version);
+   event.set_programmed(true);
+   subscriptions().publishA<WatchHandler>(event);
 }
 
 }  // namespace VelmSdkRpc

@@ -4,25 +4,19 @@
 
 #include "convert/Enums.h"
 #include "convert/PolicyMap.h"
-#include "convert/Values.h"
-#include "platform/loom/TaskScheduler.h"
-#include "remote/ResyncMethods.h"
-#include "rpc/BulkRequestHandler.h"
-#include "rpc/IteratorStreamingHandler.h"
-#include "rpc/StreamingAdapterHandler.h"
-#include "rpc/UnaryRequestHandler.h"
+#include "remote/MirrorMethods.h"
 
 namespace VelmSdkRpc {
 namespace {
 
 using AsyncService = PolicyMapService::AsyncService;
 using types::convert;
-using velm::remote::PolicyMapWatchResponse;
 
 struct Watch : SubscribedWatch<&AsyncService::Requestwatch> {
-   static bool filter(Request const& request, Response const& response) {
-      return response.ready() || request.all() ||
-             (response.key().name() == request.key().name() && response.key().feature() == request.key().feature());
+   // A request that selects nothing has the empty key, and that is then the one it watches.
+   static bool filter(Request const& request, Response const& event) {
+      return request.all() ||
+             (event.key().name() == request.key().name() && event.key().feature() == request.key().feature());
    }
 };
 
@@ -30,41 +24,35 @@ struct ResyncInit : ResyncInitOf<&AsyncService::Requestresync_init> {};
 struct ResyncComplete : ResyncCompleteOf<&AsyncService::Requestresync_complete> {};
 
 struct Exists : Method<&AsyncService::Requestexists> {
-   static Response call(PolicyMapService& service, Request const& request) {
-      Response response;
+   static void call(PolicyMapService& service, Request const& request, Response& response) {
       response.set_exists(service.mgr().exists(convert(request.key())));
-      return response;
    }
 };
 
 struct PolicyMap : Method<&AsyncService::Requestpolicy_map> {
-   static Response call(PolicyMapService& service, Request const& request) {
-      Response response;
+   static void call(PolicyMapService& service, Request const& request, Response& response) {
       *response.mutable_policy_map() = convert(service.mgr().policy_map(convert(request.key())));
-      return response;
    }
 };
 
 struct PolicyMapIs : Method<&AsyncService::Requestpolicy_map_is> {
-   static Response call(PolicyMapService& service, Request const& request) {
+   static void call(PolicyMapService& service, Request const& request, Response&) {
       service.mgr().policy_map_is(convert(request.policy_map()));
-      return {};
    }
 };
 
 struct PolicyMapDel : Method<&AsyncService::Requestpolicy_map_del> {
-   static Response call(PolicyMapService& service, Request const& request) {
+   static void call(PolicyMapService& service, Request const& request, Response&) {
       service.mgr().policy_map_del(convert(request.key()));
-      return {};
    }
 };
 
+// Of several faults the first in the order key, interface, direction is reported.
 struct PolicyMapApply : Method<&AsyncService::Requestpolicy_map_apply> {
-   static Response call(PolicyMapService& service, Request const& request) {
+   static void call(PolicyMapService& service, Request const& request, Response&) {
       auto const key = convert(request.key());
       auto const intf = convert(request.intf());
       service.mgr().policy_map_apply(key, intf, convert(request.direction()), request.apply());
-      return {};
    }
 };
 
@@ -72,41 +60,23 @@ struct BulkPolicyMapIs : BulkOf<&AsyncService::Requestbulk_policy_map_is, Policy
 struct BulkPolicyMapDel : BulkOf<&AsyncService::Requestbulk_policy_map_del, PolicyMapDel> {};
 struct BulkPolicyMapApply : BulkOf<&AsyncService::Requestbulk_policy_map_apply, PolicyMapApply> {};
 
-template <auto post>
-struct Keys : Method<post> {
-   static typename Method<post>::Response response(velm::policy_map_key_t const& key) {
-      typename Method<post>::Response response;
-      *response.mutable_key() = convert(key);
-      return response;
-   }
+struct PolicyMaps : Method<&AsyncService::Requestpolicy_maps> {
+   static auto call(PolicyMapService& service, Request const&) { return service.mgr().policy_map_iter(); }
+   static void fill(Response& response, velm::policy_map_key_t const& key) { *response.mutable_key() = convert(key); }
 };
 
-struct PolicyMaps : Keys<&AsyncService::Requestpolicy_maps> {
-   static auto call(PolicyMapService& service, Request const& /*request*/) { return service.mgr().policy_map_iter(); }
-};
-
-struct PolicyMapHwStatuses : Keys<&AsyncService::Requestpolicy_map_hw_statuses> {
-   static auto call(PolicyMapService& service, Request const& /*request*/) {
-      return service.mgr().policy_map_hw_status_iter();
-   }
+struct PolicyMapHwStatuses : Method<&AsyncService::Requestpolicy_map_hw_statuses> {
+   static auto call(PolicyMapService& service, Request const&) { return service.mgr().policy_map_hw_status_iter(); }
+   static void fill(Response& response, velm::policy_map_key_t const& key) { *response.mutable_key() = convert(key); }
 };
 
 struct HwStatus : Method<&AsyncService::Requesthw_status> {
-   static Response call(PolicyMapService& service, Request const& request) {
-      Response response;
+   static void call(PolicyMapService& service, Request const& request, Response& response) {
       *response.mutable_hw_status() = convert(service.mgr().hw_status(convert(request.key())));
-      return response;
    }
 };
 
 }  // namespace
-
-PolicyMapService::PolicyMapService(velm::policy_map_mgr* mgr)
-   : GrpcService("policy_map"),
-     policy_map_handler(mgr),
-     backlog_("PolicyMapBacklog", Loom::TaskSchedulerRoot::findOrCreateScheduler(), PolicyMapEventHandler(*this)) {}
-
-void PolicyMapService::registerRpcService(grpc::ServerBuilder& builder) { builder.RegisterService(&asyncService_); }
 
 void PolicyMapService::startHandlers() {
    registerAdapter<StreamingAdapterHandler, Watch>(*this);
@@ -125,28 +95,28 @@ void PolicyMapService::startHandlers() {
    registerAdapter<UnaryRequestHandler, HwStatus>(*this);
 }
 
-void PolicyMapService::publish(PolicyMapWatchResponse const& response) {
-   subscriptions_.publishA<WatchOf<Watch, PolicyMapService>>(response);
+void PolicyMapService::publish(Event const& event) {
+   subscriptions().publishA<WatchOf<Watch, PolicyMapService>>(event);
 }
 
 template <class Fill>
 void PolicyMapService::enter(velm::policy_map_key_t const& key, Fill&& fill) {
-   PolicyMapWatchResponse response;
-   *response.mutable_key() = convert(key);
-   fill(response);
-   backlog_.put(key, std::move(response));
+   Event event;
+   *event.mutable_key() = convert(key);
+   fill(event);
+   backlog_.put(key, std::move(event));
 }
 
 void PolicyMapService::on_policy_map_sync(velm::policy_map_key_t const& key) {
-   enter(key, [](auto& response) { response.set_event(velm::remote::POLICY_MAP_EVENT_SYNC); });
+   enter(key, [](Event& event) { event.set_event(velm::remote::POLICY_MAP_EVENT_SYNC); });
 }
 
 void PolicyMapService::on_policy_map_sync_fail(velm::policy_map_key_t const& key, std::string const& message) {
-   enter(key, [&](auto& response) { response.set_sync_fail_message(message); });
+   enter(key, [&](Event& event) { event.set_sync_fail_message(message); });
 }
 
 void PolicyMapService::on_policy_map_config_set(velm::policy_map_key_t const& key) {
-   enter(key, [](auto& response) { response.set_event(velm::remote::POLICY_MAP_EVENT_CONFIG_SET); });
+   enter(key, [](Event& event) { event.set_event(velm::remote::POLICY_MAP_EVENT_CONFIG_SET); });
 }
 
 }  // namespace VelmSdkRpc

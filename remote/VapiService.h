@@ -1,32 +1,18 @@
 #pragma once
 
+#include "platform/velm/vapi.h"
 #include "proto/remote/vapi.grpc.pb.h"
-#include "rpc/GrpcService.h"
-
-namespace velm {
-class vapi_mgr;
-}
+#include "remote/MirrorService.h"
 
 namespace VelmSdkRpc {
 
-/// Mirrors the switch's command API. A command that fails is not a failed RPC: the answer tells. A long command holds
-/// up every other call, and the switch's events, for as long as it runs.
-class VapiService : public GrpcService {
+/// Mirrors the switch's command API, without a watch. A command that fails is not a failed RPC: the answer tells. A
+/// long command holds up every other call, and the switch's events, for as long as it runs.
+class VapiService : public MirrorService<velm::remote::VapiMgrService, velm::vapi_mgr> {
  public:
-   using AsyncService = velm::remote::VapiMgrService::AsyncService;
+   explicit VapiService(velm::vapi_mgr* mgr) : MirrorService("vapi", mgr) {}
 
-   /// The manager stays the caller's.
-   explicit VapiService(velm::vapi_mgr* mgr);
-
-   void registerRpcService(grpc::ServerBuilder& builder) override;
    void startHandlers() override;
-
-   AsyncService& asyncService() { return asyncService_; }
-   velm::vapi_mgr& mgr() const { return *mgr_; }
-
- private:
-   AsyncService asyncService_;
-   velm::vapi_mgr* mgr_;
 };
 
 }  // namespace VelmSdkRpc

@@ -3,6 +3,8 @@
 namespace VelmSdkRpc {
 namespace {
 
+// The word that an sBFD session is up or down goes first, with 1: traffic may hang on it. RTT figures, with 3, and the
+// removal of what no redirect needs any more, with 4, can wait for the events.
 constexpr Loom::TaskPriority backlogPriority = 2;
 
 class BacklogTask : public Loom::Task {

@@ -5,29 +5,48 @@
 
 namespace VelmSdkRpc {
 
-/// Serves a bulk method by `void Adapter::call(Service&, element const&)`, which runs under the SDK lock and may throw
-/// any std::exception. The request has `repeated ... requests`, the response `status` and `count`.
+/// Serves a bulk method by `void Adapter::call(Service&, element const&)`, once for each element of the request, in
+/// order, until one throws. It may throw any std::exception; those before stay applied. All run under one hold of the
+/// SDK lock. An adapter that has `void announce(Service&, group const&)` is told of each group of elements before the
+/// first of them is applied; that must not throw.
+///
+/// The request is `repeated ... requests`, the response `status` and `count`: how many elements were applied, and why
+/// not the next. The call itself always ends with OK.
 template <class Adapter, class Request, class Response, class Service>
-class BulkRequestHandler final : public GenericRequestHandler<BulkRequestHandler<Adapter, Request, Response, Service>,
-                                                              Request, Response, Service, false> {
+class BulkRequestHandler : public GenericRequestHandler<BulkRequestHandler<Adapter, Request, Response, Service>,
+                                                        Request, Response, Service, false> {
+   static_assert(!Adapter::streams, "the method answers with a stream");
+   static_assert(
+      requires(Request const& request, Response& response) {
+         request.requests();
+         response.mutable_status();
+         response.set_count(0);
+      },
+      "the messages are not those of a bulk method");
+
  public:
    using BulkRequestHandler::GenericRequestHandler::GenericRequestHandler;
 
    static constexpr auto requestFn() { return Adapter::post; }
 
    void process() override {
-      this->respondBulk([this](auto const& element) { Adapter::call(this->service(), element); });
+      auto const announce = [this](auto const& group) {
+         if constexpr (requires { Adapter::announce(this->service(), group); })
+            Adapter::announce(this->service(), group);
+      };
+      this->respondBulk(announce, [this](auto const& element) { Adapter::call(this->service(), element); });
    }
 };
 
-/// The adapter of a bulk method whose elements are requests of a unary one: it does what that one's adapter does.
+/// The adapter of a bulk method whose elements are the requests of a unary one: each is what that one's adapter does.
 ///
 ///   struct BulkProfileSet : BulkOf<&AsyncService::Requestbulk_profile_set, ProfileSet> {};
 template <auto post, class Single>
 struct BulkOf : Method<post> {
    template <class Service>
    static void call(Service& service, typename Single::Request const& element) {
-      Single::call(service, element);
+      typename Single::Response unused;  // an element has no answer of its own
+      Single::call(service, element, unused);
    }
 };
 

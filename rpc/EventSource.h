@@ -7,8 +7,15 @@
 
 namespace VelmSdkRpc {
 
-/// Which event a stream with a queue of responses waits for. Its mutex guards it: at most one alarm or Write is
-/// outstanding, so only the step from idle to busy costs an alarm.
+/// Which event a stream with a queue of responses waits for. The handler's mutex guards it.
+///
+///   a response is queued, and the source is None     the alarm is set     Alarm
+///   a response is queued otherwise                   nothing, it waits    unchanged
+///   the event comes, and the queue is not empty      a Write starts       Write
+///   the event comes, and the queue is empty          nothing              None
+///
+/// So at most one alarm or Write is outstanding, and only the step from idle to busy costs an alarm, however many
+/// responses follow.
 enum class EventSource : std::uint32_t {
    None = 0,   // the handler is idle
    Alarm = 1,  // its alarm has been set
@@ -17,6 +24,7 @@ enum class EventSource : std::uint32_t {
 
 }  // namespace VelmSdkRpc
 
+/// For traces. Throws logic_error for a number that is none of these, which would mean that memory is corrupt.
 template <>
 struct fmt::formatter<VelmSdkRpc::EventSource> : fmt::formatter<fmt::string_view> {
    template <class FormatContext>

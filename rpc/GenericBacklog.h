@@ -10,12 +10,24 @@
 
 namespace VelmSdkRpc {
 
+// How a burst drains. All of it happens on the main loop, under the SDK lock:
+//
+//   SDK callback     put(key, event): the entry of the key is made or replaced, and the task asked for
+//   main loop        ... whatever else is due; a request may have the SDK lock between two runs ...
+//   task             run: publish one entry, and as many more as the quantum has time for;
+//                    erase what was published; ask for another run if anything is left
+//
+// The first entry is published before the time is looked at, so every run gets on. What comes between two runs replaces
+// an entry that waits or adds one; nothing comes during a run, for callbacks and tasks take turns.
+
 /// The newest event of each key that is not published yet. A burst costs one entry a key, whatever it brings, and is
-/// published a quantum at a time by `Impl`, a functor called as impl(key, response). Events of a key coalesce whatever
-/// their kind; the order of keys is not promised. Main loop only.
+/// published a quantum at a time by `Impl`, a functor called as impl(key, response), which must not throw or put.
+/// Events of a key coalesce whatever their kind; the order of keys is not promised. Main loop only, so that nothing is
+/// locked.
 template <class Key, class Response, class Impl>
 class GenericBacklog : public BacklogImplBase {
  public:
+   /// `name` is the task's. The scheduler must be the main loop's.
    GenericBacklog(Qor::String name, Qor::Ptr<Loom::TaskScheduler> const& scheduler, Impl impl)
       : BacklogImplBase(std::move(name), scheduler), impl_(std::move(impl)) {}
 
@@ -25,6 +37,7 @@ class GenericBacklog : public BacklogImplBase {
       task().scheduleTask();
    }
 
+   /// How many keys wait.
    std::size_t size() const { return backlog_.size(); }
 
    void handleBacklogTask() override {

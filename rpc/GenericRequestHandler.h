@@ -7,7 +7,6 @@
 #include <memory>
 #include <type_traits>
 
-#include "platform/qor/Assert.h"
 #include "platform/velm/sdk_lock.h"
 #include "proto/remote/rpc_status.pb.h"
 #include "rpc/Announced.h"
@@ -17,41 +16,36 @@
 
 namespace VelmSdkRpc {
 
-/// What every kind of handler shares. `Derived` is the class that `chain` builds. A concrete handler adds
+/// What every kind of handler shares: the call's messages and its stub, and how a unary call is answered. `Derived` is
+/// the class that `chain` builds. A concrete handler adds
 ///
 ///   - `requestFn()`, giving the generated `Request<method>` member by which its calls are asked for, and
-///   - `process()`, which for a unary method is one call of `answer`, `respond` or `respondBulk`:
+///   - `process()`, which for a unary method is one call of `respond` or `respondBulk`.
 ///
-///   class AgentIdHandler
-///      : public GenericRequestHandler<AgentIdHandler, AgentIdRequest, AgentIdResponse, AgentService, false> {
-///    public:
-///      using GenericRequestHandler::GenericRequestHandler;
-///      static constexpr auto requestFn() { return &AsyncService::Requestagent_id; }
-///      void process() override {
-///         respond([this] { ... return response; });
-///      }
-///   };
+/// It is made from its id and the service, or, if it is told more than that, from its id and the handler before it.
+/// Most methods need no class of their own: UnaryRequestHandler and its like make one of an adapter.
 ///
-/// `Service` offers `asyncService()`, its generated asynchronous service.
+/// `Service` offers `asyncService()`, its generated asynchronous service, beside what GrpcService has.
 template <class Derived, class Request, class Response, class Service, bool Streaming>
 class GenericRequestHandler : public RequestHandler {
  public:
    using Responder =
       std::conditional_t<Streaming, grpc::ServerAsyncWriter<Response>, grpc::ServerAsyncResponseWriter<Response>>;
 
-   GenericRequestHandler(HandlerSeat const& seat, Service& service)
-      : RequestHandler(seat), service_(&service), responder_(&context()) {}
+   GenericRequestHandler(OpaqueId id, Service& service)
+      : RequestHandler(id), service_(&service), responder_(&context()) {}
 
-   /// Handlers whose constructors take more than seat and service override it.
    std::unique_ptr<RequestHandler> chain(void* id) override {
-      if constexpr (std::constructible_from<Derived, HandlerSeat const&, Service&>) {
-         return armed<Derived>(successorSeat(id), *service_);
+      if constexpr (std::constructible_from<Derived, OpaqueId, Service&>) {
+         return armed<Derived>(id, *service_);
       } else {
-         Qor::assertionFailed("the handler overrides chain");
+         static_assert(std::constructible_from<Derived, OpaqueId, Derived const&>,
+                       "a handler is made from its id and its service, or from its id and the handler before it");
+         return armed<Derived>(id, static_cast<Derived const&>(*this));
       }
    }
 
-   /// Asks gRPC for the method's next call, by the generated member for it or by what postFn makes of that.
+   /// Asks gRPC for the method's next call, by the generated member for it or by what postFn makes of that. Once.
    template <class Layer>
    void postRequest(void (Layer::*requestFn)(grpc::ServerContext*, Request*, Responder*, grpc::CompletionQueue*,
                                              grpc::ServerCompletionQueue*, void*)) {
@@ -59,21 +53,22 @@ class GenericRequestHandler : public RequestHandler {
       postRequest(postFn<AsyncService>(requestFn));
    }
    void postRequest(PostFn<Request, Responder> post) {
-      post(service_->asyncService(), context(), request_, responder_, completionQueue(), id());
+      post(service_->asyncService(), context(), request_, responder_, service_->completionQueue(), id());
    }
 
  protected:
    Service& service() const { return *service_; }
+   /// Once a call has come.
    Request const& request() const { return request_.message(); }
    /// An empty answer that lives as long as the call, beside its request.
    Response& newResponse() { return request_.template make<Response>(); }
    Responder& responder() { return responder_; }
 
    /// Answers the call with what `fill(response)` makes of an empty response under the SDK lock, or with the status of
-   /// what it throws. The lock is free again before the answer leaves.
+   /// what it throws, and then with nothing else. The lock is free again before either leaves.
    template <class Fill>
-   void answer(Fill&& fill) requires(!Streaming) {
-      Response& response = newResponse();
+   void respond(Fill&& fill) requires(!Streaming) {
+      Response response;  // is serialised by Finish, and need not outlive it
       auto const status = guarded([&] {
          velm::sdk_scoped_lock const lock;
          fill(response);
@@ -84,20 +79,12 @@ class GenericRequestHandler : public RequestHandler {
          responder_.FinishWithError(status, id());
       }
    }
-   /// The same with the Response that `fn` gives.
-   template <class F>
-   void respond(F fn) requires(!Streaming) {
-      answer([&](Response& response) { response = fn(); });
-   }
 
    /// Applies `fn` to the elements of the request in order, up to the first that fails; those before it stay applied.
    /// The response tells how many were, and why it stopped: a failed element does not fail the RPC. One SDK lock is
    /// held over the list and its answer, so that no event of the SDK comes between.
-   template <class F>
-   void respondBulk(F fn) requires(!Streaming) {
-      respondBulk([](auto const&) {}, fn);
-   }
-   /// The same with announce(group) before each group of elements. It must not throw.
+   ///
+   /// `announce` gets each group of elements before `fn` gets the first of them. It must not throw.
    template <class Announce, class F>
    void respondBulk(Announce announce, F fn) requires(!Streaming) {
       Response& response = newResponse();
@@ -120,7 +107,7 @@ class GenericRequestHandler : public RequestHandler {
 
    /// Ends a stream of which nothing else is outstanding.
    void finish(grpc::Status const& status) requires(Streaming) {
-      stateIs(HandlerState::Finished);
+      stateIs(HandlerState::Finished);  // first, for a publisher that looks now must find it so
       responder_.Finish(status, id());
    }
 

@@ -18,6 +18,7 @@ void GrpcService::selfRegister(unsigned long index, grpc::ServerBuilder& builder
    registerRpcService(builder);
 }
 
+// Each service counts for itself: its index in the id tells its numbers from those of the others.
 void* GrpcService::nextOpaqueId() { return makeOpaqueId(++lastNumber_, index_); }
 
 void GrpcService::registerHandler(std::unique_ptr<RequestHandler> handler) {
@@ -41,6 +42,7 @@ void GrpcService::eraseHandler(void* id) {
 }
 
 void GrpcService::clearHandlers() {
+   // Declared before the lock, so that the handlers are destroyed after it.
    decltype(handlers_) gone;
    std::lock_guard const lock(mutex_);
    gone.swap(handlers_);

@@ -26,12 +26,13 @@ class IncomingRequest {
    /// Only once a call has come.
    Request const& message() const { return *message_; }
 
-   /// An empty message that lives as long as this object.
+   /// An empty message that lives as long as this object. What is cleared or replaced in it is given back only then.
    template <class Message>
    Message& make() {
       return *google::protobuf::Arena::CreateMessage<Message>(&arena_);
    }
 
+   /// For gRPC. Leaves a request that can be read, or nothing.
    grpc::Status parse(grpc::ByteBuffer* payload) {
       message_ = &make<Request>();
       auto status = grpc::SerializationTraits<Request>::Deserialize(payload, message_);
@@ -52,6 +53,7 @@ class IncomingRequest {
       return options;
    }
 
+   // As large as a single request of any kind needs; a bulk goes on in blocks from the heap.
    alignas(std::max_align_t) std::array<char, 768> firstBlock_;
    google::protobuf::Arena arena_{options(firstBlock_)};
    Request* message_ = nullptr;  // on the arena

@@ -9,24 +9,31 @@
 
 namespace VelmSdkRpc {
 
-/// Streams what an iterator of the SDK gives, one message an element, each behind the completion of the one before. The
-/// SDK lock is held for each step alone, so that a long table never holds up the main loop. A client that goes away
-/// fails the Write in flight, and the loop erases the handler.
+/// Streams what an iterator of the SDK gives, one message an element, each once the one before has been taken over by
+/// the library. An adapter offers both ends:
 ///
 ///   struct Intfs : Method<&AsyncService::Requestintfs> {
-///      static velm::intf_iter_t call(IntfService& service, Request const& request);  // under the SDK lock; may throw
-///      static Response response(velm::intf_id_t const& element);
+///      static auto call(IntfService& service, Request const&) { return service.mgr().intf_iter(); }
+///      static void fill(Response& response, velm::intf_id_t const& element);
 ///   };
+///
+/// `call` gives the iterator, under the SDK lock. What it throws is the status of the call, which then has no message.
+/// `fill` gets an empty response and must not throw, nor may the iterator's steps: that would end the process.
+///
+/// The SDK lock is held for each step alone, so a long table holds the main loop up for no longer than a short one.
+/// What the client sees is therefore no snapshot: the iterator goes on from its element's key, whatever has changed.
+/// A client that goes away fails the Write in flight, and the loop erases the handler.
 template <class Adapter, class Request, class Response, class Service>
 class IteratorStreamingHandler final
    : public GenericRequestHandler<IteratorStreamingHandler<Adapter, Request, Response, Service>, Request, Response,
                                   Service, true> {
+   static_assert(Adapter::streams, "the method has one answer");
+
    using Base = typename IteratorStreamingHandler::GenericRequestHandler;
+   using Iterator = decltype(Adapter::call(std::declval<Service&>(), std::declval<Request const&>()));
 
  public:
-   IteratorStreamingHandler(HandlerSeat const& seat, Service& service) : Base(seat, service) {
-      gathering_.set_buffer_hint();
-   }
+   IteratorStreamingHandler(OpaqueId id, Service& service) : Base(id, service) { gathering_.set_buffer_hint(); }
 
    static constexpr auto requestFn() { return Adapter::post; }
 
@@ -38,17 +45,18 @@ class IteratorStreamingHandler final
          velm::sdk_scoped_lock const lock;
          ++*iterator_;
       }
+      // From here on without the lock: the iterator holds a copy of its element.
       if (!*iterator_) {
          this->finish(grpc::Status::OK);
          trace(this->service().tracer(), 9, "iterator complete handler {}\n", this->id());
          return;
       }
-      write(Adapter::response(**iterator_), first);
+      response_.Clear();  // keeps the memory of the element before
+      Adapter::fill(response_, **iterator_);
+      write(first);
    }
 
  private:
-   using Iterator = decltype(Adapter::call(std::declval<Service&>(), std::declval<Request const&>()));
-
    // False if there is no iterator to be had: the call has ended with why.
    bool open() {
       velm::sdk_scoped_lock const lock;
@@ -61,17 +69,18 @@ class IteratorStreamingHandler final
       return true;
    }
 
-   void write(Response const& response, bool first) {
-      trace(this->service().tracer(), 9, "iterator streaming {} to handler {}\n", response, this->id());
+   void write(bool first) {
+      trace(this->service().tracer(), 9, "iterator streaming {} to handler {}\n", response_, this->id());
       if (first) {
-         this->responder().Write(response, this->id());  // at once: the client is waiting
+         this->responder().Write(response_, this->id());  // at once: the client is waiting
       } else {
-         this->responder().Write(response, gathering_, this->id());
+         this->responder().Write(response_, gathering_, this->id());
       }
    }
 
-   grpc::WriteOptions gathering_;
+   grpc::WriteOptions gathering_;  // lets the library send several messages together
    std::optional<Iterator> iterator_;
+   Response response_;  // on the heap and not with the request: an arena gives nothing back before the call's end
 };
 
 }  // namespace VelmSdkRpc

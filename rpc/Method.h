@@ -2,9 +2,12 @@
 
 #include <grpcpp/grpcpp.h>
 
+#include <concepts>
+
 namespace VelmSdkRpc {
 
-/// What the type of a generated `Request<method>` member tells of its method.
+/// What the type of a generated `Request<method>` member tells of its method: the messages, and whether the answer is a
+/// stream of them.
 template <class RequestFn>
 struct PostedMethod;
 
@@ -13,14 +16,18 @@ struct PostedMethod<void (Layer::*)(grpc::ServerContext*, RequestMessage*, Respo
                                     grpc::CompletionQueue*, grpc::ServerCompletionQueue*, void*)> {
    using Request = RequestMessage;
    using Response = ResponseMessage;
+   static constexpr bool streams = std::same_as<Responder<ResponseMessage>, grpc::ServerAsyncWriter<ResponseMessage>>;
 };
 
-/// Base of an adapter: names a method of a service by the generated member that asks for its calls.
+/// Base of an adapter: names a method of a service by the generated member that asks for its calls. The adapter adds
+/// what its kind of handler calls, as static functions, and `startHandlers` of the service says which kind that is:
 ///
 ///   struct Exists : Method<&AsyncService::Requestexists> {
-///      static Response call(IpIntfService& service, Request const& request);
+///      static void call(IpIntfService& service, Request const& request, Response& response);
 ///   };
 ///   registerAdapter<UnaryRequestHandler, Exists>(*this);
+///
+/// A kind that does not fit what the schema says of the method does not compile.
 template <auto post_>
 struct Method : PostedMethod<decltype(post_)> {
    static constexpr auto post = post_;

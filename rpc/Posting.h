@@ -10,6 +10,11 @@
 
 namespace VelmSdkRpc {
 
+// A generated service asks for the next call of a method by its `Request...` member, which parses the request into a
+// message that the caller owns. The handlers want it parsed into an IncomingRequest instead, which brings the memory
+// along. So they take from the generated member only what its type tells, the layer and the messages, and call what it
+// would call. All of this is settled at compile time; at run time a PostFn is one pointer.
+
 /// The index of the method whose layer of a generated asynchronous service this is. The generator stacks a layer for
 /// each method, that of the first one outermost.
 template <class Stack, class Layer>

@@ -34,6 +34,11 @@ namespace VelmSdkRpc {
 //      |  the Finish completes, ok or not                                       ^
 //      +------------------------------------------------------------------------+
 //
+// Whatever ends, completes or rings for a call comes out of the queue as its handler's id, and the loop cannot tell
+// these events apart. A handler can, for it starts one operation at a time: the next event is that operation's. The end
+// of a call is the exception. Those who ask to be told of it get one event more, at any moment, and have to see to it
+// themselves (StreamingAdapterHandler.h).
+//
 // An event whose id is not in the table belongs to a handler that has gone, and is dropped. Once the server stops,
 // events only erase: nothing is processed and nothing armed.
 
@@ -43,49 +48,40 @@ enum class HandlerState : std::uint32_t {
    Finished = 2,  // Finish has been issued: no message may be queued any more
 };
 
-/// Where a handler sits: what its successor takes over, but for the id.
-struct HandlerSeat {
-   OpaqueId id;
-   unsigned long serviceIndex;
-   grpc::ServerCompletionQueue* completionQueue;  // the program's one queue; not owned
-};
-
 /// One call, from the posting of its request to the completion of its Finish. Made, run and erased on the server
-/// thread.
+/// thread; what other threads may do says so.
 class RequestHandler {
  public:
-   explicit RequestHandler(HandlerSeat const& seat) : seat_(seat) {}
+   explicit RequestHandler(OpaqueId id) : id_(id) {}
    RequestHandler(RequestHandler const&) = delete;
    RequestHandler& operator=(RequestHandler const&) = delete;
 
-   /// The next step of the call, after an event of this handler. What it throws ends the process.
+   /// The next step of the call, after an event of this handler. It starts at most one operation of gRPC, whose event
+   /// is then the next one. What it throws ends the process.
    virtual void process() = 0;
    /// A new handler of the same method under `id`, with its request posted: it takes the method's next call.
    virtual std::unique_ptr<RequestHandler> chain(void* id) = 0;
    virtual ~RequestHandler() = default;
 
-   OpaqueId id() const { return seat_.id; }
-   unsigned long serviceIndex() const { return seat_.serviceIndex; }
-   grpc::ServerCompletionQueue* completionQueue() const { return seat_.completionQueue; }
+   OpaqueId id() const { return id_; }
+   /// Belongs to gRPC from the posting of the request until the call has come.
    grpc::ServerContext& context() { return context_; }
 
-   /// Any thread may read it. Set by the server thread alone, and after a Finish only within the event that issued it.
+   /// Any thread may read it. Set by the server thread alone, and after a Finish only within the event that issued it:
+   /// the event after that one erases the handler.
    HandlerState state() const { return state_.load(std::memory_order_acquire); }
    void stateIs(HandlerState state) { state_.store(state, std::memory_order_release); }
 
- protected:
-   HandlerSeat successorSeat(OpaqueId id) const { return {id, seat_.serviceIndex, seat_.completionQueue}; }
-
  private:
    std::atomic<HandlerState> state_{HandlerState::Armed};
-   HandlerSeat const seat_;
+   OpaqueId const id_;
    grpc::ServerContext context_;
 };
 
 /// Makes a handler and asks gRPC for the next call of its method, which may arrive at once: on the server thread only.
 template <class Handler, class... Args>
-std::unique_ptr<Handler> armed(HandlerSeat const& seat, Args&&... args) {
-   auto handler = std::make_unique<Handler>(seat, std::forward<Args>(args)...);
+std::unique_ptr<Handler> armed(OpaqueId id, Args&&... args) {
+   auto handler = std::make_unique<Handler>(id, std::forward<Args>(args)...);
    handler->postRequest(handler->requestFn());
    return handler;
 }

@@ -24,6 +24,9 @@ void ServerEventLoop::handleEvent(OpaqueId id, bool ok) {
    if (handler == nullptr) return;  // a late event of a handler that has gone
 
    auto const state = handler->state();
+   // What failed is a request that the server's stop has left unanswered, or an operation whose client has gone.
+   // Neither can be answered, so nobody asks the handler; a subscription that it leaves behind goes at the next
+   // publish.
    if (!ok || state == HandlerState::Finished) {
       service.eraseHandler(id);
    } else if (service.stopping()) {
@@ -37,6 +40,7 @@ void ServerEventLoop::handleEvent(OpaqueId id, bool ok) {
 }
 
 void ServerEventLoop::startCall(GrpcService& service, RequestHandler& handler) {
+   // The successor first: the next call of the method is then taken while this one is at work.
    service.registerHandler(handler.chain(service.nextOpaqueId()));
    handler.process();
    // A unary or bulk handler has answered and leaves it to us to say so.

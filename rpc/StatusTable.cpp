@@ -19,6 +19,7 @@ grpc::Status statusOf(grpc::StatusCode code, std::exception const& e) {
 
 }  // namespace
 
+// The most derived class first: a range error is an argument error as well, and either is an error of the SDK.
 grpc::Status statusOfCurrentException() noexcept {
    using enum grpc::StatusCode;
    try {

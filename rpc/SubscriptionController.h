@@ -9,16 +9,24 @@
 
 namespace VelmSdkRpc {
 
+// The order of locks when an event is published, which the main loop does with the SDK lock held:
+//
+//   SDK lock > mutex_             copy the ids, and let go of it: handlers may come and go meanwhile
+//   SDK lock > handler table      withHandler: the handler cannot go while
+//            > handler's mutex    enqueue copies the event into its queue and sets its alarm if it is idle
+//
+// The server thread subscribes and cancels without the SDK lock. Were mutex_ held while it waits for that lock, to
+// switch the watching, the main loop would wait for mutex_ with the SDK lock in hand, and neither would ever get on.
+
 /// Who watches a service: the ids of the handlers. The SDK's watching is on while there is one, switched by the
-/// service's `startWatching()` and `stopWatching()`, which run under the SDK lock.
-///
-/// The SDK lock may be held when the mutex is taken, never the other way about, and no handler is touched with the
-/// mutex held: the main loop publishes with the SDK lock, the server thread subscribes without.
+/// service's `startWatching()` and `stopWatching()`, which run under the SDK lock. `Service` offers these two, and
+/// withHandler of GrpcService.
 template <class Service>
 class SubscriptionController {
  public:
    explicit SubscriptionController(Service& service) : service_(service) {}
 
+   /// Events from now on concern the handler. Server thread.
    void subscribe(void* id) {
       {
          std::lock_guard const lock(mutex_);
@@ -28,7 +36,8 @@ class SubscriptionController {
       switchWatching();
    }
 
-   /// One that is not subscribed is no error.
+   /// No event is given to the handler any more, once one that is being published has been. An id that is not
+   /// subscribed is no error. Server thread, or the main loop for a handler that it finds gone.
    void cancel(void* id) {
       {
          std::lock_guard const lock(mutex_);
@@ -38,13 +47,14 @@ class SubscriptionController {
       switchWatching();
    }
 
+   /// How many are subscribed, those included that have gone since the last publish.
    std::size_t size() const {
       std::lock_guard const lock(mutex_);
       return subscribers_.size();
    }
 
-   /// Main loop only: hands a copy to every subscriber that it concerns. `Handler` is the class of the service's watch.
-   /// A subscriber whose handler has gone, as one does whose Write failed, is removed.
+   /// Hands a copy to every subscriber that it concerns. `Handler` is the class of the service's watch. A subscriber
+   /// whose handler has gone is removed: one whose Write failed goes without having cancelled. Main loop only.
    template <class Handler, class Response>
    void publishA(Response const& response) {
       {

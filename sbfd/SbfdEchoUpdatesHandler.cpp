@@ -14,9 +14,9 @@ constexpr auto className = "SbfdEchoUpdatesHandler";
 
 }  // namespace
 
-SbfdEchoUpdatesHandler::SbfdEchoUpdatesHandler(HandlerSeat const& seat, VelmSdkRpcService& service)
-   : GenericRequestHandler(seat, service) {
-   context().AsyncNotifyWhenDone(id());
+SbfdEchoUpdatesHandler::SbfdEchoUpdatesHandler(OpaqueId id, VelmSdkRpcService& service)
+   : GenericRequestHandler(id, service) {
+   context().AsyncNotifyWhenDone(id);
 }
 
 void SbfdEchoUpdatesHandler::process() {

@@ -23,7 +23,7 @@ class SbfdEchoUpdatesHandler
  public:
    using Batch = pb::watch_sbfd_echo_session_status_msg;
 
-   SbfdEchoUpdatesHandler(HandlerSeat const& seat, VelmSdkRpcService& service);
+   SbfdEchoUpdatesHandler(OpaqueId id, VelmSdkRpcService& service);
    static constexpr auto requestFn() {
       return &pb::velmsdk_service::AsyncService::Requestwatch_sbfd_echo_session_status_msgs;
    }

@@ -10,20 +10,17 @@
 namespace VelmSdkRpc::Test {
 namespace {
 
-using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 using Stub = tiny::Tiny::Stub;
-using WatchFn = std::unique_ptr<grpc::ClientReader<tiny::WatchResponse>> (Stub::*)(grpc::ClientContext*,
-                                                                                   tiny::WatchRequest const&);
 
 /// A client's end of a watch.
 class Watcher {
  public:
-   Watcher(Stub& client, WatchFn watch, std::string const& key = {}, bool notifyReady = true) {
+   explicit Watcher(Stub& client, std::string const& key = {}, bool notifyReady = true) {
       tiny::WatchRequest request;
       request.set_notify_ready(notifyReady);
       request.set_key(key);
-      reader_ = (client.*watch)(&context_, request);
+      reader_ = client.watch(&context_, request);
    }
 
    /// The next message: its key and text, or "ready"; "end" at the end of the stream.
@@ -81,18 +78,17 @@ class StreamTest : public ::testing::Test {
    std::unique_ptr<Stub> client;
 };
 
-/// Either kind of watch.
-class WatchTest : public StreamTest, public ::testing::WithParamInterface<WatchFn> {
+class WatchTest : public StreamTest {
  protected:
-   std::size_t subscribers() { return service().subscriptions.size() + service().subscriptionsByAdapter.size(); }
+   std::size_t subscribers() { return service().subscriptions().size(); }
 };
 
-TEST_P(WatchTest, TheMarkerComesFirstAndThenWhatTheFilterLetsThrough) {
-   Watcher all(*client, GetParam());
-   Watcher one(*client, GetParam(), "a");
+TEST_F(WatchTest, TheMarkerComesFirstAndThenWhatTheFilterLetsThrough) {
+   Watcher all(*client);
+   Watcher one(*client, "a");
    EXPECT_EQ(all.next(), "ready");
    EXPECT_EQ(one.next(), "ready");
-   Watcher quiet(*client, GetParam(), "", false);
+   Watcher quiet(*client, "", false);
    ASSERT_TRUE(eventually([&] { return subscribers() == 3; }));
    service().publish("b", "1");
    service().publish("a", "2");
@@ -106,18 +102,18 @@ TEST_P(WatchTest, TheMarkerComesFirstAndThenWhatTheFilterLetsThrough) {
    EXPECT_EQ(service().stops, 1);  // at once: the streams were idle
 }
 
-TEST_P(WatchTest, TheMarkerComesFirstEvenIfAnEventWasQueuedBeforeIt) {
+TEST_F(WatchTest, TheMarkerComesFirstEvenIfAnEventWasQueuedBeforeIt) {
    service().onWatching = [&] { service().publish("a", "early"); };
-   Watcher watcher(*client, GetParam());
+   Watcher watcher(*client);
    EXPECT_EQ(watcher.next(), "ready");
    EXPECT_EQ(watcher.next(), "a early");
    watcher.vanish();
    EXPECT_TRUE(server.settles());
 }
 
-TEST_P(WatchTest, EventsOutrunningTheReaderAllArriveInOrder) {
-   Watcher slow(*client, GetParam());
-   Watcher brisk(*client, GetParam());
+TEST_F(WatchTest, EventsOutrunningTheReaderAllArriveInOrder) {
+   Watcher slow(*client);
+   Watcher brisk(*client);
    EXPECT_EQ(brisk.next(), "ready");
    EXPECT_EQ(slow.next(), "ready");
    std::string const padding(10'000, 'x');
@@ -132,9 +128,9 @@ TEST_P(WatchTest, EventsOutrunningTheReaderAllArriveInOrder) {
    EXPECT_TRUE(server.settles());
 }
 
-TEST_P(WatchTest, AnEndWithTheAlarmOutstandingIsOneEnd) {
+TEST_F(WatchTest, AnEndWithTheAlarmOutstandingIsOneEnd) {
    for (int i = 0; i < 50; ++i) {
-      Watcher watcher(*client, GetParam());
+      Watcher watcher(*client);
       ASSERT_EQ(watcher.next(), "ready");
       {
          HeldUp const held(*this);
@@ -151,10 +147,10 @@ TEST_P(WatchTest, AnEndWithTheAlarmOutstandingIsOneEnd) {
    EXPECT_EQ(service().stops, 50);
 }
 
-TEST_P(WatchTest, AnEndWithAWriteInFlightDropsTheQueueAndTheNextPublishTheSubscription) {
+TEST_F(WatchTest, AnEndWithAWriteInFlightDropsTheQueueAndTheNextPublishTheSubscription) {
    std::string const large(1'000'000, 'x');
    for (int i = 0; i < 20; ++i) {
-      Watcher watcher(*client, GetParam());
+      Watcher watcher(*client);
       ASSERT_EQ(watcher.next(), "ready");
       for (int n = 0; n < 5; ++n) service().publish("a", large);  // no window has room for so much
       watcher.vanish();
@@ -166,8 +162,8 @@ TEST_P(WatchTest, AnEndWithAWriteInFlightDropsTheQueueAndTheNextPublishTheSubscr
    EXPECT_EQ(service().stops, 20);
 }
 
-TEST_P(WatchTest, AThousandThatComeAndGoUnderAStormLeaveNothing) {
-   Watcher lasting(*client, GetParam(), "last");
+TEST_F(WatchTest, AThousandThatComeAndGoUnderAStormLeaveNothing) {
+   Watcher lasting(*client, "last");
    ASSERT_EQ(lasting.next(), "ready");
    std::atomic<int> come = 0;
    std::atomic<bool> over = false;
@@ -182,7 +178,7 @@ TEST_P(WatchTest, AThousandThatComeAndGoUnderAStormLeaveNothing) {
    std::list<Watcher> some;
    for (; come < 1000; ++come) {
       bool const notifyReady = random() % 2 == 0;
-      some.emplace_back(*client, GetParam(), random() % 4 == 0 ? "none" : "a", notifyReady);
+      some.emplace_back(*client, random() % 4 == 0 ? "none" : "a", notifyReady);
       if (notifyReady && random() % 3 != 0) some.back().next();
       while (some.size() > random() % 10) {
          some.front().vanish();
@@ -200,10 +196,10 @@ TEST_P(WatchTest, AThousandThatComeAndGoUnderAStormLeaveNothing) {
    lasting.vanish();
 }
 
-TEST_P(WatchTest, AStopUnderAStormEndsAllOfThem) {
+TEST_F(WatchTest, AStopUnderAStormEndsAllOfThem) {
    std::list<Watcher> watchers;
    for (int i = 0; i < 20; ++i) {
-      watchers.emplace_back(*client, GetParam());
+      watchers.emplace_back(*client);
       ASSERT_EQ(watchers.back().next(), "ready");
    }
    for (int i = 0; i < 2000; ++i) {
@@ -214,11 +210,6 @@ TEST_P(WatchTest, AStopUnderAStormEndsAllOfThem) {
    EXPECT_EQ(service().handlerCount(), 0);
    for (auto& watcher : watchers) EXPECT_FALSE(watcher.vanish().ok());
 }
-
-INSTANTIATE_TEST_SUITE_P(Kinds, WatchTest,
-                         ::testing::Values(static_cast<WatchFn>(&Stub::watch),
-                                           static_cast<WatchFn>(&Stub::watch_by_adapter)),
-                         [](auto const& info) { return info.index == 0 ? "HandWritten" : "ByAdapter"; });
 
 /// The numbers that an iterator streams, and how the call ends.
 struct Streamed {

@@ -13,7 +13,6 @@
 #include "rpc/IteratorStreamingHandler.h"
 #include "rpc/Method.h"
 #include "rpc/StreamingAdapterHandler.h"
-#include "rpc/StreamingRequestHandler.h"
 #include "rpc/SubscriptionController.h"
 #include "rpc/UnaryRequestHandler.h"
 #include "tiny.grpc.pb.h"
@@ -26,7 +25,7 @@ namespace tiny = velm::tiny;
 class TinyService : public GrpcService {
  public:
    using AsyncService = tiny::Tiny::AsyncService;
-   static constexpr std::size_t methods = 8;
+   static constexpr std::size_t methods = 7;
 
    TinyService() : GrpcService("tiny") {}
 
@@ -48,7 +47,7 @@ class TinyService : public GrpcService {
    std::function<void(grpc::ServerBuilder&)> onRegister;
    std::function<void()> onWatching;
 
-   /// To the watches of both kinds, as the main loop does it.
+   /// To the watches, as the main loop does it.
    void publish(std::string const& key, std::string const& text);
    void startWatching() {
       ++starts;
@@ -56,8 +55,7 @@ class TinyService : public GrpcService {
    }
    void stopWatching() { ++stops; }
 
-   SubscriptionController<TinyService> subscriptions{*this};
-   SubscriptionController<TinyService> subscriptionsByAdapter{*this};
+   SubscriptionController<TinyService>& subscriptions() { return subscriptions_; }
    std::atomic<int> starts{0};
    std::atomic<int> stops{0};
    std::atomic<std::uint64_t> steps{0};  // of all iterators
@@ -69,6 +67,7 @@ class TinyService : public GrpcService {
    }
 
    AsyncService asyncService_;
+   SubscriptionController<TinyService> subscriptions_{*this};
    std::mutex callbackMutex_;
    std::function<void()> callback_ = [] {};  // guarded by callbackMutex_
 };
@@ -83,13 +82,12 @@ class CallbackHandler
    using RequestFn = PostFn<Request, typename Base::Responder>;
    using Callback = void (*)(TinyService&, Request const&, Response&);
 
-   CallbackHandler(HandlerSeat const& seat, TinyService& service, RequestFn requestFn, Callback callback)
-      : Base(seat, service), requestFn_(requestFn), callback_(callback) {}
+   CallbackHandler(OpaqueId id, TinyService& service, RequestFn requestFn, Callback callback)
+      : Base(id, service), requestFn_(requestFn), callback_(callback) {}
+   CallbackHandler(OpaqueId id, CallbackHandler const& before)
+      : CallbackHandler(id, before.service(), before.requestFn_, before.callback_) {}
 
    RequestFn requestFn() const { return requestFn_; }
-   std::unique_ptr<RequestHandler> chain(void* id) override {
-      return armed<CallbackHandler>(this->successorSeat(id), this->service(), requestFn_, callback_);
-   }
    void process() override {
       Response response;
       callback_(this->service(), this->request(), response);
@@ -113,8 +111,8 @@ class HoldHandler
 class FloodHandler
    : public GenericRequestHandler<FloodHandler, tiny::EchoRequest, tiny::EchoResponse, TinyService, true> {
  public:
-   FloodHandler(HandlerSeat const& seat, TinyService& service) : GenericRequestHandler(seat, service) {
-      context().AsyncNotifyWhenDone(id());
+   FloodHandler(OpaqueId id, TinyService& service) : GenericRequestHandler(id, service) {
+      context().AsyncNotifyWhenDone(id);
       message_.set_text(std::string(100'000, 'x'));
    }
    static constexpr auto requestFn() { return &TinyService::AsyncService::Requestflood; }
@@ -135,45 +133,25 @@ class FloodHandler
 };
 
 struct Echo : Method<&TinyService::AsyncService::Requestecho> {
-   static Response call(TinyService& service, Request const& request) {
-      Response response;
+   static void call(TinyService& service, Request const& request, Response& response) {
       response.set_text(service.onText(request.text()));
-      return response;
    }
 };
 
-struct BulkEcho : Method<&TinyService::AsyncService::Requestbulk_echo> {
-   static void call(TinyService& service, tiny::EchoRequest const& element) { Echo::call(service, element); }
-};
+struct BulkEcho : BulkOf<&TinyService::AsyncService::Requestbulk_echo, Echo> {};
 
-class WatchHandler
-   : public StreamingRequestHandler<WatchHandler, tiny::WatchRequest, tiny::WatchResponse, TinyService> {
- public:
-   using StreamingRequestHandler::StreamingRequestHandler;
-   static constexpr auto requestFn() { return &TinyService::AsyncService::Requestwatch; }
-   void subscribe() override { service().subscriptions.subscribe(id()); }
-   void cancel() override { service().subscriptions.cancel(id()); }
-   bool filter(tiny::WatchResponse const& response) const override {
-      return request().key().empty() || request().key() == response.key();
-   }
-};
-
-struct Watch : Method<&TinyService::AsyncService::Requestwatch_by_adapter> {
-   void subscribe(TinyService& service, Request const&, void* id) { service.subscriptionsByAdapter.subscribe(id); }
-   void cancel(TinyService& service, void* id) { service.subscriptionsByAdapter.cancel(id); }
-   bool filter(Request const& request, Response const& response) const {
+struct Watch : SubscribedWatch<&TinyService::AsyncService::Requestwatch> {
+   static bool filter(Request const& request, Response const& response) {
       return request.key().empty() || request.key() == response.key();
    }
 };
-using WatchByAdapter = StreamingAdapterHandler<Watch, tiny::WatchRequest, tiny::WatchResponse, TinyService>;
 
 inline void TinyService::publish(std::string const& key, std::string const& text) {
    velm::sdk_scoped_lock const lock;
    tiny::WatchResponse response;
    response.set_key(key);
    response.set_text(text);
-   subscriptions.publishA<WatchHandler>(response);
-   subscriptionsByAdapter.publishA<WatchByAdapter>(response);
+   subscriptions().publishA<WatchOf<Watch, TinyService>>(response);
 }
 
 /// Counts up to a bound.
@@ -198,11 +176,7 @@ struct Items : Method<&TinyService::AsyncService::Requestitems> {
       if (!request.error().empty()) throw velm::configuration_error(request.error());
       return velm::iter_base<std::uint64_t>(std::make_unique<Numbers>(service, request.count()));
    }
-   static Response response(std::uint64_t number) {
-      Response response;
-      response.set_number(number);
-      return response;
-   }
+   static void fill(Response& response, std::uint64_t number) { response.set_number(number); }
 };
 
 inline void TinyService::startHandlers() {
@@ -216,7 +190,6 @@ inline void TinyService::startHandlers() {
       });
    arm<FloodHandler>(*this);
    arm<HoldHandler>(*this);
-   arm<WatchHandler>(*this);
    registerAdapter<StreamingAdapterHandler, Watch>(*this);
    registerAdapter<IteratorStreamingHandler, Items>(*this);
 }
