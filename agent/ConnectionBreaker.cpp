@@ -6,11 +6,14 @@
 #include <algorithm>
 #include <filesystem>
 
+// gRPC gives nobody the sockets of its connections. They are found from outside, among the process's descriptors: an
+// accepted socket has the address of the one that accepted it, and no other socket of the process has that.
+
 namespace VelmSdkRpc {
 namespace {
 
-// A socket's own address; an accepted one has that of the socket that listens. Of TCP the port alone, for who listens
-// on all addresses accepts on one of them. Empty for what is no socket.
+// The address that the socket itself is bound to, empty if the descriptor is not a socket. An accepted TCP socket has a
+// definite address even if the listening one has all of the machine's, so for TCP the port alone is compared.
 std::string addressOf(int descriptor) {
    sockaddr_storage address{};
    socklen_t size = sizeof address;
@@ -27,6 +30,8 @@ bool listens(int descriptor) {
    return getsockopt(descriptor, SOL_SOCKET, SO_ACCEPTCONN, &value, &size) == 0 && value != 0;
 }
 
+// Calls fn(descriptor) for all that the process has open. One that is closed or opened meanwhile does no harm: what is
+// asked of it then fails, or says that it is not of interest.
 template <class Fn>
 void eachDescriptor(Fn&& fn) {
    std::error_code error;

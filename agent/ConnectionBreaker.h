@@ -11,10 +11,12 @@ namespace VelmSdkRpc {
 
 /// Bounds a wait that a peer could make last for ever: unless this object goes before the time is over, it ends the
 /// connections of the sockets on which the process listened when it was made, as the network would. What is under way
-/// on them fails; whatever else is open stays.
+/// on them fails; whatever else is open stays. It does so once: a connection made later is not touched.
 class ConnectionBreaker {
  public:
+   /// Starts a thread, which waits for the time or the end of this object.
    explicit ConnectionBreaker(std::chrono::milliseconds patience);
+   /// Does not wait for the time, only for connections that are being ended just now.
    ~ConnectionBreaker();
    ConnectionBreaker(ConnectionBreaker const&) = delete;
    ConnectionBreaker& operator=(ConnectionBreaker const&) = delete;

@@ -13,6 +13,8 @@ namespace {
 
 thread_local std::string* kept = nullptr;  // where this thread's errors go instead of the trace
 
+// Called by gRPC on whichever thread has something to say, its own included, and under locks of its own: it must
+// neither wait nor call gRPC.
 void onGrpcLog(gpr_log_func_args* args) {
    static auto const handler = Pesko::Platform::getDebugHandler("grpc", false);
    bool const isError = args->severity == GPR_LOG_SEVERITY_ERROR;
@@ -33,6 +35,8 @@ void traceGrpcLog() { gpr_set_log_function(onGrpcLog); }
 GrpcErrors::GrpcErrors() { kept = &text_; }
 GrpcErrors::~GrpcErrors() { kept = nullptr; }
 
+// gRPC reports a refused address as one long line, nested causes and source lines included. The one part that says
+// something to an operator is the system's own text.
 std::string GrpcErrors::reason() const {
    constexpr std::string_view mark = "os_error:\"";
    auto const begin = text_.find(mark);

@@ -9,7 +9,7 @@ namespace VelmSdkRpc {
 void traceGrpcLog();
 
 /// While one exists, the errors that gRPC reports on this thread are kept here and not traced: for a caller that tells
-/// them in words of its own.
+/// them in words of its own. One at a time on a thread, and it ends on the thread that made it.
 class GrpcErrors {
  public:
    GrpcErrors();

@@ -11,6 +11,18 @@
 #include "rpc/ServerEventLoop.h"
 #include "rpc/Tracing.h"
 
+// How a stop gets through. `stop` runs on the main thread, the loop on the server thread; either may be anywhere:
+//
+//   main thread      services stop: from here on nobody publishes, sends or starts anything
+//                    Shutdown with a deadline: requests that wait come out of the queue as failed; calls that are being
+//                    served have a quarter of a second, and are cancelled then
+//                    wakeTag into the queue
+//   server thread    every event only erases its handler
+//                    wakeTag: shut the queue, take out what is left of it, return
+//
+// The queue is shut by the loop and not by `stop`, since gRPC ends the process for an operation that meets a closed
+// queue, and only the loop knows that no handler is at work.
+
 namespace VelmSdkRpc {
 
 void GrpcServer::run() {
@@ -20,6 +32,7 @@ void GrpcServer::run() {
    if (!phase_.compare_exchange_strong(expected, Phase::Running)) shutDown();
 
    ServerEventLoop(*completionQueue_, services_).run();
+   // What is left are streams that had nothing outstanding when they were cancelled.
    for (auto const& service : services_) service->clearHandlers();
    trace(tracer_, 2, "stopped serving on {}", listenAddress_);
 }
@@ -34,6 +47,7 @@ bool GrpcServer::start() {
          return false;
       }
    }
+   // Only now: a request can be posted to a server that is built, and no sooner.
    for (auto const& service : services_) {
       service->completionQueueIs(completionQueue_.get());
       service->startHandlers();
@@ -44,20 +58,22 @@ bool GrpcServer::start() {
 }
 
 void GrpcServer::stop() {
+   // First, so that of all that the shutdown wakes nothing is processed.
    for (auto const& service : services_) service->stop();
    if (phase_.exchange(Phase::Stopped) == Phase::Running) shutDown();
 }
 
 void GrpcServer::shutDown() {
    notifyStopping();
-   // Without a deadline an open stream would hold it for ever.
+   // Long enough for the answers that are on their way, that to whoever asked for the stop among them. Without a
+   // deadline an open stream would hold the shutdown for ever.
    auto const grace = std::chrono::milliseconds(250);
    {
       // And so would a peer that has stopped reading its socket, for gRPC closes no connection within a write.
       ConnectionBreaker const breaker(2 * grace);
       server_->Shutdown(std::chrono::system_clock::now() + grace);
    }
-   // The loop shuts the queue itself, behind whatever it is doing.
+   // Comes out of the queue after all that the shutdown has put in.
    wake_.Set(completionQueue_.get(), std::chrono::system_clock::now(), wakeTag());
 }
 

@@ -19,7 +19,8 @@ namespace VelmSdkRpc {
 /// The agent's services behind one port, one completion queue and one event loop.
 ///
 /// Made and stopped on one thread, run on another. The services stay alive until the destructor, long after their calls
-/// have ended; the server must not be running then.
+/// have ended, and may be called back by the SDK all that time; the server must not be running then. Unencrypted and
+/// open to whoever reaches the port: the default address is the machine's own.
 class GrpcServer {
  public:
    /// Takes each service over from its std::unique_ptr; a service's position is its index. The address is bound by run.
@@ -49,7 +50,9 @@ class GrpcServer {
       service->selfRegister(services_.size(), builder_);
       services_.push_back(std::move(service));
    }
+   // Builds the server and arms the handlers; false, with a line on stderr, if the address cannot be bound.
    bool start();
+   // Ends the calls and wakes the loop to end itself. By whoever of run and stop comes second.
    void shutDown();
 
    // Destroyed from the last up: the services before the server, the server before its queue.
@@ -60,7 +63,8 @@ class GrpcServer {
    std::vector<std::unique_ptr<GrpcService>> services_;
    velm::tracer const tracer_{"server"};
    grpc::Alarm wake_;
-   std::atomic<Phase> phase_{Phase::Assembled};  // hands queue and server from run to stop
+   // Hands queue and server from run, which makes them, to stop, which must not touch them sooner.
+   std::atomic<Phase> phase_{Phase::Assembled};
 };
 
 }  // namespace VelmSdkRpc
