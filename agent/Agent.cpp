@@ -1,5 +1,7 @@
 // The process: an agent of the switch. The SDK's main loop has the main thread from almost the first moment; all else
-// happens in its callbacks and on the one server thread that on_initialized starts.
+// happens in its callbacks and on the one server thread that on_initialized starts. The agent serves from then on,
+// stops in on_agent_enabled(false), and is destroyed when the main loop has returned: until then its services are
+// called back by the SDK, and find nobody to publish to.
 //
 //   main thread      main, the SDK's main loop, every callback and task
 //   server thread    GrpcServer::run: the event loop and every request
@@ -8,6 +10,7 @@
 
 #include "platform/velm/agent.h"
 
+#include <absl/synchronization/mutex.h>
 #include <sys/resource.h>
 
 #include <cstdlib>
@@ -93,10 +96,12 @@ class Agent : public velm::agent_handler {
          std::move(intf), std::move(intfCounter), std::move(ipRoute), std::move(ipIntf), std::move(macsec),
          std::move(mplsRoute), std::move(nexthopGroup), std::move(policyMap));
       serverThread_ = std::thread([server = server_.get()] { server->run(); });
-      // Says what is intended: the thread binds the port, and reports for itself when it cannot.
+      // Tells the intention: the thread binds the port, and reports for itself when it cannot.
       trace(1, className, "Server listening on {}", listenAddress_);
    }
 
+   // Blocks the main loop until the server thread has ended. The SDK does not hold its lock across this callback, and
+   // must not: a handler that waits for the lock has to get it, or the thread would never end.
    void on_agent_enabled(bool enabled) override {
       if (enabled) return;
       trace(1, className, "Shutting down agent");
@@ -108,6 +113,7 @@ class Agent : public velm::agent_handler {
       get_mgr()->shutdown_complete_is(true);
    }
 
+   // For an error that leaves a callback or a task. It goes on its way, which ends the process.
    static void panicHandler(velm::error const& e) {
       trace(5, className, "panic msg {}", e.msg());
       e.raise();
@@ -143,9 +149,13 @@ void setFromOption(std::vector<char*>& args, std::string_view option, char const
    if (value.data() != nullptr) setenv(variable, value.data(), 1);
 }
 
-// What a large answer took goes back to the system with it. By itself glibc raises the bound with the first of them,
-// and then keeps what lies below some small block.
+// The memory of a large answer goes back to the system as soon as it has left. Left to itself glibc raises the bound
+// with the first such answer, and then keeps all that lies below some small block.
 void giveLargeBlocksBack() { mallopt(M_MMAP_THRESHOLD, 512 * 1024); }
+
+// Debian builds the library of gRPC's mutexes so that it notes each lock in a graph and reports cycles: a twentieth of
+// what a call costs, spent on looking for faults in gRPC.
+void leaveLocksOfLibrariesUnchecked() { absl::SetMutexDeadlockDetectionMode(absl::OnDeadlockCycle::kIgnore); }
 
 // A connection is a descriptor. The low soft limit that most systems start with protects programs that call select,
 // which knows 1024 of them; nothing here does.
@@ -159,13 +169,15 @@ void raiseDescriptorLimit() {
 }  // namespace
 }  // namespace VelmSdkRpc
 
-// What is thrown before the main loop ends the process as any uncaught exception does.
+// The order counts: gRPC reads its environment at its first use, and each option that is taken out of `args` is one
+// that the SDK does not see. An exception before the main loop ends the process as any uncaught one does.
 int main(int argc, char** argv) {                    // NOLINT(bugprone-exception-escape)
    Qor::VFPtrInterface::threadSafePointersIs(true);  // the server thread shares counted objects with this one
    auto& activity = Qor::ActivityFacility::activityManagerConfig();
    activity.useEpollIs(true);
    activity.allEpollCtlFailuresAreFatalIs(true);
    VelmSdkRpc::giveLargeBlocksBack();
+   VelmSdkRpc::leaveLocksOfLibrariesUnchecked();
    VelmSdkRpc::raiseDescriptorLimit();
    auto args = VelmSdkRpc::argv::vectorize(argc, argv);
    VelmSdkRpc::setFromOption(args, "--grpc-trace", "GRPC_TRACE");
