@@ -185,6 +185,7 @@ void CbfNhgRedirectProgrammer::updateRedirect(Redirects::Node& redirect, DscpVal
    trace(6, className, "Update Acl {} seq {} matching {} redirect {} IPv4-DSCP {}->{} IPv6-DSCP {}->{}", policyMapName_,
          seq, key.matchNexthopGroup, key.redirectNexthopGroup, values.ipv4, dscpValues.ipv4, values.ipv6,
          dscpValues.ipv6);
+   // The record first: where the switch refuses an ACL, a repeated request finds nothing to change.
    values = std::move(dscpValues);
    auto const name = key.uniqueName();
    addAcl(ipv4Definitions, name, key.matchNexthopGroup, values.ipv4, true);
@@ -194,7 +195,6 @@ void CbfNhgRedirectProgrammer::updateRedirect(Redirects::Node& redirect, DscpVal
          seq, key.matchNexthopGroup, key.redirectNexthopGroup, values.ipv4, values.ipv6);
 }
 
-// Every object comes after what it names.
 void CbfNhgRedirectProgrammer::newRedirect(Key const& key, DscpValues&& dscpValues, bool commit) {
    auto const name = key.uniqueName();
    auto const ipv4Key = addAcl(ipv4Definitions, name, key.matchNexthopGroup, dscpValues.ipv4, false);
@@ -255,7 +255,8 @@ void CbfNhgRedirectProgrammer::scheduleRemoveRedirect(Key const& key) {
    removeTask_->scheduleTaskLowestDelay(removeDelay);  // a delay that is running is not put off
 }
 
-// Writes and commits even if adds have taken back every mark.
+// Writes and commits even if adds have taken back every mark. An error of the switch leaves the task, and so ends the
+// process: there is no client to tell.
 std::uint32_t CbfNhgRedirectProgrammer::processRemove() {
    for (Qor::HashMap2018IteratorGeneric it(pendingRemovals_); it; it.advance()) {
       auto const& key = it.currNodeMaybeStale();

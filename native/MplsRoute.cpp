@@ -99,6 +99,7 @@ std::uint32_t MplsRouteProgrammer::processMplsRouteWithNexthop(pb::mpls_route_ms
    velm::mpls_route_via_t via(keyOf(request));
    via.intf_is(velm::intf_id_t(nexthop.nexthop_interface()));
    via.hop_is(ipAddressToIpAddr(nexthop.nexthop_ip()));
+   // All is checked before the lock is taken and the switch is touched: what is refused leaves the label as it was.
    auto const action = mplsOpToMplsAction(nexthop.mpls_operation());
    auto const& labels = nexthop.labels();
    if (auto const why = setAction(via, action, labels); !why.empty()) {

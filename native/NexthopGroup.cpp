@@ -16,6 +16,7 @@ namespace {
 constexpr auto className = "NexthopGroupProgrammer";
 constexpr std::uint32_t implicitNull = 3;  // the reserved label that says "pop before me": it is never on a packet
 
+// The native service has one kind of group. Another number is none that a client can mean, and ends the process.
 velm::nexthop_group_encap_t encapOf(pb::nexthop_group_msg const& request) {
    Qor::assertThat(request.nexthop_group_type() == pb::nexthop_group_msg::NEXTHOP_GROUP_TYPE_MPLS, "false");
    return velm::nexthop_group_encap_t::mpls;
@@ -23,6 +24,7 @@ velm::nexthop_group_encap_t encapOf(pb::nexthop_group_msg const& request) {
 
 velm::nexthop_group_mpls_action_t actionOf(pb::nexthop_msg const& nexthop) {
    velm::nexthop_group_mpls_action_t action;
+   // Converted also where the labels will overrule it: an operation that the schema does not list ends the process.
    action.action_type_is(mplsOpToMplsAction(nexthop.mpls_operation()));
    if (nexthop.labels().empty()) return action;
    if (nexthop.labels_size() == 1 && nexthop.labels(0) == implicitNull) {

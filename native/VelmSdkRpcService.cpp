@@ -18,6 +18,9 @@
 #include "sbfd/SbfdEchoUpdates.h"
 #include "sbfd/SbfdEchoUpdatesHandler.h"
 
+// Where gRPC and the programmers meet: the one unit of the native service that knows both. It makes the programmers,
+// binds each unary method to a member function of one, and takes the sBFD batches from them to the streams.
+
 namespace VelmSdkRpc {
 namespace {
 
@@ -44,6 +47,7 @@ class DetectServerAliveHandler : public GenericRequestHandler<DetectServerAliveH
    }
 };
 
+// One for each method: two methods with the same messages and owner would otherwise share one type of handler.
 constexpr char initHandlerName[] = "init";
 constexpr char resyncHandlerName[] = "resync";
 constexpr char opaqueSetHandlerName[] = "opaqueSet";
@@ -61,8 +65,7 @@ constexpr char cbfNexthopGroupRedirectBulkName[] = "cbfNexthopGroupRedirectBulk"
 constexpr char sbfdEchoSessionHandlerName[] = "sbfdEchoSession";
 constexpr char sbfdEchoSessionBulkHandlerName[] = "sbfdEchoSessionBulk";
 
-// Arms the handler of a unary method, whose messages follow from the generated member. `Name` keeps handlers of like
-// types apart.
+// Arms the handler of a unary method, whose messages follow from the generated member.
 template <char const* Name, auto post, class Owner>
 void bind(VelmSdkRpcService& service, Owner& owner,
           void (Owner::*callback)(typename Method<post>::Request const&, typename Method<post>::Response&)) {
