@@ -42,7 +42,7 @@ class AgentProcess {
    struct Options {
       std::string program;                 // path of the agent
       std::string listen;                  // empty: a Unix socket of its own
-      std::vector<std::string> arguments;  // behind --listen
+      std::vector<std::string> arguments;  // after --listen
    };
 
    /// Starts the process. Throws std::system_error if it cannot be started; does not wait for it to listen.

@@ -2,23 +2,23 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cmath>
 #include <memory>
 #include <vector>
 
+#include "clients/support/Call.h"
+#include "clients/support/Percentiles.h"
+#include "clients/support/Wire.h"
 #include "clients/velmctl/Candidates.h"
 #include "clients/velmctl/Commands.h"
 #include "clients/velmctl/Errors.h"
-#include "clients/velmctl/Pipeline.h"
 #include "clients/velmctl/RequestSource.h"
-#include "clients/velmctl/Wire.h"
 
 namespace VelmSdkRpc::ctl {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Latencies = std::vector<std::chrono::nanoseconds>;
+using Milliseconds = std::chrono::duration<double, std::milli>;
 
 struct Arguments {
    std::string method = "velmsdk_service.get_rpc_server_state";
@@ -30,14 +30,9 @@ struct Arguments {
 /// Figures of three decimals: more would only look exact.
 double rounded(double value) { return std::round(value * 1000) / 1000; }
 
-double percentileMs(Latencies const& sorted, double share) {
-   auto const last = static_cast<double>(sorted.size() - 1);
-   return rounded(std::chrono::duration<double, std::milli>(sorted[static_cast<std::size_t>(share * last)]).count());
-}
-
-void tell(Session& session, Arguments const& arguments, Latencies latencies, double seconds) {
+void tell(Session& session, Arguments const& arguments, std::vector<double> const& latencies, double seconds) {
    if (latencies.empty()) return;
-   std::ranges::sort(latencies);
+   auto const [p50, p99, max] = percentilesOf(latencies);
    JsonDocument document(rapidjson::kObjectType);
    auto& allocator = document.GetAllocator();
    addMember(document, "method", arguments.method, allocator);
@@ -45,9 +40,9 @@ void tell(Session& session, Arguments const& arguments, Latencies latencies, dou
    addMember(document, "calls", Json(latencies.size()), allocator);
    auto const rate = static_cast<std::uint64_t>(static_cast<double>(latencies.size()) / seconds);
    addMember(document, "calls_per_second", Json(rate), allocator);
-   addMember(document, "median_ms", Json(percentileMs(latencies, 0.5)), allocator);
-   addMember(document, "p99_ms", Json(percentileMs(latencies, 0.99)), allocator);
-   addMember(document, "max_ms", Json(percentileMs(latencies, 1)), allocator);
+   addMember(document, "median_ms", Json(rounded(p50)), allocator);
+   addMember(document, "p99_ms", Json(rounded(p99)), allocator);
+   addMember(document, "max_ms", Json(rounded(max)), allocator);
    session.output().result(document);
 }
 
@@ -57,21 +52,22 @@ void bench(Session& session, Arguments const& arguments) {
    if (!isOneRequest(arguments.request)) throw UsageError("one request is sent again and again");
    auto const request = toWire(*requestOf(arguments.request, *method.input_type()));
 
-   Latencies latencies;
+   std::vector<double> latencies;  // in milliseconds
    grpc::Status failure;
    auto const start = Clock::now();
    auto const end =
       start + std::chrono::duration_cast<Clock::duration>(std::chrono::duration<double>(arguments.seconds));
-   Pipeline pipeline(session.connection(), method, arguments.outstanding, session.timeoutFor(method));
-   pipeline.run([&] { return Clock::now() < end ? std::optional(request) : std::nullopt; },
-                [&](Pipeline::Reply const& reply) {
-                   if (!reply.status.ok()) {
-                      failure = reply.status;
-                   } else {
-                      latencies.push_back(reply.latency);
-                   }
-                });
-   tell(session, arguments, std::move(latencies), std::chrono::duration<double>(Clock::now() - start).count());
+   session.connection().callMany(
+      method, arguments.outstanding, session.timeoutFor(method),
+      [&] { return Clock::now() < end ? std::optional(request) : std::nullopt; },
+      [&](AsyncCalls::Reply const& reply) {
+         if (!reply.status.ok()) {
+            failure = reply.status;
+         } else {
+            latencies.push_back(Milliseconds(reply.answered - reply.begun).count());
+         }
+      });
+   tell(session, arguments, latencies, std::chrono::duration<double>(Clock::now() - start).count());
    session.interrupt().check();
    if (!failure.ok()) throw CallError(failure);
 }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <utility>
 
+#include "clients/support/Call.h"
 #include "clients/velmctl/Candidates.h"
 #include "clients/velmctl/Commands.h"
 #include "clients/velmctl/Errors.h"

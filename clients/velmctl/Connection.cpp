@@ -3,8 +3,9 @@
 #include <fmt/format.h>
 #include <grpcpp/generic/generic_stub.h>
 
+#include "clients/support/Call.h"
+#include "clients/support/Wire.h"
 #include "clients/velmctl/Errors.h"
-#include "clients/velmctl/Wire.h"
 
 namespace VelmSdkRpc::ctl {
 namespace {
@@ -89,6 +90,24 @@ void Connection::call(MethodDescriptor const& method, Message const& request, Ti
    auto const status = call.finish();
    interrupt_.check();
    if (!enough && !status.ok()) throw CallError(status);
+}
+
+void Connection::callMany(MethodDescriptor const& method, std::size_t outstanding, Timeout timeout,
+                          std::function<std::optional<grpc::ByteBuffer>()> const& next,
+                          std::function<void(AsyncCalls::Reply&)> const& onReply) {
+   AsyncClient client(std::nullopt);
+   bool failed = false;
+   AsyncCalls calls(
+      client, channel_, pathOf(method),
+      {.outstanding = outstanding,
+       .timeout = timeout,
+       .hold =
+          [this](grpc::ClientContext& context) { return std::make_shared<Interrupt::Guard>(interrupt_, context); }},
+      [&](AsyncCalls::Reply& reply) {
+         failed = failed || !reply.status.ok();
+         onReply(reply);
+      });
+   calls.run([&] { return failed || interrupt_.isRaised() ? std::nullopt : next(); });
 }
 
 void Connection::awaitAgent() {

@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 
+#include "clients/support/AsyncClient.h"
 #include "clients/velmctl/Catalogue.h"
 #include "clients/velmctl/Interrupt.h"
 
@@ -30,11 +31,15 @@ class Connection {
    void call(MethodDescriptor const& method, google::protobuf::Message const& request, Timeout timeout,
              std::function<bool(google::protobuf::Message const&)> const& onMessage);
 
+   /// Calls a unary method again and again, `outstanding` calls at a time, with the requests that `next` gives: until
+   /// it gives none, or a reply is not OK, or the interrupt is raised; then waits for the calls under way. `onReply`
+   /// gets the replies as they come, on this thread.
+   void callMany(MethodDescriptor const& method, std::size_t outstanding, Timeout timeout,
+                 std::function<std::optional<grpc::ByteBuffer>()> const& next,
+                 std::function<void(AsyncCalls::Reply&)> const& onReply);
+
    /// Waits, without an end, until the agent accepts connections. Throws Interrupted.
    void awaitAgent();
-
-   std::shared_ptr<grpc::Channel> const& channel() const { return channel_; }
-   Interrupt& interrupt() { return interrupt_; }
 
  private:
    Interrupt& interrupt_;

@@ -1,9 +1,7 @@
 #pragma once
 
-#include <grpcpp/support/status.h>
-
+#include <exception>
 #include <stdexcept>
-#include <string>
 
 /// How a run of velmctl ends when it does not end well.
 namespace VelmSdkRpc::ctl {
@@ -29,21 +27,6 @@ class Refused : public std::runtime_error {
  public:
    using std::runtime_error::runtime_error;
 };
-
-/// A call ended with another status than OK.
-class CallError : public std::runtime_error {
- public:
-   explicit CallError(grpc::Status status);
-
-   grpc::Status const& status() const { return status_; }
-   int exitStatus() const { return ExitStatus::call + status_.error_code(); }
-
- private:
-   grpc::Status status_;
-};
-
-/// "UNAVAILABLE"; a number that gRPC does not list, in digits.
-std::string nameOf(grpc::StatusCode code);
 
 /// Ctrl-C, or another request to stop, came before the end.
 class Interrupted : public std::exception {

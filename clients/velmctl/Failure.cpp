@@ -2,6 +2,7 @@
 
 #include <string_view>
 
+#include "clients/support/Call.h"
 #include "clients/velmctl/Errors.h"
 
 namespace VelmSdkRpc::ctl {
@@ -26,10 +27,10 @@ Failure failureOf(std::exception const& exception) {
    auto& allocator = failure.error.GetAllocator();
    if (auto const* const call = dynamic_cast<CallError const*>(&exception)) {
       auto const& status = call->status();
-      failure.exitStatus = call->exitStatus();
+      failure.exitStatus = ExitStatus::call + status.error_code();
       addMember(failure.error, "kind", "call", allocator);
       addMember(failure.error, "code", Json(static_cast<int>(status.error_code())), allocator);
-      addMember(failure.error, "status", nameOf(status.error_code()), allocator);
+      addMember(failure.error, "status", statusName(status.error_code()), allocator);
       addMember(failure.error, "message", status.error_message(), allocator);
    } else {
       auto const [kind, exitStatus] = meaningOf(exception);

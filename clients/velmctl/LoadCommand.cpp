@@ -8,13 +8,13 @@
 #include <optional>
 #include <system_error>
 
+#include "clients/support/Call.h"
+#include "clients/support/Wire.h"
 #include "clients/velmctl/Commands.h"
 #include "clients/velmctl/Errors.h"
 #include "clients/velmctl/LoadFile.h"
-#include "clients/velmctl/Pipeline.h"
 #include "clients/velmctl/Progress.h"
 #include "clients/velmctl/Refusal.h"
-#include "clients/velmctl/Wire.h"
 
 namespace VelmSdkRpc::ctl {
 namespace {
@@ -97,7 +97,6 @@ class Load {
    void send(char const* methodName, std::vector<Element> const& elements, Append append) {
       if (failure_ || elements.empty()) return;
       auto const& method = methodNamed(methodName);
-      Pipeline pipeline(session_.connection(), method, arguments_.outstanding, session_.timeoutFor(method));
       Bulk bulk;
       std::size_t sent = 0;
       auto const next = [&]() -> std::optional<grpc::ByteBuffer> {
@@ -107,17 +106,18 @@ class Load {
          for (; sent < end; ++sent) append(bulk, elements[sent]);
          return toWire(bulk);
       };
-      pipeline.run(next, [&](Pipeline::Reply& reply) {
-         if (!reply.status.ok()) {
-            if (!failure_) failure_ = reply.status;
-            return;
-         }
-         takeAnswer(reply, elements);
-      });
+      session_.connection().callMany(method, arguments_.outstanding, session_.timeoutFor(method), next,
+                                     [&](AsyncCalls::Reply& reply) {
+                                        if (!reply.status.ok()) {
+                                           if (!failure_) failure_ = reply.status;
+                                           return;
+                                        }
+                                        takeAnswer(reply, elements);
+                                     });
    }
 
    template <class Element>
-   void takeAnswer(Pipeline::Reply& reply, std::vector<Element> const& elements) {
+   void takeAnswer(AsyncCalls::Reply const& reply, std::vector<Element> const& elements) {
       answer_.Clear();
       fromWire(reply.response, answer_);
       auto const begin = reply.number * arguments_.batch;

@@ -1,12 +1,11 @@
 #include "clients/velmctl/LoadFile.h"
 
 #include <absl/strings/str_split.h>
-#include <arpa/inet.h>
 #include <fmt/format.h>
 
-#include <array>
-#include <charconv>
+#include <stdexcept>
 
+#include "clients/support/Address.h"
 #include "clients/velmctl/Errors.h"
 #include "clients/velmctl/File.h"
 #include "clients/velmctl/Nexthop.h"
@@ -22,16 +21,6 @@ std::string_view nextWord(std::string_view& text) {
    auto const word = text.substr(0, text.find_first_of(blanks));
    text.remove_prefix(word.size());
    return word;
-}
-
-/// The bytes of an address; their number, or 0 for a text that is none.
-std::size_t parseAddress(std::string_view text, char* bytes) {
-   std::array<char, INET6_ADDRSTRLEN> terminated{};
-   if (text.size() >= terminated.size()) return 0;
-   text.copy(terminated.data(), text.size());
-   bool const v6 = text.find(':') != std::string_view::npos;
-   if (inet_pton(v6 ? AF_INET6 : AF_INET, terminated.data(), bytes) != 1) return 0;
-   return v6 ? sizeof(in6_addr) : sizeof(in_addr);
 }
 
 }  // namespace
@@ -79,13 +68,12 @@ void LoadFile::readRoute(std::string_view prefix, std::string_view group) {
    Route route{};
    route.line = static_cast<std::uint32_t>(lines_.size());
    if (group != "-") route.group = group;
-   auto const slash = prefix.find('/');
-   auto const length = slash == std::string_view::npos ? std::string_view() : prefix.substr(slash + 1);
-   route.addressSize = static_cast<std::uint8_t>(parseAddress(prefix.substr(0, slash), route.address));
-   auto const [end, error] = std::from_chars(length.data(), length.data() + length.size(), route.prefixLength);
-   bool const isNumber = !length.empty() && error == std::errc() && end == length.data() + length.size();
-   if (route.addressSize == 0 || !isNumber || route.prefixLength > route.addressSize * 8) {
-      throw UsageError(fmt::format("expected a prefix like 10.0.0.0/8, not \"{}\"", prefix));
+   try {
+      auto const [address, length] = networkOf(prefix);
+      route.addressSize = static_cast<std::uint8_t>(address.copy(route.address, sizeof route.address));
+      route.prefixLength = static_cast<std::uint8_t>(length);
+   } catch (std::invalid_argument const& e) {
+      throw UsageError(e.what());
    }
    routes_.push_back(route);
 }

@@ -179,13 +179,13 @@ class Reader {
       if (value.IsObject() || form == TextForm::none) return read(value, message);
       auto const& first = *message.GetDescriptor()->field(0);
       if (form == TextForm::value) return readOne(value, {message, first});
-      if (!value.IsString()) expected("a prefix like \"10.0.0.0/8\"", value);
+      if (!value.IsString()) expected(prefixForm, value);
       try {
          auto network = networkOf(textOf(value));
          message.GetReflection()->SetString(&message, &first, std::move(network.address));
          message.GetReflection()->SetUInt32(&message, message.GetDescriptor()->field(1), network.length);
       } catch (std::invalid_argument const&) {
-         expected("a prefix like \"10.0.0.0/8\"", value);
+         expected(prefixForm, value);
       }
    }
 
@@ -195,8 +195,7 @@ class Reader {
    }
 
    std::string bytesOf(Json const& value, FieldDescriptor const& field) const {
-      auto const* const what =
-         isMac(field) ? "a MAC address like \"00:1c:73:00:00:01\"" : "an address like \"10.0.0.1\" or \"2001:db8::1\"";
+      auto const what = isMac(field) ? macForm : addressForm;
       if (!value.IsString()) expected(what, value);
       std::string const text(textOf(value));
       if (text.empty()) return {};

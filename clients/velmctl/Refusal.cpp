@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "clients/support/Call.h"
 #include "clients/velmctl/Errors.h"
 #include "proto/remote/rpc_status.pb.h"
 #include "proto/remote/vapi.pb.h"

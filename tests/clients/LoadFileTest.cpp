@@ -45,10 +45,10 @@ TEST_F(LoadFileTest, RefusesAWrongLineWithItsPlace) {
    for (auto const& [line, error] : std::initializer_list<std::pair<char const*, char const*>>{
            {"10.0.0.0/8", R"(expected PREFIX GROUP, not "10.0.0.0/8")"},
            {"10.0.0.0/8 a b", R"(expected PREFIX GROUP, not "10.0.0.0/8 a b")"},
-           {"10.0.0.0 a", R"(expected a prefix like 10.0.0.0/8, not "10.0.0.0")"},
-           {"10.0.0.0/33 a", R"(expected a prefix like 10.0.0.0/8, not "10.0.0.0/33")"},
-           {"10.0.0.0/8x a", R"(expected a prefix like 10.0.0.0/8, not "10.0.0.0/8x")"},
-           {"10.0.0.0/256 a", R"(expected a prefix like 10.0.0.0/8, not "10.0.0.0/256")"},
+           {"10.0.0.0 a", R"(expected a prefix like "10.0.0.0/8", not "10.0.0.0")"},
+           {"10.0.0.0/33 a", R"(expected a prefix like "10.0.0.0/8", not "10.0.0.0/33")"},
+           {"10.0.0.0/8x a", R"(expected a prefix like "10.0.0.0/8", not "10.0.0.0/8x")"},
+           {"10.0.0.0/256 a", R"(expected a prefix like "10.0.0.0/8", not "10.0.0.0/256")"},
            {"nhg a", "expected nhg NAME NEXTHOP..."},
            {"nhg a Ethernet1,heavy",
             R"(nexthop "Ethernet1,heavy": expected push=LABELS, pop, swap=LABEL or weight=N, not "heavy")"}}) {

@@ -48,7 +48,7 @@ class LoadTest(VelmctlTest):
 
     def test_of_a_wrong_file_nothing_is_sent(self):
         path = self.file("10.0.0.0/8 g\n10.0.0.0/40 g\n")
-        self.refused("load", path, status=2, error=f'{path}:2: expected a prefix like 10.0.0.0/8, not "10.0.0.0/40"')
+        self.refused("load", path, status=2, error=f'{path}:2: expected a prefix like "10.0.0.0/8", not "10.0.0.0/40"')
         self.assertEqual(self.routes(), 0)
 
     def test_an_agent_that_goes_leaves_what_it_has_acknowledged(self):

@@ -1,17 +1,18 @@
-#include "clients/velmctl/Errors.h"
+#include "clients/support/Call.h"
 
 #include <fmt/format.h>
 
 #include <array>
 #include <utility>
 
-namespace VelmSdkRpc::ctl {
+namespace VelmSdkRpc {
 
-CallError::CallError(grpc::Status status)
-   : std::runtime_error(fmt::format("{}: {}", nameOf(status.error_code()), status.error_message())),
+CallError::CallError(grpc::Status status, std::string const& what)
+   : std::runtime_error(
+        fmt::format("{}{}{}: {}", what, what.empty() ? "" : ": ", statusName(status.error_code()), status.error_message())),
      status_(std::move(status)) {}
 
-std::string nameOf(grpc::StatusCode code) {
+std::string statusName(grpc::StatusCode code) {
    static constexpr std::array names{
       "OK",        "CANCELLED",      "UNKNOWN",           "INVALID_ARGUMENT",   "DEADLINE_EXCEEDED",
       "NOT_FOUND", "ALREADY_EXISTS", "PERMISSION_DENIED", "RESOURCE_EXHAUSTED", "FAILED_PRECONDITION",
@@ -21,4 +22,4 @@ std::string nameOf(grpc::StatusCode code) {
    return index < names.size() ? names[index] : std::to_string(code);
 }
 
-}  // namespace VelmSdkRpc::ctl
+}  // namespace VelmSdkRpc

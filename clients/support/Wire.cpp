@@ -1,14 +1,15 @@
-#include "clients/velmctl/Wire.h"
+#include "clients/support/Wire.h"
 
 #include <fmt/format.h>
+#include <google/protobuf/descriptor.h>
 #include <grpcpp/grpcpp.h>
 #include <grpcpp/impl/codegen/proto_utils.h>
 
-namespace VelmSdkRpc::ctl {
+namespace VelmSdkRpc {
 
 using google::protobuf::Message;
 
-std::string pathOf(MethodDescriptor const& method) {
+std::string pathOf(google::protobuf::MethodDescriptor const& method) {
    return fmt::format("/{}/{}", method.service()->full_name(), method.name());
 }
 
@@ -20,8 +21,9 @@ grpc::ByteBuffer toWire(Message const& message) {
    return bytes;
 }
 
-bool fromWire(grpc::ByteBuffer& bytes, Message& message) {
-   return grpc::GenericDeserialize<grpc::ProtoBufferReader, Message>(&bytes, &message).ok();
+bool fromWire(grpc::ByteBuffer const& bytes, Message& message) {
+   grpc::ProtoBufferReader reader(const_cast<grpc::ByteBuffer*>(&bytes));  // which only reads it
+   return reader.status().ok() && message.ParseFromZeroCopyStream(&reader);
 }
 
-}  // namespace VelmSdkRpc::ctl
+}  // namespace VelmSdkRpc
