@@ -9,7 +9,7 @@
 /// found: expected a prefix like "10.0.0.0/8", not "10.0.0/8".
 namespace VelmSdkRpc {
 
-/// What is expected of a text, for whoever words the refusal himself.
+/// How the texts look, for whoever words a refusal himself.
 inline constexpr std::string_view addressForm = R"(an address like "10.0.0.1" or "2001:db8::1")";
 inline constexpr std::string_view macForm = R"(a MAC address like "00:1c:73:00:00:01")";
 inline constexpr std::string_view prefixForm = R"(a prefix like "10.0.0.0/8")";

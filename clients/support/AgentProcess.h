@@ -66,7 +66,7 @@ class AgentProcess {
    /// The status of waitpid, once the process has ended; nothing if it has not in time.
    std::optional<int> waitForEnd(std::chrono::milliseconds timeout = std::chrono::seconds(20));
 
-   /// What the agent has written to stderr so far, over all of its starts; all of it once it has ended.
+   /// All that the agent has written to stderr so far, over all of its starts; complete once it has ended.
    std::string stderrText() const;
 
  private:

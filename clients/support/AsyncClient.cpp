@@ -126,8 +126,7 @@ void AsyncStream::proceed(bool ok) {
    auto const before = std::exchange(step_, Step::none);
    if (before == Step::finishing) {
       step_ = Step::finished;
-      throwUnlessOk(status_, path_);
-      throw std::runtime_error(path_ + " has ended");
+      throw CallError(status_, path_ + " has ended");
    }
    if (!ok) return finish();  // to learn why
    if (before == Step::opening) {

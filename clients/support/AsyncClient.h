@@ -106,12 +106,15 @@ class AsyncCalls {
 /// One call of a method that answers with a stream.
 class AsyncStream final : public AsyncOperation {
  public:
-   /// Begins the call. `take` gets every message; what it throws, and std::runtime_error if the stream ends by itself,
-   /// whoever runs the client is thrown.
+   /// Begins the call. `take` gets every message. Whoever runs the client is thrown what it throws, and CallError when
+   /// the stream ends, well or not.
    AsyncStream(AsyncClient& client, std::shared_ptr<grpc::Channel> const& channel, std::string const& path,
                grpc::ByteBuffer request, std::function<void(grpc::ByteBuffer&)> take);
    /// Cancels the call and waits for its end.
    ~AsyncStream() override;
+
+   /// Whether the request has gone out: a call that is begun now over the same channel reaches the agent after it.
+   bool isOpen() const { return step_ == Step::reading; }
 
    void proceed(bool ok) override;
 

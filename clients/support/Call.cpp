@@ -8,8 +8,8 @@
 namespace VelmSdkRpc {
 
 CallError::CallError(grpc::Status status, std::string const& what)
-   : std::runtime_error(
-        fmt::format("{}{}{}: {}", what, what.empty() ? "" : ": ", statusName(status.error_code()), status.error_message())),
+   : std::runtime_error(fmt::format("{}{}{}: {}", what, what.empty() ? "" : ": ", statusName(status.error_code()),
+                                    status.error_message())),
      status_(std::move(status)) {}
 
 std::string statusName(grpc::StatusCode code) {

@@ -11,7 +11,8 @@ namespace VelmSdkRpc {
 /// "UNAVAILABLE"; a number that gRPC does not list, in digits.
 std::string statusName(grpc::StatusCode code);
 
-/// A call that ended with another status than OK: "UNAVAILABLE: failed to connect", after `what` if that is given.
+/// A call that ended, or ended otherwise than it should: "UNAVAILABLE: failed to connect", after `what` if that is
+/// given.
 class CallError : public std::runtime_error {
  public:
    explicit CallError(grpc::Status status, std::string const& what = {});

@@ -7,8 +7,8 @@
 
 namespace VelmSdkRpc {
 
-/// Rows of text in columns that are as wide as the widest row seen. A wider row that comes later is not cut, but
-/// pushes what is behind it; where columns have been made to fit, it is.
+/// Rows of text in columns that are as wide as the widest row seen. A wider row that comes later pushes the rest of its
+/// line to the right; where columns have been made to fit, it is cut.
 class Columns {
  public:
    using Row = std::vector<std::string>;
@@ -17,10 +17,10 @@ class Columns {
 
    /// Makes room for a row of one cell a column.
    void widen(Row const& row);
-   /// Takes room from the widest columns until a line has at most so many characters; and it stays so.
+   /// Takes room from the widest columns until a line has at most so many characters. From then on nothing is wider.
    void fit(std::size_t width);
    std::size_t width(std::size_t column) const { return widths_[column]; }
-   /// Of a line.
+   /// The width of a line.
    std::size_t width() const;
 
    /// The row without a line feed and without blanks at its end. What is cut off leaves an ellipsis.
@@ -33,7 +33,7 @@ class Columns {
    bool fits_ = false;
 };
 
-/// How many characters a text of UTF-8 has.
+/// The number of characters of a UTF-8 text.
 std::size_t charactersOf(std::string_view text);
 
 }  // namespace VelmSdkRpc

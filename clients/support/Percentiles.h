@@ -6,7 +6,7 @@
 
 namespace VelmSdkRpc {
 
-/// Of times that something took, in whatever unit: the middle, what one in a hundred exceeds, and the longest.
+/// Times that something took, summed up: the middle, the one that one in a hundred exceeds, and the longest.
 struct Percentiles {
    double p50 = 0;
    double p99 = 0;

@@ -33,7 +33,7 @@ class SwitchConsole {
    std::uint64_t callsOf(std::string const& operation) const;
 
  private:
-   std::unique_ptr<velm::remote::VapiMgrService::Stub> const stub_;
+   std::unique_ptr<velm::remote::VapiMgrService::Stub> stub_;
 };
 
 }  // namespace VelmSdkRpc
