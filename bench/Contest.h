@@ -2,70 +2,57 @@
 
 #include <cstddef>
 #include <deque>
+#include <functional>
 #include <string>
 #include <vector>
 
+#include "bench/Kinds.h"
 #include "bench/Places.h"
-#include "bench/Program.h"
-#include "bench/Report.h"
 #include "bench/Rounds.h"
 #include "bench/Server.h"
-#include "bench/Subject.h"
+#include "clients/support/AsyncClient.h"
 
 namespace VelmSdkRpc::Bench {
 
-/// The part of the command line that all contests share.
-struct ContestOptions {
-   std::string agent;  // paths of the two programs
-   std::string floor;
-   std::string json;  // where to leave the JSON; empty for nowhere
-   std::vector<Order> orders{Order::ascending, Order::shuffled, Order::repeated};
-   std::size_t rounds = 11;
-   std::size_t adds = 100'000;   // by each server in each round
-   std::size_t outstanding = 4;  // calls in flight
-};
-void addContestOptions(Program& program, ContestOptions& options);
-void addContestFacts(Report& report, ContestOptions const& options);
-
-/// Servers that do the same adds in turn: the floor, which keeps nothing, and agents, each with a table of its own.
+/// Servers that are asked for the same in turns: agents, each with a table of its own, and a floor, which keeps
+/// nothing.
 class Contest {
  public:
-   /// Both stay the caller's.
-   Contest(Subject const& subject, ContestOptions const& options) : subject_(subject), options_(options) {}
+   struct Options {
+      Kind kind;
+      std::function<Requests(PlaceList const& places)> calls;  // that are measured
+      bool changes = true;              // the calls add entries, which go again between the rounds
+      std::size_t elements = bulkSize;  // in a call that fills or clears a table
+      std::size_t perRound = 0;         // entries that each server is asked for in a round
+      std::size_t outstanding = 1;      // calls under way
+   };
 
-   /// Start a server; an agent's table is filled. `size` is that of the table that the adds lie beside. Throw
-   /// std::invalid_argument for a size that leaves too few fresh keys.
-   void enterFloor(std::size_t size);
-   void enterAgent(char const* name, std::vector<std::string> arguments, std::size_t size);
+   explicit Contest(Options options) : options_(std::move(options)) {}
 
-   std::size_t contenders() const { return contenders_.size(); }
-   std::string const& nameOf(std::size_t contender) const { return contenders_[contender].server.name(); }
-   std::size_t sizeOf(std::size_t contender) const { return contenders_[contender].places.held(); }
+   /// Start a server and give its number; an agent's table is filled. `size` is that of the table that the entries
+   /// asked for lie beside. Throw std::invalid_argument for one that leaves too few fresh keys.
+   std::size_t enterFloor(std::string const& program, std::size_t size);
+   std::size_t enterAgent(std::string const& program, std::vector<std::string> arguments, std::size_t size);
 
-   /// Samples by contender, in the order of entry, then by round.
-   using Samples = std::vector<std::vector<Sample>>;
-   /// Lets every contender do all adds of each round.
-   Samples compare(Order order) { return compare(order, options_.rounds); }
-   /// The same once and for nothing.
-   void warmUp() { compare(Order::ascending, 1); }
+   /// Lets every server do all of each round. The samples come by its number, then by round.
+   std::vector<std::vector<Sample>> compare(Order order, std::size_t rounds);
 
  private:
    struct Contender {
-      Contender(std::string name, std::string const& program, std::vector<std::string> arguments, Places places);
+      Contender(std::string const& program, std::vector<std::string> arguments, Places places, bool keeps)
+         : server(program, std::move(arguments)), places(std::move(places)), keeps(keeps) {}
 
       Server server;
       Places const places;
-      bool keeps = false;  // what is added
-      Prepare prepare;
+      bool const keeps;  // what it is asked for
+      AsyncClient client{};
    };
 
    Places placesOf(std::size_t size) const;
-   Samples compare(Order order, std::size_t rounds);
-   Sample measure(Contender& contender, Order order, std::size_t round, std::size_t lap) const;
    std::size_t lap() const;
+   Sample measure(Contender& contender, Order order, std::size_t round, std::size_t lap) const;
 
-   Subject const& subject_;
-   ContestOptions const& options_;
+   Options const options_;
    std::deque<Contender> contenders_;
 };
 

@@ -2,19 +2,21 @@
 
 #include <fmt/format.h>
 
-#include <atomic>
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <endian.h>
+#include <iterator>
+#include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
-#include "bench/Percentiles.h"
+#include "bench/Latency.h"
+#include "bench/Load.h"
 #include "bench/Program.h"
-#include "bench/Report.h"
 #include "clients/support/TempFolder.h"
 #include "platform/switch/Switch.h"
 
@@ -22,10 +24,9 @@ namespace VelmSdkRpc::Bench {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr double goalMilliseconds = 5;
+constexpr double most = 5;  // milliseconds, of the 99th percentile
 
 struct Options {
-   std::string json;
    std::size_t routes = 1'000'000;
    std::size_t events = 1'000;  // under each load in each round
    std::size_t rounds = 5;
@@ -97,30 +98,28 @@ void program(velm::ip_route_mgr& routes, std::uint32_t number) {
    routes.ip_route_via_set(via);
 }
 
-/// A load and what has been measured under it.
-struct Load {
+/// What else the switch does meanwhile.
+struct Setting {
    char const* name;
-   bool stored;
    bool programming;
-   std::vector<double> milliseconds{};
-   double routes = 0;  // a second, summed over the rounds
+   bool stored;  // with a state folder
 };
+constexpr Setting settings[]{
+   {"idle", false, false}, {"programming", true, false}, {"programming, state folder", true, true}};
 
-void measure(Load& load, Options const& options) {
+Times measure(Setting const& setting, Options const& options, double& programmed) {
    TempFolder const folder;
-   RunningSwitch running(load.stored ? folder.path() : std::string());
+   RunningSwitch running(setting.stored ? folder.path() : std::string());
    auto& device = running.device;
    Watcher watcher(device.intfs);
-   std::atomic<bool> over = false;
-   std::atomic<std::size_t> programmed = 0;
-   std::thread client;
-   auto const begin = Clock::now();
-   if (load.programming) {
-      client = std::thread([&] {
-         for (; !over; ++programmed)
-            program(device.ipRoutes, static_cast<std::uint32_t>(programmed % options.routes) * 2654435761U);
-      });
-   }
+   std::optional<Load> load;
+   std::uint32_t number = 0;
+   // The factor spreads the keys over the whole table.
+   auto const programNext = [&] {
+      program(device.ipRoutes, static_cast<std::uint32_t>(number++ % options.routes) * 2654435761U);
+   };
+   if (setting.programming) load.emplace(programNext);
+   Times times;
    for (std::size_t i = 0; i < options.events; ++i) {
       auto const caused = Clock::now();
       {
@@ -128,56 +127,37 @@ void measure(Load& load, Options const& options) {
          device.intfs.linkIs(velm::intf_id_t("Ethernet1"),
                              i % 2 == 0 ? velm::oper_status_t::down : velm::oper_status_t::up);
       }
-      load.milliseconds.push_back(std::chrono::duration<double, std::milli>(watcher.await(i + 1) - caused).count());
+      times.push_back(std::chrono::duration<double, std::milli>(watcher.await(i + 1) - caused).count());
    }
-   over = true;
-   if (client.joinable()) client.join();
-   load.routes += static_cast<double>(programmed) / std::chrono::duration<double>(Clock::now() - begin).count();
+   if (load) programmed = load->stop();
+   return times;
 }
 
-void run(Options const& options) {
-   Report report(
-      "event_latency",
-      fmt::format("from a link's change to the handler, {} changes under each load, each after the one before has "
-                  "arrived, in {} rounds",
-                  options.events * options.rounds, options.rounds),
-      {{"load", "load"},
-       {"routes_per_second", "routes/s"},
-       {"p50_ms", "p50 ms", 3},
-       {"p99_ms", "p99 ms", 3},
-       {"max_ms", "max ms", 3}});
-   report.fact("goal_p99_ms", goalMilliseconds);
-   report.note(fmt::format("The idle switch is the floor. Goal: p99 {:.0f} ms under load.", goalMilliseconds));
-   std::vector<Load> loads{
-      {"idle", false, false}, {"programming", false, true}, {"programming, state folder", true, true}};
-   for (std::size_t round = 0; round < options.rounds; ++round) {
-      for (auto& load : loads) measure(load, options);
+Report run(Options const& options) {
+   Report report("event_latency",
+                 fmt::format("from a link's change to its handler, within the switch, {} changes under "
+                             "each load in {} rounds",
+                             options.events * options.rounds, options.rounds));
+   std::array<double, std::size(settings)> programmed{};
+   auto const times = interleave(std::size(settings), options.rounds, [&](std::size_t which, std::size_t) {
+      return measure(settings[which], options, programmed[which]);
+   });
+   for (std::size_t i = 1; i < times.size(); ++i) {
+      addLatency(report, fmt::format("an event in the switch, {}", settings[i].name), times[i],
+                 {{settings[0].name, &times[0]}}, {.most = most}, {{"routes/s", programmed[i]}});
    }
-   auto const idle = percentilesOf(loads.front().milliseconds);
-   for (auto const& load : loads) {
-      auto const latency = percentilesOf(load.milliseconds);
-      report.row({load.name, load.routes / static_cast<double>(options.rounds), latency.p50, latency.p99, latency.max});
-      if (!load.programming) continue;
-      report.claim({.what = fmt::format("an event in the switch, {}, p99", load.name),
-                    .figure = latency.p99,
-                    .unit = "ms",
-                    .ratio = one(idle.p99 / latency.p99),
-                    .ratioTo = "idle",
-                    .mostFigure = goalMilliseconds});
-   }
-   report.publish(options.json);
+   return report;
 }
 
 }  // namespace
-}  // namespace VelmSdkRpc::Bench
 
-int main(int argc, char** argv) {
-   namespace Bench = VelmSdkRpc::Bench;
-   Bench::Options options;
-   Bench::Program program("event_latency", "Measures how late events are under load.");
-   program.json(options.json)
-      .count("--routes", options.routes, "Routes to program, over and over")
-      .count("--events", options.events, "Events under each load in each round")
-      .count("--rounds", options.rounds, "Rounds");
-   return program.main(argc, argv, [&] { Bench::run(options); });
+void addEventLatency(CLI::App& program) {
+   auto const options = std::make_shared<Options>();
+   auto& command = addBenchmark(program, "event_latency", "How late events within the switch are under load",
+                                [=] { return run(*options); });
+   addCount(command, "--routes", options->routes, "Routes to program, over and over");
+   addCount(command, "--events", options->events, "Events under each load in each round");
+   addCount(command, "--rounds", options->rounds, "Rounds");
 }
+
+}  // namespace VelmSdkRpc::Bench

@@ -1,6 +1,6 @@
 // The floor under the agent's numbers: a bare asynchronous server with the agent's messages that answers at once. Like
-// the agent it has one queue, one thread, one object per call and one call of each method asked for in advance; it does
-// nothing with a request but to read it.
+// the agent it has one queue, one thread, one object for a call and one call of each method asked for in advance; it
+// does nothing with a request but to read it.
 
 #include <CLI/CLI.hpp>
 #include <grpcpp/grpcpp.h>
@@ -9,56 +9,70 @@
 #include <cstdio>
 #include <string>
 
-#include "bench/Bulk.h"
-#include "bench/FloorCall.h"
-#include "bench/FloorStream.h"
-#include "bench/FloorWatch.h"
-#include "bench/MirrorTables.h"
+#include "bench/FloorCalls.h"
+#include "bench/Kinds.h"
+#include "proto/remote/agent.grpc.pb.h"
+#include "proto/remote/intf.grpc.pb.h"
+#include "proto/remote/ip_route.grpc.pb.h"
 #include "proto/velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 namespace {
 
 namespace remote = velm::remote;
-using AsyncService = pb::velmsdk_service::AsyncService;
 using Queue = grpc::ServerCompletionQueue;
+using Native = pb::velmsdk_service::AsyncService;
 using Agents = remote::AgentService::AsyncService;
-using IpRoutes = remote::IpRouteMgrService::AsyncService;
+using Routes = remote::IpRouteMgrService::AsyncService;
+using Intfs = remote::IntfMgrService::AsyncService;
+using IntfWatch = FloorWatch<&Intfs::Requestwatch, Intfs>;
 
-template <class Request>
-void answer(Request const&, pb::rpc_status_msg& response) {
+constexpr auto nothing = [](auto const&, auto&) {};
+constexpr auto status = [](auto const&, pb::rpc_status_msg& response) {
    response.set_status(pb::rpc_status_msg::STATUS_SUCCESS);
-}
+};
 
-template <class Bulk>
-void answer(Bulk const& request, pb::rpc_status_bulk_msg& response) {
-   auto const count = elementsOf(request).size();
+/// Answers each element; `elements` is the bulk's accessor.
+template <auto elements>
+constexpr auto statuses = [](auto const& request, pb::rpc_status_bulk_msg& response) {
+   auto const count = (request.*elements)();
    response.mutable_status()->Reserve(count);
    for (int i = 0; i < count; ++i) response.add_status()->set_status(pb::rpc_status_msg::STATUS_SUCCESS);
+};
+
+void serveNative(Native& service, Queue& queue) {
+   serveCalls<&Native::Requestip_route>(service, queue, status);
+   serveCalls<&Native::Requestip_route_bulk>(service, queue, statuses<&pb::ip_route_bulk_msg::ip_route_size>);
+   serveCalls<&Native::Requestmpls_route_bulk>(service, queue, statuses<&pb::mpls_route_bulk_msg::mpls_route_size>);
+   serveCalls<&Native::Requestnexthop_group_tunnel_bulk>(
+      service, queue, statuses<&pb::nexthop_group_tunnel_bulk_msg::nexthop_group_tunnel_size>);
+   serveCalls<&Native::Requestcbf_nexthop_group_redirect_bulk>(
+      service, queue, statuses<&pb::cbf_nexthop_group_redirect_bulk_msg::cbf_nexthop_group_redirect_size>);
+   serveCalls<&Native::Requestsbfd_echo_session_bulk>(
+      service, queue, statuses<&pb::sbfd_echo_session_bulk_msg::sbfd_echo_session_size>);
 }
 
-void answer(remote::BulkIpRouteSetRequest const& request, remote::BulkIpRouteSetResponse& response) {
-   response.mutable_status();
-   response.set_count(elementsOf(request).size());
-}
-
-constexpr auto succeed = [](auto const& request, auto& response) { answer(request, response); };
-
-void serveProgramming(AsyncService& service, Queue& queue) {
-   serveCalls<&AsyncService::Requestip_route>(service, queue, succeed);
-   serveCalls<&AsyncService::Requestip_route_bulk>(service, queue, succeed);
-   serveCalls<&AsyncService::Requestmpls_route_bulk>(service, queue, succeed);
-   serveCalls<&AsyncService::Requestnexthop_group_tunnel_bulk>(service, queue, succeed);
-   serveCalls<&AsyncService::Requestcbf_nexthop_group_redirect_bulk>(service, queue, succeed);
-   serveCalls<&AsyncService::Requestsbfd_echo_session_bulk>(service, queue, succeed);
+void serveRoutes(Routes& service, Queue& queue, std::size_t elements) {
+   serveCalls<&Routes::Requestip_route_set>(service, queue, nothing);
+   serveCalls<&Routes::Requestip_route>(service, queue,
+                                        [](remote::IpRouteRequest const& request, remote::IpRouteResponse& response) {
+                                           *response.mutable_ip_route()->mutable_key() = request.key();
+                                           response.mutable_ip_route()->set_tag(7);
+                                        });
+   serveCalls<&Routes::Requestbulk_ip_route_set>(
+      service, queue, [](remote::BulkIpRouteSetRequest const& request, remote::BulkIpRouteSetResponse& response) {
+         response.mutable_status();
+         response.set_count(request.requests_size());
+      });
+   serveStream<&Routes::Requestip_routes, &streamedRoute>(service, queue, elements);
 }
 
 // A description is written to every open watch before its call is answered.
-void serveWatches(FloorWatch::Service& service, Queue& queue, FloorWatch::Open& open) {
-   new FloorWatch(service, queue, open);
-   serveCalls<&FloorWatch::Service::Requestdescription_is>(
+void serveIntfs(Intfs& service, Queue& queue, IntfWatch::Open& open) {
+   new IntfWatch(service, queue, open);
+   serveCalls<&Intfs::Requestdescription_is>(
       service, queue, [&open](remote::DescriptionIsRequest const& request, remote::DescriptionIsResponse&) {
-         FloorWatch::Response event;
+         IntfWatch::Event event;
          *event.mutable_intf_id() = request.intf_id();
          event.set_description(request.description());
          for (auto* const watch : open) watch->send(event);
@@ -66,28 +80,26 @@ void serveWatches(FloorWatch::Service& service, Queue& queue, FloorWatch::Open& 
 }
 
 int serve(std::string const& address, std::size_t elements) {
-   AsyncService programming;
-   Agents agent;
-   IpRoutes ipRoutes;
-   FloorWatch::Service intfs;
-   FloorWatch::Open open;
+   Native native;
+   Agents agents;
+   Routes routes;
+   Intfs intfs;
+   IntfWatch::Open open;
    grpc::ServerBuilder builder;
    builder.AddListeningPort(address, grpc::InsecureServerCredentials());
-   builder.RegisterService(&programming);
-   builder.RegisterService(&agent);
-   builder.RegisterService(&ipRoutes);
-   builder.RegisterService(&intfs);
+   for (grpc::Service* const service : std::initializer_list<grpc::Service*>{&native, &agents, &routes, &intfs}) {
+      builder.RegisterService(service);
+   }
    auto const queue = builder.AddCompletionQueue();
    auto const server = builder.BuildAndStart();
    if (!server) {
       std::fprintf(stderr, "cannot listen on %s\n", address.c_str());
       return 1;
    }
-   serveProgramming(programming, *queue);
-   serveCalls<&IpRoutes::Requestbulk_ip_route_set>(ipRoutes, *queue, succeed);
-   serveStream<&Agents::Requeststatuses, &MirrorStatuses::streamed>(agent, *queue, elements);
-   serveStream<&IpRoutes::Requestip_routes, &MirrorIpRoutes::streamed>(ipRoutes, *queue, elements);
-   serveWatches(intfs, *queue, open);
+   serveNative(native, *queue);
+   serveRoutes(routes, *queue, elements);
+   serveStream<&Agents::Requeststatuses, &streamedStatus>(agents, *queue, elements);
+   serveIntfs(intfs, *queue, open);
    void* tag = nullptr;
    bool ok = false;
    while (queue->Next(&tag, &ok)) static_cast<FloorEvent*>(tag)->proceed(ok);

@@ -21,8 +21,8 @@ enum class Order {
 };
 char const* nameOf(Order order);
 
-/// Where a table's keys lie: the fresh ones, which it does not hold, are spread over all of it, one behind each held
-/// one, or behind each run of held ones if the kind has too few keys for that.
+/// Where a table's keys lie: the fresh ones, which it does not hold, are spread over all of it, one after each held
+/// one, or after each run of held ones if the kind has too few keys for that.
 class Places {
  public:
    /// A table that holds `held` of the `keys` that there are. Throws std::invalid_argument if these are too few to
@@ -34,7 +34,7 @@ class Places {
 
    /// What the table holds, by rising key.
    PlaceList table() const;
-   /// `count` places of the order from the `turn`th on; behind the last one it begins anew.
+   /// `count` places of the order from the `turn`th on; after the last one it begins anew.
    PlaceList of(Order order, std::size_t turn, std::size_t count) const;
 
  private:

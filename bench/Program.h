@@ -2,34 +2,41 @@
 
 #include <CLI/CLI.hpp>
 
+#include <cstddef>
 #include <functional>
 #include <string>
 
+#include "bench/Report.h"
+
 namespace VelmSdkRpc::Bench {
 
-/// A benchmark's command line and its main. The options' values are the caller's and hold the defaults.
-class Program {
- public:
-   Program(std::string const& name, std::string const& description);
-
-   /// The paths of the two programs that are compared, and of the file to leave the JSON in; empty for none.
-   Program& agent(std::string& path);
-   Program& floor(std::string& path);
-   Program& json(std::string& path);
-   /// One number, or a list of them, all above 0.
-   template <class Count>
-   Program& count(std::string const& option, Count& value, std::string const& description) {
-      app_.add_option(option, value, description)->check(CLI::PositiveNumber);
-      return *this;
-   }
-   /// For what is none of these.
-   CLI::App& app() { return app_; }
-
-   /// Reads the options, then runs. What run throws is told on stderr and makes the exit status 1.
-   int main(int argc, char** argv, std::function<void()> const& run);
-
- private:
-   CLI::App app_;
+/// Which programs are measured. The floor and the other build may be left out.
+struct Builds {
+   std::string agent;
+   std::string floor;
+   std::string against;  // another build of the agent, which is measured in turns with it
 };
+
+/// Adds `--agent`, `--floor` and `--against`.
+void addBuilds(CLI::App& command, Builds& builds);
+
+/// Adds an option for one number, or a list of them, all above 0.
+template <class Count>
+CLI::Option* addCount(CLI::App& command, std::string const& option, Count& value, std::string const& description) {
+   return command.add_option(option, value, description)->check(CLI::PositiveNumber);
+}
+
+/// Adds a benchmark as a command of the program, which runs it if it is named. The options' values hold the defaults.
+CLI::App& addBenchmark(CLI::App& program, std::string const& name, std::string const& description,
+                       std::function<Report()> run);
+
+/// Each adds one benchmark.
+void addCalls(CLI::App& program);
+void addIterator(CLI::App& program);
+void addWatchLatency(CLI::App& program);
+void addSbfdUpdates(CLI::App& program);
+void addState(CLI::App& program);
+void addVelmctl(CLI::App& program);
+void addEventLatency(CLI::App& program);
 
 }  // namespace VelmSdkRpc::Bench

@@ -4,26 +4,41 @@
 #include <rapidjson/prettywriter.h>
 #include <rapidjson/stringbuffer.h>
 
-#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <stdexcept>
+
+#include "clients/support/Columns.h"
 
 namespace VelmSdkRpc::Bench {
 namespace {
 
 using Json = rapidjson::PrettyWriter<rapidjson::StringBuffer>;
 
-bool isNumber(Report::Cell const& cell) { return std::holds_alternative<double>(cell); }
-
-std::string text(Report::Cell const& cell, Report::Column const& column) {
-   if (!isNumber(cell)) return std::get<std::string>(cell);
-   return fmt::format("{:.{}f}", std::get<double>(cell), column.decimals);
+// Digits that tell something: of large numbers none after the point, of small ones three.
+std::string number(double value) {
+   return std::abs(value) >= 100 ? fmt::format("{:.0f}", value) : fmt::format("{:.3g}", value);
 }
 
-void writeNumber(Json& json, char const* key, double number) {
-   json.Key(key);
+Columns::Row cellsOf(Report::Row const& row) {
+   std::string ratio;
+   std::string goal;
+   std::string beside;
+   if (row.ratio) {
+      auto const& [median, low, high] = row.ratio->spread;
+      ratio = fmt::format("{:.2f} ({:.2f}-{:.2f}) of {}", median, low, high, row.ratio->to);
+   }
+   if (row.leastRatio) goal = fmt::format("at least {:.2f}", *row.leastRatio);
+   if (row.mostFigure) goal = fmt::format("at most {} {}", number(*row.mostFigure), row.unit);
+   for (auto const& [name, value] : row.beside) {
+      beside += fmt::format("{}{} {}", beside.empty() ? "" : ", ", name, number(value));
+   }
+   return {"", row.what, fmt::format("{} {}", number(row.figure), row.unit), ratio, goal, beside};
+}
+
+void writeNumber(Json& json, std::string const& key, double number) {
+   json.Key(key.c_str());
    if (std::isfinite(number)) {
       json.Double(number);
    } else {
@@ -36,63 +51,44 @@ void writeText(Json& json, char const* key, std::string const& text) {
    json.String(text.c_str());
 }
 
-void writeClaim(Json& json, Report::Claim const& claim) {
+void writeRow(Json& json, Report::Row const& row) {
    json.StartObject();
-   writeText(json, "what", claim.what);
-   writeNumber(json, "figure", claim.figure);
-   writeText(json, "unit", claim.unit);
-   if (claim.ratio) {
-      writeText(json, "ratio_to", claim.ratioTo);
-      writeNumber(json, "ratio", claim.ratio->median);
-      writeNumber(json, "ratio_low", claim.ratio->low);
-      writeNumber(json, "ratio_high", claim.ratio->high);
+   writeText(json, "what", row.what);
+   writeNumber(json, "figure", row.figure);
+   writeText(json, "unit", row.unit);
+   if (row.ratio) {
+      writeText(json, "ratio_to", row.ratio->to);
+      writeNumber(json, "ratio", row.ratio->spread.median);
+      writeNumber(json, "ratio_low", row.ratio->spread.low);
+      writeNumber(json, "ratio_high", row.ratio->spread.high);
    }
-   if (claim.leastRatio) writeNumber(json, "goal_least_ratio", *claim.leastRatio);
-   if (claim.mostFigure) writeNumber(json, "goal_most_figure", *claim.mostFigure);
+   if (row.leastRatio) writeNumber(json, "goal_least_ratio", *row.leastRatio);
+   if (row.mostFigure) writeNumber(json, "goal_most_figure", *row.mostFigure);
+   json.Key("beside");
+   json.StartObject();
+   for (auto const& [name, value] : row.beside) writeNumber(json, name, value);
+   json.EndObject();
    json.EndObject();
 }
 
 }  // namespace
 
 std::string Report::table() const {
-   std::vector<std::string> lines(1 + rows_.size());
-   for (std::size_t i = 0; i < columns_.size(); ++i) {
-      std::vector<std::string> cells{columns_[i].title};
-      for (auto const& row : rows_) cells.push_back(text(row[i], columns_[i]));
-      auto const width = std::ranges::max(cells, {}, &std::string::size).size();
-      bool const numbers = !rows_.empty() && isNumber(rows_.front()[i]);
-      for (std::size_t j = 0; j < lines.size(); ++j) {
-         lines[j] += numbers ? fmt::format("  {:>{}}", cells[j], width) : fmt::format("  {:<{}}", cells[j], width);
-      }
-   }
-   return fmt::format("{}: {}\n{}\n{}\n", name_, caption_, fmt::join(lines, "\n"), fmt::join(notes_, "\n"));
+   Columns columns(6);
+   for (auto const& row : rows_) columns.widen(cellsOf(row));
+   auto text = fmt::format("{}: {}\n", name_, caption_);
+   for (auto const& row : rows_) text += columns.line(cellsOf(row)) + "\n";
+   return text;
 }
 
 std::string Report::json() const {
    rapidjson::StringBuffer buffer;
    Json json(buffer);
    json.StartObject();
-   writeText(json, "benchmark", name_);
    writeText(json, "caption", caption_);
-   for (auto const& [key, value] : facts_) writeNumber(json, key.c_str(), value);
    json.Key("rows");
    json.StartArray();
-   for (auto const& row : rows_) {
-      json.StartObject();
-      for (std::size_t i = 0; i < columns_.size(); ++i) {
-         auto const* const key = columns_[i].key.c_str();
-         if (isNumber(row[i])) {
-            writeNumber(json, key, std::get<double>(row[i]));
-         } else {
-            writeText(json, key, std::get<std::string>(row[i]));
-         }
-      }
-      json.EndObject();
-   }
-   json.EndArray();
-   json.Key("claims");
-   json.StartArray();
-   for (auto const& claim : claims_) writeClaim(json, claim);
+   for (auto const& row : rows_) writeRow(json, row);
    json.EndArray();
    json.EndObject();
    return buffer.GetString();

@@ -12,37 +12,26 @@
 
 namespace VelmSdkRpc::Bench {
 
-Server::Server(std::string name, std::string const& program, std::vector<std::string> arguments)
-   : name_(std::move(name)),
-     process_({.program = program, .listen = {}, .arguments = std::move(arguments)}),
-     channel_(process_.channel()),
-     stub_(pb::velmsdk_service::NewStub(channel_)) {
+Server::Server(std::string const& program, std::vector<std::string> arguments)
+   : process_({.program = program, .listen = {}, .arguments = std::move(arguments)}), channel_(process_.channel()) {
    if (!process_.waitUntilServing() ||
        !channel_->WaitForConnected(std::chrono::system_clock::now() + std::chrono::seconds(20))) {
       throw std::runtime_error(fmt::format("{} does not serve: {}", program, process_.stderrText()));
    }
 }
 
-std::shared_ptr<grpc::Channel> Server::newNarrowChannel() const {
-   grpc::ChannelArguments arguments;
-   arguments.SetInt(GRPC_ARG_USE_LOCAL_SUBCHANNEL_POOL, 1);
-   arguments.SetInt(GRPC_ARG_ENABLE_HTTP_PROXY, 0);
-   // Else the window opens as far as the speed of the connection makes it seem worthwhile: megabytes.
-   arguments.SetInt(GRPC_ARG_HTTP2_BDP_PROBE, 0);
-   return grpc::CreateCustomChannel(process_.address(), grpc::InsecureChannelCredentials(), arguments);
-}
-
 void Server::stop() {
    process_.signal(SIGTERM);
-   if (process_.waitForEnd() != 0)
-      throw std::runtime_error(fmt::format("{} ends badly: {}", name_, process_.stderrText()));
+   if (process_.waitForEnd() != 0) {
+      throw std::runtime_error(fmt::format("the agent ends badly: {}", process_.stderrText()));
+   }
 }
 
 double Server::cpuSeconds() const {
    clockid_t clock = 0;
    timespec time{};
    if (clock_getcpuclockid(process_.pid(), &clock) != 0 || clock_gettime(clock, &time) != 0) {
-      throw std::runtime_error(fmt::format("{} has ended: {}", name_, process_.stderrText()));
+      throw std::runtime_error(fmt::format("a server has ended: {}", process_.stderrText()));
    }
    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * 1e-9;
 }
@@ -53,6 +42,14 @@ double Server::residentBytes() const {
    std::size_t resident = 0;
    file >> total >> resident;
    return static_cast<double>(resident) * static_cast<double>(sysconf(_SC_PAGESIZE));
+}
+
+Sample timed(Server const& server, std::function<void()> const& calls) {
+   auto const cpuBefore = server.cpuSeconds();
+   auto const begin = std::chrono::steady_clock::now();
+   calls();
+   auto const end = std::chrono::steady_clock::now();
+   return {std::chrono::duration<double>(end - begin).count(), server.cpuSeconds() - cpuBefore};
 }
 
 std::vector<std::string> quietly() { return {"--trace", "VelmSdkRpc/0"}; }

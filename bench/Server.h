@@ -1,14 +1,12 @@
 #pragma once
 
-#include <cstddef>
-#include <cstdint>
+#include <functional>
 #include <memory>
-#include <span>
 #include <string>
 #include <vector>
 
+#include "bench/Rounds.h"
 #include "clients/support/AgentProcess.h"
-#include "proto/velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::Bench {
 
@@ -16,35 +14,31 @@ namespace VelmSdkRpc::Bench {
 class Server {
  public:
    /// Starts it and waits until it serves. Throws std::runtime_error if it does not.
-   Server(std::string name, std::string const& program, std::vector<std::string> arguments = {});
+   explicit Server(std::string const& program, std::vector<std::string> arguments = {});
 
-   std::string const& name() const { return name_; }
    std::string const& address() const { return process_.address(); }
    std::shared_ptr<grpc::Channel> const& channel() const { return channel_; }
-   pb::velmsdk_service::Stub& stub() { return *stub_; }
    /// A channel of another connection, for another client.
    std::shared_ptr<grpc::Channel> newChannel() const { return process_.channel(); }
-   /// The same, for one that does not read: this side takes no more of a stream than it must.
-   std::shared_ptr<grpc::Channel> newNarrowChannel() const;
 
    /// Has it end in order. Throws std::runtime_error if it does not.
    void stop();
 
-   /// Processor time of all its threads so far.
+   /// Processor time of all its threads so far, and memory that it has resident.
    double cpuSeconds() const;
-   /// Memory that it has resident.
    double residentBytes() const;
 
  private:
-   std::string const name_;
    AgentProcess process_;
    std::shared_ptr<grpc::Channel> channel_;
-   std::unique_ptr<pb::velmsdk_service::Stub> stub_;
 };
 
-/// The agent's arguments for trace level 0 alone; without them it traces levels 0 and 1.
+/// Makes the calls of one server's work.
+Sample timed(Server const& server, std::function<void()> const& calls);
+
+/// The agent's arguments for trace level 0 alone, without which it traces levels 0 and 1; and for a switch with its
+/// state in the folder.
 std::vector<std::string> quietly();
-/// The same, with the folder of the switch's state.
 std::vector<std::string> quietlyIn(std::string const& folder);
 
 }  // namespace VelmSdkRpc::Bench

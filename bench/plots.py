@@ -1,4 +1,6 @@
-"""The report's plots, each from what the benchmarks left in their rows and claims."""
+"""The report's plots, each from the rows that the benchmarks left."""
+
+import re
 
 import matplotlib
 
@@ -8,7 +10,7 @@ from matplotlib.ticker import FuncFormatter
 
 ORDERS = {"ascending": "#1b6ca8", "shuffled": "#c8553d", "repeated": "#4a7c3a"}
 FLOOR = "#888888"
-SIZED = {"ip_route_sizes": "IP routes", "nexthop_group_tunnel_bulk": "nexthop group tunnels",
+SIZED = {"ip_route_bulk": "IP routes", "nexthop_group_tunnel_bulk": "nexthop group tunnels",
          "mpls_route_bulk": "MPLS labels"}
 
 
@@ -24,47 +26,46 @@ def plain(value, _=None):
     return f"{value:g}"
 
 
+def points(rows, order):
+    """Size, rate and the floor's rate of each table."""
+    for row in rows:
+        found = re.fullmatch(rf"{order} adds, beside (\d+)", row["what"])
+        if found and row["ratio_to"] == "floor":
+            yield int(found[1]), row["figure"], row["beside"]["other's /s"]
+
+
 def rate_over_size(benchmarks, path):
     figure, axes = pyplot.subplots(1, len(SIZED), figsize=(13, 5), sharey=True, layout="constrained")
     for axis, (name, title) in zip(axes, SIZED.items()):
-        rows = benchmarks[name]["rows"]
         for order, color in ORDERS.items():
-            own = [row for row in rows if row["order"] == order]
-            sizes = [row["size"] for row in own]
-            axis.plot(sizes, [row["adds_per_second"] for row in own], "o-", color=color, label=order)
-            axis.plot(sizes, [row["floor_adds_per_second"] for row in own], ":", color=color, alpha=0.6,
-                      label=f"floor, {order}")
+            sizes, rates, floors = zip(*points(benchmarks[name]["rows"], order))
+            axis.plot(sizes, rates, "o-", color=color, label=order)
+            axis.plot(sizes, floors, ":", color=color, alpha=0.6, label=f"floor, {order}")
         axis.set(title=title, xlabel="entries in the table", xscale="log")
         axis.set_xticks(sizes, [plain(size) for size in sizes])
         axis.minorticks_off()
         axis.yaxis.set_major_formatter(FuncFormatter(plain))
         axis.grid(alpha=0.3)
-    axes[0].set(ylabel="adds a second", ylim=(0, None))  # they share it, so behind the last
+    axes[0].set(ylabel="adds a second", ylim=(0, None))  # they share it, so once the last is drawn
     figure.get_layout_engine().set(rect=(0, 0.08, 1, 0.92))
     figure.legend(*axes[0].get_legend_handles_labels(), ncols=6, loc="lower center")
     figure.suptitle("Bulk adds, 1000 to a call, over the size of the table")
     save(figure, path)
 
 
-def latency_lines(benchmarks):
-    """What is drawn of each load: its name, the middle, the 99th percentile, the longest, and the percentile's goal."""
-    for row in benchmarks["event_latency"]["rows"]:
-        goal = None if row["load"] == "idle" else benchmarks["event_latency"]["goal_p99_ms"]
-        yield f"in the switch, {row['load']}", row["p50_ms"], row["p99_ms"], row["max_ms"], goal
-    watch = benchmarks["watch_latency"]
-    for row in watch["rows"]:
-        goal = watch[f"goal_{row['load']}_p99_ms"] if row["server"] == "agent" else None
-        yield (f"watch, {row['server']}, {row['load']}", row["event_p50_ms"], row["event_p99_ms"], row["event_max_ms"],
-               goal)
-    sbfd = benchmarks["sbfd_updates"]
-    for row in sbfd["rows"]:
-        if row["change"] == "one status":
-            yield (f"sBFD status, load: {row['load']}", row["heard_p50_ms"], row["heard_p99_ms"], row["heard_max_ms"],
-                   sbfd["goal_status_p99_ms"])
+def latencies(benchmarks):
+    """Of each event: its name, the middle, the 99th percentile, the longest, and the percentile's goal."""
+    for name in ("event_latency", "watch_latency", "watch_fan_out", "sbfd_updates"):
+        medians = {}
+        for row in benchmarks[name]["rows"]:
+            what, _, part = row["what"].rpartition(", ")
+            medians.setdefault(what, row["figure"])
+            if part == "p99":
+                yield what, medians[what], row["figure"], row["beside"]["longest"], row.get("goal_most_figure")
 
 
 def event_latency(benchmarks, path):
-    lines = list(latency_lines(benchmarks))
+    lines = list(latencies(benchmarks))
     figure, axis = pyplot.subplots(figsize=(10, 1.5 + 0.42 * len(lines)), layout="constrained")
     for y, (_, p50, p99, longest, goal) in enumerate(lines):
         axis.plot([p50, longest], [y, y], color=FLOOR, linewidth=1)
@@ -85,16 +86,15 @@ def event_latency(benchmarks, path):
 
 
 def ratios(benchmarks, path):
-    claims = [(name, claim) for name, benchmark in benchmarks.items() for claim in benchmark["claims"]
-              if "goal_least_ratio" in claim and claim["ratio"] is not None]
-    figure, axis = pyplot.subplots(figsize=(10, 1.5 + 0.3 * len(claims)), layout="constrained")
-    for y, (_, claim) in enumerate(claims):
-        met = claim["ratio"] >= claim["goal_least_ratio"]
-        color = "#4a7c3a" if met else "#c8553d"
-        axis.plot([claim["ratio_low"], claim["ratio_high"]], [y, y], color=color, alpha=0.5, linewidth=3)
-        axis.plot(claim["ratio"], y, "o", color=color)
-        axis.plot(claim["goal_least_ratio"], y, "D", color="black", fillstyle="none", markersize=9)
-    axis.set_yticks(range(len(claims)), [f"{name}: {claim['what']}, of {claim['ratio_to']}" for name, claim in claims],
+    rows = [(name, row) for name, benchmark in benchmarks.items() for row in benchmark["rows"]
+            if "goal_least_ratio" in row and row["ratio"] is not None]
+    figure, axis = pyplot.subplots(figsize=(10, 1.5 + 0.3 * len(rows)), layout="constrained")
+    for y, (_, row) in enumerate(rows):
+        color = "#4a7c3a" if row["ratio"] >= row["goal_least_ratio"] else "#c8553d"
+        axis.plot([row["ratio_low"], row["ratio_high"]], [y, y], color=color, alpha=0.5, linewidth=3)
+        axis.plot(row["ratio"], y, "o", color=color)
+        axis.plot(row["goal_least_ratio"], y, "D", color="black", fillstyle="none", markersize=9)
+    axis.set_yticks(range(len(rows)), [f"{name}: {row['what']}, of {row['ratio_to']}" for name, row in rows],
                     fontsize="small")
     axis.invert_yaxis()
     axis.margins(y=0.03)

@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-"""report.py RESULTS [OUT]: report.md and its plots, anew from a results.json."""
+"""report.py RESULTS [OUT]: report.md and its plots, anew from the results of a run."""
 
 import json
 import pathlib
@@ -9,16 +9,17 @@ import sys
 sys.dont_write_bytecode = True
 import plots
 
-README = pathlib.Path(__file__).parent / "README.md"
-SOAK = "soak.json"  # what `make soak` leaves, if it was put beside the results
+HERE = pathlib.Path(__file__).parent
+README = HERE / "README.md"
+SOAK = "soak.json"  # what `make soak` leaves, if it was put beside the report
 
 
-def verdict(claim):
+def verdict(row):
     """met, missed, or no goal. What could not be measured has missed its goal."""
-    if "goal_least_ratio" in claim:
-        met = claim["ratio"] is not None and claim["ratio"] >= claim["goal_least_ratio"]
-    elif "goal_most_figure" in claim:
-        met = claim["figure"] is not None and claim["figure"] <= claim["goal_most_figure"]
+    if "goal_least_ratio" in row:
+        met = row["ratio"] is not None and row["ratio"] >= row["goal_least_ratio"]
+    elif "goal_most_figure" in row:
+        met = row["figure"] is not None and row["figure"] <= row["goal_most_figure"]
     else:
         return "no goal"
     return "met" if met else "missed"
@@ -30,19 +31,19 @@ def number(value):
     return f"{value:,.0f}" if abs(value) >= 100 else f"{value:.3g}"
 
 
-def ratio_text(claim):
-    if claim.get("ratio") is None:
+def ratio_text(row):
+    if row.get("ratio") is None:
         return ""
-    low, high = claim["ratio_low"], claim["ratio_high"]
+    low, high = row["ratio_low"], row["ratio_high"]
     spread = f" ({low:.2f}–{high:.2f})" if low != high else ""
-    return f"{claim['ratio']:.2f}{spread} of {claim['ratio_to']}"
+    return f"{row['ratio']:.2f}{spread} of {row['ratio_to']}"
 
 
-def goal_text(claim):
-    if "goal_least_ratio" in claim:
-        return f"≥ {claim['goal_least_ratio']:.2f} of {claim['ratio_to']}"
-    if "goal_most_figure" in claim:
-        return f"≤ {number(claim['goal_most_figure'])} {claim['unit']}"
+def goal_text(row):
+    if "goal_least_ratio" in row:
+        return f"≥ {row['goal_least_ratio']:.2f} of {row['ratio_to']}"
+    if "goal_most_figure" in row:
+        return f"≤ {number(row['goal_most_figure'])} {row['unit']}"
     return ""
 
 
@@ -52,8 +53,8 @@ def anchors(markdown):
     return {re.sub(r"[^\w -]", "", heading.lower()).replace(" ", "-") for heading in headings}
 
 
-def verdict_cell(name, claim, explained):
-    said = verdict(claim)
+def verdict_cell(name, row, explained):
+    said = verdict(row)
     if said != "missed":
         return said
     anchor = f"where-the-time-goes-in-{name}"
@@ -77,19 +78,23 @@ def machine_text(machine, benchmarks):
         f"| run of {seconds / 60:.0f} minutes | {run_text(machine)} |", *anew])
 
 
-def summary(claims):
-    said = [verdict(claim) for claim in claims]
+def rows_of(benchmarks):
+    return [(name, row) for name, benchmark in benchmarks.items() for row in benchmark["rows"]]
+
+
+def summary(benchmarks):
+    said = [verdict(row) for _, row in rows_of(benchmarks)]
     met, missed, none = (said.count(each) for each in ("met", "missed", "no goal"))
     return f"{met} goals met, {missed} missed; {none} figures without a goal."
 
 
 def table(benchmarks, explained):
-    lines = ["| benchmark | what | figure | ratio | goal | verdict |", "|---|---|--:|---|---|---|"]
-    for name, benchmark in benchmarks.items():
-        for claim in benchmark["claims"]:
-            cells = [f"[{name}](README.md#{name})", claim["what"], f"{number(claim['figure'])} {claim['unit']}",
-                     ratio_text(claim), goal_text(claim), verdict_cell(name, claim, explained)]
-            lines.append(f"| {' | '.join(cells)} |")
+    lines = ["| benchmark | what | figure | ratio | goal | verdict | beside |", "|---|---|--:|---|---|---|---|"]
+    for name, row in rows_of(benchmarks):
+        beside = ", ".join(f"{what} {number(value)}" for what, value in row["beside"].items())
+        cells = [f"[{name}](README.md#{name})", row["what"], f"{number(row['figure'])} {row['unit']}",
+                 ratio_text(row), goal_text(row), verdict_cell(name, row, explained), beside]
+        lines.append(f"| {' | '.join(cells)} |")
     return "\n".join(lines)
 
 
@@ -100,8 +105,8 @@ def soak_text(soak):
     kinds = ("route", "description", "event", "bulk")
     lines = ["## Soak",
              f"{soak['seconds'] / 3600:.2f} hours: {soak['routes_programmed']:,} routes programmed in bulks of 1000, "
-             f"{soak['resyncs']} resyncs of the whole table, {soak['calls']:,} random calls; {soak['cpu_seconds']:.0f} s "
-             f"of processor. Over the second half the agent's memory changed by "
+             f"{soak['resyncs']} resyncs of the whole table, {soak['calls']:,} random calls; "
+             f"{soak['cpu_seconds']:.0f} s of processor. Over the second half the agent's memory changed by "
              f"{soak['memory_slope_mib_per_hour']:+.2f} MiB an hour. Times are the 50th and 99th percentile and the "
              f"longest, in milliseconds.",
              "| quarter | memory MiB | open files | threads | longest queue | one route | one description | its event "
@@ -113,15 +118,14 @@ def soak_text(soak):
 
 def markdown(results, images, soak):
     benchmarks = results["benchmarks"]
-    claims = [claim for benchmark in benchmarks.values() for claim in benchmark["claims"]]
     parts = ["# What the benchmarks say",
-             "Made by `bench/run`; all figures are in [results.json](results.json), and [README.md](README.md) tells "
-             "what each benchmark measures, beside what floor, and why."]
+             "Made by `bench/run`; [README.md](README.md) tells what each benchmark measures, beside what floor, and "
+             "why."]
     if results["quick"]:
         parts.append("**A quick run: tables too small to tell anything.**")
-    parts += [machine_text(results["machine"], benchmarks), summary(claims),
+    parts += [machine_text(results["machine"], benchmarks), summary(benchmarks),
               "A ratio is a speed as a share of the other's, so above 1 is better: the median of the pairs, and in "
-              "brackets the lowest and the highest where each round is a pair.",
+              "brackets the lowest and the highest.",
               *(f"![{text}]({file})" for file, text in images.items()),
               table(benchmarks, anchors(README.read_text()))]
     if soak:
@@ -134,10 +138,9 @@ def write(results, out):
     soak = json.loads((out / SOAK).read_text()) if (out / SOAK).exists() else None
     images = plots.draw(results["benchmarks"], soak, out)
     (out / "report.md").write_text(markdown(results, images, soak))
-    claims = [claim for benchmark in results["benchmarks"].values() for claim in benchmark["claims"]]
-    return f"{out / 'report.md'}: {summary(claims)}"
+    return f"{out / 'report.md'}: {summary(results['benchmarks'])}"
 
 
 if __name__ == "__main__":
-    path = pathlib.Path(sys.argv[1])
-    print(write(json.loads(path.read_text()), pathlib.Path(sys.argv[2]) if len(sys.argv) > 2 else path.parent))
+    results, *folders = (pathlib.Path(argument) for argument in sys.argv[1:])
+    print(write(json.loads(results.read_text()), folders[0] if folders else HERE))

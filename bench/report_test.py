@@ -14,16 +14,16 @@ HERE = pathlib.Path(__file__).parent
 
 def ratio(value, **more):
     return {"what": "adds", "figure": 1234567.8, "unit": "adds/s", "ratio_to": "floor", "ratio": value,
-            "ratio_low": 0.3, "ratio_high": 0.5} | more
+            "ratio_low": 0.3, "ratio_high": 0.5, "beside": {"CPU us": 0.5}} | more
 
 
 def figure(value, **more):
-    return {"what": "event", "figure": value, "unit": "ms"} | more
+    return {"what": "event", "figure": value, "unit": "ms", "beside": {}} | more
 
 
 class Verdicts(unittest.TestCase):
     def test_a_goal_that_is_just_reached_is_met(self):
-        for claim, expected in [
+        for row, expected in [
                 (ratio(0.4, goal_least_ratio=0.4), "met"),
                 (ratio(0.399, goal_least_ratio=0.4), "missed"),
                 (ratio(None, goal_least_ratio=0.4), "missed"),
@@ -32,15 +32,15 @@ class Verdicts(unittest.TestCase):
                 (figure(5.001, goal_most_figure=5.0), "missed"),
                 (figure(None, goal_most_figure=5.0), "missed"),
                 (figure(9.0), "no goal")]:
-            self.assertEqual(report.verdict(claim), expected, claim)
+            self.assertEqual(report.verdict(row), expected, row)
 
 
 class Table(unittest.TestCase):
-    def row(self, claim, explained=()):
-        return report.table({"ip_route": {"claims": [claim]}}, explained).splitlines()[-1]
+    def row(self, row, explained=()):
+        return report.table({"ip_route": {"rows": [row]}}, explained).splitlines()[-1]
 
     def test_a_row_tells_figure_ratio_and_goal(self):
-        self.assertIn("| adds | 1,234,568 adds/s | 0.45 (0.30–0.50) of floor | ≥ 0.40 of floor | met |",
+        self.assertIn("| adds | 1,234,568 adds/s | 0.45 (0.30–0.50) of floor | ≥ 0.40 of floor | met | CPU us 0.5 |",
                       self.row(ratio(0.45, goal_least_ratio=0.4)))
         self.assertIn("| event | 0.123 ms |  | ≤ 5 ms | met |", self.row(figure(0.1234, goal_most_figure=5.0)))
 
@@ -54,7 +54,7 @@ class Table(unittest.TestCase):
 class Readme(unittest.TestCase):
     def test_each_benchmark_has_a_section(self):
         anchors = report.anchors((HERE / "README.md").read_text())
-        names = re.findall(r'^    \("(\w+)", ', (HERE / "run").read_text(), re.MULTILINE)
+        names = re.findall(r'^    \("(\w+)",', (HERE / "run").read_text(), re.MULTILINE)
         self.assertGreater(len(names), 10)
         self.assertEqual([name for name in names if name not in anchors], [])
         prefix = "where-the-time-goes-in-"

@@ -7,7 +7,7 @@ packages=(
   g++ cmake ninja-build make ccache pkg-config
   libgrpc++-dev libgrpc-dev libprotobuf-dev protobuf-compiler protobuf-compiler-grpc
   libfmt-dev libabsl-dev libuv1-dev liblmdb-dev libssl-dev libsystemd-dev libspdlog-dev libcli11-dev rapidjson-dev
-  libgtest-dev libgmock-dev libbenchmark-dev
+  libgtest-dev libgmock-dev
   clang-format clang-tidy-16
   python3-grpcio python3-protobuf
 )
