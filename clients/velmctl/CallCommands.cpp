@@ -36,8 +36,8 @@ void showElement(Session& session, Message const& message) {
    session.output().element(writeMessage(message, document.GetAllocator()));
 }
 
-/// Calls with many requests, whose answers are one list. A request that fails does not stop those behind it, unless
-/// the agent is out of reach.
+/// Calls with many requests, whose answers are one list. A request that fails does not stop those after it, unless the
+/// agent is out of reach.
 class Sequence {
  public:
    Sequence(Session& session, MethodDescriptor const& method) : session_(session), method_(method) {

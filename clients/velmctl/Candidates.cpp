@@ -34,7 +34,7 @@ bool hasFieldsOfItsOwn(FieldDescriptor const& field) {
 struct Path {
    Descriptor const* message;  // whose field comes next; null if there is no such path
    std::string before;         // what leads there, with its last dot
-   std::string_view rest;      // what is typed behind it
+   std::string_view rest;      // what is typed after it
 };
 
 Path follow(Descriptor const& type, std::string_view typed) {
@@ -57,7 +57,7 @@ Words fieldCandidates(Descriptor const& type, std::string_view beginning) {
    return words;
 }
 
-/// What may stand behind "field=": the names of an enum, or the words of a bool.
+/// "field=value" for each value that can be told in advance: the names of an enum, or the words of a bool.
 Words valueCandidates(Descriptor const& type, std::string_view beginning) {
    auto const name = beginning.substr(0, beginning.find('='));
    auto const path = follow(type, name);

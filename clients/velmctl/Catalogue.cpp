@@ -10,6 +10,9 @@
 #include "clients/velmctl/Errors.h"
 #include "proto/velmsdk.pb.h"
 
+// Every schema that is linked in registers itself with protobuf before main, which is why velmctl links the library of
+// generated sources whole: without a reference to a service the linker would leave it out.
+
 namespace VelmSdkRpc::ctl {
 namespace {
 

@@ -7,7 +7,8 @@
 #include <string_view>
 #include <vector>
 
-/// What the agent offers, as the schemas tell it: velmctl knows no service or method by itself.
+/// The services, methods and types of the agent, as the compiled schemas tell them: velmctl knows none of them by
+/// itself.
 namespace VelmSdkRpc::ctl {
 
 using google::protobuf::Descriptor;
@@ -22,9 +23,10 @@ std::vector<MethodDescriptor const*> methods();
 /// "Service.method", which names it on the command line.
 std::string nameOf(MethodDescriptor const& method);
 
-/// By name with or without the package. Throws UsageError, which tells what was perhaps meant.
+/// Finds a service by its name with or without the package. Throws UsageError, which tells what was perhaps meant.
 ServiceDescriptor const& serviceNamed(std::string_view name);
-/// As "Service.method" or "package.Service.method", also with a slash before the method.
+/// Finds a method by "Service.method" or "package.Service.method", also with a slash before the method. Throws
+/// UsageError, which tells what was perhaps meant.
 MethodDescriptor const& methodNamed(std::string_view name);
 
 /// A message or enum of the schemas, also one that stands in another, by its name with or without what surrounds it;

@@ -13,10 +13,10 @@ namespace VelmSdkRpc::ctl {
 
 using Action = std::function<void(Session&)>;
 
-/// What could stand where a word is being typed: given the positional words before it, and its beginning.
+/// Gives the words that could stand where one is being typed, by the positional words before it and its beginning.
 using Completer = std::function<std::vector<std::string>(std::vector<std::string> const& before, std::string const&)>;
 
-/// What the command line leads to.
+/// The outcome of reading the command line.
 struct CommandLine {
    Options options;
    Action action;  // of the command that was typed
@@ -31,7 +31,7 @@ class Commands {
    /// A command that does something. All its options are bound to what the action holds.
    CLI::App& add(std::string const& name, std::string const& description, Action action,
                  Completer completer = nullptr) const;
-   /// A command that has commands of its own; the same one each time that it is asked for.
+   /// A command that has commands of its own, made when it is first asked for.
    Commands group(std::string const& name, std::string const& description) const;
 
    CommandLine& line() const { return line_; }
@@ -45,7 +45,7 @@ class Commands {
 /// Options that the program and all of its commands take, wherever they stand.
 void addCommonOptions(CLI::App& app, Options& options);
 
-/// Of the commands that the app has; null if there is none of that name.
+/// The command of that name among those that the app has; null if there is none.
 CLI::App* findCommand(CLI::App& app, std::string const& name);
 
 void addSchemaCommands(Commands const& commands);      // list, describe

@@ -25,7 +25,8 @@ std::shared_ptr<grpc::Channel> channelTo(std::string const& address) {
    return grpc::CreateCustomChannel(address, grpc::InsecureChannelCredentials(), arguments);
 }
 
-/// One call of whatever kind, each step of which is waited for.
+/// One call of whatever kind, each step of which is waited for. A unary call is made as a stream of one message, which
+/// is the same on the wire, so that one class serves both.
 class Call {
  public:
    Call(std::shared_ptr<grpc::Channel> const& channel, Interrupt& interrupt, MethodDescriptor const& method,

@@ -6,7 +6,7 @@
 /// How a run of velmctl ends when it does not end well.
 namespace VelmSdkRpc::ctl {
 
-/// What the process answers to the shell.
+/// The exit statuses of the process, by which scripts tell failures apart.
 struct ExitStatus {
    static constexpr int ok = 0;
    static constexpr int refused = 1;  // the agent or the switch said no to a request that arrived
@@ -16,7 +16,7 @@ struct ExitStatus {
    static constexpr int interrupted = 130;
 };
 
-/// What was typed is wrong, at the place and for the reason that the text tells.
+/// A mistake in the command line or in a file that it names; the text tells its place and the reason. Nothing was sent.
 class UsageError : public std::runtime_error {
  public:
    using std::runtime_error::runtime_error;

@@ -7,7 +7,7 @@
 
 namespace VelmSdkRpc::ctl {
 
-/// What an exception means to whoever ran the command.
+/// An exception, as whoever ran the command is told of it.
 struct Failure {
    std::string message;
    int exitStatus;

@@ -4,7 +4,7 @@
 
 namespace VelmSdkRpc::ctl {
 
-/// All of a file; of standard input if it is called "-". Throws std::system_error that names it.
+/// Reads a file, or standard input if it is called "-", to its end. Throws std::system_error, which names the file.
 std::string contentOf(std::string const& path);
 
 }  // namespace VelmSdkRpc::ctl

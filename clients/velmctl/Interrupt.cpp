@@ -30,7 +30,7 @@ int blockedSignals() {
    return signalfd(-1, &set, SFD_CLOEXEC);
 }
 
-/// Which of the two can be read.
+/// Waits until one of the two files can be read: whether it is the first.
 bool firstIsReady(int first, int second) {
    std::array<pollfd, 2> files{{{first, POLLIN, 0}, {second, POLLIN, 0}}};
    while (poll(files.data(), files.size(), -1) < 0 && errno == EINTR) {

@@ -12,7 +12,7 @@ namespace VelmSdkRpc::ctl {
 /// SIGINT and SIGTERM, taken by a thread of its own: the first one ends the calls under way, and whoever waits says in
 /// order how far it came; the second one ends the process at once.
 ///
-/// One for the process, made before any other thread, which would take the signals else. All threads may use it.
+/// There is one in the process, made before any other thread, for that would take the signals. All threads may use it.
 class Interrupt {
  public:
    Interrupt();

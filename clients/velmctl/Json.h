@@ -28,7 +28,7 @@ inline void addMember(Json& object, std::string_view name, std::string_view text
 
 /// Throws UsageError with line and column of what is wrong.
 JsonDocument parseJson(std::string_view text);
-/// Of a text of many documents, one behind the other.
+/// Reads a text of many documents, one after the other. Throws UsageError with line and column of what is wrong.
 std::vector<JsonDocument> parseAllJson(std::string_view text);
 
 /// On one line, or on many and indented.

@@ -7,14 +7,14 @@
 
 namespace VelmSdkRpc::ctl {
 
-/// Standard input, line by line, without being deaf to the interrupt.
+/// Standard input, line by line; an interrupt ends the wait for the next line.
 class LineReader {
  public:
    explicit LineReader(Interrupt const& interrupt) : interrupt_(interrupt) {}
 
    /// False at the end. Throws Interrupted, and std::system_error for an input that fails.
    bool next(std::string& line);
-   /// Of the line that came last, from 1.
+   /// The number of the line that came last, from 1.
    std::size_t number() const { return number_; }
 
  private:

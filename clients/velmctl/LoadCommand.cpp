@@ -1,4 +1,5 @@
-// load: many groups and routes from a file, in bulk.
+// load: many groups and routes from a file, in bulk. The file is read whole first, so that nothing is sent of one that
+// is wrong; requests are made as they are sent, so that a million routes are never in memory as messages.
 
 #include <fmt/format.h>
 

@@ -40,6 +40,9 @@ struct Slot {
    }
 };
 
+/// Walks a request and the JSON beside it, field by field, by protobuf's reflection: no type is known here. It keeps
+/// the place that it has come to, so that every refusal can name it. A field of a "oneof" refuses a second choice,
+/// which protobuf itself would take silently in the place of the first.
 class Reader {
  public:
    void read(Json const& value, Message& message) {
@@ -51,7 +54,7 @@ class Reader {
       }
    }
 
-   /// `path` is what the argument calls the field.
+   /// Reads one argument: `path` is the dotted name of the field, `text` its value.
    void readAt(std::string_view path, std::string_view text, Message& message) {
       auto const dot = path.find('.');
       auto const& field = fieldNamed(path.substr(0, dot), message);
@@ -68,7 +71,7 @@ class Reader {
    }
 
  private:
-   /// Where we are, for as long as it is so.
+   /// A step into a field or an element, which the place names while the step is taken.
    class Step {
     public:
       Step(Reader& reader, std::string_view name) : reader_(reader), size_(reader.place_.size()) {

@@ -14,7 +14,7 @@ namespace VelmSdkRpc::ctl {
 
 void readMessage(Json const& object, google::protobuf::Message& message);
 
-/// Of a text that is a JSON object.
+/// Reads a text that is a JSON object.
 void readMessage(std::string_view json, google::protobuf::Message& message);
 
 /// "FIELD=VALUE": one field, of a message within if the name has dots. The value is a bare text or JSON; to a list it

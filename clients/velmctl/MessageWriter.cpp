@@ -17,6 +17,8 @@ namespace {
 using google::protobuf::FieldDescriptor;
 using google::protobuf::Message;
 
+/// Walks a message by protobuf's reflection. The index that some methods take is that of an element in a list; a field
+/// that is no list has none, which is -1.
 class Writer {
  public:
    explicit Writer(JsonAllocator& allocator) : allocator_(allocator) {}
@@ -61,7 +63,6 @@ class Writer {
       return result;
    }
 
-   /// A field, or with an index an element of a list.
    Json one(Message const& message, FieldDescriptor const& field, int index) {
       auto const* const reflection = message.GetReflection();
       auto const get = [&](auto single, auto element) -> decltype(auto) {

@@ -9,6 +9,9 @@
 #include <system_error>
 #include <utility>
 
+// A program that reads JSON must find one document whatever happens, also when a call fails half way through a list. So
+// the state tells how far the result has come, and a failure closes what is open: nothing yet, a list, or all of it.
+
 namespace VelmSdkRpc::ctl {
 namespace {
 

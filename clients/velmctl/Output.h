@@ -16,7 +16,7 @@ namespace VelmSdkRpc::ctl {
 class Output {
  public:
    enum class Form { table, json, jsonLines };
-   /// What the elements of a list are: rows of a table, or news, each of which is shown with its time at once.
+   /// A list has rows, which become a table, or news, each of which is shown at once with its time.
    enum class List { rows, news };
 
    Output(Form form, Terminal const& terminal) : form_(form), terminal_(terminal) {}
@@ -31,11 +31,11 @@ class Output {
    /// The result as a list whose elements come one by one.
    void beginList(List kind);
    void element(Json const& value);
-   /// In place of an element, what went wrong with it. People are told elsewhere.
+   /// Puts an error in the place of an element. People, who see a table, are told of it on standard error instead.
    void elementFailure(Json const& error);
    void endList();
 
-   /// What went wrong, unless the result is complete: then it speaks for itself.
+   /// Puts an error into the result, unless that is complete and speaks for itself.
    void failure(Json const& error);
    /// All is out. Throws if it is not.
    void flush();

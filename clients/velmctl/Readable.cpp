@@ -7,6 +7,10 @@
 #include <string_view>
 #include <utility>
 
+// Answers come in two kinds of JSON. Messages name fields, and lists by index (the map of a group's nexthops) have
+// digits for names. The switch names things as well, `nexthop_groups` by their names for example; nothing in its JSON
+// says which of the two a name is, so whoever asks has to know.
+
 namespace VelmSdkRpc::ctl {
 namespace {
 

@@ -15,13 +15,14 @@ bool isDefault(Json const& value);
 /// "10.0.0.1"; "1,2,3"; "intf=Ethernet1 label=3" of an object, without its defaults.
 std::string readable(Json const& value);
 
-/// What the names in an object are: those of a message's fields, or as a switch tells it also those of things.
+/// Names in an object are those of a message's fields; in an answer of the switch they may also be those of things, of
+/// groups for example.
 enum class Names { ofFields, ofThings };
 
 /// A list of objects, or objects by name: what can be shown as a table.
 bool isCollection(Json const& value);
-/// What stands apart from the values of the object that it is in: a list of objects, objects by index and, if names are
-/// those of things, any object.
+/// Whether a value is shown apart from the others of its object, as a section: a list of objects, objects by index and,
+/// if names are those of things, any object.
 bool isSection(Json const& value, Names names);
 
 /// The names that lead to a value within an object, from the outermost on, with a character between them that is in

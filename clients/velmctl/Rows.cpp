@@ -8,6 +8,10 @@
 
 #include "clients/velmctl/Readable.h"
 
+// A table can be a million rows long and is written while it comes. Its columns are settled by the first thousand rows:
+// if all that says something fits into the terminal, flags and zeros get columns, too; else only what says something,
+// cut to the width.
+
 namespace VelmSdkRpc::ctl {
 namespace {
 
@@ -56,7 +60,7 @@ void Rows::begin() {
    kept_.clear();
 }
 
-/// Of the columns that cells of at least that weight ask for.
+/// The paths of the columns that cells of at least that weight ask for.
 std::vector<Path> Rows::pathsOf(Weight least) const {
    std::vector<Path> paths;
    for (auto const& cells : kept_) {

@@ -15,7 +15,7 @@ namespace VelmSdkRpc::ctl {
 
 /// A table of objects, a row each, with a column for each field that says something in one of the first rows, and for
 /// numbers and flags that say 0 or false if there is room. Those rows are kept until it is known how wide the columns
-/// must be; the ones behind them go out as they come, with what has no column at the end of the line.
+/// must be; later ones go out as they come, with what has no column at the end of the line.
 class Rows {
  public:
    using Write = std::function<void(std::string_view)>;

@@ -9,13 +9,13 @@
 /// The schemas with their comments, which compiled messages do not have.
 namespace VelmSdkRpc::ctl {
 
-/// As it stands in its file, in the syntax of schemas, with the comments; types without their package.
+/// The text of a part as it stands in its file, with the comments; types are named without their package.
 std::string schemaOf(ServiceDescriptor const& service);
 std::string schemaOf(MethodDescriptor const& method);
 std::string schemaOf(Descriptor const& message);
 std::string schemaOf(EnumDescriptor const& type);
 
-/// The words of the comment before it, on one line; empty if there is none.
+/// The comment in front of a part, on one line; empty if there is none.
 std::string commentOf(ServiceDescriptor const& service);
 std::string commentOf(MethodDescriptor const& method);
 std::string commentOf(Descriptor const& message);

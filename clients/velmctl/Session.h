@@ -12,7 +12,7 @@
 
 namespace VelmSdkRpc::ctl {
 
-/// What every command takes.
+/// Options that every command takes.
 struct Options {
    std::string address = "127.0.0.1:9543";
    std::optional<double> timeoutSeconds;
@@ -36,8 +36,8 @@ class Session {
    /// Made when it is first asked for. Throws UsageError.
    Connection& connection();
 
-   /// Of a call that is answered at once, ten seconds unless something else was asked for; of one that is answered as a
-   /// stream, none unless asked for.
+   /// How long a call of the method may take: what the user asked for, or else ten seconds for a unary one and no limit
+   /// for a stream.
    Timeout timeoutFor(MethodDescriptor const& method) const;
 
    /// A line for people, beside the result.
@@ -46,7 +46,7 @@ class Session {
    /// The answer of a unary method. Throws as Connection::call.
    std::unique_ptr<google::protobuf::Message> ask(MethodDescriptor const& method,
                                                   google::protobuf::Message const& request);
-   /// Its answer as the result. Throws Refused, too, after it is written.
+   /// Asks, and makes the answer the result. Throws as ask does, and Refused once a refusal has been written.
    void askAndShow(MethodDescriptor const& method, google::protobuf::Message const& request);
 
  private:

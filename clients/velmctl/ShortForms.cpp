@@ -174,7 +174,7 @@ std::vector<ShortForm> shortForms() {
    };
 }
 
-/// What was typed for each argument of a command, in their order; nothing for what was not given.
+/// The texts typed for the arguments of a command, in their order; empty lists for those that were not given.
 using Typed = std::vector<std::vector<std::string>>;
 
 /// A nexthop goes where the field is, whether there may be many or one.

@@ -9,14 +9,14 @@ namespace VelmSdkRpc::ctl {
 
 enum class Color { automatic, always, never };
 
-/// What a stream of this process leads to: how wide it is, and whether it shows colour.
+/// The far end of a standard stream: whether it is a terminal, how wide that is, and whether it shows colour.
 class Terminal {
  public:
    /// Colour, where it is automatic, is for terminals of users who have not set NO_COLOR.
    Terminal(std::FILE* stream, Color color);
 
    bool isTerminal() const { return isTerminal_; }
-   /// In characters; 0 for what is no terminal, and has no width.
+   /// In characters; 0 if it is no terminal.
    std::size_t width() const;
 
    std::string bold(std::string_view text) const { return styled("1", text); }

@@ -1,4 +1,9 @@
 // velmctl: the agent's services for people.
+//
+// A run goes this road: the command line is read first, and yields an action and the options; the action gets a
+// Session, which connects when it is first asked to, makes calls by the compiled schemas, and puts what came into
+// Output. Whatever fails throws; `fail` tells it to people on standard error and to programs in the result, and chooses
+// the exit status.
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -53,7 +58,7 @@ int perform(Session& session, Action const& action) {
    }
 }
 
-/// What is wrong with a command line, in our words where the parser's do not help.
+/// Words a mistake in the command line; the parser's own words for a wrong command do not help.
 UsageError usageError(CLI::App const& app, CLI::ParseError const& error) {
    auto const* command = &app;
    while (!command->get_subcommands().empty()) command = command->get_subcommands().front();
@@ -103,5 +108,5 @@ int run(int argc, char** argv) {
 }  // namespace
 }  // namespace VelmSdkRpc::ctl
 
-// What is thrown before a command is known ends the process as any uncaught exception does.
+// An exception that comes before a command is known ends the process, as any uncaught one does.
 int main(int argc, char** argv) { return VelmSdkRpc::ctl::run(argc, argv); }  // NOLINT(bugprone-exception-escape)
