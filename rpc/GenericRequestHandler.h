@@ -60,7 +60,8 @@ class GenericRequestHandler : public RequestHandler {
    Service& service() const { return *service_; }
    /// Once a call has come.
    Request const& request() const { return request_.message(); }
-   /// An empty answer that lives as long as the call, beside its request.
+   /// An empty answer that lives as long as the call, beside its request. For one that is filled while the switch's
+   /// tables grow: its pieces would otherwise lie between theirs.
    Response& newResponse() { return request_.template make<Response>(); }
    Responder& responder() { return responder_; }
 

@@ -10,8 +10,9 @@
 
 namespace VelmSdkRpc {
 
-/// The request of a call, and the arena on which all messages of the call live: they come and go as one, apart from the
-/// heap on which the tables grow. Those of a single request fit into the block inside this object.
+/// The request of a call, and the arena on which it lives, together with an answer that takes shape while the switch's
+/// tables grow: they come and go as one, apart from the heap of the tables. A request of ordinary size fits into the
+/// block inside this object.
 ///
 /// gRPC parses into it, again and again until a call comes whose request can be parsed: one that cannot is answered by
 /// the library, which posts the same request anew and tells nobody. Such a call must leave nothing behind, and on an
@@ -53,7 +54,7 @@ class IncomingRequest {
       return options;
    }
 
-   // As large as a single request of any kind needs; a bulk goes on in blocks from the heap.
+   // Larger requests, bulks above all, go on in blocks from the heap.
    alignas(std::max_align_t) std::array<char, 768> firstBlock_;
    google::protobuf::Arena arena_{options(firstBlock_)};
    Request* message_ = nullptr;  // on the arena

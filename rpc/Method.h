@@ -27,7 +27,14 @@ struct PostedMethod<void (Layer::*)(grpc::ServerContext*, RequestMessage*, Respo
 ///   };
 ///   registerAdapter<UnaryRequestHandler, Exists>(*this);
 ///
-/// A kind that does not fit what the schema says of the method does not compile.
+/// The kinds, and what of the adapter each calls:
+///
+///   UnaryRequestHandler         one request, one answer                      call
+///   BulkRequestHandler          a list of requests, how far it was applied   call, for each element
+///   IteratorStreamingHandler    a table, one message an element              call for the iterator, fill for a message
+///   StreamingAdapterHandler     events, until the client goes                subscribe, cancel, filter
+///
+/// One that does not fit what the schema says of the method does not compile.
 template <auto post_>
 struct Method : PostedMethod<decltype(post_)> {
    static constexpr auto post = post_;
