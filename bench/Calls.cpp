@@ -136,6 +136,8 @@ class CallsBenchmark {
                   std::optional<double> goal) {
       row.beside.emplace_back("other's /s", rateOf(samples[other]));
       row.beside.emplace_back("other's CPU us", cpuOf(samples[other]));
+      row.beside.emplace_back("CPU ratio",
+                              ratioOfPairs(samples[other], samples[entrant.number], &Sample::cpuSeconds).median);
       row.ratio = {ratioOfPairs(samples[other], samples[entrant.number], &Sample::seconds), std::move(to)};
       row.leastRatio = goal;
       report_.row(std::move(row));
