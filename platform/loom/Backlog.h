@@ -10,7 +10,7 @@
 
 namespace Loom {
 
-/// What one drain of a backlog came to.
+/// The outcome of one drain of a backlog.
 struct ZuBacklogProgress {
    bool yielded = false;         ///< stopped early, with work left
    std::uint32_t pending = 0;    ///< entries left; 0 unless yielded

@@ -25,8 +25,8 @@ class TaskPriority {
    std::uint8_t value_;
 };
 
-/// What a scheduler runs: the part that all kinds of tasks share. A run happens on the main loop, under the SDK lock;
-/// all else here may be called from any thread.
+/// The part that all kinds of tasks share, and that a scheduler runs. A run happens on the main loop, under the SDK
+/// lock; all else here may be called from any thread.
 ///
 /// Going away withdraws what was asked for. The SDK lock must then be held, unless no run can come; a task may go
 /// during its own run.
@@ -43,7 +43,7 @@ class Runnable {
    TaskPriority taskPriority() const { return priority_; }
    Qor::String const& taskName() const { return name_; }
 
-   /// Asks for one run, behind what was asked for before at the same priority; harmless when one is asked for already.
+   /// Asks for one run, after those asked for before at the same priority; harmless when one is asked for already.
    /// A task may ask during its run for another. False if a run was asked for already.
    bool scheduleTask();
    /// Whether a run is asked for.

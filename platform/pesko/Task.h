@@ -25,7 +25,7 @@ class TaskScheduler {
 /// The scheduler of the main loop; the one inside Loom::TaskSchedulerRoot's.
 std::shared_ptr<TaskScheduler> schedulerRootPesko();
 
-/// What a task may say to the scheduler's questions.
+/// The questions of the scheduler that a task may answer in its own way.
 class _TaskBase : public Loom::Runnable {  // NOLINT(bugprone-reserved-identifier)
  public:
    using Runnable::Runnable;

@@ -34,7 +34,7 @@ LevelMask parseLevels(std::string_view text) {
    auto const bad = [&] { return std::invalid_argument(fmt::format("'{}' is not a list of trace levels", text)); };
    LevelMask mask = 0;
    int previous = -1;   // the level before this character, where a range may start
-   bool range = false;  // behind a '-'
+   bool range = false;  // after a '-'
    for (char const c : text) {
       if (std::isdigit(static_cast<unsigned char>(c)) != 0) {
          int const level = c - '0';

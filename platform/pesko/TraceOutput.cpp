@@ -14,12 +14,16 @@
 #include <thread>
 #include <unistd.h>
 
+// A line takes two steps. Whoever traces asks for room before formatting, so that a full queue costs nothing, and then
+// reserves room for good when the line is posted: spdlog's queue would overwrite its oldest lines, and the oldest are
+// those that tell how a trouble began. Dropped lines are counted and told of by the next line that finds room, or by
+// the queue's own thread once it has nothing left to write.
 namespace Pesko {
 namespace {
 
 constexpr std::size_t queueLines = 8192;
 
-// What is in the queue or on its way out, and what found no room there.
+// Counts the lines in the queue or on their way out, and those that found no room there.
 class Counts {
  public:
    bool empty() const { return waiting() == 0; }
@@ -36,7 +40,7 @@ class Counts {
    std::size_t written() const { return written_; }
    void addWritten() { ++written_; }
    void addDropped(std::size_t lines) { dropped_ += lines; }
-   // Those that nobody has taken yet, to tell of them.
+   // The dropped lines of which no line has told yet.
    std::size_t takeDropped() { return dropped_ == 0 ? 0 : dropped_.exchange(0); }
 
  private:
@@ -64,7 +68,7 @@ class StderrSink : public spdlog::sinks::base_sink<spdlog::details::null_mutex> 
    void sink_it_(spdlog::details::log_msg const& msg) override {
       put(msg);
       counts_.addWritten();
-      // With nothing behind it that could tell of them.
+      // No line follows that could tell of the dropped ones.
       if (!counts_.empty()) return;
       if (auto const dropped = counts_.takeDropped(); dropped != 0) {
          auto const text = droppedText(dropped);

@@ -5,7 +5,7 @@
 
 namespace Pesko {
 
-/// The process's one way out for trace lines: a bounded queue and a thread that writes to stderr, each line behind its
+/// The process's one way out for trace lines: a bounded queue and a thread that writes to stderr, each line after its
 /// time. The thread starts with the first line. At the end of the process what is queued is written as far as stderr
 /// takes it without waiting, also when std::terminate ends it: the last lines before a fall are the ones that count.
 class TraceOutput {

@@ -31,7 +31,7 @@ struct SeededHashOfKey {
    }
 };
 
-/// What a map holds for a key, at an address of its own for as long as the key is a member. Says how keys are hashed;
+/// A member of a map: a key and its value, at one address for as long as the key is a member. Says how keys are hashed;
 /// keys must have `==`.
 template <class Key_, class Value_, class KeyHash = HashOfKey>
 class HashMap2018Node {

@@ -6,7 +6,7 @@
 
 namespace Qor {
 
-// A reactor that leaves during a walk leaves a hole, which the last walk to end fills; one that comes is behind the
+// A reactor that leaves during a walk leaves a hole, which the last walk to end fills; one that comes lies beyond the
 // walk's end. The walk itself holds the list, since the notifier may go under it.
 class PtrInterface::NotifieeList {
  public:

@@ -23,12 +23,12 @@
 #include "platform/velm/ip.h"
 #include "platform/velm/mpls.h"
 
-/// The stored form of values: their attributes one behind the other, in the order of their list. Numbers are big-endian
+/// The stored form of values: their attributes one after the other, in the order of their list. Numbers are big-endian
 /// and of their type's width, so that fixed-size keys sort in the folder as they do in their table; texts and lists
 /// have their length before them. There is nothing to skip by: a value that gains an attribute is a new format.
 namespace velm::embedded {
 
-/// What was stored is not what its table can hold.
+/// Stored bytes that no table can have written.
 class DamagedState : public std::runtime_error {
  public:
    using runtime_error::runtime_error;

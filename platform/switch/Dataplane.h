@@ -11,7 +11,7 @@
 
 namespace velm::embedded {
 
-/// What the dataplane reports back, on the main loop, under the SDK lock.
+/// The dataplane's reports about nexthop groups, on the main loop, under the SDK lock.
 class DataplaneReports {
  public:
    virtual ~DataplaneReports() = default;
@@ -20,7 +20,8 @@ class DataplaneReports {
    virtual void groupGone(std::string const& name) = 0;
 };
 
-/// The same of sBFD echo sessions: where they stand, as often as there is reason to say so.
+/// The dataplane's reports about sBFD echo sessions, on the main loop, under the SDK lock: where they stand, as often
+/// as there is reason to say so.
 class SbfdReports {
  public:
    virtual ~SbfdReports() = default;
@@ -28,11 +29,11 @@ class SbfdReports {
    virtual void sbfdRtt(sbfd_echo_session_key_t const& key, sbfd_echo_session_rtt_stats_t const& stats) = 0;
 };
 
-/// The same of policy maps.
+/// The dataplane's reports about policy maps, on the main loop, under the SDK lock.
 class PolicyMapReports {
  public:
    virtual ~PolicyMapReports() = default;
-   /// What was last set is carried out, or cannot be.
+   /// The policy map is carried out as it was last set, or cannot be.
    virtual void policyMapSynced(policy_map_key_t const& key) = 0;
    virtual void policyMapSyncFailed(policy_map_key_t const& key, std::string const& message) = 0;
    /// The policy map has a status in that place now, or none any more.
@@ -41,7 +42,7 @@ class PolicyMapReports {
    virtual void policyMapGone(policy_map_key_t const& key) = 0;
 };
 
-/// What carries out the tables. Each call only queues the work; it is done and reported later, in the order of the
+/// Carries out the tables. Each call only queues the work; it is done and reported later, in the order of the
 /// calls, on the main loop. Called under the SDK lock.
 class Dataplane {
  public:

@@ -11,7 +11,8 @@
 
 namespace velm::embedded {
 
-/// The main loop's events: those that are ready, in order, and those that are due later. Not thread-safe.
+/// The main loop's events: those that are ready, in order, and those that are due later, which ripen whenever somebody
+/// looks. Not thread-safe.
 class EventQueue {
  public:
    using Clock = std::chrono::steady_clock;
@@ -22,7 +23,8 @@ class EventQueue {
       ripen();
       ready_.push_back(std::move(event));
    }
-   /// One that becomes ready at its time, behind what is ready by then. Of one time, the first added comes first.
+   /// Adds an event that becomes ready at its time, after what is ready by then. Among events of one time the first
+   /// added comes first.
    Place addLater(Clock::time_point due, Event event) {
       Place const place(due, ++added_);
       later_.emplace(place, std::move(event));

@@ -4,7 +4,7 @@
 
 namespace velm::embedded {
 
-/// What the agent is called by the switch.
+/// The name by which the switch calls the agent.
 inline constexpr std::string_view agentName = "VelmSdkRpc";
 /// The version that the build names.
 inline constexpr std::string_view agentVersion = VELM_VERSION;

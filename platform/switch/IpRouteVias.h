@@ -26,7 +26,7 @@ class IpRouteVias {
    bool anyMarked() const;
    void dropMarked();
 
-   /// In the order in which they were set, as vias of the key's route.
+   /// The vias in the order in which they were set, each with the key as its route's.
    std::vector<ip_route_via_t> list(ip_route_key_t const& key) const;
 
    IpRouteVias() = default;

@@ -36,7 +36,7 @@ class MainLoop {
    void takeBack(Waiting const& event);
    /// How many events wait for their time. Any thread.
    std::size_t waiting() const;
-   /// Asks for the disabling of the agent, behind what is queued. Any thread; once is enough.
+   /// Asks for the disabling of the agent, after what is queued. Any thread; once is enough.
    void disable();
    /// Makes run() return after the present turn. Loop's thread, or before run().
    void stop();

@@ -15,7 +15,7 @@ namespace velm::embedded {
 /// the route's key, and the one that nearly every route has lies in the row.
 class MplsRouteVias {
  public:
-   /// Adds the via behind the others, or clears the mark of the one that is alike.
+   /// Adds the via after the others, or clears the mark of the one that is alike.
    void set(mpls_route_via_t const& via, NamePool& names);
    void del(mpls_route_via_t const& via);
    bool holds(mpls_route_via_t const& via) const;
@@ -24,7 +24,7 @@ class MplsRouteVias {
    bool anyMarked() const;
    void dropMarked();
 
-   /// In the order in which they were set, as vias of the key's route.
+   /// The vias in the order in which they were set, each with the key as its route's.
    std::vector<mpls_route_via_t> list(mpls_route_key_t const& key) const;
 
    /// Throws DamagedState.

@@ -12,8 +12,8 @@
 
 namespace velm::embedded {
 
-/// The key of an MPLS route as the table has it: ordered and stored as the key itself, but in one piece, since a lookup
-/// among a million routes is what it reads and little else.
+/// The key of an MPLS route as the table has it: ordered and stored as the key itself, but in one piece, since the
+/// memory that it reads is nearly all that a lookup among a million routes costs.
 class MplsRowKey {
  public:
    MplsRowKey() = default;
@@ -37,7 +37,7 @@ class MplsRowKey {
    unsigned char metric_ = 0;
 };
 
-/// A word for each label, with a bit before it that sorts more labels behind fewer, and one for the metric.
+/// A word for each label, with a bit before it that sorts more labels after fewer, and one for the metric.
 template <>
 struct RadixWords<MplsRowKey> {
    static std::uint64_t word(MplsRowKey const& key, std::size_t index) {

@@ -85,7 +85,7 @@ void applyOptions(Options const& options, Switch& device) {
       }
    }
    if (!options.stateFolder.empty()) {
-      // It is shown to clients.
+      // The folder's name is shown to clients.
       if (!Qor::isUtf8(options.stateFolder)) {
          refuse(fmt::format("state folder {}: its name is not UTF-8", options.stateFolder));
       }

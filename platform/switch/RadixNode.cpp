@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <new>
 
+// Nodes with few children keep them side by side, ordered by digit, and find one by counting the bits before its own; a
+// node that has outgrown 28 gives each digit its slot. Room grows by a half at least, from 4 over 12 and 28 to 64, and
+// is halved only once three quarters of it are empty, so that a node at a border does not change its size all the time.
 namespace velm::embedded {
 namespace {
 

@@ -8,7 +8,7 @@ namespace velm::embedded {
 
 class RadixNode;
 
-/// What hangs on a node, or is all of a tree: nothing, an entry or a node.
+/// A link to nothing, an entry or a node: the root of a tree, or one of a node's children.
 class RadixChild {
  public:
    RadixChild() = default;
@@ -18,7 +18,7 @@ class RadixChild {
    explicit operator bool() const { return place_ != nullptr; }
    bool isEntry() const { return (reinterpret_cast<std::uintptr_t>(place_) & 1) != 0; }
    void* entry() const { return place_ - 1; }
-   /// Of the node or entry.
+   /// The address of the node or entry.
    void const* address() const { return isEntry() ? place_ - 1 : place_; }
    /// Null for an entry.
    RadixNode* node() const { return isEntry() ? nullptr : reinterpret_cast<RadixNode*>(place_); }
@@ -48,13 +48,13 @@ class RadixNode {
  public:
    static constexpr unsigned noDigit = 64;
 
-   /// With room for a few children and none yet. `front` is the first word of the keys below.
+   /// A node with room for a few children and none yet. `front` is the first word of the keys below.
    static RadixNode* make(RadixPlace place, std::uint64_t front);
    static void free(RadixNode* node);
 
    RadixPlace place() const { return place_; }
    bool has(unsigned digit) const { return (used_ >> digit & 1U) != 0; }
-   /// Of a digit that has one.
+   /// The child of a digit that has one.
    RadixChild& child(unsigned digit) { return slots()[room_ == mostRoom ? digit : rankOf(digit)]; }
    /// The first digit with a child, from the given one on, which may be noDigit; noDigit if there is none.
    unsigned from(unsigned digit) const {
@@ -90,7 +90,7 @@ class RadixNode {
    std::uint64_t used_ = 0;  // a bit for each digit that has a child
    std::uint64_t front_;
    RadixPlace place_;
-   std::uint8_t room_;  // slots behind: with the most there is one for each digit
+   std::uint8_t room_;  // slots after this: with the most there is one for each digit
 };
 
 }  // namespace velm::embedded

@@ -7,7 +7,7 @@
 namespace velm::embedded {
 
 /// Specialised for keys that can be read as bits: `static std::uint64_t word(Key const&, std::size_t index)` is the
-/// index-th 64 of them, 0 behind the end. Keys order as their words do, and are equal only if all words are.
+/// index-th 64 of them, 0 beyond the last. Keys order as their words do, and are equal only if all words are.
 template <class Key>
 struct RadixWords;
 

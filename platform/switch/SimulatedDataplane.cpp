@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+// Every call only posts an event, so that the dataplane works in the order of the changes, on the main loop, and never
+// inside the call that changed a table: what it reports comes after that call has returned.
 namespace velm::embedded {
 
 SimulatedDataplane::Exits SimulatedDataplane::exitsOf(nexthop_group_t const& group) {

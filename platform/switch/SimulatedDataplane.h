@@ -39,7 +39,7 @@ class SimulatedDataplane : public Dataplane {
    void simulateActive(std::string const& name, bool active);
 
  private:
-   /// What of a group decides whether traffic can leave through it.
+   /// The part of a group that decides whether traffic can leave through it.
    struct Exits {
       std::set<intf_id_t> intfs;
       bool always = false;  // by an entry that names no interface

@@ -3,6 +3,12 @@
 #include <algorithm>
 #include <utility>
 
+// A session has two reasons to be visited: its status is to be reported, or its next round-trip times are. Each has a
+// place in the wheel of its own. The status is due at once where the interface is up, else when the session has had the
+// time to notice that it is down, counted from whatever came last: the interface's fall or the session's beginning. A
+// change of the interface plans the report anew, so that a flap starts the time again and needs no undoing.
+//
+// The manager drops a status that is known already, so that a report too many is harmless.
 namespace velm::embedded {
 
 void SimulatedSbfd::Measured::add(std::uint32_t rtt) {
@@ -21,7 +27,7 @@ void SimulatedSbfd::sessionIs(sbfd_echo_session_key_t const& key, sbfd_interval_
    bool const otherDetection = std::exchange(session->detection, detection) != detection;
    bool const otherRtt = std::exchange(session->rttEnabled, rttEnabled) != rttEnabled;
    if (!automatic_) return;
-   // What has been reported does not change with the interval.
+   // A status that has been reported does not change with the interval.
    if (fresh || (otherDetection && session->report.tick() != never)) planReport(intf, *session);
    if (otherRtt) planRtt(*session);
 }

@@ -8,9 +8,9 @@
 
 namespace velm::embedded {
 
-/// What is to be done at some tick, by tick and, of one tick, in the order of the asking. An entry stands at one tick
-/// at most and leaves nothing behind when it is taken out or put elsewhere, neither of which allocates but for the
-/// first of a tick. Entries are not owned; one that stands here must neither move nor go. Not thread-safe.
+/// Things to do, ordered by their tick and, within one tick, by when they were asked for. An entry stands at one tick
+/// at most and leaves no trace when it is taken out or put elsewhere, and only the first entry of a tick costs an
+/// allocation. Entries are not owned; one that stands here must neither move nor go. Not thread-safe.
 class TickWheel {
  public:
    using Tick = std::int64_t;
@@ -35,7 +35,7 @@ class TickWheel {
    std::size_t size() const { return size_; }
    bool empty() const { return size_ == 0; }
 
-   /// Puts the entry to the tick, behind those of that tick, wherever it stood before.
+   /// Puts the entry to the tick, after those that stand there, wherever it stood before.
    void set(Entry& entry, Tick tick) {
       del(entry);
       auto& at = ticks_[tick];
@@ -67,7 +67,7 @@ class TickWheel {
       for (auto it = ticks_.begin(); it != ticks_.end() && it->first <= tick; ++it) count += it->second.count;
       return count;
    }
-   /// The first tick behind that one at which an entry stands; never if there is none.
+   /// The first tick after that one at which an entry stands; never if there is none.
    Tick firstAfter(Tick tick) const {
       auto const it = ticks_.upper_bound(tick);
       return it == ticks_.end() ? never : it->first;

@@ -15,13 +15,13 @@
 
 namespace velm {
 
-/// What becomes of a packet that matches a rule.
+/// The fate of a packet that matches a rule.
 enum class acl_action_t : std::uint8_t { none = 0, permit = 1, deny = 2 };
 constexpr auto last_value(acl_action_t) { return acl_action_t::deny; }
 /// Which way through an interface.
 enum class acl_direction_t : std::uint8_t { none = 0, in = 1, out = 2 };
 constexpr auto last_value(acl_direction_t) { return acl_direction_t::out; }
-/// What an IP rule matches, whatever its addresses say.
+/// The family of packets that an IP rule matches, whatever its addresses say.
 enum class acl_ip_type_t : std::uint8_t { any = 0, ipv4 = 1, ipv6 = 2 };
 constexpr auto last_value(acl_ip_type_t) { return acl_ip_type_t::ipv6; }
 /// How a value of a packet is compared with that of a rule.
@@ -99,7 +99,7 @@ class acl_ttl_spec_t {
    unsigned char ttl_ = 0;
 };
 
-/// What the rules of all kinds of ACL have; there is none by itself.
+/// The attributes that rules of all kinds of ACL share. No rule is only this.
 class acl_rule_base_t {
  public:
    acl_action_t action() const { return action_; }

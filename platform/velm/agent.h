@@ -49,7 +49,7 @@ class agent_mgr : public base_mgr<agent_handler, int> {
    virtual std::string status(std::string const& name) const = 0;
    virtual agent_status_iter_t status_iter() const = 0;
    virtual void status_set(std::string const& name, std::string const& value) = 0;
-   /// One that is absent is no error.
+   /// Deleting one that is absent is no error.
    virtual void status_del(std::string const& name) = 0;
    /// Told by the agent once it has stopped; ends the main loop.
    virtual void shutdown_complete_is(bool complete) = 0;

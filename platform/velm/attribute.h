@@ -44,7 +44,7 @@ void for_each_attribute(T& value, Fn&& fn) {
    std::apply([&](auto const&... a) { (fn(a.name, value.*a.member), ...); }, std::remove_const_t<T>::attributes());
 }
 
-/// The same without the secret ones.
+/// Calls fn(name, member) for every attribute of the value but the secret ones, in order.
 template <class T, class Fn>
 requires has_attributes<std::remove_const_t<T>>
 void for_each_shown_attribute(T& value, Fn&& fn) {

@@ -7,7 +7,8 @@
 
 namespace velm {
 
-/// What a manager knows a handler by until the handler is whole: it registers while it is being built.
+/// The part of a handler that exists first: handlers register while they are being built, so their managers know them
+/// by this until a notification needs the rest.
 class handler_root {
  public:
    handler_root() = default;

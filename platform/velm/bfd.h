@@ -38,7 +38,7 @@ class sbfd_echo_session_key_t {
    unsigned char ip_dscp() const { return ip_dscp_; }
    unsigned char mpls_exp() const { return mpls_exp_; }
 
-   /// The same for equal keys as long as the process lives, and no longer.
+   /// Equal keys have equal hashes within one process; another run of the program may hash differently.
    std::size_t hash() const;
    /// "Ethernet1 10.0.0.1 labels 16,17 dscp 46 exp 5"; without labels "labels -".
    std::string to_string() const;
@@ -195,7 +195,7 @@ class bfd_session_mgr : public base_mgr<bfd_session_handler, bfd_session_key_t> 
    virtual void sbfd_echo_session_interval_is(sbfd_echo_session_key_t const& key, sbfd_interval_t interval) = 0;
    /// Throws configuration_error for an unknown session.
    virtual void sbfd_echo_session_rtt_enabled_is(sbfd_echo_session_key_t const& key, bool enabled) = 0;
-   /// What the session reported last; unknown for a session that does not exist.
+   /// The status that the session reported last; unknown for a session that does not exist.
    virtual bfd_session_status_t sbfd_echo_session_status(sbfd_echo_session_key_t const& key) const = 0;
 };
 

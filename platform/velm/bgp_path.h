@@ -51,7 +51,7 @@ class bgp_path_key_t {
    std::string vrf_name_;
 };
 
-/// What a peer said about a path. Only a manager makes one that is not empty.
+/// The attributes that a peer gave a path. Only a manager makes one that is not empty.
 class bgp_path_attr_t {
  public:
    bgp_path_attr_t() = default;

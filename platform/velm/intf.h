@@ -109,7 +109,7 @@ class intf_handler : public base_handler<intf_mgr, intf_handler> {
 
    /// Where the interface comes up with it, the event of that comes next; its other states raise none.
    virtual void on_intf_create(intf_id_t /*intf*/) {}
-   /// Comes behind the events of all that went with the interface.
+   /// Comes after the events of all that went with the interface.
    virtual void on_intf_delete(intf_id_t /*intf*/) {}
    virtual void on_oper_status(intf_id_t /*intf*/, oper_status_t /*status*/) {}
    virtual void on_admin_enabled(intf_id_t /*intf*/, bool /*enabled*/) {}

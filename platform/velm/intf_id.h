@@ -35,7 +35,7 @@ class intf_id_t {
  private:
    kind_t kind_ = kind_t::none;
    std::uint32_t number_ = 0;
-   std::uint32_t sub_ = 0;  // one above the number behind the slash; 0 for no slash
+   std::uint32_t sub_ = 0;  // one more than the number after the slash; 0 for no slash
    friend std::string kernel_name(intf_id_t const&);
 };
 constexpr auto last_value(intf_id_t::kind_t) { return intf_id_t::kind_t::management; }

@@ -5,7 +5,7 @@
 
 namespace velm {
 
-/// What stands behind an iterator of the SDK; a manager supplies it. Not thread-safe: advance under the SDK lock.
+/// The inside of an iterator of the SDK; a manager supplies it. Not thread-safe: advance under the SDK lock.
 template <class T>
 class iter_impl {
  public:

@@ -29,7 +29,7 @@ constexpr auto last_value(macsec_cipher_suite_t) { return macsec_cipher_suite_t:
 enum class macsec_bypass_t : std::uint8_t { none = 0, authorized = 1, unauthorized = 2 };
 constexpr auto last_value(macsec_bypass_t) { return macsec_bypass_t::unauthorized; }
 
-/// What becomes of traffic while an interface is not secured.
+/// The treatment of traffic while an interface is not secured.
 enum class macsec_profile_traffic_policy_t : std::uint8_t { none = 0, drop = 1, forward = 2, forward_by_eapol = 3 };
 constexpr auto last_value(macsec_profile_traffic_policy_t) { return macsec_profile_traffic_policy_t::forward_by_eapol; }
 
@@ -44,7 +44,7 @@ enum class macsec_intf_key_status_t : std::uint8_t {
 };
 constexpr auto last_value(macsec_intf_key_status_t) { return macsec_intf_key_status_t::unsecured; }
 
-/// What an interface does with its traffic. What the hardware reports is kept as it is, also beyond these.
+/// An interface's treatment of its traffic. A number that the hardware reports is kept as it is, also beyond these.
 enum class macsec_intf_traffic_status_t : std::uint8_t { unknown = 0, forwarding = 1, blocked = 2 };
 constexpr auto last_value(macsec_intf_traffic_status_t) { return macsec_intf_traffic_status_t::blocked; }
 
@@ -101,7 +101,7 @@ class macsec_profile_t {
    void traffic_policy_is(macsec_profile_traffic_policy_t policy) { traffic_policy_ = policy; }
    bool replay_protection() const { return replay_protection_; }
    void replay_protection_is(bool on) { replay_protection_ = on; }
-   /// How many packets a late one may be behind.
+   /// How many packets late a packet may be.
    std::uint32_t replay_protection_window() const { return replay_protection_window_; }
    void replay_protection_window_is(std::uint32_t packets) { replay_protection_window_ = packets; }
    bool key_retirement_immediate() const { return key_retirement_immediate_; }

@@ -11,7 +11,7 @@
 
 namespace velm {
 
-/// What is done to the label stack of a packet.
+/// An action on the label stack of a packet.
 enum class mpls_action_t : std::uint8_t { none = 0, push = 1, pop = 2, swap = 3, forward = 4 };
 constexpr auto last_value(mpls_action_t) { return mpls_action_t::forward; }
 

@@ -21,7 +21,7 @@
 
 namespace velm {
 
-/// What an action does to a packet; says which attribute of the action counts.
+/// The kind of an action on a packet, which says which attribute of the action counts.
 enum class policy_action_type_t : std::uint8_t {
    none = 0,
    drop = 1,
@@ -32,14 +32,14 @@ enum class policy_action_type_t : std::uint8_t {
    vrf = 6,
 };
 constexpr auto last_value(policy_action_type_t) { return policy_action_type_t::vrf; }
-/// What a rule matches: its class map, or the raw rule that it carries.
+/// Where a rule says which packets it matches: in its class map, or in the raw rule that it carries.
 enum class policy_map_rule_type_t : std::uint8_t { class_map = 0, raw_ipv4 = 1, raw_ipv6 = 2 };
 constexpr auto last_value(policy_map_rule_type_t) { return policy_map_rule_type_t::raw_ipv6; }
 /// How far the dataplane has come with a policy map on an interface.
 enum class policy_map_status_t : std::uint8_t { pending = 0, programmed = 1, failed = 2, unsupported = 3 };
 constexpr auto last_value(policy_map_status_t) { return policy_map_status_t::unsupported; }
 
-/// What is done to the packets of a rule.
+/// An action on the packets of a rule.
 class policy_map_action_t {
  public:
    policy_map_action_t() = default;
@@ -158,7 +158,7 @@ class policy_map_hw_status_key_t {
    acl_direction_t direction_ = acl_direction_t::none;
 };
 
-/// What the dataplane says of a policy map, place by place.
+/// The state of a policy map in the dataplane, place by place.
 class policy_map_hw_statuses_t {
  public:
    using intf_statuses_t = std::map<policy_map_hw_status_key_t, policy_map_status_t>;

@@ -10,7 +10,7 @@
 
 namespace velm {
 
-/// What a policy map or class map is for.
+/// The purpose of a policy map or class map.
 enum class policy_feature_t : std::uint8_t { none = 0, pbr = 1, qos = 2, tap = 3 };
 constexpr auto last_value(policy_feature_t) { return policy_feature_t::tap; }
 

@@ -10,6 +10,9 @@ namespace {
 // main loop, the server), so waking them all on release costs nothing, and the order of the tickets is the fairness.
 // It is mostly held for a few microseconds, less than it takes to sleep and be woken, so a waiting thread first looks
 // on for a moment.
+//
+// The tickets wrap around, which does no harm: they are only compared for being equal, and there are never more threads
+// than numbers.
 class TicketLock {
  public:
    void lock() {

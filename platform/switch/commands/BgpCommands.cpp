@@ -30,7 +30,7 @@ bgp_path_key_t keyOf(Arguments const& arguments) {
    return key;
 }
 
-// What is left out is empty or 0, also where the path had it before.
+// An attribute that is left out is empty or 0, also where the path had it before.
 bgp_path_attr_t attrOf(Arguments const& arguments) {
    std::unordered_set<std::uint32_t> communities;
    for (auto const community : arguments.numbers("N,N")) {

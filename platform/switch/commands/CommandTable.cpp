@@ -12,11 +12,14 @@
 
 #include "platform/velm/errors.h"
 
+// A pattern stands for several forms, with and without each of its optional parts; they are spelt out when the table is
+// made. Running a command is then to find the first form that its words match, and refusing it is to find the forms that
+// got furthest and to say what they would have gone on with.
 namespace velm::embedded::commands {
 namespace {
 
 using Words = std::vector<std::string_view>;
-/// What a person could write, as told in a message.
+/// Words that a person could write, as a message tells them.
 using Shown = std::set<std::string>;
 
 Words wordsOf(std::string_view pattern) {
@@ -94,7 +97,7 @@ bool converts(std::string const& word) {
    }
 }
 
-/// What a placeholder stands for, if not for any word.
+/// The words that a placeholder stands for, if not for any word.
 struct Kind {
    std::string_view name;
    std::string_view text;
@@ -216,7 +219,7 @@ std::string CommandTable::run(Session& session, std::string const& command) cons
    throw refusal(words);
 }
 
-// What could have stood at the furthest word that any form reached.
+// Says what could have stood at the furthest word that any form reached.
 InvalidCommand CommandTable::refusal(std::vector<std::string> const& words) const {
    std::size_t furthest = 0;
    for (auto const& form : forms_) furthest = std::max(furthest, form.reached(words));

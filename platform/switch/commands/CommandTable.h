@@ -22,7 +22,7 @@ class InvalidCommand : public std::runtime_error {
    using runtime_error::runtime_error;
 };
 
-/// What the commands of one list share.
+/// The state that the commands of one list share.
 struct Session {
    Switch& device;
    intf_id_t intf;  // what `interface` has chosen; the empty id for none
@@ -75,7 +75,7 @@ class CommandTable {
       std::vector<std::string_view> repeated;  // what may follow any number of times
       std::string (*run)(Session&, Arguments const&);
 
-      /// What stands at a position, which is one of the words or follows them by repetition.
+      /// The word at a position, which is one of the words or follows them by repetition.
       std::string_view at(std::size_t position) const;
       bool endsAt(std::size_t position) const;
       /// How many of the words match.

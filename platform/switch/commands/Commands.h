@@ -6,9 +6,9 @@
 
 namespace velm::embedded::commands {
 
-/// What run_show_cmd understands.
+/// The commands of run_show_cmd.
 std::vector<Command> showCommands();
-/// What run_config_cmds understands: configuration, and the world outside the switch.
+/// The commands of run_config_cmds: configuration, and the world outside the switch.
 std::vector<Command> configurationCommands();
 
 // The tables that these are made of.

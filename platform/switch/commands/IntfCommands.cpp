@@ -99,7 +99,7 @@ std::string simulateLink(Session& session, Arguments const& arguments) {
    return done;
 }
 
-// What is set becomes a sample of this moment, but where the moment itself is set.
+// Setting a figure makes a sample of this moment, unless the moment itself is what is set.
 template <class Sample>
 bool setSample(Sample& sample, std::string const& accessor, std::uint64_t number) {
    auto next = sample;
