@@ -25,7 +25,6 @@
 #include "agent/GrpcLog.h"
 #include "agent/GrpcServer.h"
 #include "native/VelmSdkRpcService.h"
-#include "platform/pesko/ProcessTrace.h"
 #include "platform/qor/Runtime.h"
 #include "platform/velm/errors.h"
 #include "platform/velm/sdk.h"
@@ -41,6 +40,7 @@
 #include "remote/NexthopGroupService.h"
 #include "remote/PolicyMapService.h"
 #include "remote/VapiService.h"
+#include "rpc/ProcessTrace.h"
 
 namespace VelmSdkRpc {
 namespace {
@@ -69,12 +69,12 @@ class Agent : public velm::agent_handler {
         nexthopGroupMgr_(sdk.get_nexthop_group_mgr()),
         nexthopGroupTunnelMgr_(sdk.get_nexthop_group_tunnel_mgr()),
         policyMapMgr_(sdk.get_policy_map_mgr()) {
-      trace(1, className, "Agent constructed");
+      trace(className, 1, "Agent constructed");
    }
 
    // Services register with the SDK as they are made, so their order here is not that of their indexes.
    void on_initialized() override {
-      trace(1, className, "Agent Initialized");
+      trace(className, 1, "Agent Initialized");
       std::unique_ptr<VelmSdkRpcService> native(
          new VelmSdkRpcService(aclMgr_, agentMgr_, bfdSessionMgr_, intfMgr_, classMapMgr_, ipRouteMgr_, mplsRouteMgr_,
                                mplsVrfLabelMgr_, nexthopGroupMgr_, nexthopGroupTunnelMgr_, policyMapMgr_));
@@ -97,25 +97,25 @@ class Agent : public velm::agent_handler {
          std::move(mplsRoute), std::move(nexthopGroup), std::move(policyMap));
       serverThread_ = std::thread([server = server_.get()] { server->run(); });
       // Tells the intention: the thread binds the port, and reports for itself when it cannot.
-      trace(1, className, "Server listening on {}", listenAddress_);
+      trace(className, 1, "Server listening on {}", listenAddress_);
    }
 
    // Blocks the main loop until the server thread has ended. The SDK does not hold its lock across this callback, and
    // must not: a handler that waits for the lock has to get it, or the thread would never end.
    void on_agent_enabled(bool enabled) override {
       if (enabled) return;
-      trace(1, className, "Shutting down agent");
+      trace(className, 1, "Shutting down agent");
       if (serverThread_.joinable()) {
          server_->stop();
          serverThread_.join();
       }
-      trace(1, className, "Shutdown complete");
+      trace(className, 1, "Shutdown complete");
       get_mgr()->shutdown_complete_is(true);
    }
 
    // For an error that leaves a callback or a task. It goes on its way, which ends the process.
    static void panicHandler(velm::error const& e) {
-      trace(5, className, "panic msg {}", e.msg());
+      trace(className, 5, "panic msg {}", e.msg());
       e.raise();
    }
 

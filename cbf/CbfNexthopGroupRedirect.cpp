@@ -106,7 +106,7 @@ std::vector<std::uint32_t> CbfNhgRedirectProgrammer::restore() {
          seqsToDelete.push_back(seq);
          continue;
       }
-      trace(7, className, "Restored policy-map seq {} nexthop-group {} -> {} IPv4 DSCP {} IPv6 DSCP {}", seq,
+      trace(className, 7, "Restored policy-map seq {} nexthop-group {} -> {} IPv4 DSCP {} IPv6 DSCP {}", seq,
             read->key.matchNexthopGroup, read->key.redirectNexthopGroup, read->dscpValues.ipv4, read->dscpValues.ipv6);
       // Of two rules for one redirect the later is kept; the earlier stays in the policy map and belongs to nobody.
       SeqAndDscpValues record{seq, epoch_, std::move(read->dscpValues)};
@@ -174,7 +174,7 @@ void CbfNhgRedirectProgrammer::addRedirect(Key const& key, DscpValues&& dscpValu
    record.epoch = epoch_;
    bool const wasPending = pendingRemovals_.deleteMemberG(key);  // the task then finds one less, or none
    if (record.dscpValues != dscpValues) return updateRedirect(*redirect, std::move(dscpValues), commit);
-   trace(6, className, "Ignore add {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {} existing sequence{}",
+   trace(className, 6, "Ignore add {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {} existing sequence{}",
          policyMapName_, record.seq, key.matchNexthopGroup, key.redirectNexthopGroup, dscpValues.ipv4, dscpValues.ipv6,
          wasPending ? " unscheduled pending removal" : "");
 }
@@ -182,7 +182,7 @@ void CbfNhgRedirectProgrammer::addRedirect(Key const& key, DscpValues&& dscpValu
 void CbfNhgRedirectProgrammer::updateRedirect(Redirects::Node& redirect, DscpValues&& dscpValues, bool commit) {
    auto const& key = redirect.key();
    auto& [seq, epoch, values] = redirect.value();  // class map and rule name the ACLs, and stay as they are
-   trace(6, className, "Update Acl {} seq {} matching {} redirect {} IPv4-DSCP {}->{} IPv6-DSCP {}->{}", policyMapName_,
+   trace(className, 6, "Update Acl {} seq {} matching {} redirect {} IPv4-DSCP {}->{} IPv6-DSCP {}->{}", policyMapName_,
          seq, key.matchNexthopGroup, key.redirectNexthopGroup, values.ipv4, dscpValues.ipv4, values.ipv6,
          dscpValues.ipv6);
    // The record first: where the switch refuses an ACL, a repeated request finds nothing to change.
@@ -191,7 +191,7 @@ void CbfNhgRedirectProgrammer::updateRedirect(Redirects::Node& redirect, DscpVal
    addAcl(ipv4Definitions, name, key.matchNexthopGroup, values.ipv4, true);
    addAcl(ipv6Definitions, name, key.matchNexthopGroup, values.ipv6, true);
    if (commit) aclMgr_->acl_commit();
-   trace(1, className, "Updated Acl for {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {}", policyMapName_,
+   trace(className, 1, "Updated Acl for {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {}", policyMapName_,
          seq, key.matchNexthopGroup, key.redirectNexthopGroup, values.ipv4, values.ipv6);
 }
 
@@ -210,7 +210,7 @@ void CbfNhgRedirectProgrammer::newRedirect(Key const& key, DscpValues&& dscpValu
       redirects_.newMemberG(key, SeqAndDscpValues{seq, epoch_, std::move(dscpValues)}).value().dscpValues;
    policyMap_.rule_set(seq, policyMapRule(classKey, key.redirectNexthopGroup));
    if (commit) policyMapMgr_->policy_map_is(policyMap_);
-   trace(1, className, "Added {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {}", policyMapName_, seq,
+   trace(className, 1, "Added {} seq {} matching {} redirect {} IPv4-DSCP {} IPv6-DSCP {}", policyMapName_, seq,
          key.matchNexthopGroup, key.redirectNexthopGroup, values.ipv4, values.ipv6);
 }
 
@@ -226,25 +226,25 @@ velm::acl_key_t CbfNhgRedirectProgrammer::addAcl(AfDefinitions const& definition
          if (auto const present = (*it).first; present > seq) aclMgr_->acl_rule_del(key, present);
       }
    }
-   trace(5, className, "Added ACL {}", key.acl_name());
+   trace(className, 5, "Added ACL {}", key.acl_name());
    return key;
 }
 
 void CbfNhgRedirectProgrammer::removeAcl(AfDefinitions const& definitions, std::string const& name) {
    auto const key = definitions.aclKey(name);
    aclMgr_->acl_del(key);
-   trace(5, className, "Removed ACL {}", key.acl_name());
+   trace(className, 5, "Removed ACL {}", key.acl_name());
 }
 
 std::uint32_t CbfNhgRedirectProgrammer::removeRedirect(Key const& key) {
    auto const* redirect = redirects_.lookupNodeG(key);
    if (redirect == nullptr) {
-      trace(6, className, "Ignore remove {} matching {} redirect {} no matching sequence", policyMapName_,
+      trace(className, 6, "Ignore remove {} matching {} redirect {} no matching sequence", policyMapName_,
             key.matchNexthopGroup, key.redirectNexthopGroup);
       return rpc_status_msg::STATUS_NOT_FOUND;
    }
    scheduleRemoveRedirect(key);
-   trace(1, className, "Scheduled removal {} seq {} matching {} redirect {}", policyMapName_, redirect->value().seq,
+   trace(className, 1, "Scheduled removal {} seq {} matching {} redirect {}", policyMapName_, redirect->value().seq,
          key.matchNexthopGroup, key.redirectNexthopGroup);
    return rpc_status_msg::STATUS_SUCCESS;
 }
@@ -269,13 +269,13 @@ std::uint32_t CbfNhgRedirectProgrammer::processRemove() {
       classMapMgr_->class_map_del({name, feature});
       removeAcl(ipv4Definitions, name);
       removeAcl(ipv6Definitions, name);
-      trace(1, className, "Removed {} seq {} matchNhg {} redirectNhg {}", policyMapName_, seq, key.matchNexthopGroup,
+      trace(className, 1, "Removed {} seq {} matchNhg {} redirectNhg {}", policyMapName_, seq, key.matchNexthopGroup,
             key.redirectNexthopGroup);
    }
    policyMapMgr_->policy_map_is(policyMap_);
    aclMgr_->acl_commit();
    auto const count = static_cast<std::uint32_t>(pendingRemovals_.members());
-   trace(1, className, "Removed {} sequences from {}", count, policyMapName_);
+   trace(className, 1, "Removed {} sequences from {}", count, policyMapName_);
    pendingRemovals_.emptyAllBuckets();
    return count;
 }
@@ -292,7 +292,7 @@ void CbfNhgRedirectProgrammer::resyncEnd() {
       if (record.epoch == epoch_) continue;
       auto const& key = it.currNodeMaybeStale();
       scheduleRemoveRedirect(key);
-      trace(1, className, "Scheduled removal {} seq {} matching {} redirect {}", policyMapName_, record.seq,
+      trace(className, 1, "Scheduled removal {} seq {} matching {} redirect {}", policyMapName_, record.seq,
             key.matchNexthopGroup, key.redirectNexthopGroup);
    }
 }

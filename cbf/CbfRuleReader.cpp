@@ -4,8 +4,8 @@
 #include <string>
 #include <utility>
 
-#include "platform/pesko/ProcessTrace.h"
 #include "platform/qor/Assert.h"
+#include "rpc/ProcessTrace.h"
 
 namespace VelmSdkRpc {
 namespace {
@@ -87,7 +87,7 @@ class RuleReader {
 
    template <class... Args>
    void defect(std::type_identity_t<TraceFormat<Args...>> text, Args const&... args) {
-      trace(0, className, text, args...);
+      trace(className, 0, text, args...);
       bad_ = true;
    }
 

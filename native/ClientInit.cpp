@@ -10,13 +10,13 @@
 #include "native/IpRoute.h"
 #include "native/Programmer.h"
 #include "native/VelmSdkRpcService.h"
-#include "platform/pesko/ProcessTrace.h"
 #include "platform/qor/Assert.h"
 #include "platform/velm/errors.h"
 #include "platform/velm/ip_route.h"
 #include "platform/velm/mpls_route.h"
 #include "platform/velm/nexthop_group.h"
 #include "platform/velm/nexthop_group_tunnel.h"
+#include "rpc/ProcessTrace.h"
 #include "sbfd/Bfd.h"
 
 namespace VelmSdkRpc {
@@ -91,7 +91,7 @@ void ClientInit::processResync(pb::rpc_server_resync_msg const& request, pb::rpc
 // that it asked for.
 void ClientInit::startResync() {
    resyncActive_ = true;
-   trace(0, className, "Resync start");
+   trace(className, 0, "Resync start");
    ipRouteMgr_->resync_init();
    mplsRouteMgr_->resync_init();
    mplsVrfLabelMgr_->resync_init();
@@ -103,7 +103,7 @@ void ClientInit::startResync() {
 
 void ClientInit::endResync() {
    resyncActive_ = false;
-   trace(0, className, "Resync end");
+   trace(className, 0, "Resync end");
    ipRouteMgr_->resync_complete();
    mplsRouteMgr_->resync_complete();
    mplsVrfLabelMgr_->resync_complete();

@@ -4,9 +4,9 @@
 
 #include "convert/Utils.h"
 #include "native/Programmer.h"
-#include "platform/pesko/ProcessTrace.h"
 #include "platform/velm/format.h"
 #include "platform/velm/ip_route.h"
+#include "rpc/ProcessTrace.h"
 
 namespace VelmSdkRpc {
 namespace {
@@ -43,7 +43,7 @@ std::uint32_t IpRouteProgrammer::addRibRoute(pb::ip_route_msg const& request, st
                     fmt::format("Error: Create {} route with tag {} != rpc_server_init::ip_route_tag {}", prefix,
                                 request.tag(), ipRouteTag_));
    }
-   trace(1, className, "create {} route", prefix);
+   trace(className, 1, "create {} route", prefix);
    velm::ip_route_t route{velm::ip_route_key_t(prefix)};
    route.tag_is(request.tag());
    velm::ip_route_via_t via(route.key());
@@ -60,7 +60,7 @@ std::uint32_t IpRouteProgrammer::addRibRoute(pb::ip_route_msg const& request, st
 
 std::uint32_t IpRouteProgrammer::delRibRoute(pb::ip_route_msg const& request) {
    auto const prefix = ipPrefixToPrefix(request.prefix());
-   trace(1, className, "delete {} route", prefix);
+   trace(className, 1, "delete {} route", prefix);
    velm::ip_route_key_t const key(prefix);
    // Without the lock: requests come one at a time, and deleting a route that another agent took meanwhile is no error.
    if (!ipRouteMgr_->ip_route_exists(key)) return pb::rpc_status_msg::STATUS_NOT_FOUND;

@@ -8,10 +8,10 @@
 
 #include "convert/Utils.h"
 #include "native/Programmer.h"
-#include "platform/pesko/ProcessTrace.h"
 #include "platform/qor/Assert.h"
 #include "platform/velm/format.h"
 #include "platform/velm/mpls_route.h"
+#include "rpc/ProcessTrace.h"
 
 namespace VelmSdkRpc {
 namespace {
@@ -107,7 +107,7 @@ std::uint32_t MplsRouteProgrammer::processMplsRouteWithNexthop(pb::mpls_route_ms
                     fmt::format("Error: MPLS label {} action {} {}", request.label(), fmt::streamed(action), why));
    }
    velm::sdk_scoped_lock const lock;
-   trace(1, className, "MPLS label {} create route nexthop_msg {} {} {} {}", request.label(),
+   trace(className, 1, "MPLS label {} create route nexthop_msg {} {} {} {}", request.label(),
          nexthop.nexthop_interface(), via.hop(), fmt::streamed(action), labels.empty() ? 0 : labels[0]);
    replaceRoute(request, via);
    return pb::rpc_status_msg::STATUS_SUCCESS;
@@ -120,7 +120,7 @@ std::uint32_t MplsRouteProgrammer::processMplsRouteWithNexthopGroup(pb::mpls_rou
    velm::mpls_route_via_t via(key, actionOf(forward));
    via.nexthop_group_is(forward.nexthop_group());
    velm::sdk_scoped_lock const lock;
-   trace(1, className, "MPLS label {} create route nexthop-group {} mpls_operation_enum {}", request.label(),
+   trace(className, 1, "MPLS label {} create route nexthop-group {} mpls_operation_enum {}", request.label(),
          forward.nexthop_group(), fmt::streamed(via.label_action()));
    replaceRoute(request, via);
    return pb::rpc_status_msg::STATUS_SUCCESS;
@@ -128,7 +128,7 @@ std::uint32_t MplsRouteProgrammer::processMplsRouteWithNexthopGroup(pb::mpls_rou
 
 std::uint32_t MplsRouteProgrammer::processMplsRoutePopAndForward(pb::mpls_route_msg const& request) {
    velm::sdk_scoped_lock const lock;
-   trace(2, className, "MPLS label {} create popAndLookup", request.label());
+   trace(className, 2, "MPLS label {} create popAndLookup", request.label());
    // The new form first: the label is never without one.
    mplsVrfLabelMgr_->mpls_vrf_label_set(
       velm::mpls_vrf_label_t(velm::mpls_label_t(request.label()), request.pop_and_forward_vrf_name()));
@@ -155,13 +155,13 @@ std::uint32_t MplsRouteProgrammer::deleteLabel(pb::mpls_route_msg const& request
 std::uint32_t MplsRouteProgrammer::deleteMplsRoute(pb::mpls_route_msg const& request) {
    auto const key = keyOf(request);
    if (!mplsRouteMgr_->exists(key)) return pb::rpc_status_msg::STATUS_NOT_FOUND;
-   trace(1, className, "MPLS label {} delete route", request.label());
+   trace(className, 1, "MPLS label {} delete route", request.label());
    mplsRouteMgr_->mpls_route_del(key);
    // A switch whose vias go with their route, as the embedded one's do, has none here.
    if (velm::mpls_route_via_t const via(key); mplsRouteMgr_->exists(via)) {
       mplsRouteMgr_->mpls_route_via_del(via);
    } else {
-      trace(1, className, "MPLS label {} no via found on delete", request.label());
+      trace(className, 1, "MPLS label {} no via found on delete", request.label());
    }
    return pb::rpc_status_msg::STATUS_SUCCESS;
 }
@@ -169,7 +169,7 @@ std::uint32_t MplsRouteProgrammer::deleteMplsRoute(pb::mpls_route_msg const& req
 std::uint32_t MplsRouteProgrammer::deleteMplsVrfLabel(pb::mpls_route_msg const& request) {
    velm::mpls_label_t const label(request.label());
    if (mplsVrfLabelMgr_->mpls_vrf_label(label).vrf_name().empty()) return pb::rpc_status_msg::STATUS_NOT_FOUND;
-   trace(2, className, "MPLS label {} delete popAndLookup", request.label());
+   trace(className, 2, "MPLS label {} delete popAndLookup", request.label());
    mplsVrfLabelMgr_->mpls_vrf_label_del(label);
    return pb::rpc_status_msg::STATUS_SUCCESS;
 }

@@ -6,9 +6,9 @@
 
 #include "convert/Utils.h"
 #include "native/Programmer.h"
-#include "platform/pesko/ProcessTrace.h"
 #include "platform/qor/Assert.h"
 #include "platform/velm/nexthop_group.h"
+#include "rpc/ProcessTrace.h"
 
 namespace VelmSdkRpc {
 namespace {
@@ -63,18 +63,18 @@ void NexthopGroupProgrammer::processNexthopGroupRequest(pb::nexthop_group_msg co
 
 void NexthopGroupProgrammer::processNexthopGroupBulkRequest(pb::nexthop_group_bulk_msg const& request,
                                                             pb::rpc_status_bulk_msg& status) {
-   trace(1, className, "processNexthopGroupBulkRequest NHGs");
+   trace(className, 1, "processNexthopGroupBulkRequest NHGs");
    answerEach(request.nexthop_group(), status,
               [&](auto const& element, auto& answered) { processNexthopGroupRequest(element, answered); });
 }
 
 std::uint32_t NexthopGroupProgrammer::deleteNhg(pb::nexthop_group_msg const& request, std::string& error) {
    if (!nexthopGroupMgr_->exists(request.name())) {
-      trace(1, className, "Delete NHG {} ignored, not found", request.name());
+      trace(className, 1, "Delete NHG {} ignored, not found", request.name());
       error = fmt::format("NHG {} not found", request.name());
       return pb::rpc_status_msg::STATUS_NOT_FOUND;
    }
-   trace(1, className, "Delete NHG {}", request.name());
+   trace(className, 1, "Delete NHG {}", request.name());
    nexthopGroupMgr_->nexthop_group_del(request.name());
    return pb::rpc_status_msg::STATUS_SUCCESS;
 }
@@ -87,7 +87,7 @@ std::uint32_t NexthopGroupProgrammer::addUpdateNhg(pb::nexthop_group_msg const& 
       return refuse(className, error,
                     fmt::format("Error: NHG {} has no nexthops, request {}", request.name(), request));
    }
-   trace(1, className, "Programming {}", request);
+   trace(className, 1, "Programming {}", request);
    velm::nexthop_group_t group(request.name(), encapOf(request));
    group.counters_unshared_is(request.counters_unshared());
    group.autosize_is(request.autosize());

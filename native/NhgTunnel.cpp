@@ -2,9 +2,9 @@
 
 #include "convert/Utils.h"
 #include "native/Programmer.h"
-#include "platform/pesko/ProcessTrace.h"
 #include "platform/velm/format.h"
 #include "platform/velm/nexthop_group_tunnel.h"
+#include "rpc/ProcessTrace.h"
 
 namespace VelmSdkRpc {
 namespace {
@@ -33,7 +33,7 @@ void NhgTunnelProgrammer::processNhgTunnelBulkRequest(pb::nexthop_group_tunnel_b
 
 std::uint32_t NhgTunnelProgrammer::addTunRibRoute(pb::nexthop_group_tunnel_msg const& request) {
    auto const prefix = ipPrefixToPrefix(request.prefix());
-   trace(1, className, "create {} tunnel", prefix);
+   trace(className, 1, "create {} tunnel", prefix);
    velm::nexthop_group_tunnel_t tunnel;
    tunnel.tunnel_endpoint_is(prefix);
    tunnel.nhg_name_is(request.nexthop_group());
@@ -45,7 +45,7 @@ std::uint32_t NhgTunnelProgrammer::addTunRibRoute(pb::nexthop_group_tunnel_msg c
 
 std::uint32_t NhgTunnelProgrammer::delTunRibRoute(pb::nexthop_group_tunnel_msg const& request) {
    auto const prefix = ipPrefixToPrefix(request.prefix());
-   trace(1, className, "delete {} tunnel", prefix);
+   trace(className, 1, "delete {} tunnel", prefix);
    // Without the lock: requests come one at a time, and deleting a tunnel that is gone meanwhile is no error.
    if (!nexthopGroupTunnelMgr_->exists(prefix)) return pb::rpc_status_msg::STATUS_NOT_FOUND;
    velm::sdk_scoped_lock const lock;

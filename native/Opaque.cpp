@@ -3,8 +3,8 @@
 #include <utility>
 
 #include "native/Programmer.h"
-#include "platform/pesko/ProcessTrace.h"
 #include "platform/velm/agent.h"
+#include "rpc/ProcessTrace.h"
 
 namespace VelmSdkRpc {
 namespace {
@@ -20,14 +20,14 @@ void OpaqueProgrammer::processOpaqueStateSetRequest(pb::rpc_server_state_config_
                                                     pb::rpc_status_msg& status) {
    answer(clientInit_, className, request, status, [&](std::string& /*error*/) {
       velm::sdk_scoped_lock const lock;
-      trace(1, className, "Opaque set for {} key/value pairs and {} deletes", request.set_size(),
+      trace(className, 1, "Opaque set for {} key/value pairs and {} deletes", request.set_size(),
             request.delete__size());
       for (auto const& pair : request.set()) {
-         trace(1, className, "Opaque set key='{}' value='{}'", pair.key(), pair.value());
+         trace(className, 1, "Opaque set key='{}' value='{}'", pair.key(), pair.value());
          agentMgr_->status_set(pair.key(), pair.value());
       }
       for (auto const& pair : request.delete_()) {
-         trace(1, className, "Opaque del key='{}'", pair.key());
+         trace(className, 1, "Opaque del key='{}'", pair.key());
          agentMgr_->status_del(pair.key());
       }
       return pb::rpc_status_msg::STATUS_SUCCESS;
@@ -38,10 +38,10 @@ void OpaqueProgrammer::processOpaqueStateGetRequest(pb::rpc_server_state_status_
                                                     pb::rpc_server_state_status_msg& answer) {
    try {
       velm::sdk_scoped_lock const lock;
-      trace(1, className, "Opaque get for {} keys", request.value_size());
+      trace(className, 1, "Opaque get for {} keys", request.value_size());
       for (auto const& wanted : request.value()) {
          auto value = agentMgr_->status(wanted.key());
-         trace(1, className, "Opaque get key='{}' value='{}'", wanted.key(), value);
+         trace(className, 1, "Opaque get key='{}' value='{}'", wanted.key(), value);
          auto& pair = *answer.add_value();
          pair.set_key(wanted.key());
          pair.set_value(std::move(value));

@@ -9,7 +9,7 @@ namespace VelmSdkRpc {
 bool isInitialized(ClientInit const& clientInit) { return clientInit.initialized(); }
 
 void traceError(std::string_view className, std::string_view text, std::source_location where) {
-   traceAt(where, 0, className, "{}", text);
+   traceAt(where, className, 0, "{}", text);
 }
 
 std::uint32_t refuse(std::string_view className, std::string& error, std::string text, std::source_location where) {

@@ -11,10 +11,10 @@
 #include "convert/AddressFamily.h"
 #include "convert/Format.h"
 #include "convert/Utils.h"
-#include "platform/pesko/ProcessTrace.h"
 #include "platform/velm/errors.h"
 #include "proto/velmsdk.pb.h"
 #include "rpc/Announced.h"
+#include "rpc/ProcessTrace.h"
 
 /// What all programmers of the native service do alike: the check for rpc_server_init, the rendering of failures, the
 /// loop of a bulk request. A programmer's own work is a function that returns a status and may leave an error text.

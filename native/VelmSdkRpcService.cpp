@@ -12,8 +12,8 @@
 #include "native/NhgTunnel.h"
 #include "native/Opaque.h"
 #include "platform/pesko/DisplayPointer.h"
-#include "platform/pesko/ProcessTrace.h"
 #include "rpc/Method.h"
+#include "rpc/ProcessTrace.h"
 #include "sbfd/Bfd.h"
 #include "sbfd/SbfdEchoUpdates.h"
 #include "sbfd/SbfdEchoUpdatesHandler.h"
@@ -142,13 +142,13 @@ void VelmSdkRpcService::unregisterSbfdHandlerForUpdates(void* opaqueId) { sbfdEc
 // Nothing is sent once the service is stopping: the queue may be closed, and gRPC ends the process for a Write on it.
 void VelmSdkRpcService::sendSbfdAliveUpdate(pb::watch_sbfd_echo_session_status_msg&& batch) {
    if (stopping()) return;
-   trace(1, traceLabel, "{} Bulk alive update {}", Pesko::DisplayPointer(this), batch);
+   trace(traceLabel, 1, "{} Bulk alive update {}", Pesko::DisplayPointer(this), batch);
    sbfdEchoUpdates_->send(std::move(batch), &SbfdEchoUpdatesHandler::sendAliveUpdate);
 }
 
 void VelmSdkRpcService::sendSbfdRttUpdate(pb::watch_sbfd_echo_session_status_msg&& batch) {
    if (stopping()) return;
-   trace(6, traceLabel, "{} Bulk rtt update {}", Pesko::DisplayPointer(this), batch);
+   trace(traceLabel, 6, "{} Bulk rtt update {}", Pesko::DisplayPointer(this), batch);
    sbfdEchoUpdates_->send(std::move(batch), &SbfdEchoUpdatesHandler::sendRttUpdate);
 }
 

@@ -11,9 +11,9 @@
 #include "native/Programmer.h"
 #include "native/VelmSdkRpcService.h"
 #include "platform/loom/TaskScheduler.h"
-#include "platform/pesko/ProcessTrace.h"
 #include "platform/qor/HashMap2018Iterator.h"
 #include "platform/velm/format.h"
+#include "rpc/ProcessTrace.h"
 #include "sbfd/BfdRttBacklogSm.h"
 #include "sbfd/BfdSendAliveBulkMsgTask.h"
 
@@ -114,7 +114,7 @@ void BfdProgrammer::processSbfdEchoSessionBulkRequest(pb::sbfd_echo_session_bulk
 // The order of the checks decides which error a client reads. Those of the key's widths stand before the deletion, so
 // that a deletion with a bad key fails; that of the interval stands after it, for a deletion has none.
 std::uint32_t BfdProgrammer::process(pb::sbfd_echo_session_msg const& request, std::string& error) {
-   trace(1, className, "Process sBFD request: {}", request);
+   trace(className, 1, "Process sBFD request: {}", request);
    auto const& wireKey = request.session_key();
    if (wireKey.dscp() > maxDscp) {
       return refuse(className, error, fmt::format("Error: invalid DSCP value {} request {}", wireKey.dscp(), request));
@@ -199,12 +199,12 @@ void BfdProgrammer::resyncEnd() {
       auto const& key = it.currNodeMaybeStale();  // the iterator's own: doDelete takes the member away
       auto const epoch = it.currNodeNonStale().value();
       if (epoch != epoch_) {
-         trace(1, className, "Purging {} has stale epoch {} != {}", key, epoch, epoch_);
+         trace(className, 1, "Purging {} has stale epoch {} != {}", key, epoch, epoch_);
          doDelete(key);
       } else if (!silent) {
          auto const status = bfdSessionMgr_->sbfd_echo_session_status(key);
          addStatus(batch, key, status);
-         trace(1, className, "key={} status={}", key, numberOf(status));
+         trace(className, 1, "key={} status={}", key, numberOf(status));
       }
    }
    sendStatusBatch(std::move(batch));
@@ -221,12 +221,12 @@ void BfdProgrammer::sendStatusBatch(Batch&& batch) {
 // has been deleted.
 void BfdProgrammer::on_sbfd_echo_session_status(Key const& key, velm::bfd_session_status_t status) {
    addStatus(aliveBulkMsg_, key, status);
-   trace(1, className, "key={} status={}", key, numberOf(status));
+   trace(className, 1, "key={} status={}", key, numberOf(status));
    aliveTask_->scheduleTask();
 }
 
 void BfdProgrammer::on_sbfd_echo_session_rtt(Key const& key, velm::sbfd_echo_session_rtt_stats_t const& stats) {
-   trace(4, className, "key={} rtt={}", key, stats);
+   trace(className, 4, "key={} rtt={}", key, stats);
    rttBacklogSm_->backlogIs(key, rttOf(stats));
    rttBacklogTask_->scheduleTask();
 }
@@ -252,7 +252,7 @@ void BfdProgrammer::handleIntfStateChange(velm::intf_id_t const& intf, bool admi
    bool const up = admin && oper != velm::oper_status_t::down;
    auto const it = intfToKeySet_.find(intf);
    if (it == intfToKeySet_.end()) {
-      trace(2, className, "intf={} admin={} oper={} no sBFD session track intf state", intf, admin, numberOf(oper));
+      trace(className, 2, "intf={} admin={} oper={} no sBFD session track intf state", intf, admin, numberOf(oper));
       return;
    }
    Batch batch;
@@ -260,13 +260,13 @@ void BfdProgrammer::handleIntfStateChange(velm::intf_id_t const& intf, bool admi
    for (auto const& key : it->second) {
       auto status = bfdSessionMgr_->sbfd_echo_session_status(key);
       if (status == velm::bfd_session_status_t::down) {  // which the client has been told already
-         trace(2, className, "key={} status={} on intf state change admin={} oper={} skip", key, numberOf(status),
+         trace(className, 2, "key={} status={} on intf state change admin={} oper={} skip", key, numberOf(status),
                admin, numberOf(oper));
          continue;
       }
       if (!up) status = velm::bfd_session_status_t::down;
       addStatus(batch, key, status);
-      trace(1, className, "key={} status={} on intf state change admin={} oper={}", key, numberOf(status), admin,
+      trace(className, 1, "key={} status={} on intf state change admin={} oper={}", key, numberOf(status), admin,
             numberOf(oper));
    }
    sendStatusBatch(std::move(batch));

@@ -6,8 +6,8 @@
 #include "convert/Utils.h"
 #include "native/VelmSdkRpcService.h"
 #include "platform/loom/Backlog.h"
-#include "platform/pesko/ProcessTrace.h"
 #include "platform/velm/format.h"
+#include "rpc/ProcessTrace.h"
 
 // The drain itself is Loom's: it walks from the resume key, asks after each entry whether the task should yield, and
 // takes out by range what was handled. A key that has been deleted meanwhile still has its place in the map's order, so
@@ -129,13 +129,13 @@ void BfdRttBacklogSm::handleRttBacklogTask() {
    task.taskWorkCountInc(progress.processed);
    task.taskWorkPendingIs(progress.pending);
    if (progress.pending != 0) task.scheduleTask();
-   trace(3, className, "{}", progress);
+   trace(className, 3, "{}", progress);
    // Without an end marker: only statuses have one.
    if (!bulkMsg.bulk().empty()) service_->sendSbfdRttUpdate(std::move(bulkMsg));
 }
 
 void BfdRttBacklogSm::handleRttBacklogElem(Key const& key, Rtt& rtt, pb::watch_sbfd_echo_session_status_msg& bulkMsg) {
-   trace(4, className, "key={} rtt={}", key, rtt);
+   trace(className, 4, "key={} rtt={}", key, rtt);
    auto& element = *bulkMsg.add_bulk();
    convertKey(key, element.mutable_session_key());
    *element.mutable_rtt() = std::move(rtt);  // the entry goes at the end of the run, so it may be left empty

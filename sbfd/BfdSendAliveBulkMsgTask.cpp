@@ -4,8 +4,8 @@
 
 #include "native/VelmSdkRpcService.h"
 #include "platform/pesko/MemTrack.h"
-#include "platform/pesko/ProcessTrace.h"
 #include "platform/qor/Assert.h"
+#include "rpc/ProcessTrace.h"
 
 namespace VelmSdkRpc {
 namespace {
@@ -28,7 +28,7 @@ BfdSendAliveBulkMsgTask::BfdSendAliveBulkMsgTask(VelmSdkRpcService* service,
 
 void BfdSendAliveBulkMsgTask::taskExecute() {
    if (!taskRun()) return;
-   trace(1, className, "send BfdSendAliveBulk");
+   trace(className, 1, "send BfdSendAliveBulk");
    pb::watch_sbfd_echo_session_status_msg tmpBulkMsg;
    // By the swap this storage is what the next burst is gathered in.
    tmpBulkMsg.mutable_bulk()->Reserve(usualBurst);

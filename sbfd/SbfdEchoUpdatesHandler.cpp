@@ -5,7 +5,7 @@
 #include "convert/Format.h"
 #include "native/VelmSdkRpcService.h"
 #include "platform/pesko/DisplayPointer.h"
-#include "platform/pesko/ProcessTrace.h"
+#include "rpc/ProcessTrace.h"
 
 namespace VelmSdkRpc {
 namespace {
@@ -32,12 +32,12 @@ void SbfdEchoUpdatesHandler::process() {
 }
 
 void SbfdEchoUpdatesHandler::sendAliveUpdate(Batch&& batch) {
-   trace(6, className, "{} Queue alive update {}", Pesko::DisplayPointer(this), batch);
+   trace(className, 6, "{} Queue alive update {}", Pesko::DisplayPointer(this), batch);
    queue(aliveQueue_, std::move(batch));
 }
 
 void SbfdEchoUpdatesHandler::sendRttUpdate(Batch&& batch) {
-   trace(6, className, "{} Queue rtt update {}", Pesko::DisplayPointer(this), batch);
+   trace(className, 6, "{} Queue rtt update {}", Pesko::DisplayPointer(this), batch);
    queue(rttQueue_, std::move(batch));
 }
 
@@ -56,13 +56,13 @@ void SbfdEchoUpdatesHandler::doWrite() {
    auto& queue = alive ? aliveQueue_ : rttQueue_;
    if (queue.empty()) {
       canWrite_ = true;
-      trace(9, className, "{} Write idle", Pesko::DisplayPointer(this));
+      trace(className, 9, "{} Write idle", Pesko::DisplayPointer(this));
       return;
    }
    auto const batch = std::move(queue.front());
    queue.pop_front();
    lock.unlock();
-   trace(6, className, "{} Write {} update {}", Pesko::DisplayPointer(this), alive ? "alive" : "RTT", batch);
+   trace(className, 6, "{} Write {} update {}", Pesko::DisplayPointer(this), alive ? "alive" : "RTT", batch);
    canWrite_ = false;
    responder().Write(batch, id());
 }

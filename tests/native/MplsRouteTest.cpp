@@ -4,8 +4,8 @@
 
 #include "native/MplsRoute.h"
 #include "platform/loom/TaskScheduler.h"
-#include "platform/pesko/ProcessTrace.h"
 #include "platform/switch/MplsRouteMgr.h"
+#include "rpc/ProcessTrace.h"
 #include "tests/native/ProgrammerTest.h"
 
 namespace VelmSdkRpc {

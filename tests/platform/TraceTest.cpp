@@ -14,7 +14,6 @@
 #include <utility>
 #include <vector>
 
-#include "platform/pesko/ProcessTrace.h"
 #include "platform/pesko/Trace.h"
 #include "platform/pesko/TraceOutput.h"
 #include "platform/velm/tracer.h"
@@ -58,18 +57,6 @@ TEST(TraceLevelsTest, OneGrammarForAllOfThem) {
    EXPECT_TRUE(!early->enabled(1) && early->enabled(2));
    EXPECT_EQ(Pesko::Platform::getDebugHandler("levels-test", true), early);
    EXPECT_FALSE(Pesko::Platform::getDebugHandler("quiet-test", true)->enabled(0));
-}
-
-TEST(FunctionNameTest, IsThatOfTheFunctionAroundALambda) {
-   for (auto const& [signature, name] : {
-           std::pair{"std::uint32_t N::{anonymous}::S::f(const std::map<int, N::T>&)", "f"},
-           {"N::S::f(N::T)::<lambda(auto:1)>::<lambda()> [with auto:1 = int]", "f"},
-           {"auto N::S::f(W&&) [with W = main()::<lambda()>]", "f"},
-           {"N::S::S()", "S"},
-           {"bool N::S::operator()(N::T)::<lambda()>", "operator()"},
-        }) {
-      EXPECT_EQ(VelmSdkRpc::shortFunctionName(signature), name);
-   }
 }
 
 /// What stderr gets of the work, line by line, without the times.

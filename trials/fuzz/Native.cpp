@@ -17,7 +17,7 @@
 #include "native/NhgTunnel.h"
 #include "native/Opaque.h"
 #include "native/VelmSdkRpcService.h"
-#include "platform/pesko/ProcessTrace.h"
+#include "rpc/ProcessTrace.h"
 #include "sbfd/Bfd.h"
 #include "tests/agent/NativeModel.h"
 #include "tests/support/SwitchLines.h"

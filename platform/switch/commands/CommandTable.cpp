@@ -13,8 +13,8 @@
 #include "platform/velm/errors.h"
 
 // A pattern stands for several forms, with and without each of its optional parts; they are spelt out when the table is
-// made. Running a command is then to find the first form that its words match, and refusing it is to find the forms that
-// got furthest and to say what they would have gone on with.
+// made. Running a command is then to find the first form that its words match, and refusing it is to find the forms
+// that got furthest and to say what they would have gone on with.
 namespace velm::embedded::commands {
 namespace {
 

@@ -1,4 +1,4 @@
-#include "platform/pesko/ProcessTrace.h"
+#include "rpc/ProcessTrace.h"
 
 namespace VelmSdkRpc {
 

@@ -32,18 +32,19 @@ std::string_view shortFunctionName(std::string_view signature);
 /// Writes one line of the process's facility under the unit's class label, as coming from `where`; formats nothing
 /// while the level is off.
 template <class... Args>
-void traceAt(std::source_location where, unsigned level, std::string_view className,
+void traceAt(std::source_location where, std::string_view className, unsigned level,
              fmt::format_string<Args const&...> format, Args const&... args) {
    if (!traceHandle->enabled(level)) return;
    Pesko::fmtrace(*traceHandle, level, Qor::fileStem(where.file_name()), shortFunctionName(where.function_name()),
                   where.line(), className, format, args...);
 }
 
-/// The same, as coming from where the format stands.
+/// Writes one line of the process's facility under the unit's class label, as coming from where the format stands;
+/// formats nothing while the level is off.
 template <class... Args>
-void trace(unsigned level, std::string_view className, std::type_identity_t<TraceFormat<Args...>> format,
+void trace(std::string_view className, unsigned level, std::type_identity_t<TraceFormat<Args...>> format,
            Args const&... args) {
-   traceAt(format.where, level, className, format.text, args...);
+   traceAt(format.where, className, level, format.text, args...);
 }
 
 }  // namespace VelmSdkRpc
