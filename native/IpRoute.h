@@ -3,11 +3,13 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/hints/Prefetcher.h"
 #include "proto/velmsdk.pb.h"
 
 namespace velm {
+class ip_route_key_t;
 class ip_route_mgr;
-}
+}  // namespace velm
 
 namespace VelmSdkRpc {
 
@@ -35,13 +37,16 @@ class IpRouteProgrammer {
    void processIpRouteBulkRequest(pb::ip_route_bulk_msg const& request, pb::rpc_status_bulk_msg& status);
 
  private:
-   // Give the status; a text for the client goes into `error`.
-   std::uint32_t addRibRoute(pb::ip_route_msg const& request, std::string& error);
-   std::uint32_t delRibRoute(pb::ip_route_msg const& request);
+   /// The key is null where it is yet to be converted.
+   void processIpRouteRequest(pb::ip_route_msg const& request, velm::ip_route_key_t const* key,
+                              pb::rpc_status_msg& status);
+   std::uint32_t addRibRoute(pb::ip_route_msg const& request, velm::ip_route_key_t const& key, std::string& error);
+   std::uint32_t delRibRoute(velm::ip_route_key_t const& key);
 
    ClientInit const& clientInit_;
    velm::ip_route_mgr* ipRouteMgr_;
-   std::uint32_t ipRouteTag_ = 0;  // 0: adds may carry any tag
+   Hints::Prefetcher<velm::ip_route_key_t, std::string> const* prefetcher_;  // null where the switch has none
+   std::uint32_t ipRouteTag_ = 0;                                            // 0: adds may carry any tag
 };
 
 }  // namespace VelmSdkRpc

@@ -3,6 +3,7 @@
 #include <fmt/ostream.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,13 @@ namespace {
 constexpr auto className = "MplsRouteProgrammer";
 
 velm::mpls_route_key_t keyOf(pb::mpls_route_msg const& request) { return {velm::mpls_label_t(request.label()), 0}; }
+velm::mpls_label_t labelOf(velm::mpls_route_key_t const& key) { return key.labels().front(); }
+
+// The key that is known, or else the request's own, which is converted now and refused now if it is out of range.
+velm::mpls_route_key_t const& keyInTurn(pb::mpls_route_msg const& request, velm::mpls_route_key_t const* known,
+                                        std::optional<velm::mpls_route_key_t>& converted) {
+   return known != nullptr ? *known : converted.emplace(keyOf(request));
+}
 
 velm::mpls_action_t actionOf(pb::mpls_route_msg_forward_nexthop_group_msg const& forward) {
    switch (forward.mpls_operation()) {
@@ -52,41 +60,55 @@ std::string setAction(velm::mpls_route_via_t& via, velm::mpls_action_t action,
 
 MplsRouteProgrammer::MplsRouteProgrammer(ClientInit const& clientInit, velm::mpls_route_mgr* mplsRouteMgr,
                                          velm::mpls_vrf_label_mgr* mplsVrfLabelMgr)
-   : clientInit_(clientInit), mplsRouteMgr_(mplsRouteMgr), mplsVrfLabelMgr_(mplsVrfLabelMgr) {}
+   : clientInit_(clientInit),
+     mplsRouteMgr_(mplsRouteMgr),
+     mplsVrfLabelMgr_(mplsVrfLabelMgr),
+     routePrefetcher_(dynamic_cast<decltype(routePrefetcher_)>(mplsRouteMgr)),
+     vrfLabelPrefetcher_(dynamic_cast<decltype(vrfLabelPrefetcher_)>(mplsVrfLabelMgr)) {}
 
 void MplsRouteProgrammer::processMPLSRouteRequest(pb::mpls_route_msg const& request, pb::rpc_status_msg& status) {
-   answer(clientInit_, className, request, status, [&](std::string& error) {
-      return request.request_delete() ? deleteLabel(request) : program(request, error);
-   });
+   processMPLSRouteRequest(request, nullptr, status);
 }
 
 void MplsRouteProgrammer::processMPLSRouteBulkRequest(pb::mpls_route_bulk_msg const& request,
                                                       pb::rpc_status_bulk_msg& status) {
-   auto const announce = [&](auto const& group) {
-      std::vector<velm::mpls_route_key_t> keys;
-      std::vector<velm::mpls_label_t> labels;
-      for (auto const& element : group) {
-         if (element.label() > velm::mpls_label_t::max) continue;  // refused in its turn
-         keys.push_back(keyOf(element));
-         labels.emplace_back(element.label());
-      }
-      mplsRouteMgr_->prefetch(keys);
-      mplsVrfLabelMgr_->prefetch(labels);
+   auto const convert = [](pb::mpls_route_msg const& element) {
+      return element.label() > velm::mpls_label_t::max ? std::nullopt : std::optional(keyOf(element));
    };
-   answerEach(request.mpls_route(), status, announce,
-              [&](auto const& element, auto& answered) { processMPLSRouteRequest(element, answered); });
+   auto const hint = [&](std::span<Key const> keys) {
+      if (routePrefetcher_ != nullptr) routePrefetcher_->prefetch(keys);
+      if (vrfLabelPrefetcher_ == nullptr) return;
+      std::vector<velm::mpls_label_t> labels;
+      for (auto const& key : keys) labels.push_back(labelOf(key));
+      vrfLabelPrefetcher_->prefetch(labels);
+   };
+   answerEach(request.mpls_route(), status, convert, hint, [&](auto const& element, auto const* key, auto& answered) {
+      processMPLSRouteRequest(element, key, answered);
+   });
 }
 
-std::uint32_t MplsRouteProgrammer::program(pb::mpls_route_msg const& request, std::string& error) {
+void MplsRouteProgrammer::processMPLSRouteRequest(pb::mpls_route_msg const& request, Key const* known,
+                                                  pb::rpc_status_msg& status) {
+   answer(clientInit_, className, request, status, [&](std::string& error) {
+      std::optional<Key> converted;
+      return request.request_delete() ? deleteLabel(keyInTurn(request, known, converted))
+                                      : program(request, known, error);
+   });
+}
+
+std::uint32_t MplsRouteProgrammer::program(pb::mpls_route_msg const& request, Key const* known, std::string& error) {
    auto const choice = request.forwarding_nexthop_case();
+   if (choice == pb::mpls_route_msg::FORWARDING_NEXTHOP_NOT_SET) {
+      return refuse(className, error,
+                    fmt::format("Error: MPLS label {} must specify nexthop_msg, nexthop_group_msg or popAndForward",
+                                request.label()));
+   }
+   std::optional<Key> converted;
+   auto const& key = keyInTurn(request, known, converted);
    switch (choice) {
-      case pb::mpls_route_msg::FORWARDING_NEXTHOP_NOT_SET:
-         return refuse(className, error,
-                       fmt::format("Error: MPLS label {} must specify nexthop_msg, nexthop_group_msg or popAndForward",
-                                   request.label()));
-      case pb::mpls_route_msg::kNexthop: return processMplsRouteWithNexthop(request, error);
-      case pb::mpls_route_msg::kForwardNexthopGroup: return processMplsRouteWithNexthopGroup(request);
-      case pb::mpls_route_msg::kPopAndForwardVrfName: return processMplsRoutePopAndForward(request);
+      case pb::mpls_route_msg::kNexthop: return processMplsRouteWithNexthop(request, key, error);
+      case pb::mpls_route_msg::kForwardNexthopGroup: return processMplsRouteWithNexthopGroup(request, key);
+      case pb::mpls_route_msg::kPopAndForwardVrfName: return processMplsRoutePopAndForward(request, key);
       default:
          return refuse(className, error,
                        fmt::format("Error: MPLS label {} unexpected forwarding_nexthop {}", request.label(),
@@ -94,9 +116,10 @@ std::uint32_t MplsRouteProgrammer::program(pb::mpls_route_msg const& request, st
    }
 }
 
-std::uint32_t MplsRouteProgrammer::processMplsRouteWithNexthop(pb::mpls_route_msg const& request, std::string& error) {
+std::uint32_t MplsRouteProgrammer::processMplsRouteWithNexthop(pb::mpls_route_msg const& request, Key const& key,
+                                                               std::string& error) {
    auto const& nexthop = request.nexthop();
-   velm::mpls_route_via_t via(keyOf(request));
+   velm::mpls_route_via_t via(key);
    via.intf_is(velm::intf_id_t(nexthop.nexthop_interface()));
    via.hop_is(ipAddressToIpAddr(nexthop.nexthop_ip()));
    // All is checked before the lock is taken and the switch is touched: what is refused leaves the label as it was.
@@ -109,67 +132,64 @@ std::uint32_t MplsRouteProgrammer::processMplsRouteWithNexthop(pb::mpls_route_ms
    velm::sdk_scoped_lock const lock;
    trace(className, 1, "MPLS label {} create route nexthop_msg {} {} {} {}", request.label(),
          nexthop.nexthop_interface(), via.hop(), fmt::streamed(action), labels.empty() ? 0 : labels[0]);
-   replaceRoute(request, via);
+   replaceRoute(via);
    return pb::rpc_status_msg::STATUS_SUCCESS;
 }
 
-std::uint32_t MplsRouteProgrammer::processMplsRouteWithNexthopGroup(pb::mpls_route_msg const& request) {
+std::uint32_t MplsRouteProgrammer::processMplsRouteWithNexthopGroup(pb::mpls_route_msg const& request, Key const& key) {
    auto const& forward = request.forward_nexthop_group();
-   // The key before the action: a label out of range is refused, where an unknown operation would end the process.
-   auto const key = keyOf(request);
    velm::mpls_route_via_t via(key, actionOf(forward));
    via.nexthop_group_is(forward.nexthop_group());
    velm::sdk_scoped_lock const lock;
    trace(className, 1, "MPLS label {} create route nexthop-group {} mpls_operation_enum {}", request.label(),
          forward.nexthop_group(), fmt::streamed(via.label_action()));
-   replaceRoute(request, via);
+   replaceRoute(via);
    return pb::rpc_status_msg::STATUS_SUCCESS;
 }
 
-std::uint32_t MplsRouteProgrammer::processMplsRoutePopAndForward(pb::mpls_route_msg const& request) {
+std::uint32_t MplsRouteProgrammer::processMplsRoutePopAndForward(pb::mpls_route_msg const& request, Key const& key) {
    velm::sdk_scoped_lock const lock;
    trace(className, 2, "MPLS label {} create popAndLookup", request.label());
    // The new form first: the label is never without one.
-   mplsVrfLabelMgr_->mpls_vrf_label_set(
-      velm::mpls_vrf_label_t(velm::mpls_label_t(request.label()), request.pop_and_forward_vrf_name()));
-   deleteMplsRoute(request);
+   mplsVrfLabelMgr_->mpls_vrf_label_set(velm::mpls_vrf_label_t(labelOf(key), request.pop_and_forward_vrf_name()));
+   deleteMplsRoute(key);
    return pb::rpc_status_msg::STATUS_SUCCESS;
 }
 
 // Deleted and set anew, for a via that is told by all its attributes would stay beside a new one. The dataplane carries
 // both out in order. The label's other form goes last: a label that changes its form is never without one.
-void MplsRouteProgrammer::replaceRoute(pb::mpls_route_msg const& request, velm::mpls_route_via_t const& via) {
+void MplsRouteProgrammer::replaceRoute(velm::mpls_route_via_t const& via) {
    auto const& key = via.route_key();
    if (mplsRouteMgr_->exists(key)) mplsRouteMgr_->mpls_route_del(key);
    mplsRouteMgr_->mpls_route_set(velm::mpls_route_t(key));
    mplsRouteMgr_->mpls_route_via_set(via);
-   deleteMplsVrfLabel(request);
+   deleteMplsVrfLabel(key);
 }
 
-std::uint32_t MplsRouteProgrammer::deleteLabel(pb::mpls_route_msg const& request) {
+std::uint32_t MplsRouteProgrammer::deleteLabel(Key const& key) {
    velm::sdk_scoped_lock const lock;
-   auto const result = deleteMplsRoute(request);
-   return result == pb::rpc_status_msg::STATUS_NOT_FOUND ? deleteMplsVrfLabel(request) : result;
+   auto const result = deleteMplsRoute(key);
+   return result == pb::rpc_status_msg::STATUS_NOT_FOUND ? deleteMplsVrfLabel(key) : result;
 }
 
-std::uint32_t MplsRouteProgrammer::deleteMplsRoute(pb::mpls_route_msg const& request) {
-   auto const key = keyOf(request);
+std::uint32_t MplsRouteProgrammer::deleteMplsRoute(Key const& key) {
    if (!mplsRouteMgr_->exists(key)) return pb::rpc_status_msg::STATUS_NOT_FOUND;
-   trace(className, 1, "MPLS label {} delete route", request.label());
+   auto const label = labelOf(key).label();
+   trace(className, 1, "MPLS label {} delete route", label);
    mplsRouteMgr_->mpls_route_del(key);
    // A switch whose vias go with their route, as the embedded one's do, has none here.
    if (velm::mpls_route_via_t const via(key); mplsRouteMgr_->exists(via)) {
       mplsRouteMgr_->mpls_route_via_del(via);
    } else {
-      trace(className, 1, "MPLS label {} no via found on delete", request.label());
+      trace(className, 1, "MPLS label {} no via found on delete", label);
    }
    return pb::rpc_status_msg::STATUS_SUCCESS;
 }
 
-std::uint32_t MplsRouteProgrammer::deleteMplsVrfLabel(pb::mpls_route_msg const& request) {
-   velm::mpls_label_t const label(request.label());
+std::uint32_t MplsRouteProgrammer::deleteMplsVrfLabel(Key const& key) {
+   auto const label = labelOf(key);
    if (mplsVrfLabelMgr_->mpls_vrf_label(label).vrf_name().empty()) return pb::rpc_status_msg::STATUS_NOT_FOUND;
-   trace(className, 2, "MPLS label {} delete popAndLookup", request.label());
+   trace(className, 2, "MPLS label {} delete popAndLookup", label.label());
    mplsVrfLabelMgr_->mpls_vrf_label_del(label);
    return pb::rpc_status_msg::STATUS_SUCCESS;
 }

@@ -3,9 +3,12 @@
 #include <cstdint>
 #include <string>
 
+#include "platform/hints/Prefetcher.h"
 #include "proto/velmsdk.pb.h"
 
 namespace velm {
+class mpls_label_t;
+class mpls_route_key_t;
 class mpls_route_mgr;
 class mpls_route_via_t;
 class mpls_vrf_label_mgr;
@@ -37,21 +40,30 @@ class MplsRouteProgrammer {
    void processMPLSRouteBulkRequest(pb::mpls_route_bulk_msg const& request, pb::rpc_status_bulk_msg& status);
 
  private:
+   using Key = velm::mpls_route_key_t;
+
+   // A key is null where it is yet to be converted.
+   void processMPLSRouteRequest(pb::mpls_route_msg const& request, Key const* key, pb::rpc_status_msg& status);
    // Give the status; a text for the client goes into `error`.
-   std::uint32_t program(pb::mpls_route_msg const& request, std::string& error);
-   std::uint32_t processMplsRouteWithNexthop(pb::mpls_route_msg const& request, std::string& error);
-   std::uint32_t processMplsRouteWithNexthopGroup(pb::mpls_route_msg const& request);
-   std::uint32_t processMplsRoutePopAndForward(pb::mpls_route_msg const& request);
-   std::uint32_t deleteLabel(pb::mpls_route_msg const& request);
+   std::uint32_t program(pb::mpls_route_msg const& request, Key const* key, std::string& error);
+
+   std::uint32_t processMplsRouteWithNexthop(pb::mpls_route_msg const& request, Key const& key, std::string& error);
+   std::uint32_t processMplsRouteWithNexthopGroup(pb::mpls_route_msg const& request, Key const& key);
+   std::uint32_t processMplsRoutePopAndForward(pb::mpls_route_msg const& request, Key const& key);
+
+   std::uint32_t deleteLabel(Key const& key);
 
    // The caller of these holds the SDK lock.
-   void replaceRoute(pb::mpls_route_msg const& request, velm::mpls_route_via_t const& via);
-   std::uint32_t deleteMplsRoute(pb::mpls_route_msg const& request);
-   std::uint32_t deleteMplsVrfLabel(pb::mpls_route_msg const& request);
+   void replaceRoute(velm::mpls_route_via_t const& via);
+   std::uint32_t deleteMplsRoute(Key const& key);
+   std::uint32_t deleteMplsVrfLabel(Key const& key);
 
    ClientInit const& clientInit_;
    velm::mpls_route_mgr* mplsRouteMgr_;
    velm::mpls_vrf_label_mgr* mplsVrfLabelMgr_;
+   // Null where the switch has none.
+   Hints::Prefetcher<Key> const* routePrefetcher_;
+   Hints::Prefetcher<velm::mpls_label_t> const* vrfLabelPrefetcher_;
 };
 
 }  // namespace VelmSdkRpc

@@ -2,11 +2,13 @@
 
 #include <cstdint>
 
+#include "platform/hints/Prefetcher.h"
 #include "proto/velmsdk.pb.h"
 
 namespace velm {
+class ip_prefix_t;
 class nexthop_group_tunnel_mgr;
-}
+}  // namespace velm
 
 namespace VelmSdkRpc {
 
@@ -27,12 +29,15 @@ class NhgTunnelProgrammer {
    void processNhgTunnelBulkRequest(pb::nexthop_group_tunnel_bulk_msg const& request, pb::rpc_status_bulk_msg& status);
 
  private:
-   // Give the status.
-   std::uint32_t addTunRibRoute(pb::nexthop_group_tunnel_msg const& request);
-   std::uint32_t delTunRibRoute(pb::nexthop_group_tunnel_msg const& request);
+   /// The endpoint is null where it is yet to be converted.
+   void processNhgTunnelRequest(pb::nexthop_group_tunnel_msg const& request, velm::ip_prefix_t const* endpoint,
+                                pb::rpc_status_msg& status);
+   std::uint32_t addTunRibRoute(pb::nexthop_group_tunnel_msg const& request, velm::ip_prefix_t const& prefix);
+   std::uint32_t delTunRibRoute(velm::ip_prefix_t const& prefix);
 
    ClientInit const& clientInit_;
    velm::nexthop_group_tunnel_mgr* nexthopGroupTunnelMgr_;
+   Hints::Prefetcher<velm::ip_prefix_t> const* prefetcher_;  // null where the switch has none
 };
 
 }  // namespace VelmSdkRpc

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <absl/container/inlined_vector.h>
 #include <fmt/format.h>
 
 #include <cstdint>
+#include <optional>
 #include <source_location>
 #include <string>
 #include <string_view>
@@ -65,28 +65,33 @@ void answer(ClientInit const& clientInit, std::string_view className, Request co
    if (!error.empty()) status.set_debug_string(std::move(error));
 }
 
-/// Answers each element of a bulk request in order with processOne(element, status); none stops the others. Each group
-/// of elements is announced first by announce(group), which must not throw.
-template <class Elements, class Announce, class ProcessOne>
-void answerEach(Elements const& elements, pb::rpc_status_bulk_msg& statuses, Announce&& announce,
-                ProcessOne&& processOne) {
-   statuses.mutable_status()->Reserve(elements.size());
-   forEachAnnounced(elements, announce, [&](auto const& element) { processOne(element, *statuses.add_status()); });
-}
+/// Answers each element of a bulk request in order with processOne(element, status); none stops the others.
 template <class Elements, class ProcessOne>
 void answerEach(Elements const& elements, pb::rpc_status_bulk_msg& statuses, ProcessOne&& processOne) {
-   auto const announce = [](auto const& /*group*/) {};
-   answerEach(elements, statuses, announce, processOne);
+   statuses.mutable_status()->Reserve(elements.size());
+   for (auto const& element : elements) processOne(element, *statuses.add_status());
+}
+/// Answers them with processOne(element, key, status), where the key is what keyOf(element) gave, or null where that
+/// was nothing. hint(keys) tells the switch of the keys of some elements before these are answered.
+template <class Elements, class KeyOf, class Hint, class ProcessOne>
+void answerEach(Elements const& elements, pb::rpc_status_bulk_msg& statuses, KeyOf&& keyOf, Hint&& hint,
+                ProcessOne&& processOne) {
+   statuses.mutable_status()->Reserve(elements.size());
+   forEachAnnounced(elements, keyOf, hint,
+                    [&](auto const& element, auto const* key) { processOne(element, key, *statuses.add_status()); });
 }
 
-/// The keys of a group's elements, by their prefixes, as far as these are addresses at all.
-template <class Key, class Group>
-absl::InlinedVector<Key, 16> keysOf(Group const& group) {
-   absl::InlinedVector<Key, 16> keys;
-   for (auto const& element : group) {
-      if (types::addressOf(element.prefix().addr())) keys.emplace_back(ipPrefixToPrefix(element.prefix()));
-   }
-   return keys;
+/// The key that a request's prefix makes; nothing if its address is of a length that no address has.
+template <class Key, class Request>
+std::optional<Key> keyOfPrefix(Request const& request) {
+   if (!types::addressOf(request.prefix().addr())) return std::nullopt;
+   return Key(ipPrefixToPrefix(request.prefix()));
+}
+/// The key once more where it is known already, as that of a bulk's element is; else that of the request's prefix,
+/// where an address of a bad length ends the process.
+template <class Key, class Request>
+Key keyInTurn(Request const& request, Key const* known) {
+   return known != nullptr ? *known : Key(ipPrefixToPrefix(request.prefix()));
 }
 
 }  // namespace VelmSdkRpc

@@ -4,6 +4,7 @@
 
 #include "convert/Enums.h"
 #include "convert/IpRoute.h"
+#include "platform/hints/Prefetcher.h"
 #include "remote/MirrorMethods.h"
 
 namespace VelmSdkRpc {
@@ -38,7 +39,10 @@ struct RouteBulk : BulkOf<post, Single> {
       } catch (velm::error const&) {
          // A key that cannot be converted is refused in its turn.
       }
-      service.mgr().prefetch(keys, group.front().vrf_name());
+      using Prefetcher = Hints::Prefetcher<velm::ip_route_key_t, std::string>;
+      if (auto const* const prefetcher = dynamic_cast<Prefetcher const*>(&service.mgr())) {
+         prefetcher->prefetch(keys, group.front().vrf_name());
+      }
    }
 };
 

@@ -5,6 +5,11 @@
 
 #include "platform/pesko/Task.h"
 
+// A task is in at most two places: in the queue, ordered by priority and then by the order of asking, and among the
+// timers. A timer that expires only moves its task into the queue. That is done whenever somebody looks, as there is no
+// thread here. The main loop looks: it sleeps until nextDue(), and wake_ tells it when something came up sooner.
+//
+// The mutex guards the bookkeeping alone and is free during a run, which may schedule, and destroy, any task.
 namespace Loom {
 
 TaskScheduler::TaskScheduler() : pesko_(std::make_shared<Pesko::TaskScheduler>(*this)) {}
@@ -112,7 +117,6 @@ std::vector<TaskStats> TaskScheduler::taskStats() const {
          stats.push_back({.name = task->statsName_,
                           .priority = task->priority_,
                           .quantum = task->quantum_,
-                          .scheduled = task->place_.has_value(),
                           .runs = task->runs_,
                           .workCount = task->workCount_,
                           .workPending = task->workPending_});

@@ -19,12 +19,11 @@ class TaskScheduler;
 
 namespace Loom {
 
-/// What a task has done and is about to do.
+/// A task's statistics.
 struct TaskStats {
    std::string name;
    TaskPriority priority;
    Qor::Seconds quantum;
-   bool scheduled;
    std::uint64_t runs;
    std::uint64_t workCount;
    std::uint32_t workPending;
@@ -53,8 +52,8 @@ class TaskScheduler : public Qor::PtrInterface {
    /// Does one run now, asked for or not; not from within another. For tests.
    void run(Runnable& runnable);
 
-   /// What to call when there is something to do sooner than pending() and nextDue() told. Runs with the scheduler's
-   /// mutex held, so that it ends with the call that replaces it; it must neither wait nor call back.
+   /// Sets the function to call when there is something to do sooner than pending() and nextDue() told. Runs with the
+   /// scheduler's mutex held, so that it ends with the call that replaces it; it must neither wait nor call back.
    void wakeIs(std::function<void()> wake);
 
  protected:

@@ -41,7 +41,6 @@ class PtrInterface : public VFPtrInterface {
    virtual void hasNotificationActiveIs(bool active) { flagIs(notificationActive, active); }
 
    /// Set while the object goes: pointers to it that come and go during its destruction do not delete it again.
-   bool zeroReferences() const { return flag(noReferences); }
    void zeroReferencesIs(bool zero) { flagIs(noReferences, zero); }
 
    /// The registered reactors, in the order of their registration.
@@ -63,7 +62,7 @@ class PtrInterface : public VFPtrInterface {
 
    /// Runs once, when the count of references comes to zero.
    void handleZeroRef();
-   /// What handleZeroRef() ends in; deletes the object unless a class knows better.
+   /// Called last by handleZeroRef(); deletes the object unless a class knows better.
    virtual void onZeroReferences() { delete this; }
 
    /// Tells every registered and active reactor of the attribute's new value, unless notification is off. Reactors may
@@ -92,7 +91,6 @@ class PtrInterface::NotifieeConst : public PtrInterface {
    void notifierIs(Ptr<PtrInterface> const& notifier);
 
    /// Whether the notifier, the present one or one to come, knows of this reactor; off at first.
-   bool isRegisteredNotifiee() const { return registered_; }
    void isRegisteredNotifieeIs(bool registered);
 
    /// The notifier's attribute changed. The meaning of the value is the attribute's affair; null for none.

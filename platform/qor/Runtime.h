@@ -35,17 +35,11 @@ class VFPtrInterface {
 };
 
 /// How the runtime's event loop waits. The loop of this platform always uses epoll and always treats a failure of
-/// epoll_ctl as fatal; the switches record what the process asked for.
+/// epoll_ctl as fatal, whatever is asked for here.
 class ActivityManagerConfig {
  public:
-   void useEpollIs(bool use) { useEpoll_ = use; }
-   bool useEpoll() const { return useEpoll_; }
-   void allEpollCtlFailuresAreFatalIs(bool fatal) { allEpollCtlFailuresAreFatal_ = fatal; }
-   bool allEpollCtlFailuresAreFatal() const { return allEpollCtlFailuresAreFatal_; }
-
- private:
-   bool useEpoll_ = false;
-   bool allEpollCtlFailuresAreFatal_ = false;
+   void useEpollIs(bool /*use*/) {}
+   void allEpollCtlFailuresAreFatalIs(bool /*fatal*/) {}
 };
 
 class ActivityFacility {

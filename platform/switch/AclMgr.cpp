@@ -3,6 +3,8 @@
 #include <memory>
 #include <utility>
 
+// Staged edits lie over the committed ACLs, each a whole ACL as it will be or the absence of one. So a read looks at
+// the edit first, a commit is a copy of those ACLs alone, and an edit that changes nothing is not kept.
 namespace velm::embedded {
 namespace {
 
@@ -49,13 +51,7 @@ class AclRuleIter : public iter_impl<acl_rule_ip_entry_t> {
 
 }  // namespace
 
-AclMgr::AclMgr(CallLedger& ledger)
-   : exists_(ledger, "acl_mgr.acl_exists"),
-     del_(ledger, "acl_mgr.acl_del"),
-     rule_set_(ledger, "acl_mgr.acl_rule_set"),
-     rule_del_(ledger, "acl_mgr.acl_rule_del"),
-     rule_iter_(ledger, "acl_mgr.acl_rule_ip_iter"),
-     commit_(ledger, "acl_mgr.acl_commit") {}
+AclMgr::AclMgr(CallLedger& ledger) : operations_(ledger) {}
 
 Acl const* AclMgr::find(acl_key_t const& key) const {
    Edit const* edit = staged_.find(key);
@@ -66,65 +62,64 @@ Acl const* AclMgr::find(acl_key_t const& key) const {
 void AclMgr::storeIs(Store& store) { committed_.storeIs(store, StoredTable::acls); }
 
 bool AclMgr::acl_exists(acl_key_t const& key) const {
-   Call const call(exists_);
+   Call const call(operations_);
    return find(key) != nullptr;
 }
 
 void AclMgr::acl_del(acl_key_t const& key) {
-   Call const call(del_);
+   Call const call(operations_);
    if (committed_.contains(key)) {
-      staged_.set(key, std::nullopt);
+      staged_.set(call, key, std::nullopt);
    } else {
-      staged_.del(key);
+      staged_.del(call, key);
    }
 }
 
 void AclMgr::acl_rule_set(acl_key_t const& key, std::uint32_t sequence, acl_rule_ip_t const& rule) {
-   Call const call(rule_set_);
+   Call const call(operations_);
    check(key, rule);
    Acl const* const acl = find(key);
    // A client that repeats what it has set must not make the commit write it again.
    if (acl_rule_ip_t const* present = ruleOf(acl, sequence); present != nullptr && *present == rule) return;
-   staged_.update(key, [&](Edit& edit) {
+   staged_.update(call, key, [&](Edit& edit) {
       if (!edit) edit = acl == nullptr ? Acl() : *acl;
       edit->rules[sequence] = rule;
    });
 }
 
 void AclMgr::acl_rule_del(acl_key_t const& key, std::uint32_t sequence) {
-   Call const call(rule_del_);
+   Call const call(operations_);
    Acl const* const acl = find(key);
    if (ruleOf(acl, sequence) == nullptr) return;
-   staged_.update(key, [&](Edit& edit) {
+   staged_.update(call, key, [&](Edit& edit) {
       if (!edit) edit = *acl;
       edit->rules.erase(sequence);
    });
 }
 
 acl_rule_ip_iter_t AclMgr::acl_rule_ip_iter(acl_key_t const& key) const {
-   Call const call(rule_iter_);
+   Call const call(operations_);
    return acl_rule_ip_iter_t(std::make_unique<AclRuleIter>(*this, key));
 }
 
 void AclMgr::acl_commit() {
-   Call const call(commit_);
-   Transaction transaction;
-   staged_.walk([&](acl_key_t const& key, Edit const& edit) {
+   Call const call(operations_);
+   Transaction transaction(call);
+   staged_.each([&](acl_key_t const& key, Edit const& edit) {
       if (edit) {
          committed_.set(transaction, key, *edit);
       } else {
          committed_.del(transaction, key);
       }
-      return true;
    });
-   staged_.markAll();
-   staged_.purge(transaction);
+   staged_.clear(transaction);
    transaction.commit();
 }
 
 void AclMgr::committedRuleIs(acl_key_t const& key, std::uint32_t sequence, acl_rule_ip_t const& rule) {
    check(key, rule);
-   Transaction transaction;
+   Inside const inside(operations_.ledger());
+   Transaction transaction(inside);
    committed_.update(transaction, key, [&](Acl& acl) { acl.rules[sequence] = rule; });
    if (Edit const* edit = staged_.find(key); edit != nullptr && *edit) {
       Edit next = *edit;

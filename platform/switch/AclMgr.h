@@ -5,7 +5,7 @@
 #include <optional>
 #include <tuple>
 
-#include "platform/switch/CallLedger.h"
+#include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/acl.h"
 
@@ -41,22 +41,19 @@ class AclMgr : public acl_mgr {
    void acl_commit() override;
 
    /// For the command line: writes a rule into the committed copy, and into the staged one where that has edits of the
-   /// ACL, lest the next commit takes it away again; the other staged edits go on waiting. Throws as acl_rule_set does.
+   /// ACL, so that the next commit does not take it away again; the other staged edits go on waiting. Throws as
+   /// acl_rule_set does.
    void committedRuleIs(acl_key_t const& key, std::uint32_t sequence, acl_rule_ip_t const& rule);
 
  private:
-   /// What becomes of an ACL by the next commit: its new rules, or nothing where it goes.
+   /// An ACL as the next commit makes it: its new rules, or nothing where it goes.
    using Edit = std::optional<Acl>;
 
    AclTable committed_;
    Table<acl_key_t, Edit> staged_;
 
-   mutable Operation exists_;
-   mutable Operation del_;
-   mutable Operation rule_set_;
-   mutable Operation rule_del_;
-   mutable Operation rule_iter_;
-   mutable Operation commit_;
+   Operations<"acl_mgr", "acl_exists", "acl_del", "acl_rule_set", "acl_rule_del", "acl_rule_ip_iter", "acl_commit">
+      operations_;
 };
 
 }  // namespace velm::embedded

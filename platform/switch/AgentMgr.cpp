@@ -26,19 +26,7 @@ auto namesOf(TextTable const& table) {
 
 }  // namespace
 
-AgentMgr::AgentMgr(CallLedger& ledger, MainLoop& loop)
-   : loop_(loop),
-     op_enabled_(ledger, "agent_mgr.enabled"),
-     op_option_(ledger, "agent_mgr.agent_option"),
-     op_option_exists_(ledger, "agent_mgr.agent_option_exists"),
-     op_option_iter_(ledger, "agent_mgr.agent_option_iter"),
-     op_status_(ledger, "agent_mgr.status"),
-     op_status_iter_(ledger, "agent_mgr.status_iter"),
-     op_status_set_(ledger, "agent_mgr.status_set"),
-     op_status_del_(ledger, "agent_mgr.status_del"),
-     op_shutdown_complete_is_(ledger, "agent_mgr.shutdown_complete_is"),
-     op_agent_id_(ledger, "agent_mgr.agent_id"),
-     op_uptime_(ledger, "agent_mgr.agent_uptime") {}
+AgentMgr::AgentMgr(CallLedger& ledger, MainLoop& loop) : loop_(loop), operations_(ledger) {}
 
 void AgentMgr::storeIs(Store& store) {
    options_.storeIs(store, StoredTable::agentOptions);
@@ -50,12 +38,14 @@ double AgentMgr::uptime() const {
 }
 
 void AgentMgr::optionIs(std::string const& name, std::string const& value) {
-   options_.set(name, value);
+   Inside const inside(operations_.ledger());
+   options_.set(inside, name, value);
    raiseOption(name, value);
 }
 
 void AgentMgr::optionDel(std::string const& name) {
-   options_.del(name);
+   Inside const inside(operations_.ledger());
+   options_.del(inside, name);
    raiseOption(name, {});
 }
 
@@ -80,57 +70,57 @@ void AgentMgr::disable() {
 }
 
 bool AgentMgr::enabled() const {
-   Call const call(op_enabled_);
+   Call const call(operations_);
    return enabled_;
 }
 
 std::string AgentMgr::agent_option(std::string const& name) const {
-   Call const call(op_option_);
+   Call const call(operations_);
    return valueOf(options_, name);
 }
 
 bool AgentMgr::agent_option_exists(std::string const& name) const {
-   Call const call(op_option_exists_);
+   Call const call(operations_);
    return options_.contains(name);
 }
 
 agent_option_iter_t AgentMgr::agent_option_iter() const {
-   Call const call(op_option_iter_);
+   Call const call(operations_);
    return namesOf(options_);
 }
 
 std::string AgentMgr::status(std::string const& name) const {
-   Call const call(op_status_);
+   Call const call(operations_);
    return valueOf(statuses_, name);
 }
 
 agent_status_iter_t AgentMgr::status_iter() const {
-   Call const call(op_status_iter_);
+   Call const call(operations_);
    return namesOf(statuses_);
 }
 
 void AgentMgr::status_set(std::string const& name, std::string const& value) {
-   Call const call(op_status_set_);
-   statuses_.set(name, value);
+   Call const call(operations_);
+   statuses_.set(call, name, value);
 }
 
 void AgentMgr::status_del(std::string const& name) {
-   Call const call(op_status_del_);
-   statuses_.del(name);
+   Call const call(operations_);
+   statuses_.del(call, name);
 }
 
 void AgentMgr::shutdown_complete_is(bool complete) {
-   Call const call(op_shutdown_complete_is_);
+   Call const call(operations_);
    if (complete) loop_.stop();
 }
 
 std::uint32_t AgentMgr::agent_id() const {
-   Call const call(op_agent_id_);
+   Call const call(operations_);
    return id(agentName.data());
 }
 
 double AgentMgr::agent_uptime() const {
-   Call const call(op_uptime_);
+   Call const call(operations_);
    return uptime();
 }
 

@@ -4,8 +4,8 @@
 #include <functional>
 #include <string>
 
-#include "platform/switch/CallLedger.h"
 #include "platform/switch/MainLoop.h"
+#include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/agent.h"
 
@@ -55,17 +55,9 @@ class AgentMgr : public agent_mgr {
    TextTable options_;
    TextTable statuses_;
 
-   mutable Operation op_enabled_;
-   mutable Operation op_option_;
-   mutable Operation op_option_exists_;
-   mutable Operation op_option_iter_;
-   mutable Operation op_status_;
-   mutable Operation op_status_iter_;
-   mutable Operation op_status_set_;
-   mutable Operation op_status_del_;
-   mutable Operation op_shutdown_complete_is_;
-   mutable Operation op_agent_id_;
-   mutable Operation op_uptime_;
+   Operations<"agent_mgr", "enabled", "agent_option", "agent_option_exists", "agent_option_iter", "status",
+              "status_iter", "status_set", "status_del", "shutdown_complete_is", "agent_id", "agent_uptime">
+      operations_;
 };
 
 }  // namespace velm::embedded

@@ -9,7 +9,7 @@
 namespace velm::embedded {
 namespace {
 
-// What is carried out: what was asked for, with the default's part where that is 0.
+// The interval that is carried out: the one asked for, with the default's part where that is 0.
 sbfd_interval_t effective(sbfd_interval_t asked) {
    return {asked.min_tx() == 0 ? defaultSbfdInterval.min_tx() : asked.min_tx(),
            asked.multiplier() == 0 ? defaultSbfdInterval.multiplier() : asked.multiplier()};
@@ -17,15 +17,7 @@ sbfd_interval_t effective(sbfd_interval_t asked) {
 
 }  // namespace
 
-BfdSessionMgr::BfdSessionMgr(CallLedger& ledger, MainLoop& loop)
-   : loop_(loop),
-     iter_(ledger, "bfd_session_mgr.sbfd_echo_session_iter"),
-     set_(ledger, "bfd_session_mgr.sbfd_echo_session_set"),
-     del_(ledger, "bfd_session_mgr.sbfd_echo_session_del"),
-     default_interval_(ledger, "bfd_session_mgr.sbfd_echo_session_default_interval"),
-     interval_is_(ledger, "bfd_session_mgr.sbfd_echo_session_interval_is"),
-     rtt_enabled_is_(ledger, "bfd_session_mgr.sbfd_echo_session_rtt_enabled_is"),
-     status_(ledger, "bfd_session_mgr.sbfd_echo_session_status") {}
+BfdSessionMgr::BfdSessionMgr(CallLedger& ledger, MainLoop& loop) : loop_(loop), operations_(ledger) {}
 
 void BfdSessionMgr::dataplaneIs(Dataplane& dataplane) {
    table_.onChange([&](sbfd_echo_session_key_t const& key, SbfdSession const* now) {
@@ -46,10 +38,10 @@ static void decode(StoredBytes& in, sbfd_echo_session_key_t& key) {
 void BfdSessionMgr::storeIs(Store& store) { table_.storeIs(store, StoredTable::sbfdSessions); }
 
 template <class T>
-void BfdSessionMgr::change(sbfd_echo_session_key_t const& key, T SbfdSession::*part, T const& value) {
+void BfdSessionMgr::change(Call const& call, sbfd_echo_session_key_t const& key, T SbfdSession::*part, T const& value) {
    SbfdSession const* const session = table_.find(key);
    if (session == nullptr) throw configuration_error(fmt::format("no such sBFD echo session {}", key.to_string()));
-   if (session->*part != value) table_.amend(key, [&](SbfdSession& row) { row.*part = value; });
+   if (session->*part != value) table_.amend(call, key, [&](SbfdSession& row) { row.*part = value; });
 }
 
 // Always queued, also on the main loop: what the dataplane reports must not overtake what a command simulated before.
@@ -64,43 +56,43 @@ void BfdSessionMgr::raiseStatus(sbfd_echo_session_key_t const& key, bfd_session_
 }
 
 sbfd_echo_session_iter_t BfdSessionMgr::sbfd_echo_session_iter() const {
-   Call const call(iter_);
+   Call const call(operations_);
    return makeTableIter(table_, [](sbfd_echo_session_key_t const& key, SbfdSession const&) { return key; });
 }
 
 void BfdSessionMgr::sbfd_echo_session_set(sbfd_echo_session_key_t const& key) {
-   Call const call(set_);
+   Call const call(operations_);
    if (key.nexthop().af() == af_t::none)
       throw invalid_argument_error(fmt::format("sBFD session {} names no nexthop", key.to_string()));
    if (table_.contains(key)) return;
-   table_.set(key, {});
+   table_.set(call, key, {});
    raise([key](bfd_session_handler& handler) { handler.on_sbfd_echo_session_set(key); });
 }
 
 void BfdSessionMgr::sbfd_echo_session_del(sbfd_echo_session_key_t const& key) {
-   Call const call(del_);
-   if (!table_.del(key)) return;
+   Call const call(operations_);
+   if (!table_.del(call, key)) return;
    statuses_.erase(key);
    raise([key](bfd_session_handler& handler) { handler.on_sbfd_echo_session_del(key); });
 }
 
 sbfd_interval_t BfdSessionMgr::sbfd_echo_session_default_interval() const {
-   Call const call(default_interval_);
+   Call const call(operations_);
    return defaultSbfdInterval;
 }
 
 void BfdSessionMgr::sbfd_echo_session_interval_is(sbfd_echo_session_key_t const& key, sbfd_interval_t interval) {
-   Call const call(interval_is_);
-   change(key, &SbfdSession::interval, interval);
+   Call const call(operations_);
+   change(call, key, &SbfdSession::interval, interval);
 }
 
 void BfdSessionMgr::sbfd_echo_session_rtt_enabled_is(sbfd_echo_session_key_t const& key, bool enabled) {
-   Call const call(rtt_enabled_is_);
-   change(key, &SbfdSession::rttEnabled, enabled);
+   Call const call(operations_);
+   change(call, key, &SbfdSession::rttEnabled, enabled);
 }
 
 bfd_session_status_t BfdSessionMgr::sbfd_echo_session_status(sbfd_echo_session_key_t const& key) const {
-   Call const call(status_);
+   Call const call(operations_);
    auto const it = statuses_.find(key);
    return it == statuses_.end() ? bfd_session_status_t::unknown : it->second;
 }

@@ -2,9 +2,9 @@
 
 #include <absl/container/flat_hash_map.h>
 
-#include "platform/switch/CallLedger.h"
 #include "platform/switch/Dataplane.h"
 #include "platform/switch/MainLoop.h"
+#include "platform/switch/Operations.h"
 #include "platform/switch/Store.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/bfd.h"
@@ -13,7 +13,7 @@ namespace velm::embedded {
 
 inline constexpr sbfd_interval_t defaultSbfdInterval{300, 3};
 
-/// What was asked of an sBFD echo session, stored under its key.
+/// The wishes for an sBFD echo session, stored under its key.
 struct SbfdSession {
    sbfd_interval_t interval = defaultSbfdInterval;
    bool rttEnabled = false;
@@ -44,8 +44,8 @@ class BfdSessionMgr : public bfd_session_mgr, public SbfdReports {
    void sbfd_echo_session_rtt_enabled_is(sbfd_echo_session_key_t const& key, bool enabled) override;
    bfd_session_status_t sbfd_echo_session_status(sbfd_echo_session_key_t const& key) const override;
 
-   // What the dataplane reports of a session that does not exist any more is dropped, and so is a status that is known
-   // already and the RTT of a session that is not up.
+   // Dropped are reports about a session that does not exist any more, a status that is known already, and the RTT of a
+   // session that is not up.
    void sbfdStatus(sbfd_echo_session_key_t const& key, bfd_session_status_t status) override;
    void sbfdRtt(sbfd_echo_session_key_t const& key, sbfd_echo_session_rtt_stats_t const& stats) override;
 
@@ -59,24 +59,22 @@ class BfdSessionMgr : public bfd_session_mgr, public SbfdReports {
  private:
    /// Changes a session that must exist; nothing happens where it is so already.
    template <class T>
-   void change(sbfd_echo_session_key_t const& key, T SbfdSession::*part, T const& value);
+   void change(Call const& call, sbfd_echo_session_key_t const& key, T SbfdSession::*part, T const& value);
    template <class Fn>
    void raise(Fn fn);
    void raiseStatus(sbfd_echo_session_key_t const& key, bfd_session_status_t status);
    bool isUp(sbfd_echo_session_key_t const& key) const;
 
    SbfdSessionTable table_;
-   // Of sessions that exist; others are unknown. By hash: a link that fails asks for those of all its sessions.
+   // The statuses of sessions that exist; others are unknown. By hash: a link that fails asks for those of all its
+   // sessions.
    absl::flat_hash_map<sbfd_echo_session_key_t, bfd_session_status_t> statuses_;
    MainLoop& loop_;
 
-   mutable Operation iter_;
-   mutable Operation set_;
-   mutable Operation del_;
-   mutable Operation default_interval_;
-   mutable Operation interval_is_;
-   mutable Operation rtt_enabled_is_;
-   mutable Operation status_;
+   Operations<"bfd_session_mgr", "sbfd_echo_session_iter", "sbfd_echo_session_set", "sbfd_echo_session_del",
+              "sbfd_echo_session_default_interval", "sbfd_echo_session_interval_is", "sbfd_echo_session_rtt_enabled_is",
+              "sbfd_echo_session_status">
+      operations_;
 };
 
 }  // namespace velm::embedded

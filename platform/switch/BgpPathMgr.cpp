@@ -19,37 +19,39 @@ bgp_afi_safi_t familyOf(bgp_path_key_t const& key) {
    return key.prefix().af() == af_t::ipv6 ? bgp_afi_safi_t::ipv6_unicast : bgp_afi_safi_t::ipv4_unicast;
 }
 
-BgpPathMgr::BgpPathMgr(CallLedger& ledger, MainLoop& loop)
-   : loop_(loop),
-     ipv4_{.onPath = &bgp_path_handler::on_ipv4_unicast_path,
-           .onConverged = &bgp_path_handler::on_ipv4_unicast_bgp_converged,
-           .iter = {ledger, "bgp_path_mgr.ipv4_unicast_path_iter"},
-           .read = {ledger, "bgp_path_mgr.ipv4_unicast_path"},
-           .convergence = {ledger, "bgp_path_mgr.ipv4_unicast_bgp_convergence"}},
-     ipv6_{.onPath = &bgp_path_handler::on_ipv6_unicast_path,
-           .onConverged = &bgp_path_handler::on_ipv6_unicast_bgp_converged,
-           .iter = {ledger, "bgp_path_mgr.ipv6_unicast_path_iter"},
-           .read = {ledger, "bgp_path_mgr.ipv6_unicast_path"},
-           .convergence = {ledger, "bgp_path_mgr.ipv6_unicast_bgp_convergence"}} {}
+BgpPathMgr::BgpPathMgr(CallLedger& ledger, MainLoop& loop) : loop_(loop), operations_(ledger) {}
 
 bgp_path_iter_t BgpPathMgr::ipv4_unicast_path_iter(bgp_path_options_t const& options) const {
+   Call const call(operations_);
    return iter(ipv4_, options);
 }
 
 bgp_path_iter_t BgpPathMgr::ipv6_unicast_path_iter(bgp_path_options_t const& options) const {
+   Call const call(operations_);
    return iter(ipv6_, options);
 }
 
-bgp_path_t BgpPathMgr::ipv4_unicast_path(bgp_path_key_t const& key) const { return read(ipv4_, key); }
+bgp_path_t BgpPathMgr::ipv4_unicast_path(bgp_path_key_t const& key) const {
+   Call const call(operations_);
+   return read(ipv4_, key);
+}
 
-bgp_path_t BgpPathMgr::ipv6_unicast_path(bgp_path_key_t const& key) const { return read(ipv6_, key); }
+bgp_path_t BgpPathMgr::ipv6_unicast_path(bgp_path_key_t const& key) const {
+   Call const call(operations_);
+   return read(ipv6_, key);
+}
 
-bool BgpPathMgr::ipv4_unicast_bgp_convergence() const { return convergence(ipv4_); }
+bool BgpPathMgr::ipv4_unicast_bgp_convergence() const {
+   Call const call(operations_);
+   return ipv4_.converged;
+}
 
-bool BgpPathMgr::ipv6_unicast_bgp_convergence() const { return convergence(ipv6_); }
+bool BgpPathMgr::ipv6_unicast_bgp_convergence() const {
+   Call const call(operations_);
+   return ipv6_.converged;
+}
 
 bgp_path_iter_t BgpPathMgr::iter(Family const& family, bgp_path_options_t const& options) {
-   Call const call(family.iter);
    return makeTableIter(family.paths,
                         [fields = options.path_attr_fields()](bgp_path_key_t const& key, bgp_path_attr_t const& attr) {
                            return bgp_path_t(key, onlyAskedFor(attr, fields));
@@ -57,15 +59,9 @@ bgp_path_iter_t BgpPathMgr::iter(Family const& family, bgp_path_options_t const&
 }
 
 bgp_path_t BgpPathMgr::read(Family const& family, bgp_path_key_t const& key) {
-   Call const call(family.read);
    bgp_path_attr_t const* attr = family.paths.find(key);
    if (attr == nullptr) throw invalid_argument_error(fmt::format("no such BGP path {}", key.to_string()));
    return {key, *attr};
-}
-
-bool BgpPathMgr::convergence(Family const& family) {
-   Call const call(family.convergence);
-   return family.converged;
 }
 
 void BgpPathMgr::raisePath(bgp_path_key_t const& key) {
@@ -79,12 +75,13 @@ void BgpPathMgr::pathIs(bgp_path_key_t const& key, bgp_path_attr_t const& attr) 
    check_length(key.prefix());
    auto& paths = of(familyOf(key)).paths;
    if (auto const* present = paths.find(key); present != nullptr && *present == attr) return;
-   paths.set(key, attr);
+   paths.set(Inside(operations_.ledger()), key, attr);
    raisePath(key);
 }
 
 void BgpPathMgr::pathDel(bgp_path_key_t const& key) {
-   if (of(familyOf(key)).paths.del(key)) raisePath(key);
+   Inside const inside(operations_.ledger());
+   if (of(familyOf(key)).paths.del(inside, key)) raisePath(key);
 }
 
 void BgpPathMgr::convergedIs(bgp_afi_safi_t family, bool converged) {

@@ -3,8 +3,10 @@
 #include <fmt/format.h>
 
 #include <array>
-#include <utility>
 
+#include "platform/velm/errors.h"
+
+// Only the outermost call counts, so that the figures tell what clients asked for, whatever the managers call inside.
 namespace velm::embedded {
 namespace {
 
@@ -27,7 +29,9 @@ constexpr std::array errorClasses{ErrorClass{"error", raise<error>},
 
 }  // namespace
 
-Operation::Operation(CallLedger& ledger, char const* name) : ledger_(ledger) { ledger.operations_.emplace(name, this); }
+Operation::Operation(CallLedger& ledger, std::string const& name) : ledger_(ledger) {
+   ledger.operations_.emplace(name, this);
+}
 
 void Operation::throwNextFault() {
    auto& fault = faults_.front();
@@ -51,12 +55,6 @@ void CallLedger::failNext(std::string const& operation, std::string const& error
 
 void CallLedger::clearFaults() {
    for (auto& [name, operation] : operations_) operation->faults_.clear();
-}
-
-std::vector<std::string_view> CallLedger::operations() const {
-   std::vector<std::string_view> names;
-   for (auto const& [name, operation] : operations_) names.push_back(name);
-   return names;
 }
 
 std::map<std::string_view, std::uint64_t> CallLedger::calls() const {

@@ -5,9 +5,7 @@
 #include <map>
 #include <string>
 #include <string_view>
-#include <vector>
 
-#include "platform/velm/errors.h"
 #include "platform/velm/sdk_lock.h"
 
 namespace velm::embedded {
@@ -15,10 +13,11 @@ namespace velm::embedded {
 class CallLedger;
 
 /// One operation of a manager, "ip_route_mgr.ip_route_set": how often it was called, and the faults set for its next
-/// calls. A member of its manager; overloads share one.
+/// calls. Overloads share one. See Operations.
 class Operation {
  public:
-   Operation(CallLedger& ledger, char const* name);
+   /// Enters the operation into the ledger, which must outlive it.
+   Operation(CallLedger& ledger, std::string const& name);
    Operation(Operation const&) = delete;
    Operation& operator=(Operation const&) = delete;
 
@@ -47,45 +46,33 @@ class CallLedger {
    void failNext(std::string const& operation, std::string const& error, std::string const& text, std::uint64_t times);
    /// Withdraws what is left of the faults.
    void clearFaults();
-   /// The names of all operations.
-   std::vector<std::string_view> operations() const;
    /// Calls so far by operation; zeros are left out.
    std::map<std::string_view, std::uint64_t> calls() const;
 
-   /// While one exists, calls count nothing and meet no fault: what a command or a manager calls inside is its own
-   /// affair.
-   class Inside {
-    public:
-      explicit Inside(CallLedger& ledger) : ledger_(ledger) { ++ledger_.depth_; }
-      ~Inside() { --ledger_.depth_; }
-      Inside(Inside const&) = delete;
-      Inside& operator=(Inside const&) = delete;
-
-    private:
-      sdk_scoped_lock lock_;
-      CallLedger& ledger_;
-   };
-
  private:
    friend class Operation;
-   friend class Call;
+   friend class Inside;
 
-   std::map<std::string_view, Operation*> operations_;
+   std::map<std::string, Operation*, std::less<>> operations_;
    int depth_ = 0;  // calls under way, one inside the other
 };
 
-/// An operation under way: holds the SDK lock, has been counted, and has thrown the fault that was set for it.
-class Call {
+/// Being at work inside the switch: holds the SDK lock, and while one exists, calls count nothing and meet no fault,
+/// for what a command or an operation calls is its own affair. Whoever changes a table shows one: a Call where a client
+/// asked for the change, a plain Inside where the switch makes it by itself.
+class Inside {
  public:
-   explicit Call(Operation& operation) : inside_(operation.ledger_) {
-      if (operation.ledger_.depth_ > 1) return;
-      ++operation.calls_;
-      if (!operation.faults_.empty()) [[unlikely]]
-         operation.throwNextFault();
-   }
+   explicit Inside(CallLedger& ledger) : ledger_(ledger) { ++ledger_.depth_; }
+   ~Inside() { --ledger_.depth_; }
+   Inside(Inside const&) = delete;
+   Inside& operator=(Inside const&) = delete;
+
+ protected:
+   bool outermost() const { return ledger_.depth_ == 1; }
 
  private:
-   CallLedger::Inside inside_;
+   sdk_scoped_lock lock_;
+   CallLedger& ledger_;
 };
 
 }  // namespace velm::embedded

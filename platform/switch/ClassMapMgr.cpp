@@ -13,11 +13,7 @@ bool isReadable(class_map_rule_t const& rule) {
 
 }  // namespace
 
-ClassMapMgr::ClassMapMgr(CallLedger& ledger)
-   : exists_(ledger, "class_map_mgr.exists"),
-     class_map_(ledger, "class_map_mgr.class_map"),
-     class_map_is_(ledger, "class_map_mgr.class_map_is"),
-     class_map_del_(ledger, "class_map_mgr.class_map_del") {}
+ClassMapMgr::ClassMapMgr(CallLedger& ledger) : operations_(ledger) {}
 
 static void decode(StoredBytes& in, class_map_rule_t& rule) {
    decode<class_map_rule_t>(in, rule);
@@ -27,31 +23,31 @@ static void decode(StoredBytes& in, class_map_rule_t& rule) {
 void ClassMapMgr::storeIs(Store& store) { table_.storeIs(store, StoredTable::classMaps); }
 
 bool ClassMapMgr::exists(policy_map_key_t const& key) const {
-   Call const call(exists_);
+   Call const call(operations_);
    return table_.contains(key);
 }
 
 class_map_t ClassMapMgr::class_map(policy_map_key_t const& key) const {
-   Call const call(class_map_);
+   Call const call(operations_);
    class_map_t const* map = table_.find(key);
    if (map == nullptr) throw invalid_argument_error(fmt::format("no such class map {}", key.to_string()));
    return *map;
 }
 
 void ClassMapMgr::class_map_is(class_map_t const& class_map) {
-   Call const call(class_map_is_);
+   Call const call(operations_);
    if (class_map.key().name().empty()) throw invalid_argument_error("a class map needs a name");
    for (auto const& [sequence, rule] : class_map.rules()) {
       if (isReadable(rule)) continue;
       throw invalid_range_error(
          fmt::format("type {} is out of range", static_cast<unsigned>(rule.acl_key().acl_type())));
    }
-   table_.set(class_map.key(), class_map);
+   table_.set(call, class_map.key(), class_map);
 }
 
 void ClassMapMgr::class_map_del(policy_map_key_t const& key) {
-   Call const call(class_map_del_);
-   table_.del(key);
+   Call const call(operations_);
+   table_.del(call, key);
 }
 
 void ClassMapMgr::ruleIs(policy_map_key_t const& key, std::uint32_t sequence, class_map_rule_t const& rule) {

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "platform/switch/CallLedger.h"
+#include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/class_map.h"
 
@@ -28,10 +28,7 @@ class ClassMapMgr : public class_map_mgr {
  private:
    ClassMapTable table_;
 
-   mutable Operation exists_;
-   mutable Operation class_map_;
-   mutable Operation class_map_is_;
-   mutable Operation class_map_del_;
+   Operations<"class_map_mgr", "exists", "class_map", "class_map_is", "class_map_del"> operations_;
 };
 
 }  // namespace velm::embedded

@@ -3,20 +3,23 @@
 #include <fmt/format.h>
 #include <openssl/sha.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <array>
-#include <cerrno>
 #include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
-#include <unistd.h>
 #include <utility>
 
 #include "platform/velm/errors.h"
 
+// How LMDB is used here. One tree, one writer, no locks of its own, since the folder's lock keeps other processes out.
+// The file is mapped writable and never flushed by us: a killed process loses nothing, as the pages are the kernel's,
+// and a change is a write to memory. The price is that a page without room on the disk would end the process at its
+// first touch; hence the space is allocated ahead, and a step that does not fit is undone, the file made larger, and
+// the step run again. LMDB takes keys up to 511 bytes; longer ones stand under their hash, with the key itself in the
+// value.
 namespace velm::embedded {
 namespace {
 
@@ -25,11 +28,11 @@ constexpr std::size_t longestKey = 511;
 constexpr unsigned commonFlags = MDB_NOSUBDIR | MDB_NOLOCK;  // the folder's lock keeps others out
 constexpr mode_t ownerOnly = S_IRUSR | S_IWUSR;
 
-// A value's first byte: what stands behind it.
+// A value's first byte tells what follows.
 constexpr char plain = 0;
-constexpr char behindItsKey = 1;  // the key's size in four bytes, the key, the value
+constexpr char afterItsKey = 1;  // the key's size in four bytes, the key, the value
 
-struct NoRoom {};  // the file is too small for the change
+struct NoRoom {};  // the file is too small for the step
 
 void must(int result, char const* doing) {
    if (result == MDB_SUCCESS) return;
@@ -65,7 +68,9 @@ class Reading {
 
    // Calls fn(key, value) from the first key that is not before the given one, until it returns false.
    template <class Fn>
-   void walk(MDB_dbi tree, std::string_view from, Fn fn) {
+   void walk(std::string_view from, Fn fn) {
+      MDB_dbi tree = 0;
+      must(mdb_dbi_open(txn_, nullptr, 0, &tree), "read");
       MDB_cursor* raw = nullptr;
       must(mdb_cursor_open(txn_, tree, &raw), "read");
       std::unique_ptr<MDB_cursor, decltype(&mdb_cursor_close)> const cursor(raw, &mdb_cursor_close);
@@ -75,51 +80,10 @@ class Reading {
       while (result == MDB_SUCCESS && fn(text(key), text(value))) result = mdb_cursor_get(raw, &key, &value, MDB_NEXT);
       if (result != MDB_NOTFOUND) must(result, "read");
    }
-   MDB_dbi tree() {
-      MDB_dbi tree = 0;
-      must(mdb_dbi_open(txn_, nullptr, 0, &tree), "read");
-      return tree;
-   }
-   std::size_t entries(MDB_dbi tree) {
-      MDB_stat stat{};
-      must(mdb_stat(txn_, tree, &stat), "read");
-      return stat.ms_entries;
-   }
 
  private:
    MDB_txn* txn_ = nullptr;
 };
-
-// Touches every byte of the tree; a walk that finds more than the tree says it holds goes in circles.
-bool readsThrough(Reading& reading, MDB_dbi tree) {
-   std::size_t left = reading.entries(tree);
-   unsigned char volatile sum = 0;  // what is not used is not read
-   bool inCircles = false;
-   reading.walk(tree, {}, [&](std::string_view key, std::string_view value) {
-      for (char const byte : key) sum = sum ^ static_cast<unsigned char>(byte);
-      for (char const byte : value) sum = sum ^ static_cast<unsigned char>(byte);
-      inCircles = left-- == 0;
-      return !inCircles;
-   });
-   return !inCircles && left == 0;
-}
-
-// In the child: ends it.
-[[noreturn]] void readAll(std::string const& path) {
-   constexpr unsigned patience = 60;
-   constexpr MDB_dbi freePages = 0;
-   close_range(STDERR_FILENO + 1, ~0U, 0);  // the folder's lock is the parent's and must go with it
-   alarm(patience);
-   MDB_env* env = nullptr;
-   try {
-      must(mdb_env_create(&env), "read");
-      must(mdb_env_open(env, path.c_str(), commonFlags | MDB_RDONLY, ownerOnly), "read");
-      Reading reading(env);
-      _exit(readsThrough(reading, reading.tree()) && readsThrough(reading, freePages) ? 0 : 1);
-   } catch (...) {
-      _exit(1);
-   }
-}
 
 std::size_t sizeOf(MDB_env* env) {
    MDB_envinfo info{};
@@ -155,12 +119,12 @@ Database::Database(std::string path, Access access) : path_(std::move(path)) {
 
 Database::~Database() { mdb_env_close(env_); }
 
-bool Database::attempt(std::function<void(Change&)> const& change) try {
+bool Database::attempt(std::function<void(Transaction&)> const& step) try {
    MDB_txn* raw = nullptr;
    must(mdb_txn_begin(env_, nullptr, 0, &raw), "changed");
    std::unique_ptr<MDB_txn, decltype(&mdb_txn_abort)> txn(raw, &mdb_txn_abort);
-   Change part(raw);
-   change(part);
+   Transaction transaction(raw);
+   step(transaction);
    must(mdb_txn_commit(txn.release()), "changed");
    return true;
 } catch (NoRoom const&) {
@@ -182,7 +146,7 @@ void Database::grow() {
    }
 }
 
-void Database::Change::put(std::string_view key, std::string_view value) {
+void Database::Transaction::put(std::string_view key, std::string_view value) {
    StoredKey stored(key);
    std::size_t const extra = stored.hashed() ? sizeof(std::uint32_t) + key.size() : 0;
    MDB_val at = stored.val();
@@ -191,7 +155,7 @@ void Database::Change::put(std::string_view key, std::string_view value) {
    must(mdb_dbi_open(txn_, nullptr, 0, &tree), "changed");
    must(mdb_put(txn_, tree, &at, &room, MDB_RESERVE), "changed");
    char* out = static_cast<char*>(room.mv_data);
-   *out++ = stored.hashed() ? behindItsKey : plain;
+   *out++ = stored.hashed() ? afterItsKey : plain;
    if (stored.hashed()) {
       auto const size = static_cast<std::uint32_t>(key.size());
       std::memcpy(out, &size, sizeof size);
@@ -200,7 +164,7 @@ void Database::Change::put(std::string_view key, std::string_view value) {
    std::copy(value.begin(), value.end(), out);
 }
 
-void Database::Change::del(std::string_view key) {
+void Database::Transaction::del(std::string_view key) {
    StoredKey stored(key);
    MDB_val at = stored.val();
    MDB_dbi tree = 0;
@@ -209,14 +173,13 @@ void Database::Change::del(std::string_view key) {
 }
 
 void Database::walk(std::string_view front, std::function<void(std::string_view, std::string_view)> const& fn) {
-   Reading reading(env_);
-   reading.walk(reading.tree(), front, [&](std::string_view key, std::string_view value) {
+   Reading(env_).walk(front, [&](std::string_view key, std::string_view value) {
       if (!key.starts_with(front)) return false;
       auto const place = key;
       std::uint32_t size = 0;
-      bool const behind = value.size() > sizeof size && value.front() == behindItsKey;
+      bool const hashed = value.size() > sizeof size && value.front() == afterItsKey;
       value.remove_prefix(std::min<std::size_t>(value.size(), 1));
-      if (behind) {
+      if (hashed) {
          std::memcpy(&size, value.data(), sizeof size);
          value.remove_prefix(sizeof size);
          key = value.substr(0, size);
@@ -228,15 +191,6 @@ void Database::walk(std::string_view front, std::function<void(std::string_view,
       fn(key, value);
       return true;
    });
-}
-
-bool Database::sound(std::string const& path) {
-   pid_t const child = fork();
-   if (child == 0) readAll(path);
-   int status = 0;
-   while (child > 0 && waitpid(child, &status, 0) < 0 && errno == EINTR) {
-   }
-   return child > 0 && WIFEXITED(status) && WEXITSTATUS(status) == 0;
 }
 
 }  // namespace velm::embedded

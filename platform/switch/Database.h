@@ -23,35 +23,40 @@ class Database {
    Database(Database const&) = delete;
    Database& operator=(Database const&) = delete;
 
-   /// A change under way: nothing of it counts until write() has returned.
-   class Change {
+   /// A step under way: nothing of it counts until write() has returned.
+   class Transaction {
     public:
       void put(std::string_view key, std::string_view value);
-      /// One that is absent is no error.
+      /// Deleting one that is absent is no error.
       void del(std::string_view key);
 
     private:
       friend class Database;
-      explicit Change(MDB_txn* txn) : txn_(txn) {}
+      explicit Transaction(MDB_txn* txn) : txn_(txn) {}
       MDB_txn* txn_;
    };
-   /// Runs change(Change&), again from the start each time that the file had to grow. Throws velm::error with nothing
-   /// changed, if the disk has no room above all.
+   /// Runs step(Transaction&), again from the start each time that the file had to grow. Throws velm::error with
+   /// nothing changed, if the disk has no room above all.
    template <class Fn>
-   void write(Fn&& change) {
-      while (!attempt(change)) grow();
+   void write(Fn&& step) {
+      while (!attempt(step)) grow();
    }
 
    /// Calls fn(key, value) for the keys that begin with the front, in their order. Throws velm::error.
    void walk(std::string_view front, std::function<void(std::string_view key, std::string_view value)> const& fn);
 
+   // Looks at a file before it is opened.
+
+   /// Why the file cannot be a database as this one writes it, or not all of one; empty if it can. Maps nothing: the
+   /// first touch of a page that is cut off would end the process.
+   static std::string misfit(std::string const& path);
    /// Reads the file from end to end in a child process and tells whether that one lived to say that all is well: what
-   /// damage does to a mapped file is anything up to a fault.
+   /// damage does to a mapped file is anything up to a fault. For a file that is no misfit.
    static bool sound(std::string const& path);
 
  private:
    /// False if the file was too small for it.
-   bool attempt(std::function<void(Change&)> const& change);
+   bool attempt(std::function<void(Transaction&)> const& step);
    void grow();
 
    std::string const path_;

@@ -4,15 +4,15 @@
 #include <utility>
 #include <vector>
 
-#include "platform/switch/CallLedger.h"
 #include "platform/switch/IntfMgr.h"
 #include "platform/switch/MainLoop.h"
+#include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/eth_lag_intf.h"
 
 namespace velm::embedded {
 
-/// What a LAG has beyond the Port-Channel interface that it is.
+/// The attributes of a LAG beyond those of the Port-Channel interface that it is.
 struct Lag {
    static constexpr unsigned short defaultFallbackTimeout = 90;
 
@@ -47,7 +47,7 @@ class EthLagIntfMgr : public eth_lag_intf_mgr, public IntfFollower {
  public:
    EthLagIntfMgr(CallLedger& ledger, MainLoop& loop, IntfMgr& intfs);
 
-   /// Behind that of the interfaces.
+   /// Call it after that of the interfaces.
    void storeIs(Store& store);
 
    Table<intf_id_t, Lag> const& table() const { return lags_; }
@@ -87,9 +87,9 @@ class EthLagIntfMgr : public eth_lag_intf_mgr, public IntfFollower {
    double member_time(intf_id_t intf) const override;
    std::string member_reason(intf_id_t intf) const override;
 
-   void intfCreated(Change& change, intf_id_t intf) override;
-   void intfChanged(Change& change, intf_id_t intf) override;
-   void intfRemoved(Change& change, intf_id_t intf) override;
+   void intfCreated(Transaction& transaction, intf_id_t intf) override;
+   void intfChanged(Transaction& transaction, intf_id_t intf) override;
+   void intfRemoved(Transaction& transaction, intf_id_t intf) override;
    bool holdsDown(intf_id_t intf) const override;
 
  private:
@@ -106,17 +106,17 @@ class EthLagIntfMgr : public eth_lag_intf_mgr, public IntfFollower {
 
    void demand(intf_id_t lag) const;
    template <class T>
-   void lagIs(intf_id_t lag, T Lag::*attribute, T value);
+   void lagIs(Call const& call, intf_id_t lag, T Lag::*attribute, T value);
    template <class T>
-   void memberIs(intf_id_t intf, T LagMember::*attribute, T value);
+   void memberIs(Call const& call, intf_id_t intf, T LagMember::*attribute, T value);
 
-   void joined(Change& change, intf_id_t intf, intf_id_t lag);
-   void left(Change& change, intf_id_t intf, intf_id_t lag);
-   /// Has the change raise the events of what it alters of the LAG's state and speed.
-   void watch(Change& change, intf_id_t lag);
+   void joined(Transaction& transaction, intf_id_t intf, intf_id_t lag);
+   void left(Transaction& transaction, intf_id_t intf, intf_id_t lag);
+   /// Has the transaction raise the events of what it alters of the LAG's state and speed.
+   void watch(Transaction& transaction, intf_id_t lag);
    void compare(intf_id_t lag, Links const& linksBefore, std::uint64_t speedBefore);
    template <class Fn>
-   void raise(Change& change, intf_id_t lag, Fn fn);
+   void raise(Transaction& transaction, intf_id_t lag, Fn fn);
    void raiseSpeed(intf_id_t lag);
 
    MainLoop& loop_;
@@ -126,33 +126,13 @@ class EthLagIntfMgr : public eth_lag_intf_mgr, public IntfFollower {
    Table<intf_id_t, double> memberTimes_;            // by member; not stored
    Table<intf_id_t, std::uint64_t> reportedSpeeds_;  // of LAGs whose members have not changed since; not stored
 
-   mutable Operation iter_;
-   mutable Operation exists_;
-   mutable Operation member_iter_;
-   mutable Operation is_;
-   mutable Operation lag_;
-   mutable Operation del_;
-   mutable Operation speed_;
-   mutable Operation min_links_;
-   mutable Operation min_links_is_;
-   mutable Operation fallback_type_;
-   mutable Operation fallback_type_is_;
-   mutable Operation fallback_timeout_;
-   mutable Operation fallback_timeout_is_;
-   mutable Operation fallback_timeout_default_;
-   mutable Operation membership_set_;
-   mutable Operation membership_del_;
-   mutable Operation membership_;
-   mutable Operation membership_status_;
-   mutable Operation member_priority_;
-   mutable Operation member_priority_is_;
-   mutable Operation member_mode_;
-   mutable Operation member_mode_is_;
-   mutable Operation member_timeout_;
-   mutable Operation member_timeout_is_;
-   mutable Operation member_active_;
-   mutable Operation member_time_;
-   mutable Operation member_reason_;
+   Operations<"eth_lag_intf_mgr", "eth_lag_intf_iter", "exists", "eth_lag_intf_member_iter", "eth_lag_intf_is",
+              "eth_lag_intf", "eth_lag_intf_del", "speed", "min_links", "min_links_is", "fallback_type",
+              "fallback_type_is", "fallback_timeout", "fallback_timeout_is", "fallback_timeout_default",
+              "membership_set", "membership_del", "membership", "membership_status", "member_priority",
+              "member_priority_is", "member_mode", "member_mode_is", "member_timeout", "member_timeout_is",
+              "member_active", "member_time", "member_reason">
+      operations_;
 };
 
 }  // namespace velm::embedded

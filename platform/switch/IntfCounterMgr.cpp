@@ -2,10 +2,7 @@
 
 namespace velm::embedded {
 
-IntfCounterMgr::IntfCounterMgr(CallLedger& ledger, IntfMgr& intfs)
-   : intfs_(intfs),
-     intf_counters_(ledger, "intf_counter_mgr.intf_counters"),
-     intf_traffic_rates_(ledger, "intf_counter_mgr.intf_traffic_rates") {
+IntfCounterMgr::IntfCounterMgr(CallLedger& ledger, IntfMgr& intfs) : intfs_(intfs), operations_(ledger) {
    intfs_.followerIs(*this);
 }
 
@@ -16,19 +13,20 @@ IntfTraffic IntfCounterMgr::traffic(intf_id_t intf) const {
 
 void IntfCounterMgr::trafficIs(intf_id_t intf, IntfTraffic const& traffic) {
    intfs_.demand(intf);
-   table_.set(intf, traffic);
+   Inside const inside(operations_.ledger());
+   table_.set(inside, intf, traffic);
 }
 
 intf_counters_t IntfCounterMgr::intf_counters(intf_id_t intf) const {
-   Call const call(intf_counters_);
+   Call const call(operations_);
    return traffic(intf).counters;
 }
 
 intf_traffic_rates_t IntfCounterMgr::intf_traffic_rates(intf_id_t intf) const {
-   Call const call(intf_traffic_rates_);
+   Call const call(operations_);
    return traffic(intf).rates;
 }
 
-void IntfCounterMgr::intfRemoved(Change& change, intf_id_t intf) { table_.del(change.rows(), intf); }
+void IntfCounterMgr::intfRemoved(Transaction& transaction, intf_id_t intf) { table_.del(transaction, intf); }
 
 }  // namespace velm::embedded

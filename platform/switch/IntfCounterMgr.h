@@ -1,13 +1,13 @@
 #pragma once
 
-#include "platform/switch/CallLedger.h"
 #include "platform/switch/IntfMgr.h"
+#include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/intf.h"
 
 namespace velm::embedded {
 
-/// What has passed an interface. Not kept across a restart.
+/// The traffic that has passed an interface. Not kept across a restart.
 struct IntfTraffic {
    intf_counters_t counters;
    intf_traffic_rates_t rates;
@@ -26,13 +26,12 @@ class IntfCounterMgr : public intf_counter_mgr, public IntfFollower {
    intf_counters_t intf_counters(intf_id_t intf) const override;
    intf_traffic_rates_t intf_traffic_rates(intf_id_t intf) const override;
 
-   void intfRemoved(Change& change, intf_id_t intf) override;
+   void intfRemoved(Transaction& transaction, intf_id_t intf) override;
 
  private:
    IntfMgr& intfs_;
    Table<intf_id_t, IntfTraffic> table_;
-   mutable Operation intf_counters_;
-   mutable Operation intf_traffic_rates_;
+   Operations<"intf_counter_mgr", "intf_counters", "intf_traffic_rates"> operations_;
 };
 
 }  // namespace velm::embedded

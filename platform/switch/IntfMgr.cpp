@@ -7,44 +7,30 @@
 
 #include "platform/switch/Iterators.h"
 
+// A change of an interface is one transaction: the manager's row and those of all followers (addresses, LAGs, Macsec,
+// counters) change together or not at all. Events tell what a change comes to, which shows only afterwards, since the
+// state of a LAG follows from rows of others. So watch() keeps what was before and has the transaction compare once all
+// rows have changed; the order in which things are watched is that of their events.
 namespace velm::embedded {
 
-IntfMgr::IntfMgr(CallLedger& ledger, MainLoop& loop)
-   : loop_(loop),
-     intf_iter_(ledger, "intf_mgr.intf_iter"),
-     exists_(ledger, "intf_mgr.exists"),
-     kernel_intf_name_(ledger, "intf_mgr.kernel_intf_name"),
-     velm_intf_name_(ledger, "intf_mgr.velm_intf_name"),
-     admin_enabled_(ledger, "intf_mgr.admin_enabled"),
-     admin_enabled_is_(ledger, "intf_mgr.admin_enabled_is"),
-     description_(ledger, "intf_mgr.description"),
-     description_is_(ledger, "intf_mgr.description_is"),
-     oper_status_(ledger, "intf_mgr.oper_status") {
+IntfMgr::IntfMgr(CallLedger& ledger, MainLoop& loop) : loop_(loop), operations_(ledger) {
+   Inside const inside(operations_.ledger());
    constexpr int ports = 32;
-   for (int port = 1; port <= ports; ++port) table_.set(intf_id_t(fmt::format("Ethernet{}", port)), {});
-   table_.set(intf_id_t("Management1"), {});
+   for (int port = 1; port <= ports; ++port) table_.set(inside, intf_id_t(fmt::format("Ethernet{}", port)), {});
+   table_.set(inside, intf_id_t("Management1"), {});
 }
 
 void IntfMgr::storeIs(Store& store) {
    std::vector<intf_id_t> atFirst;
-   table_.walk([&](intf_id_t const& intf, Intf const&) {
-      atFirst.push_back(intf);
-      return true;
-   });
+   table_.each([&](intf_id_t const& intf, Intf const&) { atFirst.push_back(intf); });
    table_.storeIs(store, StoredTable::intfs);
    for (auto const& intf : atFirst) tellDataplane(intf);  // of those that were pulled, that they are gone
-   table_.walk([&](intf_id_t const& intf, Intf const&) {
-      tellDataplane(intf);
-      return true;
-   });
+   table_.each([&](intf_id_t const& intf, Intf const&) { tellDataplane(intf); });
 }
 
 void IntfMgr::dataplaneIs(Dataplane& dataplane) {
    dataplane_ = &dataplane;
-   table_.walk([&](intf_id_t const& intf, Intf const&) {
-      tellDataplane(intf);
-      return true;
-   });
+   table_.each([&](intf_id_t const& intf, Intf const&) { tellDataplane(intf); });
 }
 
 void IntfMgr::tellDataplane(intf_id_t intf) {
@@ -72,10 +58,10 @@ void IntfMgr::raiseStatus(intf_id_t intf, oper_status_t status) {
    raise(intf, [intf, status](intf_handler& handler) { handler.on_oper_status(intf, status); });
 }
 
-void IntfMgr::watch(Change& change, intf_id_t intf) {
+void IntfMgr::watch(Transaction& transaction, intf_id_t intf) {
    Intf const* const row = table_.find(intf);
    if (row == nullptr) return;
-   change.then([this, intf, before = *row, status = operStatus(intf)] { raiseDifferences(intf, before, status); });
+   transaction.then([this, intf, before = *row, status = operStatus(intf)] { raiseDifferences(intf, before, status); });
 }
 
 void IntfMgr::raiseDifferences(intf_id_t intf, Intf const& before, oper_status_t statusBefore) {
@@ -95,40 +81,43 @@ void IntfMgr::raiseDifferences(intf_id_t intf, Intf const& before, oper_status_t
 template <class Fn>
 void IntfMgr::amend(intf_id_t intf, Fn&& fn) {
    demand(intf);
-   Change change;
-   watch(change, intf);
-   for (auto* follower : followers_) follower->intfChanged(change, intf);
-   table_.update(change.rows(), intf, fn);
-   change.commit();
+   Inside const inside(operations_.ledger());
+   Transaction transaction(inside);
+   watch(transaction, intf);
+   for (auto* follower : followers_) follower->intfChanged(transaction, intf);
+   table_.update(transaction, intf, fn);
+   transaction.commit();
 }
 
 void IntfMgr::create(intf_id_t intf) {
    if (intf == intf_id_t()) throw invalid_argument_error("an interface needs a name");
    if (table_.contains(intf)) return;
-   Change change;
-   table_.set(change.rows(), intf, {});
-   change.then([this, intf] {
+   Inside const inside(operations_.ledger());
+   Transaction transaction(inside);
+   table_.set(transaction, intf, {});
+   transaction.then([this, intf] {
       tellDataplane(intf);
       raise(intf, [intf](intf_handler& handler) { handler.on_intf_create(intf); });
    });
-   for (auto* follower : followers_) follower->intfCreated(change, intf);
+   for (auto* follower : followers_) follower->intfCreated(transaction, intf);
    // Who saw an interface of this name go, and took it for down, must hear that it is up.
-   change.then([this, intf] {
+   transaction.then([this, intf] {
       if (operStatus(intf) == oper_status_t::up) raiseStatus(intf, oper_status_t::up);
    });
-   change.commit();
+   transaction.commit();
 }
 
 void IntfMgr::remove(intf_id_t intf) {
    if (!table_.contains(intf)) return;
-   Change change;
-   for (auto* follower : followers_) follower->intfRemoved(change, intf);
-   table_.del(change.rows(), intf);
-   change.then([this, intf] {
+   Inside const inside(operations_.ledger());
+   Transaction transaction(inside);
+   for (auto* follower : followers_) follower->intfRemoved(transaction, intf);
+   table_.del(transaction, intf);
+   transaction.then([this, intf] {
       tellDataplane(intf);
       raise(intf, [intf](intf_handler& handler) { handler.on_intf_delete(intf); });
    });
-   change.commit();
+   transaction.commit();
 }
 
 void IntfMgr::linkIs(intf_id_t intf, oper_status_t link) {
@@ -136,50 +125,50 @@ void IntfMgr::linkIs(intf_id_t intf, oper_status_t link) {
 }
 
 intf_iter_t IntfMgr::intf_iter() const {
-   Call const call(intf_iter_);
+   Call const call(operations_);
    return makeTableIter(table_, [](intf_id_t const& intf, Intf const&) { return intf; });
 }
 
 bool IntfMgr::exists(intf_id_t intf) const {
-   Call const call(exists_);
+   Call const call(operations_);
    return table_.contains(intf);
 }
 
 std::string IntfMgr::kernel_intf_name(intf_id_t intf) const {
-   Call const call(kernel_intf_name_);
+   Call const call(operations_);
    return table_.contains(intf) ? kernel_name(intf) : std::string();
 }
 
 intf_id_t IntfMgr::velm_intf_name(std::string const& kernel_name) const {
-   Call const call(velm_intf_name_);
+   Call const call(operations_);
    auto const intf = intf_of_kernel_name(kernel_name);
    return table_.contains(intf) ? intf : intf_id_t();
 }
 
 bool IntfMgr::admin_enabled(intf_id_t intf) const {
-   Call const call(admin_enabled_);
+   Call const call(operations_);
    Intf const* row = table_.find(intf);
    return row != nullptr && row->adminEnabled;
 }
 
 void IntfMgr::admin_enabled_is(intf_id_t intf, bool enabled) {
-   Call const call(admin_enabled_is_);
+   Call const call(operations_);
    amend(intf, [&](Intf& row) { row.adminEnabled = enabled; });
 }
 
 std::string IntfMgr::description(intf_id_t intf) const {
-   Call const call(description_);
+   Call const call(operations_);
    Intf const* row = table_.find(intf);
    return row == nullptr ? std::string() : row->description;
 }
 
 void IntfMgr::description_is(intf_id_t intf, std::string const& description) {
-   Call const call(description_is_);
+   Call const call(operations_);
    amend(intf, [&](Intf& row) { row.description = description; });
 }
 
 oper_status_t IntfMgr::oper_status(intf_id_t intf) const {
-   Call const call(oper_status_);
+   Call const call(operations_);
    return operStatus(intf);
 }
 

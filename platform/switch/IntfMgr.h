@@ -3,10 +3,9 @@
 #include <string>
 #include <vector>
 
-#include "platform/switch/CallLedger.h"
-#include "platform/switch/Change.h"
 #include "platform/switch/Dataplane.h"
 #include "platform/switch/MainLoop.h"
+#include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/intf.h"
 
@@ -26,16 +25,16 @@ struct Intf {
 using IntfTable = Table<intf_id_t, Intf>;
 
 /// A part of the switch that hangs on interfaces and takes part in their changes. Each call stages its rows in the
-/// change and has it raise the events of them; tables read as before it. Called under the SDK lock.
+/// transaction and has it raise their events; tables read as before it. Called under the SDK lock.
 class IntfFollower {
  public:
    virtual ~IntfFollower() = default;
-   /// The interface's own event comes first.
-   virtual void intfCreated(Change&, intf_id_t) {}
-   /// Its states change; its own events come first.
-   virtual void intfChanged(Change&, intf_id_t) {}
-   /// The interface's own event comes last.
-   virtual void intfRemoved(Change&, intf_id_t) {}
+   /// The interface is new; its own event comes first.
+   virtual void intfCreated(Transaction&, intf_id_t) {}
+   /// The interface's states change; its own events come first.
+   virtual void intfChanged(Transaction&, intf_id_t) {}
+   /// The interface goes; its own event comes last.
+   virtual void intfRemoved(Transaction&, intf_id_t) {}
    /// Whether the interface is down although its link is not.
    virtual bool holdsDown(intf_id_t) const { return false; }
 };
@@ -48,7 +47,7 @@ class IntfMgr : public intf_mgr {
    void storeIs(Store& store);
    /// The dataplane learns of every interface there is, and from then on of every change.
    void dataplaneIs(Dataplane& dataplane);
-   /// Tells the dataplane the state of the interface; for who has brought back what that follows from.
+   /// Tells the dataplane the state of the interface. For managers that have brought back rows from which it follows.
    void tellDataplane(intf_id_t intf);
    /// Followers are asked in the order in which they came. They are not owned and stay.
    void followerIs(IntfFollower& follower) { followers_.push_back(&follower); }
@@ -63,8 +62,8 @@ class IntfMgr : public intf_mgr {
    void create(intf_id_t intf);
    /// Removes it and all that hangs on it; one that is absent is no error.
    void remove(intf_id_t intf);
-   /// Has the change raise the events of what it alters of the interface, directly or not.
-   void watch(Change& change, intf_id_t intf);
+   /// Has the transaction raise the events of what it alters of the interface, directly or not.
+   void watch(Transaction& transaction, intf_id_t intf);
 
    intf_iter_t intf_iter() const override;
    bool exists(intf_id_t intf) const override;
@@ -92,15 +91,9 @@ class IntfMgr : public intf_mgr {
    Dataplane* dataplane_ = nullptr;
    std::vector<IntfFollower*> followers_;
 
-   mutable Operation intf_iter_;
-   mutable Operation exists_;
-   mutable Operation kernel_intf_name_;
-   mutable Operation velm_intf_name_;
-   mutable Operation admin_enabled_;
-   mutable Operation admin_enabled_is_;
-   mutable Operation description_;
-   mutable Operation description_is_;
-   mutable Operation oper_status_;
+   Operations<"intf_mgr", "intf_iter", "exists", "kernel_intf_name", "velm_intf_name", "admin_enabled",
+              "admin_enabled_is", "description", "description_is", "oper_status">
+      operations_;
 };
 
 }  // namespace velm::embedded

@@ -17,16 +17,7 @@ void check(std::set<ip_addr_mask_t> const& addrs) {
 }  // namespace
 
 IpIntfMgr::IpIntfMgr(CallLedger& ledger, MainLoop& loop, IntfMgr& intfs)
-   : loop_(loop),
-     intfs_(intfs),
-     exists_(ledger, "ip_intf_mgr.exists"),
-     ip_addrs_(ledger, "ip_intf_mgr.ip_addrs"),
-     ip_addrs_is_(ledger, "ip_intf_mgr.ip_addrs_is"),
-     ip_addr_add_(ledger, "ip_intf_mgr.ip_addr_add"),
-     ip_addr_del_(ledger, "ip_intf_mgr.ip_addr_del"),
-     merge_mode_(ledger, "ip_intf_mgr.ip_addr_merge_mode"),
-     merge_mode_is_(ledger, "ip_intf_mgr.ip_addr_merge_mode_is"),
-     vlan_(ledger, "ip_intf_mgr.internal_vlan_id") {
+   : loop_(loop), intfs_(intfs), operations_(ledger) {
    intfs_.followerIs(*this);
 }
 
@@ -41,29 +32,30 @@ IpIntf IpIntfMgr::row(intf_id_t intf) const {
 }
 
 template <class Fn>
-void IpIntfMgr::raise(Change& change, intf_id_t intf, Fn fn) {
-   change.then([this, intf, fn = std::move(fn)] { loop_.post([this, intf, fn] { notify(intf, fn); }); });
+void IpIntfMgr::raise(Transaction& transaction, intf_id_t intf, Fn fn) {
+   transaction.then([this, intf, fn = std::move(fn)] { loop_.post([this, intf, fn] { notify(intf, fn); }); });
 }
 
-void IpIntfMgr::watch(Change& change, intf_id_t intf, IpIntf const& before, IpIntf const& after) {
+void IpIntfMgr::watch(Transaction& transaction, intf_id_t intf, IpIntf const& before, IpIntf const& after) {
    for (auto const& addr : before.addrs) {
       if (after.addrs.contains(addr)) continue;
-      raise(change, intf, [intf, addr](ip_intf_handler& handler) { handler.on_ip_addr_del(intf, addr); });
+      raise(transaction, intf, [intf, addr](ip_intf_handler& handler) { handler.on_ip_addr_del(intf, addr); });
    }
    for (auto const& addr : after.addrs) {
       if (before.addrs.contains(addr)) continue;
-      raise(change, intf, [intf, addr](ip_intf_handler& handler) { handler.on_ip_addr_add(intf, addr); });
+      raise(transaction, intf, [intf, addr](ip_intf_handler& handler) { handler.on_ip_addr_add(intf, addr); });
    }
    if (auto const vlan = after.internalVlanId; vlan != before.internalVlanId) {
-      raise(change, intf, [intf, vlan](ip_intf_handler& handler) { handler.on_internal_vlan_id(intf, vlan); });
+      raise(transaction, intf, [intf, vlan](ip_intf_handler& handler) { handler.on_internal_vlan_id(intf, vlan); });
    }
 }
 
 void IpIntfMgr::rowIs(intf_id_t intf, IpIntf next) {
-   Change change;
-   watch(change, intf, row(intf), next);
-   table_.set(change.rows(), intf, std::move(next));
-   change.commit();
+   Inside const inside(operations_.ledger());
+   Transaction transaction(inside);
+   watch(transaction, intf, row(intf), next);
+   table_.set(transaction, intf, std::move(next));
+   transaction.commit();
 }
 
 void IpIntfMgr::addrsAre(intf_id_t intf, std::set<ip_addr_mask_t> const& addrs) {
@@ -81,54 +73,54 @@ void IpIntfMgr::internalVlanIs(intf_id_t intf, unsigned short vlan) {
    rowIs(intf, std::move(next));
 }
 
-void IpIntfMgr::intfRemoved(Change& change, intf_id_t intf) {
-   watch(change, intf, row(intf), {});
-   table_.del(change.rows(), intf);
-   settings_.del(change.rows(), intf);
+void IpIntfMgr::intfRemoved(Transaction& transaction, intf_id_t intf) {
+   watch(transaction, intf, row(intf), {});
+   table_.del(transaction, intf);
+   settings_.del(transaction, intf);
 }
 
 bool IpIntfMgr::exists(intf_id_t intf) const {
-   Call const call(exists_);
+   Call const call(operations_);
    return intfs_.table().contains(intf);
 }
 
 std::set<ip_addr_mask_t> IpIntfMgr::ip_addrs(intf_id_t intf) const {
-   Call const call(ip_addrs_);
+   Call const call(operations_);
    return row(intf).addrs;
 }
 
 void IpIntfMgr::ip_addrs_is(intf_id_t intf, std::set<ip_addr_mask_t> const& addrs) {
-   Call const call(ip_addrs_is_);
+   Call const call(operations_);
    addrsAre(intf, addrs);
 }
 
 void IpIntfMgr::ip_addr_add(intf_id_t intf, ip_addr_mask_t const& addr) {
-   Call const call(ip_addr_add_);
+   Call const call(operations_);
    auto addrs = row(intf).addrs;
    addrs.insert(addr);
    addrsAre(intf, addrs);
 }
 
 void IpIntfMgr::ip_addr_del(intf_id_t intf, ip_addr_mask_t const& addr) {
-   Call const call(ip_addr_del_);
+   Call const call(operations_);
    auto addrs = row(intf).addrs;
    if (addrs.erase(addr) > 0) addrsAre(intf, addrs);
 }
 
 bool IpIntfMgr::ip_addr_merge_mode(intf_id_t intf) const {
-   Call const call(merge_mode_);
+   Call const call(operations_);
    IpIntfSettings const* const settings = settings_.find(intf);
    return settings != nullptr && settings->mergeMode;
 }
 
 void IpIntfMgr::ip_addr_merge_mode_is(intf_id_t intf, bool merge) {
-   Call const call(merge_mode_is_);
+   Call const call(operations_);
    intfs_.demand(intf);
-   settings_.set(intf, {merge});
+   settings_.set(call, intf, {merge});
 }
 
 unsigned short IpIntfMgr::internal_vlan_id(intf_id_t intf) const {
-   Call const call(vlan_);
+   Call const call(operations_);
    return row(intf).internalVlanId;
 }
 

@@ -2,9 +2,9 @@
 
 #include <set>
 
-#include "platform/switch/CallLedger.h"
 #include "platform/switch/IntfMgr.h"
 #include "platform/switch/MainLoop.h"
+#include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/ip_intf.h"
 
@@ -20,7 +20,7 @@ struct IpIntf {
    }
 };
 
-/// What an agent asked for the handling of an interface's addresses.
+/// An agent's wishes for the handling of an interface's addresses.
 struct IpIntfSettings {
    bool mergeMode = false;
 
@@ -47,30 +47,25 @@ class IpIntfMgr : public ip_intf_mgr, public IntfFollower {
    void ip_addr_merge_mode_is(intf_id_t intf, bool merge) override;
    unsigned short internal_vlan_id(intf_id_t intf) const override;
 
-   void intfRemoved(Change& change, intf_id_t intf) override;
+   void intfRemoved(Transaction& transaction, intf_id_t intf) override;
 
  private:
    IpIntf row(intf_id_t intf) const;
    void rowIs(intf_id_t intf, IpIntf next);
    void addrsAre(intf_id_t intf, std::set<ip_addr_mask_t> const& addrs);
-   /// Has the change raise what differs between the two.
-   void watch(Change& change, intf_id_t intf, IpIntf const& before, IpIntf const& after);
+   /// Has the transaction raise what differs between the two.
+   void watch(Transaction& transaction, intf_id_t intf, IpIntf const& before, IpIntf const& after);
    template <class Fn>
-   void raise(Change& change, intf_id_t intf, Fn fn);
+   void raise(Transaction& transaction, intf_id_t intf, Fn fn);
 
    MainLoop& loop_;
    IntfMgr& intfs_;
    Table<intf_id_t, IpIntf> table_;
    Table<intf_id_t, IpIntfSettings> settings_;
 
-   mutable Operation exists_;
-   mutable Operation ip_addrs_;
-   mutable Operation ip_addrs_is_;
-   mutable Operation ip_addr_add_;
-   mutable Operation ip_addr_del_;
-   mutable Operation merge_mode_;
-   mutable Operation merge_mode_is_;
-   mutable Operation vlan_;
+   Operations<"ip_intf_mgr", "exists", "ip_addrs", "ip_addrs_is", "ip_addr_add", "ip_addr_del", "ip_addr_merge_mode",
+              "ip_addr_merge_mode_is", "internal_vlan_id">
+      operations_;
 };
 
 }  // namespace velm::embedded

@@ -6,6 +6,8 @@
 
 #include "platform/switch/Iterators.h"
 
+// A table for each VRF, made when the first route of the VRF is set and never taken away, since iterators refer to it.
+// All of them are stored under one table's byte, each with its VRF's name at the front of its keys.
 namespace velm::embedded {
 namespace {
 
@@ -40,20 +42,7 @@ void encode(std::string& out, IpRoute const& route) {
    encode(out, route.vias);
 }
 
-IpRouteMgr::IpRouteMgr(CallLedger& ledger)
-   : defaultVrf_(vrfs_[""]),
-     op_tag_(ledger, "ip_route_mgr.tag"),
-     op_tag_is_(ledger, "ip_route_mgr.tag_is"),
-     op_resync_init_(ledger, "ip_route_mgr.resync_init"),
-     op_resync_complete_(ledger, "ip_route_mgr.resync_complete"),
-     op_iter_(ledger, "ip_route_mgr.ip_route_iter"),
-     op_via_iter_(ledger, "ip_route_mgr.ip_route_via_iter"),
-     op_exists_(ledger, "ip_route_mgr.exists"),
-     op_route_(ledger, "ip_route_mgr.ip_route"),
-     op_set_(ledger, "ip_route_mgr.ip_route_set"),
-     op_del_(ledger, "ip_route_mgr.ip_route_del"),
-     op_via_set_(ledger, "ip_route_mgr.ip_route_via_set"),
-     op_via_del_(ledger, "ip_route_mgr.ip_route_via_del") {}
+IpRouteMgr::IpRouteMgr(CallLedger& ledger) : defaultVrf_(vrfs_[""]), operations_(ledger) {}
 
 IpRouteTable const& IpRouteMgr::table(std::string const& vrf) const {
    if (vrf.empty()) return defaultVrf_;
@@ -90,27 +79,27 @@ IpRouteTable& IpRouteMgr::made(std::string const& vrf) {
 IpRouteTable& IpRouteMgr::known(std::string const& vrf) { return const_cast<IpRouteTable&>(table(vrf)); }
 
 std::uint32_t IpRouteMgr::tag() const {
-   Call const call(op_tag_);
+   Call const call(operations_);
    return tag_;
 }
 
 void IpRouteMgr::tag_is(std::uint32_t tag) {
-   Call const call(op_tag_is_);
+   Call const call(operations_);
    tag_ = tag;
 }
 
 void IpRouteMgr::resync_init() {
-   Call const call(op_resync_init_);
+   Call const call(operations_);
    resyncing_ = true;
    for (auto& [vrf, table] : vrfs_) {
-      table.mark([&](ip_route_key_t const&, IpRoute const& route) { return tag_ == 0 || route.tag == tag_; });
+      table.mark(call, [&](ip_route_key_t const&, IpRoute const& route) { return tag_ == 0 || route.tag == tag_; });
    }
 }
 
 void IpRouteMgr::resync_complete() {
-   Call const call(op_resync_complete_);
+   Call const call(operations_);
    if (!resyncing_) return;
-   Transaction transaction;
+   Transaction transaction(call);
    for (auto& [vrf, table] : vrfs_) table.purge(transaction);
    transaction.commit();
    resyncing_ = false;
@@ -122,7 +111,7 @@ void IpRouteMgr::prefetch(std::span<ip_route_key_t const> keys, std::string cons
 }
 
 ip_route_iter_t IpRouteMgr::ip_route_iter() const {
-   Call const call(op_iter_);
+   Call const call(operations_);
    return makeTableIter(defaultVrf_, routeOf);
 }
 
@@ -130,7 +119,7 @@ ip_route_via_iter_t IpRouteMgr::ip_route_via_iter(ip_route_key_t const& key) con
    return ip_route_via_iter(key, {});
 }
 ip_route_via_iter_t IpRouteMgr::ip_route_via_iter(ip_route_key_t const& key, std::string const& vrf) const {
-   Call const call(op_via_iter_);
+   Call const call(operations_);
    auto const& routes = table(vrf);
    IpRoute const* route = routes.find(key);
    return makeSnapshotIter(route == nullptr ? std::vector<ip_route_via_t>() : route->vias.list(key),
@@ -139,24 +128,24 @@ ip_route_via_iter_t IpRouteMgr::ip_route_via_iter(ip_route_key_t const& key, std
 
 bool IpRouteMgr::exists(ip_route_key_t const& key) const { return exists(key, {}); }
 bool IpRouteMgr::exists(ip_route_key_t const& key, std::string const& vrf) const {
-   Call const call(op_exists_);
+   Call const call(operations_);
    return table(vrf).contains(key);
 }
 
 bool IpRouteMgr::exists(ip_route_via_t const& via) const { return exists(via, {}); }
 bool IpRouteMgr::exists(ip_route_via_t const& via, std::string const& vrf) const {
-   Call const call(op_exists_);
+   Call const call(operations_);
    return holdsVia(table(vrf), via);
 }
 
 ip_route_t IpRouteMgr::ip_route(ip_route_key_t const& key) const { return ip_route(key, {}); }
 ip_route_t IpRouteMgr::ip_route(ip_route_key_t const& key, std::string const& vrf) const {
-   Call const call(op_route_);
+   Call const call(operations_);
    return readRoute(table(vrf), key);
 }
 
-void IpRouteMgr::set(IpRouteTable& table, ip_route_t const& route, ip_route_action_t const* action) {
-   table.update(route.key(), [&](IpRoute& row) {
+void IpRouteMgr::set(Call const& call, IpRouteTable& table, ip_route_t const& route, ip_route_action_t const* action) {
+   table.update(call, route.key(), [&](IpRoute& row) {
       row.tag = route.tag();
       if (action != nullptr) row.action = *action;
    });
@@ -164,35 +153,35 @@ void IpRouteMgr::set(IpRouteTable& table, ip_route_t const& route, ip_route_acti
 
 void IpRouteMgr::ip_route_set(ip_route_t const& route) { ip_route_set(route, std::string()); }
 void IpRouteMgr::ip_route_set(ip_route_t const& route, ip_route_action_t action) {
-   Call const call(op_set_);
+   Call const call(operations_);
    check_length(route.key().prefix());
-   set(defaultVrf_, route, &action);
+   set(call, defaultVrf_, route, &action);
 }
 void IpRouteMgr::ip_route_set(ip_route_t const& route, std::string const& vrf) {
-   Call const call(op_set_);
+   Call const call(operations_);
    check_length(route.key().prefix());
-   set(vrf.empty() ? defaultVrf_ : made(vrf), route, nullptr);
+   set(call, vrf.empty() ? defaultVrf_ : made(vrf), route, nullptr);
 }
 
 void IpRouteMgr::ip_route_del(ip_route_key_t const& key) { ip_route_del(key, {}); }
 void IpRouteMgr::ip_route_del(ip_route_key_t const& key, std::string const& vrf) {
-   Call const call(op_del_);
-   known(vrf).del(key);
+   Call const call(operations_);
+   known(vrf).del(call, key);
 }
 
 void IpRouteMgr::ip_route_via_set(ip_route_via_t const& via) { ip_route_via_set(via, {}); }
 void IpRouteMgr::ip_route_via_set(ip_route_via_t const& via, std::string const& vrf) {
-   Call const call(op_via_set_);
+   Call const call(operations_);
    check_length(via.route_key().prefix());
-   bool const found = known(vrf).amend(via.route_key(), [&](IpRoute& route) { route.vias.set(via, names_); });
+   bool const found = known(vrf).amend(call, via.route_key(), [&](IpRoute& route) { route.vias.set(via, names_); });
    if (!found) throw configuration_error(fmt::format("no such route {}", via.route_key().prefix().to_string()));
 }
 
 void IpRouteMgr::ip_route_via_del(ip_route_via_t const& via) { ip_route_via_del(via, {}); }
 void IpRouteMgr::ip_route_via_del(ip_route_via_t const& via, std::string const& vrf) {
-   Call const call(op_via_del_);
+   Call const call(operations_);
    auto& table = known(vrf);
-   if (holdsVia(table, via)) table.amend(via.route_key(), [&](IpRoute& route) { route.vias.del(via); });
+   if (holdsVia(table, via)) table.amend(call, via.route_key(), [&](IpRoute& route) { route.vias.del(via); });
 }
 
 }  // namespace velm::embedded

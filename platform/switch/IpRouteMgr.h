@@ -5,9 +5,10 @@
 #include <map>
 #include <string>
 
-#include "platform/switch/CallLedger.h"
+#include "platform/hints/Prefetcher.h"
 #include "platform/switch/IpRouteVias.h"
 #include "platform/switch/NamePool.h"
+#include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/ip_route.h"
 
@@ -28,7 +29,7 @@ static_assert(sizeof(IpRoute) == 24);
 using IpRouteTable = Table<ip_route_key_t, IpRoute>;
 
 /// IP routes, a table per VRF.
-class IpRouteMgr : public ip_route_mgr {
+class IpRouteMgr : public ip_route_mgr, public Hints::Prefetcher<ip_route_key_t, std::string> {
  public:
    explicit IpRouteMgr(CallLedger& ledger);
 
@@ -67,7 +68,7 @@ class IpRouteMgr : public ip_route_mgr {
    IpRouteTable& known(std::string const& vrf);
    /// For new routes.
    IpRouteTable& made(std::string const& vrf);
-   static void set(IpRouteTable& table, ip_route_t const& route, ip_route_action_t const* action);
+   static void set(Call const& call, IpRouteTable& table, ip_route_t const& route, ip_route_action_t const* action);
 
    NamePool names_;                                         // before the tables, whose rows refer to it
    std::map<std::string, IpRouteTable, std::less<>> vrfs_;  // tables never go, so that iterators stay good
@@ -77,18 +78,9 @@ class IpRouteMgr : public ip_route_mgr {
    std::uint32_t tag_ = 0;
    bool resyncing_ = false;
 
-   mutable Operation op_tag_;
-   mutable Operation op_tag_is_;
-   mutable Operation op_resync_init_;
-   mutable Operation op_resync_complete_;
-   mutable Operation op_iter_;
-   mutable Operation op_via_iter_;
-   mutable Operation op_exists_;
-   mutable Operation op_route_;
-   mutable Operation op_set_;
-   mutable Operation op_del_;
-   mutable Operation op_via_set_;
-   mutable Operation op_via_del_;
+   Operations<"ip_route_mgr", "tag", "tag_is", "resync_init", "resync_complete", "ip_route_iter", "ip_route_via_iter",
+              "exists", "ip_route", "ip_route_set", "ip_route_del", "ip_route_via_set", "ip_route_via_del">
+      operations_;
 };
 
 }  // namespace velm::embedded

@@ -12,37 +12,24 @@ MacsecIntf asItCame(intf_id_t intf) { return {.profile = {}, .capable = intf.kin
 }  // namespace
 
 MacsecMgr::MacsecMgr(CallLedger& ledger, MainLoop& loop, IntfMgr& intfs)
-   : loop_(loop),
-     intfs_(intfs),
-     profile_iter_(ledger, "macsec_mgr.macsec_profile_iter"),
-     exists_(ledger, "macsec_mgr.exists"),
-     profile_(ledger, "macsec_mgr.profile"),
-     profile_set_(ledger, "macsec_mgr.profile_set"),
-     profile_del_(ledger, "macsec_mgr.profile_del"),
-     intf_profile_(ledger, "macsec_mgr.intf_profile"),
-     intf_profile_is_(ledger, "macsec_mgr.intf_profile_is"),
-     capable_(ledger, "macsec_mgr.macsec_capable"),
-     status_iter_(ledger, "macsec_mgr.macsec_intf_status_iter"),
-     status_(ledger, "macsec_mgr.intf_status"),
-     intf_counters_(ledger, "macsec_mgr.intf_counters") {
+   : loop_(loop), intfs_(intfs), operations_(ledger) {
    intfs_.followerIs(*this);
 }
 
 void MacsecMgr::storeIs(Store& store) {
    profiles_.storeIs(store, StoredTable::macsecProfiles);
    rows_.storeIs(store, StoredTable::macsecIntfs);
-   rows_.walk([&](intf_id_t const& intf, MacsecIntf const& row) {
-      if (!row.profile.empty()) statuses_.set(intf, {});
-      return true;
+   Inside const inside(operations_.ledger());
+   rows_.each([&](intf_id_t const& intf, MacsecIntf const& row) {
+      if (!row.profile.empty()) statuses_.set(inside, intf, {});
    });
 }
 
 std::forward_list<intf_id_t> MacsecMgr::users(std::string const& profile) const {
    std::forward_list<intf_id_t> users;
    auto last = users.before_begin();
-   rows_.walk([&](intf_id_t const& intf, MacsecIntf const& row) {
+   rows_.each([&](intf_id_t const& intf, MacsecIntf const& row) {
       if (row.profile == profile) last = users.insert_after(last, intf);
-      return true;
    });
    return users;
 }
@@ -52,16 +39,16 @@ MacsecIntf MacsecMgr::row(intf_id_t intf) const {
    return row == nullptr ? asItCame(intf) : *row;
 }
 
-void MacsecMgr::rowIs(Change& change, intf_id_t intf, MacsecIntf const& next) {
+void MacsecMgr::rowIs(Transaction& transaction, intf_id_t intf, MacsecIntf const& next) {
    if (next == asItCame(intf)) {
-      rows_.del(change.rows(), intf);
+      rows_.del(transaction, intf);
    } else {
-      rows_.set(change.rows(), intf, next);
+      rows_.set(transaction, intf, next);
    }
    if (next.profile.empty()) {
-      endStatus(change, intf);
+      endStatus(transaction, intf);
    } else if (!statuses_.contains(intf)) {
-      statuses_.set(change.rows(), intf, {});
+      statuses_.set(transaction, intf, {});
    }
 }
 
@@ -70,10 +57,10 @@ macsec_intf_status_t MacsecMgr::status(intf_id_t intf) const {
    return status == nullptr ? macsec_intf_status_t() : *status;
 }
 
-void MacsecMgr::endStatus(Change& change, intf_id_t intf) {
+void MacsecMgr::endStatus(Transaction& transaction, intf_id_t intf) {
    bool const changed = status(intf) != macsec_intf_status_t();
-   statuses_.del(change.rows(), intf);
-   if (changed) change.then([this, intf] { raise(intf, {}); });
+   statuses_.del(transaction, intf);
+   if (changed) transaction.then([this, intf] { raise(intf, {}); });
 }
 
 void MacsecMgr::raise(intf_id_t intf, macsec_intf_status_t status) {
@@ -81,22 +68,24 @@ void MacsecMgr::raise(intf_id_t intf, macsec_intf_status_t status) {
       [this, intf, status] { notify(intf, [&](macsec_handler& handler) { handler.on_intf_status(intf, status); }); });
 }
 
-void MacsecMgr::intfRemoved(Change& change, intf_id_t intf) {
-   rowIs(change, intf, asItCame(intf));
-   counters_.del(change.rows(), intf);
+void MacsecMgr::intfRemoved(Transaction& transaction, intf_id_t intf) {
+   rowIs(transaction, intf, asItCame(intf));
+   counters_.del(transaction, intf);
 }
 
 void MacsecMgr::reportStatus(intf_id_t intf, macsec_intf_status_t status) {
    intfs_.demand(intf);
    if (!statuses_.contains(intf)) throw configuration_error(fmt::format("{} uses no Macsec profile", intf.to_string()));
    if (status == this->status(intf)) return;
-   statuses_.amend(intf, [&](macsec_intf_status_t& present) { present = status; });
+   Inside const inside(operations_.ledger());
+   statuses_.amend(inside, intf, [&](macsec_intf_status_t& present) { present = status; });
    raise(intf, status);
 }
 
 void MacsecMgr::countersAre(intf_id_t intf, macsec_intf_counters_t const& counters) {
    intfs_.demand(intf);
-   counters_.set(intf, counters);
+   Inside const inside(operations_.ledger());
+   counters_.set(inside, intf, counters);
 }
 
 void MacsecMgr::capableIs(intf_id_t intf, bool capable) {
@@ -104,23 +93,24 @@ void MacsecMgr::capableIs(intf_id_t intf, bool capable) {
    auto next = row(intf);
    next.capable = capable;
    if (!capable) next.profile.clear();
-   Change change;
-   rowIs(change, intf, next);
-   change.commit();
+   Inside const inside(operations_.ledger());
+   Transaction transaction(inside);
+   rowIs(transaction, intf, next);
+   transaction.commit();
 }
 
 macsec_profile_iter_t MacsecMgr::macsec_profile_iter() const {
-   Call const call(profile_iter_);
+   Call const call(operations_);
    return makeTableIter(profiles_, [](std::string const& name, macsec_profile_t const&) { return name; });
 }
 
 bool MacsecMgr::exists(std::string const& profile) const {
-   Call const call(exists_);
+   Call const call(operations_);
    return profiles_.contains(profile);
 }
 
 macsec_profile_t MacsecMgr::profile(std::string const& name) const {
-   Call const call(profile_);
+   Call const call(operations_);
    macsec_profile_t const* const row = profiles_.find(name);
    if (row == nullptr) throw invalid_argument_error(fmt::format("no such Macsec profile {}", name));
    auto profile = *row;
@@ -129,28 +119,28 @@ macsec_profile_t MacsecMgr::profile(std::string const& name) const {
 }
 
 void MacsecMgr::profile_set(macsec_profile_t const& profile) {
-   Call const call(profile_set_);
+   Call const call(operations_);
    if (profile.name().empty()) throw invalid_argument_error("a Macsec profile needs a name");
    auto kept = profile;
    kept.intfs_is({});
-   profiles_.set(profile.name(), std::move(kept));
+   profiles_.set(call, profile.name(), std::move(kept));
 }
 
 void MacsecMgr::profile_del(std::string const& name) {
-   Call const call(profile_del_);
-   Change change;
-   if (!profiles_.del(change.rows(), name)) return;
-   for (auto const& intf : users(name)) rowIs(change, intf, {.profile = {}, .capable = true});
-   change.commit();
+   Call const call(operations_);
+   Transaction transaction(call);
+   if (!profiles_.del(transaction, name)) return;
+   for (auto const& intf : users(name)) rowIs(transaction, intf, {.profile = {}, .capable = true});
+   transaction.commit();
 }
 
 std::string MacsecMgr::intf_profile(intf_id_t intf) const {
-   Call const call(intf_profile_);
+   Call const call(operations_);
    return row(intf).profile;
 }
 
 void MacsecMgr::intf_profile_is(intf_id_t intf, std::string const& profile) {
-   Call const call(intf_profile_is_);
+   Call const call(operations_);
    intfs_.demand(intf);
    auto next = row(intf);
    if (!profile.empty()) {
@@ -158,28 +148,28 @@ void MacsecMgr::intf_profile_is(intf_id_t intf, std::string const& profile) {
       if (!next.capable) throw configuration_error(fmt::format("{} is not capable of Macsec", intf.to_string()));
    }
    next.profile = profile;
-   Change change;
-   rowIs(change, intf, next);
-   change.commit();
+   Transaction transaction(call);
+   rowIs(transaction, intf, next);
+   transaction.commit();
 }
 
 bool MacsecMgr::macsec_capable(intf_id_t intf) const {
-   Call const call(capable_);
+   Call const call(operations_);
    return intfs_.table().contains(intf) && row(intf).capable;
 }
 
 macsec_intf_status_iter_t MacsecMgr::macsec_intf_status_iter() const {
-   Call const call(status_iter_);
+   Call const call(operations_);
    return makeTableIter(statuses_, [](intf_id_t const& intf, macsec_intf_status_t const&) { return intf; });
 }
 
 macsec_intf_status_t MacsecMgr::intf_status(intf_id_t intf) const {
-   Call const call(status_);
+   Call const call(operations_);
    return status(intf);
 }
 
 macsec_intf_counters_t MacsecMgr::intf_counters(intf_id_t intf) const {
-   Call const call(intf_counters_);
+   Call const call(operations_);
    macsec_intf_counters_t const* const row = counters_.find(intf);
    return row == nullptr ? macsec_intf_counters_t() : *row;
 }

@@ -3,9 +3,9 @@
 #include <forward_list>
 #include <string>
 
-#include "platform/switch/CallLedger.h"
 #include "platform/switch/IntfMgr.h"
 #include "platform/switch/MainLoop.h"
+#include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/macsec.h"
 
@@ -51,14 +51,14 @@ class MacsecMgr : public macsec_mgr, public IntfFollower {
    macsec_intf_status_t intf_status(intf_id_t intf) const override;
    macsec_intf_counters_t intf_counters(intf_id_t intf) const override;
 
-   void intfRemoved(Change& change, intf_id_t intf) override;
+   void intfRemoved(Transaction& transaction, intf_id_t intf) override;
 
  private:
    std::forward_list<intf_id_t> users(std::string const& profile) const;
    MacsecIntf row(intf_id_t intf) const;
-   void rowIs(Change& change, intf_id_t intf, MacsecIntf const& next);
+   void rowIs(Transaction& transaction, intf_id_t intf, MacsecIntf const& next);
    macsec_intf_status_t status(intf_id_t intf) const;
-   void endStatus(Change& change, intf_id_t intf);
+   void endStatus(Transaction& transaction, intf_id_t intf);
    void raise(intf_id_t intf, macsec_intf_status_t status);
 
    MainLoop& loop_;
@@ -68,17 +68,9 @@ class MacsecMgr : public macsec_mgr, public IntfFollower {
    Table<intf_id_t, macsec_intf_status_t> statuses_;    // of those that use a profile; not stored
    Table<intf_id_t, macsec_intf_counters_t> counters_;  // not stored
 
-   mutable Operation profile_iter_;
-   mutable Operation exists_;
-   mutable Operation profile_;
-   mutable Operation profile_set_;
-   mutable Operation profile_del_;
-   mutable Operation intf_profile_;
-   mutable Operation intf_profile_is_;
-   mutable Operation capable_;
-   mutable Operation status_iter_;
-   mutable Operation status_;
-   mutable Operation intf_counters_;
+   Operations<"macsec_mgr", "macsec_profile_iter", "exists", "profile", "profile_set", "profile_del", "intf_profile",
+              "intf_profile_is", "macsec_capable", "macsec_intf_status_iter", "intf_status", "intf_counters">
+      operations_;
 };
 
 }  // namespace velm::embedded

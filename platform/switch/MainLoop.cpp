@@ -14,12 +14,19 @@
 #include "platform/velm/errors.h"
 #include "platform/velm/sdk_lock.h"
 
+// One libuv loop with three kinds of handle: an async handle that any thread may fire, a timer for whatever is due
+// next, and the two signals. All of them end in turn(), which looks for itself what there is to do, so that a wake-up
+// too many is harmless and one wake-up stands for any number of events.
+//
+// Locks, in this order: the SDK lock, then the loop's own mutex, which guards the queue. The mutex is never held while
+// an event runs, for events post events. Threads that hold the SDK lock post without waiting for the loop.
 namespace velm::embedded {
 namespace {
 
-// What the exception handler throws, and any error outside the family, must end the process: hence noexcept.
+// Calls what is not the loop's own, a callback or a task. Whatever the exception handler throws, and any exception that
+// is no velm::error, must end the process: hence noexcept.
 template <class Fn>
-void guarded(Fn&& fn) noexcept {
+void callOut(Fn&& fn) noexcept {
    try {
       fn();
    } catch (error const& e) {
@@ -79,7 +86,7 @@ struct MainLoop::Impl {
       deliver();
       if (scheduler->pending()) {
          sdk_scoped_lock const lock;
-         guarded([&] { scheduler->runOne(); });
+         callOut([&] { scheduler->runOne(); });
       }
       bool disableNow = false;
       {
@@ -87,7 +94,7 @@ struct MainLoop::Impl {
          disableNow = disableAsked && !disabled;
          disabled = disabled || disableAsked;
       }
-      if (disableNow) guarded(onDisable);
+      if (disableNow) callOut(onDisable);
       sleep();
    }
 
@@ -102,12 +109,13 @@ struct MainLoop::Impl {
       do {
          auto const asked = EventQueue::Clock::now();
          sdk_scoped_lock const lock;
-         // Taken under the SDK lock, so that what one hold of it caused, as a list of commands does, stays together.
+         // Taken under the SDK lock and not before: whoever holds it may still be raising events, and what one hold
+         // causes, as a list of commands does, is to be one burst.
          if (next == 0) takeEvents();
          auto const begin = EventQueue::Clock::now();
          auto const until = begin + std::clamp<EventQueue::Clock::duration>(begin - asked, leastHold, mostHold);
          do {
-            guarded(batch[next]);
+            callOut(batch[next]);
             batch[next] = Event();  // what it captured may belong to the SDK
          } while (++next < batch.size() && EventQueue::Clock::now() < until);
       } while (next < batch.size());
@@ -121,7 +129,7 @@ struct MainLoop::Impl {
    }
 
    // Goes on at once if there is something to do, else when the next event or timer is due. What another thread adds
-   // behind this look wakes the loop.
+   // after this look wakes the loop.
    void sleep() {
       std::lock_guard const lock(mutex);
       if (events.ready() || scheduler->pending()) {
@@ -150,7 +158,7 @@ struct MainLoop::Impl {
    std::function<void()> onDisable;
    std::vector<Event> batch;  // what the present turn delivers
 
-   std::mutex mutex;  // guards all below; taken behind the SDK lock, never held while an event runs
+   std::mutex mutex;  // guards all below; taken after the SDK lock, never held while an event runs
    EventQueue events;
    bool disableAsked = false;
    bool disabled = false;

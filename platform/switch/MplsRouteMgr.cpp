@@ -7,6 +7,10 @@
 
 #include "platform/switch/Iterators.h"
 
+// Each route has a FEC, whose id is unique while the route lives. A million routes would need an index of a million
+// ids, so nearly all ids follow from the route's label: 1 to 1048576 belong to the routes of one label and metric 0.
+// The others are counted up from there, and only they are indexed, in fecs_. State folders of an earlier kind may hold
+// any id under any route, which is why even a label's own id is given only if it is free.
 namespace velm::embedded {
 namespace {
 
@@ -32,21 +36,7 @@ void encode(std::string& out, MplsRowKey const& key, MplsRoute const& route) {
 }
 
 MplsRouteMgr::MplsRouteMgr(CallLedger& ledger, MainLoop& loop)
-   : loop_(loop),
-     lastFec_(lastLabelFec),
-     resync_init_(ledger, "mpls_route_mgr.resync_init"),
-     resync_complete_(ledger, "mpls_route_mgr.resync_complete"),
-     iter_(ledger, "mpls_route_mgr.mpls_route_iter"),
-     status_iter_(ledger, "mpls_route_mgr.mpls_route_status_iter"),
-     via_iter_(ledger, "mpls_route_mgr.mpls_route_via_iter"),
-     via_status_iter_(ledger, "mpls_route_mgr.mpls_route_via_status_iter"),
-     exists_(ledger, "mpls_route_mgr.exists"),
-     set_(ledger, "mpls_route_mgr.mpls_route_set"),
-     del_(ledger, "mpls_route_mgr.mpls_route_del"),
-     via_set_(ledger, "mpls_route_mgr.mpls_route_via_set"),
-     via_del_(ledger, "mpls_route_mgr.mpls_route_via_del"),
-     fec_id_(ledger, "mpls_route_mgr.fec_id"),
-     metric_(ledger, "mpls_route_mgr.metric") {}
+   : loop_(loop), lastFec_(lastLabelFec), operations_(ledger) {}
 
 void MplsRouteMgr::storeIs(Store& store) {
    table_.storeIs(store, StoredTable::mplsRoutes, [this](StoredBytes& in, MplsRoute& route) {
@@ -54,10 +44,7 @@ void MplsRouteMgr::storeIs(Store& store) {
       decode(in, route.vias, names_);
    });
    fecs_.clear();
-   table_.walk([&](MplsRowKey const& key, MplsRoute const& route) {
-      fecIs(key, route.fec);
-      return true;
-   });
+   table_.each([&](MplsRowKey const& key, MplsRoute const& route) { fecIs(key, route.fec); });
 }
 
 mpls_fec_id_t MplsRouteMgr::freshFec(MplsRowKey const& key) const {
@@ -101,19 +88,19 @@ void MplsRouteMgr::simulateFecDel(mpls_fec_id_t fec) {
 }
 
 void MplsRouteMgr::resync_init() {
-   Call const call(resync_init_);
-   table_.markAll();
+   Call const call(operations_);
+   table_.markAll(call);
 }
 
 void MplsRouteMgr::resync_complete() {
-   Call const call(resync_complete_);
-   // Of half a million that go, nearly all leave nothing to be done behind them, unless somebody watches.
+   Call const call(operations_);
+   // Half a million may go at once; nearly all of them leave nothing to do, unless somebody watches.
    bool const told = watched();
    std::vector<std::pair<MplsRowKey, mpls_fec_id_t>> gone;
-   table_.walkMarked([&](MplsRowKey const& key, MplsRoute const& route) {
+   table_.eachMarked([&](MplsRowKey const& key, MplsRoute const& route) {
       if (told || route.fec != fecOfLabel(key)) gone.emplace_back(key, route.fec);
    });
-   table_.purge();
+   table_.purge(call);
    for (auto const& [key, fec] : gone) {
       fecDel(key, fec);
       if (told) raiseDel(key.key(), fec);
@@ -127,29 +114,29 @@ void MplsRouteMgr::prefetch(std::span<mpls_route_key_t const> keys) const {
 }
 
 mpls_route_iter_t MplsRouteMgr::mpls_route_iter() const {
-   Call const call(iter_);
+   Call const call(operations_);
    return makeTableIter(table_, [](MplsRowKey const& key, MplsRoute const&) { return mpls_route_t(key.key()); });
 }
 
 mpls_route_status_iter_t MplsRouteMgr::mpls_route_status_iter() const {
-   Call const call(status_iter_);
+   Call const call(operations_);
    return makeTableIter(table_, [](MplsRowKey const& key, MplsRoute const&) { return key.key(); });
 }
 
 mpls_route_via_iter_t MplsRouteMgr::mpls_route_via_iter(mpls_route_key_t const& key) const {
-   Call const call(via_iter_);
+   Call const call(operations_);
    MplsRowKey const rowKey(key);
    return iterOfVias(rowKey, table_.find(rowKey));
 }
 
 mpls_route_via_status_iter_t MplsRouteMgr::mpls_route_via_status_iter(mpls_route_key_t const& key) const {
-   Call const call(via_status_iter_);
+   Call const call(operations_);
    MplsRowKey const rowKey(key);
    return iterOfVias(rowKey, table_.find(rowKey));
 }
 
 mpls_route_via_status_iter_t MplsRouteMgr::mpls_route_via_status_iter(mpls_fec_id_t fec) const {
-   Call const call(via_status_iter_);
+   Call const call(operations_);
    auto const it = fecs_.find(fec);
    MplsRowKey const key = it == fecs_.end() ? keyOfLabelFec(fec) : it->second;
    MplsRoute const* route = table_.find(key);
@@ -162,12 +149,12 @@ mpls_route_via_iter_t MplsRouteMgr::iterOfVias(MplsRowKey const& key, MplsRoute 
 }
 
 bool MplsRouteMgr::exists(mpls_route_key_t const& key) const {
-   Call const call(exists_);
+   Call const call(operations_);
    return find(key) != nullptr;
 }
 
 bool MplsRouteMgr::exists(mpls_route_via_t const& via) const {
-   Call const call(exists_);
+   Call const call(operations_);
    return holds(via);
 }
 
@@ -177,11 +164,11 @@ bool MplsRouteMgr::holds(mpls_route_via_t const& via) const {
 }
 
 void MplsRouteMgr::mpls_route_set(mpls_route_t const& route) {
-   Call const call(set_);
+   Call const call(operations_);
    MplsRowKey const key(route.key());
    mpls_fec_id_t fec;
    bool fresh = false;
-   table_.update(key, [&](MplsRoute& row) {
+   table_.update(call, key, [&](MplsRoute& row) {
       fresh = row.fec == mpls_fec_id_t();
       if (fresh) row.fec = freshFec(key);
       fec = row.fec;
@@ -191,57 +178,52 @@ void MplsRouteMgr::mpls_route_set(mpls_route_t const& route) {
 }
 
 void MplsRouteMgr::mpls_route_del(mpls_route_key_t const& key) {
-   Call const call(del_);
+   Call const call(operations_);
    MplsRowKey const rowKey(key);
    MplsRoute const* route = table_.find(rowKey);
    if (route == nullptr) return;
    auto const fec = route->fec;
-   table_.del(rowKey);
+   table_.del(call, rowKey);
    fecDel(rowKey, fec);
    raiseDel(key, fec);
 }
 
 void MplsRouteMgr::mpls_route_via_set(mpls_route_via_t const& via) {
-   Call const call(via_set_);
-   bool const found = table_.amend(MplsRowKey(via.route_key()), [&](MplsRoute& route) { route.vias.set(via, names_); });
+   Call const call(operations_);
+   bool const found =
+      table_.amend(call, MplsRowKey(via.route_key()), [&](MplsRoute& route) { route.vias.set(via, names_); });
    if (!found) throw configuration_error(fmt::format("no such MPLS route {}", via.route_key().to_string()));
 }
 
 void MplsRouteMgr::mpls_route_via_del(mpls_route_via_t const& via) {
-   Call const call(via_del_);
+   Call const call(operations_);
    if (!holds(via)) return;
-   table_.amend(MplsRowKey(via.route_key()), [&](MplsRoute& route) { route.vias.del(via); });
+   table_.amend(call, MplsRowKey(via.route_key()), [&](MplsRoute& route) { route.vias.del(via); });
 }
 
 mpls_fec_id_t MplsRouteMgr::fec_id(mpls_route_key_t const& key) const {
-   Call const call(fec_id_);
+   Call const call(operations_);
    MplsRoute const* route = find(key);
    return route == nullptr ? mpls_fec_id_t() : route->fec;
 }
 
 std::uint32_t MplsRouteMgr::metric(mpls_route_key_t const& key) const {
-   Call const call(metric_);
+   Call const call(operations_);
    return find(key) != nullptr ? key.metric() : 0;
 }
 
-MplsVrfLabelMgr::MplsVrfLabelMgr(CallLedger& ledger)
-   : resync_init_(ledger, "mpls_vrf_label_mgr.resync_init"),
-     resync_complete_(ledger, "mpls_vrf_label_mgr.resync_complete"),
-     iter_(ledger, "mpls_vrf_label_mgr.mpls_vrf_label_iter"),
-     read_(ledger, "mpls_vrf_label_mgr.mpls_vrf_label"),
-     set_(ledger, "mpls_vrf_label_mgr.mpls_vrf_label_set"),
-     del_(ledger, "mpls_vrf_label_mgr.mpls_vrf_label_del") {}
+MplsVrfLabelMgr::MplsVrfLabelMgr(CallLedger& ledger) : operations_(ledger) {}
 
 void MplsVrfLabelMgr::storeIs(Store& store) { table_.storeIs(store, StoredTable::mplsVrfLabels); }
 
 void MplsVrfLabelMgr::resync_init() {
-   Call const call(resync_init_);
-   table_.markAll();
+   Call const call(operations_);
+   table_.markAll(call);
 }
 
 void MplsVrfLabelMgr::resync_complete() {
-   Call const call(resync_complete_);
-   table_.purge();
+   Call const call(operations_);
+   table_.purge(call);
 }
 
 void MplsVrfLabelMgr::prefetch(std::span<mpls_label_t const> labels) const {
@@ -250,27 +232,27 @@ void MplsVrfLabelMgr::prefetch(std::span<mpls_label_t const> labels) const {
 }
 
 mpls_vrf_label_iter_t MplsVrfLabelMgr::mpls_vrf_label_iter() const {
-   Call const call(iter_);
+   Call const call(operations_);
    return makeTableIter(table_, [](mpls_label_t const&, mpls_vrf_label_t const& entry) { return entry; });
 }
 
 mpls_vrf_label_t MplsVrfLabelMgr::mpls_vrf_label(mpls_label_t label) const {
-   Call const call(read_);
+   Call const call(operations_);
    mpls_vrf_label_t const* entry = table_.find(label);
    return entry == nullptr ? mpls_vrf_label_t(label, {}) : *entry;
 }
 
 void MplsVrfLabelMgr::mpls_vrf_label_set(mpls_vrf_label_t const& entry) {
-   Call const call(set_);
+   Call const call(operations_);
    if (entry.vrf_name().empty()) {  // reads as no entry
       throw invalid_argument_error(fmt::format("MPLS label {} names no VRF", entry.label().label()));
    }
-   table_.set(entry.label(), entry);
+   table_.set(call, entry.label(), entry);
 }
 
 void MplsVrfLabelMgr::mpls_vrf_label_del(mpls_label_t label) {
-   Call const call(del_);
-   table_.del(label);
+   Call const call(operations_);
+   table_.del(call, label);
 }
 
 }  // namespace velm::embedded

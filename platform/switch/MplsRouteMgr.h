@@ -2,11 +2,12 @@
 
 #include <absl/container/flat_hash_map.h>
 
-#include "platform/switch/CallLedger.h"
+#include "platform/hints/Prefetcher.h"
 #include "platform/switch/MainLoop.h"
 #include "platform/switch/MplsRouteVias.h"
 #include "platform/switch/MplsRowKey.h"
 #include "platform/switch/NamePool.h"
+#include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/mpls_route.h"
 
@@ -26,7 +27,7 @@ using MplsRouteTable = Table<MplsRowKey, MplsRoute>;
 using MplsVrfLabelTable = Table<mpls_label_t, mpls_vrf_label_t>;
 
 /// MPLS routes. The dataplane can program every one, so what is programmed is what is asked for.
-class MplsRouteMgr : public mpls_route_mgr {
+class MplsRouteMgr : public mpls_route_mgr, public Hints::Prefetcher<mpls_route_key_t> {
  public:
    MplsRouteMgr(CallLedger& ledger, MainLoop& loop);
 
@@ -71,28 +72,19 @@ class MplsRouteMgr : public mpls_route_mgr {
    MainLoop& loop_;
    NamePool names_;  // before the table, whose rows refer to it
    MplsRouteTable table_;
-   // Both follow the table, and are rebuilt when it is brought back. They are about the ids that do not follow from a
+   // Both follow from the table and are rebuilt when it is brought back. They hold the ids that do not follow from a
    // label.
    absl::flat_hash_map<mpls_fec_id_t, MplsRowKey> fecs_;
    mpls_fec_id_t lastFec_;  // the highest that was ever given
 
-   mutable Operation resync_init_;
-   mutable Operation resync_complete_;
-   mutable Operation iter_;
-   mutable Operation status_iter_;
-   mutable Operation via_iter_;
-   mutable Operation via_status_iter_;
-   mutable Operation exists_;
-   mutable Operation set_;
-   mutable Operation del_;
-   mutable Operation via_set_;
-   mutable Operation via_del_;
-   mutable Operation fec_id_;
-   mutable Operation metric_;
+   Operations<"mpls_route_mgr", "resync_init", "resync_complete", "mpls_route_iter", "mpls_route_status_iter",
+              "mpls_route_via_iter", "mpls_route_via_status_iter", "exists", "mpls_route_set", "mpls_route_del",
+              "mpls_route_via_set", "mpls_route_via_del", "fec_id", "metric">
+      operations_;
 };
 
 /// The labels that are popped and looked up in a VRF.
-class MplsVrfLabelMgr : public mpls_vrf_label_mgr {
+class MplsVrfLabelMgr : public mpls_vrf_label_mgr, public Hints::Prefetcher<mpls_label_t> {
  public:
    explicit MplsVrfLabelMgr(CallLedger& ledger);
 
@@ -111,12 +103,9 @@ class MplsVrfLabelMgr : public mpls_vrf_label_mgr {
  private:
    MplsVrfLabelTable table_;
 
-   mutable Operation resync_init_;
-   mutable Operation resync_complete_;
-   mutable Operation iter_;
-   mutable Operation read_;
-   mutable Operation set_;
-   mutable Operation del_;
+   Operations<"mpls_vrf_label_mgr", "resync_init", "resync_complete", "mpls_vrf_label_iter", "mpls_vrf_label",
+              "mpls_vrf_label_set", "mpls_vrf_label_del">
+      operations_;
 };
 
 }  // namespace velm::embedded

@@ -3,9 +3,9 @@
 #include <map>
 #include <string>
 
-#include "platform/switch/CallLedger.h"
 #include "platform/switch/Dataplane.h"
 #include "platform/switch/MainLoop.h"
+#include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/nexthop_group.h"
 
@@ -13,14 +13,12 @@ namespace velm::embedded {
 
 using NexthopGroupTable = Table<std::string, nexthop_group_t>;
 
-/// What the dataplane has made of a group.
+/// A group's state in the dataplane.
 struct NexthopGroupStatus {
    unsigned short version = 0;
    bool active = false;
 };
 using NexthopGroupStatusTable = Table<std::string, NexthopGroupStatus>;
-/// By group, then by entry; entries without traffic are left out.
-using NexthopGroupCounterTable = Table<std::string, std::map<unsigned short, nexthop_group_entry_counter_t>>;
 
 /// Nexthop groups: what was asked for, and beside it what the dataplane reported.
 class NexthopGroupMgr : public nexthop_group_mgr, public DataplaneReports {
@@ -53,25 +51,19 @@ class NexthopGroupMgr : public nexthop_group_mgr, public DataplaneReports {
    void groupGone(std::string const& name) override;
 
  private:
-   /// A report about a group that has been deleted meanwhile leaves no status behind.
+   /// A report about a group that has been deleted meanwhile leaves no status.
    template <class Fn>
    void changeStatus(std::string const& name, Fn fn);
 
    NexthopGroupTable table_;
    NexthopGroupStatusTable statuses_;
-   NexthopGroupCounterTable counters_;
+   // By group, then by entry; entries without traffic are left out.
+   Table<std::string, std::map<unsigned short, nexthop_group_entry_counter_t>> counters_;
 
-   mutable Operation resync_init_;
-   mutable Operation resync_complete_;
-   mutable Operation iter_;
-   mutable Operation programmed_iter_;
-   mutable Operation exists_;
-   mutable Operation group_;
-   mutable Operation active_;
-   mutable Operation programmed_;
-   mutable Operation counter_;
-   mutable Operation set_;
-   mutable Operation del_;
+   Operations<"nexthop_group_mgr", "resync_init", "resync_complete", "nexthop_group_iter",
+              "programmed_nexthop_group_iter", "exists", "nexthop_group", "active", "programmed_nexthop_group",
+              "counter", "nexthop_group_set", "nexthop_group_del">
+      operations_;
 };
 
 }  // namespace velm::embedded

@@ -6,25 +6,18 @@
 
 namespace velm::embedded {
 
-NexthopGroupTunnelMgr::NexthopGroupTunnelMgr(CallLedger& ledger)
-   : resync_init_(ledger, "nexthop_group_tunnel_mgr.resync_init"),
-     resync_complete_(ledger, "nexthop_group_tunnel_mgr.resync_complete"),
-     iter_(ledger, "nexthop_group_tunnel_mgr.nexthop_group_tunnel_iter"),
-     exists_(ledger, "nexthop_group_tunnel_mgr.exists"),
-     tunnel_(ledger, "nexthop_group_tunnel_mgr.nexthop_group_tunnel"),
-     set_(ledger, "nexthop_group_tunnel_mgr.nexthop_group_tunnel_set"),
-     del_(ledger, "nexthop_group_tunnel_mgr.nexthop_group_tunnel_del") {}
+NexthopGroupTunnelMgr::NexthopGroupTunnelMgr(CallLedger& ledger) : operations_(ledger) {}
 
 void NexthopGroupTunnelMgr::storeIs(Store& store) { table_.storeIs(store, StoredTable::nexthopGroupTunnels); }
 
 void NexthopGroupTunnelMgr::resync_init() {
-   Call const call(resync_init_);
-   table_.markAll();
+   Call const call(operations_);
+   table_.markAll(call);
 }
 
 void NexthopGroupTunnelMgr::resync_complete() {
-   Call const call(resync_complete_);
-   table_.purge();
+   Call const call(operations_);
+   table_.purge(call);
 }
 
 void NexthopGroupTunnelMgr::prefetch(std::span<ip_prefix_t const> endpoints) const {
@@ -33,17 +26,17 @@ void NexthopGroupTunnelMgr::prefetch(std::span<ip_prefix_t const> endpoints) con
 }
 
 nexthop_group_tunnel_iter_t NexthopGroupTunnelMgr::nexthop_group_tunnel_iter() const {
-   Call const call(iter_);
+   Call const call(operations_);
    return makeTableIter(table_, [](ip_prefix_t const&, nexthop_group_tunnel_t const& tunnel) { return tunnel; });
 }
 
 bool NexthopGroupTunnelMgr::exists(ip_prefix_t const& endpoint) const {
-   Call const call(exists_);
+   Call const call(operations_);
    return table_.contains(endpoint);
 }
 
 nexthop_group_tunnel_t NexthopGroupTunnelMgr::nexthop_group_tunnel(ip_prefix_t const& endpoint) const {
-   Call const call(tunnel_);
+   Call const call(operations_);
    nexthop_group_tunnel_t const* tunnel = table_.find(endpoint);
    if (tunnel == nullptr) {
       throw invalid_argument_error(fmt::format("no such nexthop-group tunnel {}", endpoint.to_string()));
@@ -52,14 +45,14 @@ nexthop_group_tunnel_t NexthopGroupTunnelMgr::nexthop_group_tunnel(ip_prefix_t c
 }
 
 void NexthopGroupTunnelMgr::nexthop_group_tunnel_set(nexthop_group_tunnel_t const& tunnel) {
-   Call const call(set_);
+   Call const call(operations_);
    check_length(tunnel.tunnel_endpoint());
-   table_.set(tunnel.tunnel_endpoint(), tunnel);
+   table_.set(call, tunnel.tunnel_endpoint(), tunnel);
 }
 
 void NexthopGroupTunnelMgr::nexthop_group_tunnel_del(ip_prefix_t const& endpoint) {
-   Call const call(del_);
-   table_.del(endpoint);
+   Call const call(operations_);
+   table_.del(call, endpoint);
 }
 
 }  // namespace velm::embedded

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "platform/switch/CallLedger.h"
+#include "platform/hints/Prefetcher.h"
+#include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/nexthop_group_tunnel.h"
 
@@ -9,7 +10,7 @@ namespace velm::embedded {
 using NexthopGroupTunnelTable = Table<ip_prefix_t, nexthop_group_tunnel_t>;
 
 /// Tunnels through nexthop groups, by endpoint.
-class NexthopGroupTunnelMgr : public nexthop_group_tunnel_mgr {
+class NexthopGroupTunnelMgr : public nexthop_group_tunnel_mgr, public Hints::Prefetcher<ip_prefix_t> {
  public:
    explicit NexthopGroupTunnelMgr(CallLedger& ledger);
    /// Brings the folder's tunnels back and keeps every change in it.
@@ -28,13 +29,9 @@ class NexthopGroupTunnelMgr : public nexthop_group_tunnel_mgr {
  private:
    NexthopGroupTunnelTable table_;
 
-   mutable Operation resync_init_;
-   mutable Operation resync_complete_;
-   mutable Operation iter_;
-   mutable Operation exists_;
-   mutable Operation tunnel_;
-   mutable Operation set_;
-   mutable Operation del_;
+   Operations<"nexthop_group_tunnel_mgr", "resync_init", "resync_complete", "nexthop_group_tunnel_iter", "exists",
+              "nexthop_group_tunnel", "nexthop_group_tunnel_set", "nexthop_group_tunnel_del">
+      operations_;
 };
 
 }  // namespace velm::embedded

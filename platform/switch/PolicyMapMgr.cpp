@@ -6,21 +6,10 @@
 
 namespace velm::embedded {
 
-PolicyMapMgr::PolicyMapMgr(CallLedger& ledger, MainLoop& loop)
-   : loop_(loop),
-     resync_init_(ledger, "policy_map_mgr.resync_init"),
-     resync_complete_(ledger, "policy_map_mgr.resync_complete"),
-     exists_(ledger, "policy_map_mgr.exists"),
-     policy_map_(ledger, "policy_map_mgr.policy_map"),
-     policy_map_is_(ledger, "policy_map_mgr.policy_map_is"),
-     policy_map_del_(ledger, "policy_map_mgr.policy_map_del"),
-     iter_(ledger, "policy_map_mgr.policy_map_iter"),
-     apply_(ledger, "policy_map_mgr.policy_map_apply"),
-     hw_status_iter_(ledger, "policy_map_mgr.policy_map_hw_status_iter"),
-     hw_status_(ledger, "policy_map_mgr.hw_status") {}
+PolicyMapMgr::PolicyMapMgr(CallLedger& ledger, MainLoop& loop) : loop_(loop), operations_(ledger) {}
 
 // Only the end of a policy map is told by the table: a set is told by its operation, since the dataplane's answer must
-// come behind the event of the set, and what the command line writes has no answer.
+// come after the event of the set, and what the command line writes has no answer.
 void PolicyMapMgr::dataplaneIs(Dataplane& dataplane) {
    dataplane_ = &dataplane;
    table_.onChange([&](policy_map_key_t const& key, PolicyMap const* now) {
@@ -30,56 +19,55 @@ void PolicyMapMgr::dataplaneIs(Dataplane& dataplane) {
 
 void PolicyMapMgr::storeIs(Store& store) {
    table_.storeIs(store, StoredTable::policyMaps);
-   table_.walk([&](policy_map_key_t const& key, PolicyMap const& row) {
+   table_.each([&](policy_map_key_t const& key, PolicyMap const& row) {
       for (auto const& place : row.applied) dataplane_->policyMapApply(key, place, true);
-      return true;
    });
 }
 
 void PolicyMapMgr::resync_init() {
-   Call const call(resync_init_);
-   table_.markAll();
+   Call const call(operations_);
+   table_.markAll(call);
 }
 
 void PolicyMapMgr::resync_complete() {
-   Call const call(resync_complete_);
-   table_.purge();
+   Call const call(operations_);
+   table_.purge(call);
 }
 
 bool PolicyMapMgr::exists(policy_map_key_t const& key) const {
-   Call const call(exists_);
+   Call const call(operations_);
    return table_.contains(key);
 }
 
 policy_map_t PolicyMapMgr::policy_map(policy_map_key_t const& key) const {
-   Call const call(policy_map_);
+   Call const call(operations_);
    PolicyMap const* row = table_.find(key);
    if (row == nullptr) throw invalid_argument_error(fmt::format("no such policy map {}", key.to_string()));
    return row->map;
 }
 
 void PolicyMapMgr::policy_map_is(policy_map_t const& policy_map) {
-   Call const call(policy_map_is_);
+   Call const call(operations_);
    for (auto const& [sequence, rule] : policy_map.rules()) check_lengths(rule.raw_rule());
    if (policy_map.key().name().empty()) return;
-   table_.update(policy_map.key(), [&](PolicyMap& row) { row.map = policy_map; });
+   table_.update(call, policy_map.key(), [&](PolicyMap& row) { row.map = policy_map; });
    raiseConfigSet(policy_map.key());
    dataplane_->policyMapIs(policy_map);
 }
 
 void PolicyMapMgr::policy_map_del(policy_map_key_t const& key) {
-   Call const call(policy_map_del_);
-   table_.del(key);
+   Call const call(operations_);
+   table_.del(call, key);
 }
 
 policy_map_iter_t PolicyMapMgr::policy_map_iter() const {
-   Call const call(iter_);
+   Call const call(operations_);
    return makeTableIter(table_, [](policy_map_key_t const& key, PolicyMap const&) { return key; });
 }
 
 void PolicyMapMgr::policy_map_apply(policy_map_key_t const& key, intf_id_t intf, acl_direction_t direction,
                                     bool apply) {
-   Call const call(apply_);
+   Call const call(operations_);
    policy_map_hw_status_key_t const place(intf, direction);
    PolicyMap const* row = table_.find(key);
    if (apply && row == nullptr) throw configuration_error(fmt::format("no such policy map {}", key.to_string()));
@@ -87,7 +75,7 @@ void PolicyMapMgr::policy_map_apply(policy_map_key_t const& key, intf_id_t intf,
       throw invalid_argument_error(fmt::format("policy map {} needs an interface to be applied to", key.to_string()));
    }
    if (row != nullptr && row->applied.contains(place) != apply) {
-      table_.amend(key, [&](PolicyMap& next) {
+      table_.amend(call, key, [&](PolicyMap& next) {
          if (apply) {
             next.applied.insert(place);
          } else {
@@ -99,12 +87,12 @@ void PolicyMapMgr::policy_map_apply(policy_map_key_t const& key, intf_id_t intf,
 }
 
 policy_map_hw_status_iter_t PolicyMapMgr::policy_map_hw_status_iter() const {
-   Call const call(hw_status_iter_);
+   Call const call(operations_);
    return makeTableIter(statuses_, [](policy_map_key_t const& key, auto const&) { return key; });
 }
 
 policy_map_hw_statuses_t PolicyMapMgr::hw_status(policy_map_key_t const& key) const {
-   Call const call(hw_status_);
+   Call const call(operations_);
    auto const* statuses = statuses_.find(key);
    return statuses == nullptr ? policy_map_hw_statuses_t() : policy_map_hw_statuses_t(*statuses);
 }
@@ -119,19 +107,24 @@ void PolicyMapMgr::policyMapSyncFailed(policy_map_key_t const& key, std::string 
 
 void PolicyMapMgr::policyMapStatus(policy_map_key_t const& key, policy_map_hw_status_key_t const& place,
                                    std::optional<policy_map_status_t> status) {
+   Inside const inside(operations_.ledger());
    if (status) {
-      statuses_.update(key, [&](auto& statuses) { statuses[place] = *status; });
+      statuses_.update(inside, key, [&](auto& statuses) { statuses[place] = *status; });
       return;
    }
-   statuses_.amend(key, [&](auto& statuses) { statuses.erase(place); });
-   if (auto const* left = statuses_.find(key); left != nullptr && left->empty()) statuses_.del(key);
+   statuses_.amend(inside, key, [&](auto& statuses) { statuses.erase(place); });
+   if (auto const* left = statuses_.find(key); left != nullptr && left->empty()) statuses_.del(inside, key);
 }
 
-void PolicyMapMgr::policyMapGone(policy_map_key_t const& key) { statuses_.del(key); }
+void PolicyMapMgr::policyMapGone(policy_map_key_t const& key) {
+   Inside const inside(operations_.ledger());
+   statuses_.del(inside, key);
+}
 
 void PolicyMapMgr::ruleIs(policy_map_key_t const& key, std::uint32_t sequence, policy_map_rule_t const& rule) {
    if (key.name().empty()) throw invalid_argument_error("a policy map needs a name");
-   table_.update(key, [&](PolicyMap& row) {
+   Inside const inside(operations_.ledger());
+   table_.update(inside, key, [&](PolicyMap& row) {
       row.map.key_is(key);
       row.map.rule_set(sequence, rule);
    });

@@ -5,9 +5,9 @@
 #include <string>
 #include <tuple>
 
-#include "platform/switch/CallLedger.h"
 #include "platform/switch/Dataplane.h"
 #include "platform/switch/MainLoop.h"
+#include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/policy_map.h"
 
@@ -65,16 +65,9 @@ class PolicyMapMgr : public policy_map_mgr, public PolicyMapReports {
    MainLoop& loop_;
    Dataplane* dataplane_ = nullptr;  // set before the first operation
 
-   mutable Operation resync_init_;
-   mutable Operation resync_complete_;
-   mutable Operation exists_;
-   mutable Operation policy_map_;
-   mutable Operation policy_map_is_;
-   mutable Operation policy_map_del_;
-   mutable Operation iter_;
-   mutable Operation apply_;
-   mutable Operation hw_status_iter_;
-   mutable Operation hw_status_;
+   Operations<"policy_map_mgr", "resync_init", "resync_complete", "exists", "policy_map", "policy_map_is",
+              "policy_map_del", "policy_map_iter", "policy_map_apply", "policy_map_hw_status_iter", "hw_status">
+      operations_;
 };
 
 }  // namespace velm::embedded

@@ -15,9 +15,14 @@
 
 namespace velm::embedded {
 
-/// An ordered map for a million keys: the part of std::map that a table needs. A lookup compares no keys on its way, it
-/// reads a digit of the key at each node, and there are as few nodes as the digits need in which keys differ: the cost
-/// of a lookup hardly grows with the size. Entries never move; an iterator is good until the next change.
+/// An ordered map for a million keys: the part of std::map that a table needs. Entries never move; an iterator is good
+/// until the next change.
+///
+/// A radix tree over the keys' bits, in digits of six. A node stands only at a digit in which keys below it differ, and
+/// says where that is; the digits between two nodes are skipped, not compared. So a lookup reads one digit at each node
+/// and compares keys once, at the entry that it ends at, and its cost hardly grows with the size. The price is paid by
+/// insertion and by searches for a neighbour: where a key is missing only the entry tells at which digit it parts from
+/// those that are there (see partingOf), and the way is gone a second time, down to that digit.
 template <RadixKey Key, class T>
 class RadixMap {
  public:
@@ -39,7 +44,7 @@ class RadixMap {
       bool operator==(iterator const& other) const { return entry_ == other.entry_; }
       iterator& operator++() {
          auto const next = node_ == nullptr ? RadixNode::noDigit : node_->from(digit_ + 1);
-         *this = next == RadixNode::noDigit ? map_->behind(entry_->first, noPlace, false) : map_->firstOf(node_, next);
+         *this = next == RadixNode::noDigit ? map_->after(entry_->first, noPlace, false) : map_->firstOf(node_, next);
          return *this;
       }
       iterator operator++(int) { return std::exchange(*this, std::next(*this)); }
@@ -95,9 +100,9 @@ class RadixMap {
    iterator lower_bound(Key const& key) {
       if (!root_) return end();
       auto const parting = partingOf(key);
-      return parting.place == noPlace ? find(key) : behind(key, parting.place, parting.before);
+      return parting.place == noPlace ? find(key) : after(key, parting.place, parting.before);
    }
-   /// The first behind the key.
+   /// The first after the key.
    iterator upper_bound(Key const& key) {
       auto const it = lower_bound(key);
       return it != end() && it->first == key ? std::next(it) : it;
@@ -156,7 +161,7 @@ class RadixMap {
       std::uint64_t word_;
    };
 
-   /// Where a key leaves the way that the keys go which are in the map.
+   /// The place where a key leaves the way of the keys that are in the map.
    struct Parting {
       RadixPlace place = noPlace;  // noPlace if it does not: it is in the map
       bool before = false;         // whether it comes before those from which it parts
@@ -192,10 +197,11 @@ class RadixMap {
       }
    }
 
-   // The first entry behind a key that parts there, before the others or not; with noPlace behind one that is here.
-   iterator behind(Key const& key, RadixPlace place, bool before) {
+   // The first entry after a key that parts there, before the others or not; with noPlace, after one that is in the
+   // map.
+   iterator after(Key const& key, RadixPlace place, bool before) {
       Digits digits(key);
-      RadixNode* up = nullptr;  // the last node on the way with a child behind it
+      RadixNode* up = nullptr;  // the last node on the way with a child after the key's
       unsigned upDigit = 0;
       RadixNode* node = nullptr;
       unsigned digit = 0;

@@ -4,79 +4,24 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
-#include <array>
 #include <cerrno>
-#include <cstdint>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <unistd.h>
 #include <utility>
 
+#include "platform/switch/Database.h"
+
+// A folder is claimed by the kernel's lock on it, which goes with the process however that ends. A new file is filled
+// under another name and renamed when every table has put down what it begins with: what stands under the final name is
+// always whole.
 namespace velm::embedded {
 namespace {
 
 namespace fs = std::filesystem;
 
 std::string reason(int error) { return std::strerror(error); }
-
-// The front of each of the file's first two pages, as the database lays it out: the younger one counts.
-struct Meta {
-   std::array<unsigned char, 16> pageHeader;
-   std::uint32_t magic;
-   std::uint32_t version;
-   std::uint64_t address;
-   std::uint64_t mapSize;
-   std::uint32_t pageSize;  // kept in a spare field of the first tree's record
-   std::array<unsigned char, 92> trees;
-   std::uint64_t lastPage;
-   std::uint64_t transaction;
-};
-static_assert(sizeof(Meta) == 152);
-
-constexpr std::uint32_t fileMagic = 0xBEEFC0DE;
-constexpr std::uint32_t fileVersion = 1;
-
-class File {
- public:
-   File(std::string const& folder, std::string const& path)
-      : folder_(folder), fd_(::open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
-      if (fd_ < 0) throw StateRefused(folder, fmt::format("{} cannot be read: {}", path, reason(errno)));
-   }
-   ~File() { ::close(fd_); }
-   File(File const&) = delete;
-   File& operator=(File const&) = delete;
-
-   std::uint64_t size() const {
-      struct stat status {};
-      ::fstat(fd_, &status);
-      return static_cast<std::uint64_t>(status.st_size);
-   }
-   Meta metaAt(std::uint64_t offset) const {
-      Meta meta{};
-      if (::pread(fd_, &meta, sizeof meta, static_cast<off_t>(offset)) != static_cast<ssize_t>(sizeof meta)) {
-         throw StateRefused(folder_, "its file is truncated");
-      }
-      if (meta.magic != fileMagic || meta.version != fileVersion) {
-         throw StateRefused(folder_, "its file is not one of this switch");
-      }
-      return meta;
-   }
-
- private:
-   std::string const& folder_;
-   int fd_;
-};
-
-void checkLength(std::string const& folder, std::string const& path) {
-   File const file(folder, path);
-   auto const first = file.metaAt(0);
-   bool const sane = first.pageSize >= 512 && (first.pageSize & (first.pageSize - 1)) == 0;
-   if (!sane) throw StateRefused(folder, "its file is damaged");
-   auto const second = file.metaAt(first.pageSize);
-   auto const& current = first.transaction > second.transaction ? first : second;
-   if (current.lastPage >= file.size() / first.pageSize) throw StateRefused(folder, "its file is truncated");
-}
 
 }  // namespace
 
@@ -115,7 +60,7 @@ void StateFolder::checkContents() {
    fresh_ = !fs::exists(file(), failure);
    if (failure) throw StateRefused(path_, fmt::format("it cannot be read: {}", failure.message()));
    if (!fresh_) {
-      checkLength(path_, file());
+      if (auto const why = Database::misfit(file()); !why.empty()) throw StateRefused(path_, why);
       return;
    }
    for (auto const& entry : fs::directory_iterator(path_, failure)) {

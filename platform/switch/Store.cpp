@@ -9,12 +9,19 @@
 #include "platform/switch/Database.h"
 #include "platform/velm/errors.h"
 
+// One ordered map of bytes for all tables. A key is the byte of its table, then, where several tables share that byte,
+// what tells them apart (the VRF of IP routes), then the key's own encoding, which orders as the key does where its
+// size is fixed. The key of the format's version begins with a byte that no table has.
 namespace velm::embedded {
 namespace {
 
 // Raised whenever a stored form changes: a table's key or row, or an attribute list that one of them is made of.
 constexpr std::string_view formatVersion = "1";
 constexpr std::string_view formatKey{"\0format", 7};
+
+// The first byte of a log's entry; then come the key and, in a put, the value, each after its size.
+constexpr char putEntry = 'p';
+constexpr char delEntry = 'd';
 
 std::unique_ptr<Database> openFile(StateFolder const& folder) {
    if (!Database::sound(folder.file())) throw StateRefused(folder.path(), "its file is damaged");
@@ -31,7 +38,7 @@ std::unique_ptr<Database> openFile(StateFolder const& folder) {
 std::unique_ptr<Database> makeDraft(StateFolder const& folder) {
    std::remove(folder.draft().c_str());  // of a process that was killed before it had filled it
    auto database = std::make_unique<Database>(folder.draft(), Database::Access::readWrite);
-   database->write([](Database::Change& change) { change.put(formatKey, formatVersion); });
+   database->write([](Database::Transaction& transaction) { transaction.put(formatKey, formatVersion); });
    return database;
 }
 
@@ -68,49 +75,38 @@ void Store::load(StoredTable table, std::function<void(std::string_view, std::st
 }
 
 void Store::put(std::string_view key, std::string_view value) {
-   database_->write([&](Database::Change& change) { change.put(key, value); });
+   database_->write([&](Database::Transaction& transaction) { transaction.put(key, value); });
 }
 
 void Store::del(std::string_view key) {
-   database_->write([&](Database::Change& change) { change.del(key); });
+   database_->write([&](Database::Transaction& transaction) { transaction.del(key); });
 }
 
-namespace {
-
-constexpr char putEntry = 'p';
-constexpr char delEntry = 'd';
-
-}  // namespace
-
-void Transaction::put(Store& store, std::string_view key, std::string_view value) {
-   store_ = &store;
-   log_ += putEntry;
-   encode(log_, key);
-   encode(log_, value);
-}
-
-void Transaction::del(Store& store, std::string_view key) {
-   store_ = &store;
-   log_ += delEntry;
-   encode(log_, key);
-}
-
-void Transaction::commit() {
-   if (store_ != nullptr) {
-      store_->database_->write([&](Database::Change& change) {
-         StoredBytes log(log_);
-         while (!log.atEnd()) {
-            bool const isPut = log.take(1).front() == putEntry;
-            auto const key = log.take(decodeSize(log));
-            if (isPut) {
-               change.put(key, log.take(decodeSize(log)));
-            } else {
-               change.del(key);
-            }
+// A log is written when all of a step is known, and again from its start if the file had to grow.
+void Store::write(std::string_view log) {
+   database_->write([&](Database::Transaction& transaction) {
+      StoredBytes rest(log);
+      while (!rest.atEnd()) {
+         bool const isPut = rest.take(1).front() == putEntry;
+         auto const key = rest.take(decodeSize(rest));
+         if (isPut) {
+            transaction.put(key, rest.take(decodeSize(rest)));
+         } else {
+            transaction.del(key);
          }
-      });
-   }
-   for (auto const& apply : applies_) apply();
+      }
+   });
+}
+
+void Store::logPut(std::string& log, std::string_view key, std::string_view value) {
+   log += putEntry;
+   encode(log, key);
+   encode(log, value);
+}
+
+void Store::logDel(std::string& log, std::string_view key) {
+   log += delEntry;
+   encode(log, key);
 }
 
 }  // namespace velm::embedded

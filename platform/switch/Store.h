@@ -5,8 +5,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-#include <utility>
-#include <vector>
 
 #include "platform/switch/StateFolder.h"
 
@@ -62,42 +60,20 @@ class Store {
    /// or the file cannot be read.
    void load(StoredTable table, std::function<void(std::string_view key, std::string_view value)> const& fn);
 
-   // One change by itself. Throw velm::error when the folder takes no more; nothing has changed then.
+   // One step each. Throw velm::error when the folder takes no more; nothing has changed then.
    void put(std::string_view key, std::string_view value);
    void del(std::string_view key);
+   /// All that the log has, in its order.
+   void write(std::string_view log);
+
+   // Add a change to a log.
+   static void logPut(std::string& log, std::string_view key, std::string_view value);
+   static void logDel(std::string& log, std::string_view key);
 
  private:
-   friend class Transaction;
-
    StateFolder folder_;
    std::unique_ptr<Database> database_;
    bool complete_;
-};
-
-/// Changes of one or several rows as one step: what is put and deleted here reaches the folder, and what onCommit was
-/// given is done in memory, when commit() is called, all or nothing. Tables stage their changes with it; until the
-/// commit they read as before, so that a row is changed once at most. One that is not committed has not happened.
-///
-/// Held inside one operation of a manager, under the SDK lock.
-class Transaction {
- public:
-   Transaction() = default;
-   Transaction(Transaction const&) = delete;
-   Transaction& operator=(Transaction const&) = delete;
-
-   // For tables.
-   void put(Store& store, std::string_view key, std::string_view value);
-   void del(Store& store, std::string_view key);
-   /// Keeps what is to be done in memory, in order. It must not throw, nor commit a transaction of its own.
-   void onCommit(std::function<void()> apply) { applies_.push_back(std::move(apply)); }
-
-   /// Throws velm::error if the folder takes no more; nothing has changed then. Once at most.
-   void commit();
-
- private:
-   Store* store_ = nullptr;  // null while nothing has to be stored
-   std::string log_;  // keys and values behind their sizes: written when all is known, and again if the file grew
-   std::vector<std::function<void()>> applies_;
 };
 
 }  // namespace velm::embedded

@@ -35,7 +35,7 @@ Switch::Switch()
 Switch::~Switch() = default;
 
 std::optional<Switch::Failure> Switch::configure(std::vector<std::string> const& commands) {
-   CallLedger::Inside const inside(ledger);
+   Inside const inside(ledger);
    auto const response = vapi.run_config_cmds(commands);
    if (response.success()) return std::nullopt;
    return Failure{response.responses().size(), response.error_message()};

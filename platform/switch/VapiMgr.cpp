@@ -35,17 +35,18 @@ VapiMgr::VapiMgr(CallLedger& ledger, Switch& device)
    : device_(device),
      show_(commands::showCommands()),
      configure_(commands::configurationCommands()),
-     run_show_cmd_(ledger, "vapi_mgr.run_show_cmd"),
-     run_config_cmds_(ledger, "vapi_mgr.run_config_cmds") {}
+     operations_(ledger) {}
 
 vapi_response_t VapiMgr::run_show_cmd(std::string const& command) {
-   Call const call(run_show_cmd_);
-   std::this_thread::sleep_for(std::chrono::milliseconds(std::exchange(delay_, 0)));
+   Call const call(operations_);
+   if (auto const delay = std::exchange(delay_, 0); delay > 0) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(delay));
+   }
    return run(show_, {command});
 }
 
 vapi_response_t VapiMgr::run_config_cmds(std::vector<std::string> const& commands) {
-   Call const call(run_config_cmds_);
+   Call const call(operations_);
    return run(configure_, commands);
 }
 

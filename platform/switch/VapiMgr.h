@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/switch/CallLedger.h"
+#include "platform/switch/Operations.h"
 #include "platform/switch/commands/CommandTable.h"
 #include "platform/velm/vapi.h"
 
@@ -16,7 +16,7 @@ class VapiMgr : public vapi_mgr {
  public:
    VapiMgr(CallLedger& ledger, Switch& device);
 
-   /// How long the next show command takes, for trials of what waits behind it.
+   /// Makes the next show command take so long, for trials of what must wait for it.
    void delayNextShow(std::uint64_t milliseconds) { delay_ = milliseconds; }
 
    vapi_response_t run_show_cmd(std::string const& command) override;
@@ -30,8 +30,7 @@ class VapiMgr : public vapi_mgr {
    commands::CommandTable const configure_;
    std::uint64_t delay_ = 0;
 
-   Operation run_show_cmd_;
-   Operation run_config_cmds_;
+   Operations<"vapi_mgr", "run_show_cmd", "run_config_cmds"> operations_;
 };
 
 }  // namespace velm::embedded

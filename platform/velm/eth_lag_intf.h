@@ -15,7 +15,7 @@
 
 namespace velm {
 
-/// What a LAG does while its peer speaks no LACP.
+/// The behaviour of a LAG while its peer speaks no LACP.
 enum class eth_lag_intf_fallback_type_t : std::uint8_t { unset = 0, none = 1, static_mode = 2, individual = 3 };
 constexpr auto last_value(eth_lag_intf_fallback_type_t) { return eth_lag_intf_fallback_type_t::individual; }
 
@@ -112,7 +112,6 @@ class eth_lag_intf_handler : public base_handler<eth_lag_intf_mgr, eth_lag_intf_
    using base_handler::base_handler;
 
    void watch_all_eth_lag_intfs(bool on);
-   void watch_eth_lag_intf(intf_id_t lag, bool on);
 
    virtual void on_eth_lag_intf_create(intf_id_t /*lag*/) {}
    virtual void on_eth_lag_intf_delete(intf_id_t /*lag*/) {}
@@ -177,6 +176,5 @@ class eth_lag_intf_mgr : public base_mgr<eth_lag_intf_handler, intf_id_t> {
 };
 
 inline void eth_lag_intf_handler::watch_all_eth_lag_intfs(bool on) { get_mgr()->watch_all(this, on); }
-inline void eth_lag_intf_handler::watch_eth_lag_intf(intf_id_t lag, bool on) { get_mgr()->watch(this, lag, on); }
 
 }  // namespace velm

@@ -19,7 +19,6 @@ class ip_intf_handler : public base_handler<ip_intf_mgr, ip_intf_handler> {
    using base_handler::base_handler;
 
    void watch_all_ip_intfs(bool on);
-   void watch_ip_intf(intf_id_t intf, bool on);
 
    virtual void on_ip_addr_add(intf_id_t /*intf*/, ip_addr_mask_t const& /*addr*/) {}
    virtual void on_ip_addr_del(intf_id_t /*intf*/, ip_addr_mask_t const& /*addr*/) {}
@@ -52,6 +51,5 @@ class ip_intf_mgr : public base_mgr<ip_intf_handler, intf_id_t> {
 };
 
 inline void ip_intf_handler::watch_all_ip_intfs(bool on) { get_mgr()->watch_all(this, on); }
-inline void ip_intf_handler::watch_ip_intf(intf_id_t intf, bool on) { get_mgr()->watch(this, intf, on); }
 
 }  // namespace velm

@@ -2,7 +2,6 @@
 
 #include <compare>
 #include <cstdint>
-#include <span>
 #include <string>
 #include <tuple>
 
@@ -16,7 +15,7 @@
 
 namespace velm {
 
-/// What is done with a packet that matches a route.
+/// The action on a packet that matches a route.
 enum class ip_route_action_t : std::uint8_t { none = 0, drop = 1, forward = 2, nexthop_group = 3 };
 constexpr auto last_value(ip_route_action_t) { return ip_route_action_t::nexthop_group; }
 
@@ -139,10 +138,6 @@ class ip_route_mgr {
    virtual void resync_init() = 0;
    /// Deletes the routes that are still marked, and of those that stay the vias that are.
    virtual void resync_complete() = 0;
-
-   /// Says about which routes the next calls will be, so that they need not wait for memory one by one. A hint: it
-   /// changes nothing, is counted nowhere and cannot fail.
-   virtual void prefetch(std::span<ip_route_key_t const> /*keys*/, std::string const& /*vrf*/) const {}
 
    /// Walks the default VRF by prefix, then preference.
    virtual ip_route_iter_t ip_route_iter() const = 0;

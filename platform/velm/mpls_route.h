@@ -2,7 +2,6 @@
 
 #include <compare>
 #include <cstdint>
-#include <span>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -19,10 +18,10 @@
 
 namespace velm {
 
-/// What lies under the last label.
+/// The payload under the last label.
 enum class mpls_payload_type_t : std::uint8_t { undefined = 0, autodecide = 1, ipv4 = 2, ipv6 = 3, mpls = 4 };
 constexpr auto last_value(mpls_payload_type_t) { return mpls_payload_type_t::mpls; }
-/// What becomes of the TTL when a label is taken off.
+/// The treatment of the TTL when a label is taken off.
 enum class mpls_ttl_mode_t : std::uint8_t { undefined = 0, pipe = 1, uniform = 2 };
 constexpr auto last_value(mpls_ttl_mode_t) { return mpls_ttl_mode_t::uniform; }
 
@@ -186,16 +185,12 @@ class mpls_route_mgr : public base_mgr<mpls_route_handler, mpls_route_key_t> {
    /// Deletes the routes that are still marked, and of those that stay the vias that are.
    virtual void resync_complete() = 0;
 
-   /// Says about which routes the next calls will be, so that they need not wait for memory one by one. A hint: it
-   /// changes nothing, is counted nowhere and cannot fail.
-   virtual void prefetch(std::span<mpls_route_key_t const> /*keys*/) const {}
-
    virtual mpls_route_iter_t mpls_route_iter() const = 0;
    /// The routes that the switch has programmed.
    virtual mpls_route_status_iter_t mpls_route_status_iter() const = 0;
    /// The vias of a route in the order in which they were set; none for an unknown route.
    virtual mpls_route_via_iter_t mpls_route_via_iter(mpls_route_key_t const& key) const = 0;
-   /// The same of what the switch has programmed, by the route or by its FEC.
+   /// The vias that the switch has programmed, by the route or by its FEC.
    virtual mpls_route_via_status_iter_t mpls_route_via_status_iter(mpls_route_key_t const& key) const = 0;
    virtual mpls_route_via_status_iter_t mpls_route_via_status_iter(mpls_fec_id_t fec) const = 0;
 
@@ -226,17 +221,13 @@ class mpls_vrf_label_mgr {
 
    virtual void resync_init() = 0;
    virtual void resync_complete() = 0;
-   /// Says about which labels the next calls will be, so that they need not wait for memory one by one. A hint: it
-   /// changes nothing, is counted nowhere and cannot fail.
-   virtual void prefetch(std::span<mpls_label_t const> /*labels*/) const {}
-
    virtual mpls_vrf_label_iter_t mpls_vrf_label_iter() const = 0;
 
    /// The entry of the label; its VRF name is empty if there is none.
    virtual mpls_vrf_label_t mpls_vrf_label(mpls_label_t label) const = 0;
    /// Creates or replaces. Throws invalid_argument_error for an entry without a VRF name.
    virtual void mpls_vrf_label_set(mpls_vrf_label_t const& entry) = 0;
-   /// One that is absent is no error.
+   /// Deleting one that is absent is no error.
    virtual void mpls_vrf_label_del(mpls_label_t label) = 0;
 };
 

@@ -19,7 +19,7 @@
 
 namespace velm {
 
-/// What a group puts around the packet.
+/// The encapsulation that a group puts around the packet.
 enum class nexthop_group_encap_t : std::uint8_t {
    none = 0,
    ip_in_ip = 1,
@@ -182,7 +182,6 @@ class nexthop_group_handler : public base_handler<nexthop_group_mgr, nexthop_gro
    using base_handler::base_handler;
 
    void watch_all_nexthop_groups(bool on);
-   void watch_nexthop_group(std::string const& name, bool on);
 
    /// Traffic can, or can no longer, leave through the group. False comes also when an active group is deleted.
    virtual void on_nexthop_group_active(std::string const& /*name*/, bool /*active*/) {}
@@ -190,7 +189,7 @@ class nexthop_group_handler : public base_handler<nexthop_group_mgr, nexthop_gro
    virtual void on_nexthop_group_programmed(std::string const& /*name*/, unsigned short /*version*/) {}
 };
 
-/// The same for handlers that may still know the programmed event in its older form.
+/// A nexthop_group_handler that may still know the programmed event in its older form.
 class nexthop_group_handler_v2 : public nexthop_group_handler {
  public:
    using nexthop_group_handler::nexthop_group_handler;
@@ -234,8 +233,5 @@ class nexthop_group_mgr : public base_mgr<nexthop_group_handler, std::string> {
 };
 
 inline void nexthop_group_handler::watch_all_nexthop_groups(bool on) { get_mgr()->watch_all(this, on); }
-inline void nexthop_group_handler::watch_nexthop_group(std::string const& name, bool on) {
-   get_mgr()->watch(this, name, on);
-}
 
 }  // namespace velm

@@ -2,7 +2,6 @@
 
 #include <compare>
 #include <cstdint>
-#include <span>
 #include <string>
 #include <tuple>
 
@@ -51,10 +50,6 @@ class nexthop_group_tunnel_mgr {
    virtual void resync_init() = 0;
    /// Deletes the tunnels that are still marked.
    virtual void resync_complete() = 0;
-   /// Says about which tunnels the next calls will be, so that they need not wait for memory one by one. A hint: it
-   /// changes nothing, is counted nowhere and cannot fail.
-   virtual void prefetch(std::span<ip_prefix_t const> /*endpoints*/) const {}
-
    virtual nexthop_group_tunnel_iter_t nexthop_group_tunnel_iter() const = 0;
 
    virtual bool exists(ip_prefix_t const& endpoint) const = 0;
@@ -62,7 +57,7 @@ class nexthop_group_tunnel_mgr {
    virtual nexthop_group_tunnel_t nexthop_group_tunnel(ip_prefix_t const& endpoint) const = 0;
    /// Creates or replaces. Throws invalid_range_error for an endpoint longer than its family.
    virtual void nexthop_group_tunnel_set(nexthop_group_tunnel_t const& tunnel) = 0;
-   /// One that is absent is no error.
+   /// Deleting one that is absent is no error.
    virtual void nexthop_group_tunnel_del(ip_prefix_t const& endpoint) = 0;
 };
 

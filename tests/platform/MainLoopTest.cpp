@@ -9,8 +9,9 @@
 #include <thread>
 #include <vector>
 
-#include "platform/switch/CallLedger.h"
+#include "platform/qor/Runtime.h"
 #include "platform/switch/MainLoop.h"
+#include "platform/switch/Operations.h"
 #include "platform/velm/errors.h"
 #include "platform/velm/sdk_lock.h"
 #include "tests/platform/Job.h"
@@ -174,20 +175,37 @@ TEST(MainLoopDeathTest, AnErrorGoesToTheHandlerAndWhatThatThrowsEndsTheProcess) 
    EXPECT_DEATH(run(nullptr, false), "configuration_error");
 }
 
-TEST(CallLedgerTest, InnerCallsCountNothingAndMeetNoFault) {
-   CallLedger ledger;
-   Operation outer(ledger, "mgr.outer");
-   Operation inner(ledger, "mgr.inner");
-   ledger.failNext("mgr.inner", "unsupported_error", "no", 2);
-   {
-      Call const call(outer);
-      Call const within(inner);
+struct Mgr {
+   explicit Mgr(CallLedger& ledger) : operations(ledger) {}
+   void inner() const { Call const call(operations); }
+   void outer() const {
+      Call const call(operations);
+      inner();
    }
-   EXPECT_THROW(Call{inner}, unsupported_error);
-   EXPECT_THROW(Call{inner}, unsupported_error);
-   EXPECT_NO_THROW(Call{inner});
+   Operations<"mgr", "inner", "outer"> operations;
+};
+
+TEST(CallLedgerTest, FaultsAreOfTheirClassAndInnerCallsCountNothingAndMeetNone) {
+   CallLedger ledger;
+   Mgr const mgr(ledger);
+   ledger.failNext("mgr.inner", "unsupported_error", "no", 2);
+   mgr.outer();
+   EXPECT_THROW(mgr.inner(), unsupported_error);
+   EXPECT_THROW(mgr.inner(), unsupported_error);
+   EXPECT_NO_THROW(mgr.inner());
    EXPECT_THAT(ledger.calls(), ElementsAre(::testing::Pair("mgr.inner", 3), ::testing::Pair("mgr.outer", 1)));
    EXPECT_FALSE(sdk_scoped_lock::held());
+   for (auto const* name : {"error", "invalid_argument_error", "invalid_range_error", "configuration_error",
+                            "unconfigured_agent_error", "unsupported_error", "no_scoped_lock_obtained_error"}) {
+      ledger.failNext("mgr.outer", name, "told to", 1);
+      try {
+         mgr.outer();
+         ADD_FAILURE() << name;
+      } catch (error const& e) {
+         EXPECT_EQ(Qor::demangle(typeid(e)), std::string("velm::") + name);
+         EXPECT_STREQ(e.what(), "told to");
+      }
+   }
 }
 
 }  // namespace

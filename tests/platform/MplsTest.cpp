@@ -15,17 +15,6 @@ mpls_route_via_t viaOf(std::uint32_t label, std::string const& group) {
    return via;
 }
 
-mpls_route_via_t fullViaOf(mpls_route_key_t const& key) {
-   mpls_route_via_t via(key, mpls_action_t::swap);
-   via.hop_is(ip_addr_t("10.0.0.1"));
-   via.intf_is(intf_id_t("Ethernet1"));
-   via.pushswap_label_is(mpls_label_t(7));
-   via.ttl_mode_is(mpls_ttl_mode_t::pipe);
-   via.payload_type_is(mpls_payload_type_t::ipv6);
-   via.skip_egress_acl_is(true);
-   return via;
-}
-
 struct Recorder : mpls_route_handler {
    explicit Recorder(mpls_route_mgr& mgr, bool watching = true) : mpls_route_handler(&mgr) {
       watch_all_mpls_routes(watching);
@@ -47,10 +36,8 @@ class MplsTest : public SwitchTest {
  protected:
    MplsRouteMgr& mgr() { return device.mplsRoutes; }
    void set(std::uint32_t label) { mgr().mpls_route_set(mpls_route_t(keyOf(label))); }
-   std::vector<std::string> groupsOf(mpls_route_via_status_iter_t it) {
-      std::vector<std::string> groups;
-      for (; it; ++it) groups.push_back(it->nexthop_group());
-      return groups;
+   static auto groupsOf(mpls_route_via_status_iter_t const& it) {
+      return walked(it, std::mem_fn(&mpls_route_via_t::nexthop_group));
    }
 };
 
@@ -101,9 +88,8 @@ TEST_F(MplsTest, AFecIsItsRoutesAloneAndFindsIt) {
    EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(second)), IsEmpty());
    set(4);
    EXPECT_GT(mgr().fec_id(keyOf(4)), third);
-   std::vector<std::string> programmed;
-   for (auto it = mgr().mpls_route_status_iter(); it; ++it) programmed.push_back(it->to_string());
-   EXPECT_THAT(programmed, ElementsAre("1 metric 0", "1 metric 7", "3 metric 0", "4 metric 0"));
+   EXPECT_THAT(walked(mgr().mpls_route_status_iter(), std::mem_fn(&mpls_route_key_t::to_string)),
+               ElementsAre("1 metric 0", "1 metric 7", "3 metric 0", "4 metric 0"));
 }
 
 TEST_F(MplsTest, EventsComeInOrderWhereTheHandlerWatchesAtTheDelivery) {
@@ -182,63 +168,30 @@ TEST_F(MplsTest, RoutesAreShownWithTheirFecsAndLabelsOfVrfs) {
              R"({"routes":[{"key":{"labels":[200,100],"metric":9},"fec_id":1048577,"vias":[{"hop":"10.0.0.1",)"
              R"("intf":"Ethernet1","pushswap_label":7,"label_action":3,"ttl_mode":0,"payload_type":0,)"
              R"("skip_egress_acl":false,"nexthop_group":""}]}],"vrf_labels":[{"label":300,"vrf_name":"red"}]})");
-   EXPECT_THAT(refusal("simulate mpls fec -1 set"), HasSubstr("expected a number at '-1'"));
-   EXPECT_THAT(refusal("simulate mpls fec 1 gone"), HasSubstr("expected delete or set at 'gone'"));
+   auto& labels = device.mplsVrfLabels;
+   labels.mpls_vrf_label_set({mpls_label_t(301), "blue"});
+   labels.resync_init();
+   labels.mpls_vrf_label_set({mpls_label_t(300), "green"});
+   labels.resync_complete();
+   auto it = labels.mpls_vrf_label_iter();
+   EXPECT_EQ(it->vrf_name(), "green");
+   EXPECT_FALSE(++it);
+   labels.mpls_vrf_label_del(mpls_label_t(300));
+   EXPECT_EQ(labels.mpls_vrf_label(mpls_label_t(300)).vrf_name(), "");
+   EXPECT_THROW(labels.mpls_vrf_label_set({mpls_label_t(300), ""}), invalid_argument_error);
 }
-
-TEST_F(MplsTest, RoutesComeBackWithTheirFecs) {
-   mpls_route_key_t const two(std::vector{mpls_label_t(5), mpls_label_t(2)}, 0);
-   auto const full = fullViaOf(two);
-   mpls_fec_id_t fecOfTwo;
-   restart([&](Switch& before) {
-      auto& mgr = before.mplsRoutes;
-      auto const setAll = [&](std::vector<std::uint32_t> const& labels) {
-         for (auto label : labels) {
-            mgr.mpls_route_set(mpls_route_t(keyOf(label)));
-            mgr.mpls_route_via_set(viaOf(label, "g" + std::to_string(label)));
-         }
-         mgr.mpls_route_set(mpls_route_t(two));
-         mgr.mpls_route_via_set(full);
-      };
-      setAll({5, 4, 3, 2});
-      fecOfTwo = mgr.fec_id(two);
-      mgr.mpls_route_del(keyOf(4));
-      mgr.resync_init();
-      setAll({5, 3});
-      mgr.resync_complete();
-      before.mplsVrfLabels.mpls_vrf_label_set({mpls_label_t(9), "red"});
-   });
-   EXPECT_EQ(mgr().table().size(), 3);
-   EXPECT_EQ(mgr().fec_id(two), fecOfTwo);
-   EXPECT_EQ(*mgr().mpls_route_via_iter(two), full);
-   EXPECT_EQ(mgr().fec_id(keyOf(3)), mpls_fec_id_t(4));
-   EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(4))), ElementsAre("g3"));
-   mgr().mpls_route_set(mpls_route_t(keyOf(8, 1)));
-   EXPECT_GT(mgr().fec_id(keyOf(8, 1)), fecOfTwo);
-   EXPECT_EQ(device.mplsVrfLabels.mpls_vrf_label(mpls_label_t(9)).vrf_name(), "red");
-}
-
-/// As rows were when every route took its FEC's id from one sequence; what is stored looks the same.
-struct SequentialRoute {
-   mpls_fec_id_t fec;
-   std::vector<mpls_route_via_t> vias;
-
-   static constexpr auto attributes() {
-      return std::tuple{attribute{"fec", &SequentialRoute::fec}, attribute{"vias", &SequentialRoute::vias}};
-   }
-};
 
 TEST_F(MplsTest, AnIdFromASequenceIsNotGivenToTheRouteOfItsLabel) {
-   mpls_route_key_t const two(std::vector{mpls_label_t(5), mpls_label_t(2)}, 7);
-   auto const full = fullViaOf(two);
    restart([&](Switch& before) {
-      Table<mpls_route_key_t, SequentialRoute> table;
+      NamePool names;
+      MplsRoute row{mpls_fec_id_t(101), {}};  // as rows were when every route took its FEC's id from one sequence
+      row.vias.set(viaOf(300, "g"), names);
+      MplsRouteTable table;
       table.bind(*before.store, StoredTable::mplsRoutes, {});
-      table.set(keyOf(300), {mpls_fec_id_t(101), {viaOf(300, "g")}});
-      table.set(two, {mpls_fec_id_t(102), {full, mpls_route_via_t(two)}});
+      Inside const inside(before.ledger);
+      table.set(inside, MplsRowKey(keyOf(300)), row);
+      table.set(inside, MplsRowKey(keyOf(300, 7)), {mpls_fec_id_t(102), {}});
    });
-   EXPECT_TRUE(mgr().exists(full));
-   EXPECT_TRUE(mgr().exists(mpls_route_via_t(two)));
    set(100);
    set(101);
    set(102);

@@ -25,10 +25,7 @@ using Texts = Table<std::string, std::string>;
 
 std::map<std::string, std::string> rowsOf(Texts const& table) {
    std::map<std::string, std::string> rows;
-   table.walk([&](std::string const& key, std::string const& value) {
-      rows[key] = value;
-      return true;
-   });
+   table.each([&](std::string const& key, std::string const& value) { rows[key] = value; });
    return rows;
 }
 
@@ -68,6 +65,8 @@ class StateTest : public ::testing::Test {
       }
    }
 
+   CallLedger ledger;
+   Inside const inside{ledger};
    std::string const top = made();
    std::string const folder = top + "/state";
 };
@@ -78,15 +77,15 @@ TEST_F(StateTest, WhatWasChangedComesBackAndNothingElse) {
    {
       Boot run(folder);
       EXPECT_TRUE(run.store.fresh());
-      run.table.set("a", "1");
-      run.table.set("b", "2");
-      run.table.set("b", "3");
-      run.table.set("gone", "4");
-      run.table.del("gone");
-      run.table.set(longKey, "long");
-      run.table.set(longerKey, std::string(100000, 'v'));
-      run.table.set("", "");
-      EXPECT_TRUE(run.table.amend("a", [](std::string& value) { value += "!"; }));
+      run.table.set(inside, "a", "1");
+      run.table.set(inside, "b", "2");
+      run.table.set(inside, "b", "3");
+      run.table.set(inside, "gone", "4");
+      run.table.del(inside, "gone");
+      run.table.set(inside, longKey, "long");
+      run.table.set(inside, longerKey, std::string(100000, 'v'));
+      run.table.set(inside, "", "");
+      EXPECT_TRUE(run.table.amend(inside, "a", [](std::string& value) { value += "!"; }));
    }
    {
       Boot run(folder);
@@ -95,10 +94,10 @@ TEST_F(StateTest, WhatWasChangedComesBackAndNothingElse) {
                   UnorderedElementsAre(Pair("", ""), Pair("a", "1!"), Pair("b", "3"), Pair(longKey, "long"),
                                        Pair(longerKey, std::string(100000, 'v'))));
       EXPECT_THAT(rowsOf(run.other), IsEmpty());
-      run.table.markAll();
-      run.table.set("a", "5");
-      run.table.del(longKey);
-      run.table.purge();
+      run.table.markAll(inside);
+      run.table.set(inside, "a", "5");
+      run.table.del(inside, longKey);
+      run.table.purge(inside);
    }
    EXPECT_THAT(rowsOf(Boot(folder).table), UnorderedElementsAre(Pair("a", "5")));
    EXPECT_EQ(fs::status(folder).permissions(), fs::perms::owner_all);
@@ -108,13 +107,13 @@ TEST_F(StateTest, WhatWasChangedComesBackAndNothingElse) {
 TEST_F(StateTest, ATransactionHappensWholeOrNotAtAll) {
    {
       Boot run(folder);
-      run.table.set("old", "1");
+      run.table.set(inside, "old", "1");
       {
-         Transaction givenUp;
+         Transaction givenUp(inside);
          run.table.set(givenUp, "never", "1");
          run.table.del(givenUp, "old");
       }
-      Transaction transaction;
+      Transaction transaction(inside);
       run.table.set(transaction, "new", "2");
       EXPECT_TRUE(run.table.del(transaction, "old"));
       EXPECT_FALSE(run.table.del(transaction, "absent"));
@@ -168,7 +167,7 @@ TEST_F(StateTest, AFullDiskIsAnErrorThatChangesNothing) {
       for (int i = 0; !why; ++i) {
          ASSERT_LT(i, 10000);
          try {
-            run.table.set(std::to_string(i), value);
+            run.table.set(inside, std::to_string(i), value);
          } catch (error const& e) {
             why = e.what();
          }
@@ -176,12 +175,13 @@ TEST_F(StateTest, AFullDiskIsAnErrorThatChangesNothing) {
       EXPECT_THAT(*why, HasSubstr("takes no more of the switch's state"));
       accepted = rowsOf(run.table);
       EXPECT_GT(accepted.size(), 3000);
-      Transaction transaction;
+      Transaction transaction(inside);
       for (int i = 0; i < 1000; ++i) run.table.set(transaction, "more" + std::to_string(i), value);
       EXPECT_THROW(transaction.commit(), error);
       EXPECT_EQ(rowsOf(run.table), accepted);
-      for (int i = 0; i < 100; ++i) run.table.del(std::to_string(i));  // a delete makes room for the next change
-      run.table.set("room", value);
+      for (int i = 0; i < 100; ++i)
+         run.table.del(inside, std::to_string(i));  // a delete makes room for the next change
+      run.table.set(inside, "room", value);
       accepted = rowsOf(run.table);
    }
    EXPECT_EQ(rowsOf(Boot(folder).table), accepted);
@@ -208,66 +208,50 @@ TEST_F(StateTest, WhatCannotBeTheStateOfASwitchIsRefused) {
 
 TEST_F(StateTest, ALongKeyThatStandsUnderTheHashOfAnotherIsRefused) {
    std::string const longKey(600, 'k');
-   Boot(folder).table.set(longKey, "1");
+   Boot(folder).table.set(inside, longKey, "1");
    auto damaged = content();
    for (auto i = damaged.find(longKey); i != std::string::npos; i = damaged.find(longKey)) damaged[i] = 'x';
    std::ofstream(file(), std::ios::binary | std::ios::trunc) << damaged;
    EXPECT_THAT(refusal(), HasSubstr("a key does not stand where its hash puts it"));
 }
 
-template <class Key>
-struct Row {
-   Key key{};
-   static constexpr auto attributes() { return std::tuple{attribute{"key", &Row::key}}; }
-};
-
-// Opens a folder that holds one row, of a table of such keys; why it is refused.
-template <class Key>
-std::string refusalOf(std::string const& folder, std::string const& key, std::string const& value) {
-   {
-      Store store(folder);
-      store.put("\x11" + key, value);
-      store.completeIs();
-   }
-   std::string why;
-   try {
-      Store store(folder);
-      Table<Key, Row<Key>> table;
-      table.storeIs(store, StoredTable::agentOptions);
-   } catch (StateRefused const& e) {
-      why = e.what();
-   }
-   fs::remove_all(folder);
-   return why;
+// Why the bytes are no such value; empty if they are one.
+template <class Value>
+std::string damageOf(std::string const& bytes) try {
+   StoredBytes in(bytes);
+   Value value;
+   decode(in, value);
+   in.expectEnd();
+   return {};
+} catch (DamagedState const& e) {
+   return e.what();
 }
 
 // Each of them would do harm later: two addresses of unknown families have the same place in a table.
-TEST_F(StateTest, ARowThatNoTableCanHaveWrittenIsRefused) {
+TEST(CodecTest, BytesThatNoValueHasAreRefused) {
    std::string const zeros(16, '\0');
-   EXPECT_EQ(refusalOf<ip_addr_t>(folder, '\4' + zeros, '\6' + zeros), "");
-   EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\x14' + zeros, '\4' + zeros), HasSubstr("a stored enum cannot be 20"));
-   EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\4' + zeros, '\5' + zeros), HasSubstr("a stored enum cannot be 5"));
-   EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\4' + zeros, '\4' + zeros + 'x'), HasSubstr("value is too long"));
-   EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\4' + zeros + 'x', '\4' + zeros), HasSubstr("value is too long"));
-   EXPECT_THAT(refusalOf<ip_addr_t>(folder, '\4' + zeros, "\4"), HasSubstr("value is too short"));
+   EXPECT_EQ(damageOf<ip_addr_t>('\4' + zeros) + damageOf<ip_addr_t>('\6' + zeros), "");
+   EXPECT_EQ(damageOf<ip_addr_t>('\x14' + zeros), "a stored enum cannot be 20");
+   EXPECT_EQ(damageOf<ip_addr_t>('\5' + zeros), "a stored enum cannot be 5");
+   EXPECT_EQ(damageOf<ip_addr_t>("\4"), "a stored value is too short");
    auto const four = zeros.substr(0, 4);
-   EXPECT_EQ(refusalOf<mpls_label_t>(folder, four, four), "");
-   EXPECT_THAT(refusalOf<mpls_label_t>(folder, '\1' + four.substr(1), four), HasSubstr("label is out of range"));
-   EXPECT_EQ(refusalOf<intf_id_t>(folder, '\5' + four + four, '\0' + four + four), "");
-   EXPECT_THAT(refusalOf<intf_id_t>(folder, '\6' + four + four, '\0' + four + four),
-               HasSubstr("a stored enum cannot be 6"));
+   EXPECT_EQ(damageOf<mpls_label_t>(four) + damageOf<intf_id_t>('\5' + four + four), "");
+   EXPECT_EQ(damageOf<mpls_label_t>('\1' + four.substr(1)), "a stored label is out of range");
+   EXPECT_EQ(damageOf<intf_id_t>('\6' + four + four), "a stored enum cannot be 6");
+}
+
+template <class Value>
+std::string encoded(Value const& value) {
+   std::string bytes;
+   encode(bytes, value);
+   return bytes;
 }
 
 // Why a switch refuses a folder that holds one row; empty if it takes it.
-template <class Key, class Value>
-std::string refusalOf(std::string const& folder, StoredTable table, Key const& key, Value const& value) {
+std::string refusalOf(std::string const& folder, StoredTable table, std::string const& key, std::string const& value) {
    {
       Store store(folder);
-      std::string storedKey(1, static_cast<char>(table));
-      std::string storedValue;
-      encode(storedKey, key);
-      encode(storedValue, value);
-      store.put(storedKey, storedValue);
+      store.put(static_cast<char>(table) + key, value);
       store.completeIs();
    }
    std::string why;
@@ -286,30 +270,28 @@ TEST_F(StateTest, ARowThatNoClientCanBeShownIsRefused) {
    auto const policyMap = [&](int feature, int direction) {
       policy_map_key_t const key("q", policy_feature_t(feature));
       PolicyMap const row{policy_map_t(key), {{intf_id_t("Ethernet1"), acl_direction_t(direction)}}};
-      return refusalOf(folder, StoredTable::policyMaps, key, row);
+      return refusalOf(folder, StoredTable::policyMaps, encoded(key), encoded(row));
    };
-   EXPECT_EQ(policyMap(3, 2), "");
-   EXPECT_THAT(policyMap(9, 2), HasSubstr("its file is damaged: a stored enum cannot be 9"));
-   EXPECT_THAT(policyMap(3, 3), HasSubstr("a stored enum cannot be 3"));
    auto const classMap = [&](int type) {
       class_map_t map({"c", policy_feature_t::pbr});
       map.rule_set(1, class_map_rule_t({"a", acl_type_t(type)}));
-      return refusalOf(folder, StoredTable::classMaps, map.key(), map);
+      return refusalOf(folder, StoredTable::classMaps, encoded(map.key()), encoded(map));
    };
-   EXPECT_EQ(classMap(2), "");
-   EXPECT_THAT(classMap(7), HasSubstr("a stored class map names an ACL of no family"));
    auto const session = [&](char const* nexthop) {
       sbfd_echo_session_key_t const key(ip_addr_t(nexthop), intf_id_t("Ethernet1"), {}, 0, 0);
-      return refusalOf(folder, StoredTable::sbfdSessions, key, SbfdSession());
+      return refusalOf(folder, StoredTable::sbfdSessions, encoded(key), encoded(SbfdSession()));
    };
-   auto const option = [&](std::string const& key, std::string const& value) {
-      return refusalOf(folder, StoredTable::agentOptions, key, value);
+   auto const option = [&](std::string const& key, std::string const& value, std::string const& beyond = "") {
+      return refusalOf(folder, StoredTable::agentOptions, encoded(key), encoded(value) + beyond);
    };
-   EXPECT_EQ(option("gr\xc3\xbc", "\xe2\x82\xac"), "");
+   EXPECT_EQ(policyMap(3, 2) + classMap(2) + session("192.0.2.1") + option("gr\xc3\xbc", "\xe2\x82\xac"), "");
+   EXPECT_THAT(policyMap(9, 2), HasSubstr("its file is damaged: a stored enum cannot be 9"));
+   EXPECT_THAT(policyMap(3, 3), HasSubstr("a stored enum cannot be 3"));
+   EXPECT_THAT(classMap(7), HasSubstr("a stored class map names an ACL of no family"));
+   EXPECT_THAT(session(""), HasSubstr("a stored sBFD session names no nexthop"));
    EXPECT_THAT(option("gr\xfc", ""), HasSubstr("a stored text is not UTF-8"));
    EXPECT_THAT(option("", "\xe2\x82"), HasSubstr("a stored text is not UTF-8"));
-   EXPECT_EQ(session("192.0.2.1"), "");
-   EXPECT_THAT(session(""), HasSubstr("a stored sBFD session names no nexthop"));
+   EXPECT_THAT(option("", "", "x"), HasSubstr("a stored value is too long"));
 }
 
 struct Damage {
@@ -323,7 +305,8 @@ class DamageTest : public StateTest, public ::testing::WithParamInterface<Damage
 TEST_P(DamageTest, IsRefusedAndLeftUntouched) {
    {
       Boot run(folder);
-      for (int i = 0; i < 2000; ++i) run.table.set("key" + std::to_string(i), "value of key " + std::to_string(i));
+      for (int i = 0; i < 2000; ++i)
+         run.table.set(inside, "key" + std::to_string(i), "value of key " + std::to_string(i));
    }
    auto damaged = content();
    GetParam().inflict(damaged);

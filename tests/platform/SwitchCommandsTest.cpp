@@ -53,7 +53,7 @@ TEST_F(SwitchCommandsTest, WatchesAreShownByHandler) {
       intfs.watch_intf(intf_id_t("Ethernet2"), true);
       others.watch_intf(intf_id_t("Ethernet2"), true);
       others.watch_all_intfs(true);
-      groups.watch_nexthop_group("g", true);
+      device.nexthopGroups.watch(&groups, "g", true);
       routes.watch_all_mpls_routes(true);
       EXPECT_EQ(shown("show switch watches"),
                 R"({"watches":{"intf_handler":["all","Ethernet2","Ethernet10"],"mpls_route_handler":["all"],)"
@@ -83,25 +83,6 @@ TEST_F(SwitchCommandsTest, CallsAreCountedByTheirCallerAlone) {
    EXPECT_THROW(device.nexthopGroupTunnels.nexthop_group_tunnel({}), unsupported_error);
    world({"simulate no fail"});
    EXPECT_THROW(device.nexthopGroupTunnels.nexthop_group_tunnel({}), invalid_argument_error);
-}
-
-TEST_F(SwitchCommandsTest, TheStateFolderIsShownAndBringsTheAgentsTextsBackInSilence) {
-   EXPECT_STREQ(json("show version")["state"].GetString(), "");
-   OptionHandler handler(&device.agent);
-   std::string folder;
-   restart([&](Switch& before) {
-      folder = before.stateFolder();
-      before.agent.optionIs("gone", "1");
-      before.agent.optionIs("kept", "2");
-      before.agent.optionDel("gone");
-      before.agent.status_set("s", "t");
-   });
-   EXPECT_EQ(json("show version")["state"].GetString(), folder);
-   deliver();
-   EXPECT_THAT(handler.seen, ElementsAre());
-   EXPECT_FALSE(device.agent.agent_option_exists("gone"));
-   EXPECT_EQ(device.agent.agent_option("kept"), "2");
-   EXPECT_EQ(device.agent.status("s"), "t");
 }
 
 }  // namespace

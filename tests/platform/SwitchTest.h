@@ -6,7 +6,9 @@
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
+#include <regex>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "platform/switch/Switch.h"
@@ -71,6 +73,28 @@ class SwitchTest : public ::testing::Test {
       auto const response = device.vapi.run_show_cmd(command);
       EXPECT_TRUE(response.success()) << response.error_message();
       return response.success() ? response.responses().front() : std::string();
+   }
+
+   /// All of a switch's tables, as the show commands tell them, but for what goes with the time.
+   static std::string shownTables(Switch& device) {
+      std::string all;
+      for (auto const* command :
+           {"show interfaces", "show ip route", "show ip route vrf red", "show mpls route", "show nexthop-group",
+            "show nexthop-group tunnel", "show sbfd echo", "show acl", "show class-map", "show policy-map",
+            "show macsec", "show port-channel", "show bgp path", "show agent"}) {
+         auto const response = device.vapi.run_show_cmd(command);
+         EXPECT_TRUE(response.success()) << response.error_message();
+         all += response.raw_response() + '\n';
+      }
+      return std::regex_replace(all, std::regex(R"re("(member_time|uptime)":[^,}]*)re"), "");
+   }
+
+   /// What a walk meets: text(element) of each.
+   template <class It, class Text>
+   static auto walked(It it, Text text) {
+      std::vector<std::remove_cvref_t<decltype(text(*it))>> texts;
+      for (; it; ++it) texts.push_back(text(*it));
+      return texts;
    }
 
    Switch device;

@@ -15,65 +15,68 @@ using Numbers = Table<int, std::string>;
 
 std::vector<int> keysOf(Numbers const& table) {
    std::vector<int> keys;
-   table.walk([&](int key, std::string const&) {
-      keys.push_back(key);
-      return true;
-   });
+   table.each([&](int key, std::string const&) { keys.push_back(key); });
    return keys;
 }
 
-TEST(TableTest, ADeletedRowIsNotFoundAgainThoughItWasTheLastLookedUp) {
+class TableTest : public ::testing::Test {
+ protected:
+   CallLedger ledger;
+   Inside const inside{ledger};
+};
+
+TEST_F(TableTest, ADeletedRowIsNotFoundAgainThoughItWasTheLastLookedUp) {
    Numbers table;
-   table.set(1, "one");
+   table.set(inside, 1, "one");
    ASSERT_NE(table.find(1), nullptr);
-   EXPECT_TRUE(table.del(1));
+   EXPECT_TRUE(table.del(inside, 1));
    EXPECT_EQ(table.find(1), nullptr);
-   EXPECT_FALSE(table.amend(1, [](std::string&) {}));
-   EXPECT_FALSE(table.del(1));
-   table.set(1, "again");
+   EXPECT_FALSE(table.amend(inside, 1, [](std::string&) {}));
+   EXPECT_FALSE(table.del(inside, 1));
+   table.set(inside, 1, "again");
    EXPECT_EQ(*table.find(1), "again");
 }
 
-TEST(TableTest, ASetClearsTheMarkAndAPartialChangeKeepsIt) {
+TEST_F(TableTest, ASetClearsTheMarkAndAPartialChangeKeepsIt) {
    Numbers table;
-   for (int key = 1; key <= 4; ++key) table.set(key, "old");
-   table.markAll();
-   table.set(2, "old");
-   table.amend(3, [](std::string& value) { value = "changed"; });
-   table.set(5, "new");
+   for (int key = 1; key <= 4; ++key) table.set(inside, key, "old");
+   table.markAll(inside);
+   table.set(inside, 2, "old");
+   table.amend(inside, 3, [](std::string& value) { value = "changed"; });
+   table.set(inside, 5, "new");
    std::vector<int> gone;
    table.onChange([&](int key, std::string const* now) {
       if (now == nullptr) gone.push_back(key);
    });
-   table.purge();
+   table.purge(inside);
    EXPECT_THAT(keysOf(table), ElementsAre(2, 5));
    EXPECT_THAT(gone, ElementsAre(1, 3, 4));
-   table.markAll();
-   table.mark([](int, std::string const&) { return false; });  // a second marking marks anew
-   table.purge();
+   table.markAll(inside);
+   table.mark(inside, [](int, std::string const&) { return false; });  // a second marking marks anew
+   table.purge(inside);
    EXPECT_THAT(keysOf(table), ElementsAre(2, 5));
 }
 
-TEST(TableTest, AnIteratorSurvivesAnyChangeBetweenTwoSteps) {
+TEST_F(TableTest, AnIteratorSurvivesAnyChangeBetweenTwoSteps) {
    Numbers table;
-   for (int key = 1; key <= 6; ++key) table.set(key, std::to_string(key));
+   for (int key = 1; key <= 6; ++key) table.set(inside, key, std::to_string(key));
    auto it = makeTableIter(table, [](int const& key, std::string const&) { return key; });
    EXPECT_EQ(*it, 1);
-   table.del(1);  // the element itself: the iterator has its copy
+   table.del(inside, 1);  // the element itself: the iterator has its copy
    EXPECT_EQ(*it, 1);
-   table.del(2);
+   table.del(inside, 2);
    auto copy = it;
    ++it;
    EXPECT_EQ(*it, 3);
    ++copy;
    EXPECT_EQ(*copy, 3);
-   table.set(0, "behind");
-   table.set(7, "ahead");
-   table.del(4);
+   table.set(inside, 0, "behind");
+   table.set(inside, 7, "ahead");
+   table.del(inside, 4);
    std::vector<int> rest;
    for (++it; it; ++it) rest.push_back(*it);
    EXPECT_THAT(rest, ElementsAre(5, 6, 7));
-   for (int key : keysOf(table)) table.del(key);
+   for (int key : keysOf(table)) table.del(inside, key);
    ++copy;
    EXPECT_FALSE(copy);
 }

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "platform/hints/Prefetcher.h"
 #include "platform/velm/acl.h"
 #include "platform/velm/agent.h"
 #include "platform/velm/bfd.h"
@@ -115,7 +116,7 @@ class MockIntfMgr : public velm::intf_mgr {
    MOCK_METHOD(velm::oper_status_t, oper_status, (velm::intf_id_t), (const, override));
 };
 
-class MockIpRouteMgr : public velm::ip_route_mgr {
+class MockIpRouteMgr : public velm::ip_route_mgr, public Hints::Prefetcher<velm::ip_route_key_t, std::string> {
  public:
    using key = velm::ip_route_key_t;
    using route = velm::ip_route_t;

@@ -20,10 +20,7 @@ void writeRows(JsonWriter& json, std::string_view title, Table<Key, Value> const
    writeKey(json, title);
    json.StartObject();
    if (name.empty()) {
-      table.walk([&](Key const& key, Value const& value) {
-         write(key, value);
-         return true;
-      });
+      table.each(write);
    } else {
       Key const key(name);
       Value const* value = table.find(key);
@@ -38,10 +35,7 @@ template <class Key, class Value, class Write>
 void writeArray(JsonWriter& json, std::string_view title, Table<Key, Value> const& table, Write write) {
    writeKey(json, title);
    json.StartArray();
-   table.walk([&](Key const& key, Value const& value) {
-      write(key, value);
-      return true;
-   });
+   table.each(write);
    json.EndArray();
 }
 

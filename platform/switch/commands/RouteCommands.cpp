@@ -35,6 +35,8 @@ std::string showIpRoute(Session& session, Arguments const& arguments) {
    auto limit = arguments.has("N") ? arguments.number("N") : std::numeric_limits<std::uint64_t>::max();
    bool const one = arguments.has("PREFIX");
    ip_prefix_t const prefix = one ? arguments.prefix("PREFIX") : ip_prefix_t();
+   ip_route_key_t first(prefix);  // of a null prefix that of the table
+   first.preference_is(0);
    return jsonObject([&](JsonWriter& json) {
       writeKey(json, "routes");
       json.StartArray();
@@ -44,13 +46,7 @@ std::string showIpRoute(Session& session, Arguments const& arguments) {
          writeIpRoute(json, key, route);
          return true;
       };
-      if (one) {
-         ip_route_key_t first(prefix);
-         first.preference_is(0);
-         table.walkFrom(first, write);
-      } else {
-         table.walk(write);
-      }
+      table.walkFrom(first, write);
       json.EndArray();
    });
 }

@@ -3,7 +3,11 @@
 #include "platform/switch/EthLagIntfMgr.h"
 #include "platform/switch/Timestamp.h"
 
-// What LAGs are at any moment, and what a change of an interface or of a membership makes of them.
+// EthLagIntfMgr's inner half: the state of LAGs, which follows from their members' interfaces at any moment, and what a
+// change of an interface or of a membership makes of it.
+//
+// Nothing of that state is kept: whether a member is active, and with it a LAG's state and speed, is asked of the
+// interfaces each time. A change is noticed by comparing before and after, see watch().
 namespace velm::embedded {
 namespace {
 
@@ -29,9 +33,8 @@ LagMember EthLagIntfMgr::member(intf_id_t intf) const {
 
 std::vector<intf_id_t> EthLagIntfMgr::members(intf_id_t lag) const {
    std::vector<intf_id_t> members;
-   members_.walk([&](intf_id_t const& intf, LagMember const& member) {
+   members_.each([&](intf_id_t const& intf, LagMember const& member) {
       if (member.lag == lag) members.push_back(intf);
-      return true;
    });
    return members;
 }
@@ -68,8 +71,8 @@ bool EthLagIntfMgr::holdsDown(intf_id_t intf) const {
 }
 
 template <class Fn>
-void EthLagIntfMgr::raise(Change& change, intf_id_t lag, Fn fn) {
-   change.then([this, lag, fn] { loop_.post([this, lag, fn] { notify(lag, fn); }); });
+void EthLagIntfMgr::raise(Transaction& transaction, intf_id_t lag, Fn fn) {
+   transaction.then([this, lag, fn] { loop_.post([this, lag, fn] { notify(lag, fn); }); });
 }
 
 void EthLagIntfMgr::raiseSpeed(intf_id_t lag) {
@@ -78,55 +81,57 @@ void EthLagIntfMgr::raiseSpeed(intf_id_t lag) {
    });
 }
 
-void EthLagIntfMgr::watch(Change& change, intf_id_t lag) {
+void EthLagIntfMgr::watch(Transaction& transaction, intf_id_t lag) {
    if (!lags_.contains(lag)) return;
-   intfs_.watch(change, lag);
-   change.then([this, lag, links = links(lag), speed = speedOf(lag)] { compare(lag, links, speed); });
+   intfs_.watch(transaction, lag);
+   transaction.then([this, lag, links = links(lag), speed = speedOf(lag)] { compare(lag, links, speed); });
 }
 
 void EthLagIntfMgr::compare(intf_id_t lag, Links const& linksBefore, std::uint64_t speedBefore) {
+   Inside const inside(operations_.ledger());
    auto const now = links(lag);
-   if (now != linksBefore) reportedSpeeds_.del(lag);
+   if (now != linksBefore) reportedSpeeds_.del(inside, lag);
    for (auto const& link : now) {
-      if (std::ranges::find(linksBefore, link) == linksBefore.end()) memberTimes_.set(link.first, timestamp());
+      if (std::ranges::find(linksBefore, link) == linksBefore.end()) memberTimes_.set(inside, link.first, timestamp());
    }
    if (speedOf(lag) != speedBefore) raiseSpeed(lag);
 }
 
-void EthLagIntfMgr::joined(Change& change, intf_id_t intf, intf_id_t lag) {
-   raise(change, lag, [lag, intf](eth_lag_intf_handler& handler) { handler.on_lag_member_set(lag, intf); });
+void EthLagIntfMgr::joined(Transaction& transaction, intf_id_t intf, intf_id_t lag) {
+   raise(transaction, lag, [lag, intf](eth_lag_intf_handler& handler) { handler.on_lag_member_set(lag, intf); });
 }
 
-void EthLagIntfMgr::left(Change& change, intf_id_t intf, intf_id_t lag) {
-   memberTimes_.del(change.rows(), intf);
-   raise(change, lag, [lag, intf](eth_lag_intf_handler& handler) { handler.on_lag_member_del(lag, intf); });
+void EthLagIntfMgr::left(Transaction& transaction, intf_id_t intf, intf_id_t lag) {
+   memberTimes_.del(transaction, intf);
+   raise(transaction, lag, [lag, intf](eth_lag_intf_handler& handler) { handler.on_lag_member_del(lag, intf); });
 }
 
-void EthLagIntfMgr::intfCreated(Change& change, intf_id_t intf) {
+void EthLagIntfMgr::intfCreated(Transaction& transaction, intf_id_t intf) {
    if (!isLagName(intf)) return;
-   lags_.set(change.rows(), intf, {});
-   raise(change, intf, [intf](eth_lag_intf_handler& handler) { handler.on_eth_lag_intf_create(intf); });
+   lags_.set(transaction, intf, {});
+   raise(transaction, intf, [intf](eth_lag_intf_handler& handler) { handler.on_eth_lag_intf_create(intf); });
 }
 
-void EthLagIntfMgr::intfChanged(Change& change, intf_id_t intf) { watch(change, member(intf).lag); }
+void EthLagIntfMgr::intfChanged(Transaction& transaction, intf_id_t intf) { watch(transaction, member(intf).lag); }
 
-void EthLagIntfMgr::intfRemoved(Change& change, intf_id_t intf) {
-   if (auto const lag = member(intf).lag; members_.del(change.rows(), intf)) {
-      left(change, intf, lag);
-      watch(change, lag);
+void EthLagIntfMgr::intfRemoved(Transaction& transaction, intf_id_t intf) {
+   if (auto const lag = member(intf).lag; members_.del(transaction, intf)) {
+      left(transaction, intf, lag);
+      watch(transaction, lag);
    }
-   if (!lags_.del(change.rows(), intf)) return;
-   reportedSpeeds_.del(change.rows(), intf);
+   if (!lags_.del(transaction, intf)) return;
+   reportedSpeeds_.del(transaction, intf);
    for (auto const& member : members(intf)) {
-      members_.del(change.rows(), member);
-      left(change, member, intf);
+      members_.del(transaction, member);
+      left(transaction, member, intf);
    }
-   raise(change, intf, [intf](eth_lag_intf_handler& handler) { handler.on_eth_lag_intf_delete(intf); });
+   raise(transaction, intf, [intf](eth_lag_intf_handler& handler) { handler.on_eth_lag_intf_delete(intf); });
 }
 
 void EthLagIntfMgr::reportSpeed(intf_id_t lag, std::uint64_t speed) {
    demand(lag);
-   reportedSpeeds_.set(lag, speed);
+   Inside const inside(operations_.ledger());
+   reportedSpeeds_.set(inside, lag, speed);
    raiseSpeed(lag);
 }
 
