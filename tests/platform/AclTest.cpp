@@ -4,7 +4,6 @@ namespace velm::embedded {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 using ::testing::StartsWith;
 
@@ -21,10 +20,8 @@ class AclTest : public SwitchTest {
    void set(acl_key_t const& acl, Sequences const& sequences, std::string const& group = "g") {
       for (auto const sequence : sequences) mgr().acl_rule_set(acl, sequence, rule(group));
    }
-   static Sequences rest(acl_rule_ip_iter_t it) {
-      Sequences rest;
-      for (; it; ++it) rest.push_back(it->first);
-      return rest;
+   static Sequences rest(acl_rule_ip_iter_t const& it) {
+      return walked(it, [](acl_rule_ip_entry_t const& entry) { return entry.first; });
    }
    Sequences read(acl_key_t const& acl) { return rest(mgr().acl_rule_ip_iter(acl)); }
    Sequences committed(acl_key_t const& acl) {
@@ -96,16 +93,6 @@ TEST_F(AclTest, WhatChangesNothingIsNotStaged) {
    EXPECT_FALSE(mgr().staged());
 }
 
-TEST_F(AclTest, AFailedCommitLeavesTheEditsStaged) {
-   set(v4, {1});
-   world({"simulate fail acl_mgr.acl_commit configuration_error full"});
-   EXPECT_THROW(mgr().acl_commit(), configuration_error);
-   EXPECT_THAT(read(v4), ElementsAre(1));
-   EXPECT_THAT(committed(v4), IsEmpty());
-   mgr().acl_commit();
-   EXPECT_THAT(committed(v4), ElementsAre(1));
-}
-
 TEST_F(AclTest, AnIteratorSurvivesEditsCommitsAndTheEndOfItsAcl) {
    set(v4, {10, 20, 30, 40, 50, 60});
    mgr().acl_commit();
@@ -174,7 +161,7 @@ TEST_F(AclTest, ASimulatedRuleIsCommittedAtOnceAndOutlivesWhatIsStaged) {
    EXPECT_FALSE(mgr().committed().contains(v4));
 }
 
-TEST_F(AclTest, TheCommandsShowEveryAccessorAndRefuseWhatDoesNotFit) {
+TEST_F(AclTest, TheCommandShowsEveryAccessor) {
    world({"simulate acl a type 2 rule 1 nexthop-group g priority 184 mask 252",
           "simulate acl a type 9 rule 1 nexthop-group g priority 0 mask 0"});
    mgr().acl_rule_set({"b", acl_type_t::ipv4}, 1, rule("g"));
@@ -190,20 +177,6 @@ TEST_F(AclTest, TheCommandsShowEveryAccessorAndRefuseWhatDoesNotFit) {
    EXPECT_EQ(shown("show acl b"), R"({"acls":[],"staged":true})");
    mgr().acl_commit();
    EXPECT_THAT(shown("show acl b"), StartsWith(R"({"acls":[{"acl_name":"b","acl_type":1,)"));
-
-   struct Row {
-      char const* command;
-      char const* message;
-   };
-   for (auto const& row : {Row{"c type 256 rule 1 nexthop-group g priority 1 mask 1", "type 256"},
-                           Row{"c type 1 rule 4294967296 nexthop-group g priority 1 mask 1", "rule 4294967296"},
-                           Row{"c type 1 rule 1 nexthop-group g priority 256 mask 1", "priority 256"},
-                           Row{"c type 1 rule 1 nexthop-group g priority 1 mask 256", "mask 256"},
-                           Row{"\"\" type 1 rule 1 nexthop-group g priority 1 mask 1", "needs a name"},
-                           Row{"c type 1 rule one nexthop-group g priority 1 mask 1", "at 'one'"}}) {
-      EXPECT_THAT(refusal(std::string("simulate acl ") + row.command), HasSubstr(row.message));
-   }
-   EXPECT_EQ(shown("show acl c"), R"({"acls":[],"staged":false})");
 }
 
 }  // namespace

@@ -1,9 +1,6 @@
 #include <gmock/gmock.h>
 
-#include <algorithm>
-#include <map>
 #include <memory>
-#include <random>
 #include <string>
 #include <vector>
 
@@ -85,31 +82,14 @@ TEST_P(HashMapTest, RangesRunInTheOrderOfTheWalk) {
    EXPECT_THAT(walk(), ElementsAre(1, 2, 5, 6, 7));
    map.memberDelRangeG(StartOfCollection());
    EXPECT_THAT(walk(), IsEmpty());
-}
 
-TEST_P(HashMapTest, AGoneKeyStandsBeforeTheOthersOfItsHash) {
-   auto const startOfHash = [](int key) {
-      return key / static_cast<int>(Key::perHash) * static_cast<int>(Key::perHash);
-   };
-   for (int gone : {0, 5, 9}) {
-      for (bool const from : {false, true}) {
-         map.emptyAllBuckets();
-         fill(10);
-         map.deleteMemberG(Key{gone});
-         std::vector<int> expected;
-         for (int i = 0; i < 10; ++i) {
-            if (i != gone && (i >= startOfHash(gone)) != from) expected.push_back(i);
-         }
-         if (from) {
-            map.memberDelRangeG(Key{gone});
-         } else {
-            HashMap2018UnsafeIteratorConstGeneric const it(map, Key{gone});
-            EXPECT_EQ(it ? it.currNode().key().number : -1, expected.empty() ? -1 : expected.front());
-            map.memberDelRangeG(StartOfCollection(), Key{gone});
-         }
-         EXPECT_EQ(walk(), expected) << gone << from;
-      }
-   }
+   // A key that is gone stands before the others of its hash.
+   fill(10);
+   map.deleteMemberG(Key{5});
+   map.memberDelRangeG(StartOfCollection(), Key{5});
+   auto const first = GetParam() == 1 ? 6 : GetParam() == 3 ? 3 : 0;
+   EXPECT_EQ(walk().front(), first);
+   EXPECT_EQ(HashMap2018UnsafeIteratorConstGeneric(map, Key{5}).currNode().key(), Key{first});
 }
 
 TEST_P(HashMapTest, AStaleTolerantWalkSurvivesAnyChange) {
@@ -131,59 +111,6 @@ TEST_P(HashMapTest, AStaleTolerantWalkSurvivesAnyChange) {
    EXPECT_EQ(met.back(), GetParam() == 1000 ? 0 : 8) << "of the same hash, and now the youngest";
    met.resize(8);
    EXPECT_THAT(met, ElementsAre(0, 1, 2, 4, 5, 6, 7, 8));
-}
-
-TEST_P(HashMapTest, AnyRunOfOperationsLeavesWhatAModelHolds) {
-   std::mt19937 random(GetParam());
-   std::map<int, std::string> model;
-   auto const any = [&](int below) { return static_cast<int>(random() % static_cast<unsigned>(below)); };
-   HashMap2018IteratorGeneric<Map> it(map);
-   std::vector<int> stood;  // members since the walk began and ahead of it
-   auto const restart = [&] {
-      it = HashMap2018IteratorGeneric(map);
-      stood = walk();
-   };
-   for (int step = 0; step < 20000; ++step) {
-      Key const key{any(200)};
-      switch (any(6)) {
-         case 0:
-         case 1:
-         case 2:
-            if (map.lookupNodeG(key) == nullptr) map.newMemberG(key, std::to_string(step));
-            model.try_emplace(key.number, std::to_string(step));
-            break;
-         case 3:
-            EXPECT_EQ(map.deleteMemberG(key), model.erase(key.number) == 1);
-            std::erase(stood, key.number);
-            break;
-         case 4: {
-            auto const order = walk();
-            if (order.empty()) break;
-            auto const first = any(static_cast<int>(order.size()));
-            auto const last = std::min<int>(first + 3, static_cast<int>(order.size()) - 1);
-            map.memberDelRangeG(Key{order[static_cast<std::size_t>(first)]},
-                                Key{order[static_cast<std::size_t>(last)]});
-            for (int i = first; i < last; ++i) {
-               model.erase(order[static_cast<std::size_t>(i)]);
-               std::erase(stood, order[static_cast<std::size_t>(i)]);
-            }
-            break;
-         }
-         default:
-            if (it) {
-               std::erase(stood, it.currNodeMaybeStale().number);
-               it.advance();
-            } else {
-               EXPECT_THAT(stood, IsEmpty());
-               restart();
-            }
-      }
-   }
-   ASSERT_EQ(map.members(), model.size());
-   auto keys = walk();
-   std::ranges::sort(keys);
-   EXPECT_TRUE(std::ranges::equal(keys, model, {}, {}, [](auto const& entry) { return entry.first; }));
-   for (auto const& [number, value] : model) EXPECT_EQ(map.lookupNodeG(Key{number})->value(), value);
 }
 
 TEST(HashMapKindsTest, SeedsSetsAndValuesThatOnlyMove) {
@@ -213,49 +140,30 @@ TEST(HashMapDeathTest, MisuseEndsTheProcess) {
    EXPECT_DEATH(tolerant.currNodeNonStale(), "the member under the iterator is gone");
 }
 
-class BacklogDrainTest : public ::testing::Test {
- protected:
-   Loom::ZuBacklogProgress drain(bool yield) {
-      sent.clear();
+TEST(BacklogDrainTest, GoesOnWhereItYieldedAndRoundToTheBeginning) {
+   using Loom::ZuBacklogProgress;
+   Map map;
+   Key resume{-1};
+   std::vector<int> sent;
+   auto const drain = [&](bool yield) {
       return Loom::Impl::_processBacklog(
          map, resume, Key{-1}, [=] { return yield; },
          [&](Key const& key, std::string& value) {
             sent.push_back(key.number);
             value.clear();  // may be moved away
          });
-   }
-   void add(std::vector<int> const& keys) {
-      for (int key : keys) map.newMemberG(Key{key}, "");
-   }
-
-   Map map;
-   Key resume{-1};
-   std::vector<int> sent;
-};
-
-TEST_F(BacklogDrainTest, GoesOnWhereItYieldedAndRoundToTheBeginning) {
-   EXPECT_EQ(drain(true), Loom::ZuBacklogProgress{});
-   add({1, 2, 3, 4});
-   EXPECT_EQ(drain(true), (Loom::ZuBacklogProgress{.yielded = true, .pending = 3, .processed = 1}));
+   };
+   EXPECT_EQ(drain(true), ZuBacklogProgress{});
+   for (int key : {1, 2, 3, 4}) map.newMemberG(Key{key}, "");
+   EXPECT_EQ(drain(true), (ZuBacklogProgress{.yielded = true, .pending = 3, .processed = 1}));
    EXPECT_EQ(resume, Key{2});
-   add({0});  // behind the walk
+   map.newMemberG(Key{0}, "");  // the walk is past it
    EXPECT_EQ(drain(true).processed, 1U);
-   EXPECT_EQ(drain(false), (Loom::ZuBacklogProgress{.processed = 3}));
-   EXPECT_THAT(sent, ElementsAre(3, 4, 0));
+   map.deleteMemberG(Key{3});  // where it was to go on
+   EXPECT_EQ(drain(false), (ZuBacklogProgress{.processed = 2}));
+   EXPECT_THAT(sent, ElementsAre(1, 2, 4, 0));
    EXPECT_EQ(resume, Key{-1});
    EXPECT_EQ(fmt::format("{}", drain(false)), "yielded=false pending=0 processed=0");
-}
-
-TEST_F(BacklogDrainTest, AResumeKeyThatIsGoneSkipsNothing) {
-   add({1, 2, 3, 4, 5});
-   drain(true);
-   map.deleteMemberG(Key{2});
-   EXPECT_EQ(drain(true), (Loom::ZuBacklogProgress{.yielded = true, .pending = 2, .processed = 1}));
-   EXPECT_THAT(sent, ElementsAre(3));
-   map.memberDelRangeG(Key{4});
-   add({1});
-   EXPECT_EQ(drain(true).pending, 0U);
-   EXPECT_THAT(sent, ElementsAre(1));
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstdlib>
-#include <filesystem>
 #include <string>
 #include <utility>
 #include <vector>
@@ -66,20 +64,6 @@ class IntfSwitchTest : public SwitchTest {
       world(commands);
       return events();
    }
-   /// Lets another switch live in a state folder until after(it), then brings its state back in this one.
-   template <class Fn>
-   void restart(Fn&& after) {
-      std::string pattern = std::filesystem::temp_directory_path() / "intfs-XXXXXX";
-      std::string const top = mkdtemp(pattern.data());
-      {
-         Switch before;
-         before.stateIs(top + "/state");
-         after(before);
-      }
-      device.stateIs(top + "/state");
-      std::filesystem::remove_all(top);  // the file stays open, and mapped, without its name
-   }
-
    static intf_id_t eth(int number) { return intf_id_t("Ethernet" + std::to_string(number)); }
    static intf_id_t po(int number) { return intf_id_t("Port-Channel" + std::to_string(number)); }
 

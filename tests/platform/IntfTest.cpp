@@ -107,57 +107,12 @@ TEST_F(IntfTest, TheWorldCounts) {
 }
 
 TEST_F(IntfTest, WhatCannotBeIsRefusedByName) {
-   struct Row {
-      char const* command;
-      char const* text;
-   };
-   for (auto const& row :
-        {Row{"simulate interface Ethernet1 counter colour 5", "no such counter colour"},
-         Row{"simulate interface Ethernet99 counter in_octets 5", "no such interface Ethernet99"},
-         Row{"simulate interface Ethernet99 oper up", "no such interface Ethernet99"},
-         Row{"simulate ip interface Ethernet1 vlan 65536", "vlan 65536 is out of range"},
-         Row{"simulate ip interface Ethernet99 vlan 1", "no such interface Ethernet99"},
-         Row{"no interface Management1", "Management1 is a port"}, Row{"shutdown", "no interface is chosen"}}) {
-      EXPECT_THAT(refusal(row.command), HasSubstr(row.text)) << row.command;
-   }
    EXPECT_THROW(device.intfs.description_is(eth(99), "x"), configuration_error);
    EXPECT_EQ(device.intfs.description(eth(99)), "");
    EXPECT_EQ(device.intfs.oper_status(eth(99)), oper_status_t::unknown);
    EXPECT_EQ(device.intfs.kernel_intf_name(eth(99)), "");
    EXPECT_EQ(device.intfs.velm_intf_name("eth99"), intf_id_t());
    EXPECT_THAT(events(), IsEmpty());
-}
-
-TEST_F(IntfTest, ConfigurationComesBackAndWhatWasCountedDoesNot) {
-   restart([](Switch& before) {
-      EXPECT_TRUE(before.vapi
-                     .run_config_cmds({"interface Loopback0", "ip address 10.0.0.1/32", "interface Ethernet2",
-                                       "description uplink", "shutdown", "simulate interface Ethernet3 delete",
-                                       "simulate ip interface Ethernet2 vlan 7",
-                                       "simulate interface Ethernet2 counter in_octets 5"})
-                     .success());
-      before.ipIntfs.ip_addr_merge_mode_is(eth(2), true);
-   });
-   EXPECT_THAT(events(), IsEmpty());
-   EXPECT_THAT(shown("show interfaces Loopback0"), HasSubstr(R"("ip_addrs":["10.0.0.1/32"])"));
-   EXPECT_EQ(device.intfs.oper_status(eth(2)), oper_status_t::down);
-   EXPECT_EQ(device.intfs.description(eth(2)), "uplink");
-   EXPECT_EQ(device.ipIntfs.internal_vlan_id(eth(2)), 7);
-   EXPECT_TRUE(device.ipIntfs.ip_addr_merge_mode(eth(2)));
-   EXPECT_EQ(device.intfCounters.intf_counters(eth(2)), intf_counters_t());
-   EXPECT_FALSE(device.intfs.exists(eth(3)));
-   // The dataplane knows, too, what is down and what is gone.
-   for (int const port : {2, 3, 4}) {
-      nexthop_group_t group("g" + std::to_string(port), nexthop_group_encap_t::ip_in_ip);
-      nexthop_group_entry_t entry;
-      entry.intf_is(eth(port));
-      group.nexthop_set(0, entry);
-      device.nexthopGroups.nexthop_group_set(group);
-   }
-   deliver();
-   EXPECT_FALSE(device.nexthopGroups.active("g2"));
-   EXPECT_FALSE(device.nexthopGroups.active("g3"));
-   EXPECT_TRUE(device.nexthopGroups.active("g4"));
 }
 
 }  // namespace

@@ -1,5 +1,3 @@
-#include <cstdlib>
-#include <filesystem>
 #include <utility>
 
 #include "tests/platform/SwitchTest.h"
@@ -40,11 +38,7 @@ class PolicyMapTest : public SwitchTest {
    void apply(std::string const& name, bool on = true, acl_direction_t direction = acl_direction_t::in) {
       mgr().policy_map_apply(keyOf(name), intf_id_t("Ethernet1"), direction, on);
    }
-   static std::vector<std::string> namesOf(policy_map_iter_t it) {
-      std::vector<std::string> names;
-      for (; it; ++it) names.push_back(it->name());
-      return names;
-   }
+   static auto namesOf(policy_map_iter_t const& it) { return walked(it, std::mem_fn(&policy_map_key_t::name)); }
    std::vector<std::pair<std::string, unsigned>> statuses(std::string const& name) {
       std::vector<std::pair<std::string, unsigned>> statuses;
       auto const told = mgr().hw_status(keyOf(name));
@@ -86,13 +80,6 @@ TEST_F(PolicyMapTest, ASetIsAnnouncedAndThenItsSync) {
    EXPECT_THROW(mgr().policy_map(keyOf("p")), invalid_argument_error);
 }
 
-TEST_F(PolicyMapTest, OneWithoutANameIsAcceptedAndNotKept) {
-   mgr().policy_map_is(policy_map_t());
-   set("");
-   EXPECT_THAT(delivered(), IsEmpty());
-   EXPECT_THAT(namesOf(mgr().policy_map_iter()), IsEmpty());
-}
-
 TEST_F(PolicyMapTest, ItHasAStatusWhereItIsAppliedAsLongAsItIs) {
    set("p");
    set("q");
@@ -121,6 +108,8 @@ TEST_F(PolicyMapTest, ItHasAStatusWhereItIsAppliedAsLongAsItIs) {
 }
 
 TEST_F(PolicyMapTest, WhatCannotBeDoneIsRefusedAndChangesNothing) {
+   set("");  // accepted and not kept
+   EXPECT_THAT(namesOf(mgr().policy_map_iter()), IsEmpty());
    EXPECT_THROW(apply("unknown"), configuration_error);
    apply("unknown", false);  // already so
    set("p");
@@ -193,31 +182,6 @@ TEST_F(PolicyMapTest, TheWorldWritesRulesBehindTheAgentsBack) {
                      HasSubstr(R"("actions":[{"action_type":4,"nexthop_group_name":"g","nexthops":[],"vrf":"",)"
                                R"("dscp":0,"traffic_class":0},{"action_type":4,"nexthop_group_name":"h",)"),
                      HasSubstr(R"("applied":[{"intf_id":"Ethernet1","direction":1}])")));
-
-   struct Row {
-      char const* command;
-      char const* message;
-   };
-   for (auto const& row :
-        {Row{"policy-map r feature 256 rule 1 class-map c", "feature 256"},
-         Row{"policy-map r feature 4 rule 1 class-map c", "feature 4 is out of range"},
-         Row{"policy-map r feature 9 sync", "feature 9 is out of range"},
-         Row{"policy-map r feature 9 sync-fail text", "feature 9 is out of range"},
-         Row{"policy-map r feature 1 rule 4294967296 class-map c", "rule 4294967296"},
-         Row{"policy-map \"\" feature 1 rule 1 class-map c", "needs a name"},
-         Row{"policy-map r feature 1 rule 1 class-map c nexthop-group", "at the end"},
-         Row{"policy-map r feature 1 hw-status Ethernet1 256 1", "direction 256"},
-         Row{"policy-map r feature 1 hw-status Ethernet1 3 1", "direction 3 is out of range"},
-         Row{"policy-map r feature 1 hw-status Ethernet1 1 256", "hw-status 256"},
-         Row{"policy-map r feature 1 hw-status Ethernet1 in 4", "hw-status 4 is out of range"},
-         Row{"policy-map r feature 1 sync-fail", "TEXT"}, Row{"class-map r rule 1 acl a type 256", "type 256"},
-         Row{"class-map r rule 1 acl a type 0", "type 0 is out of range"},
-         Row{"class-map r rule 1 acl a type 3", "type 3 is out of range"},
-         Row{"class-map \"\" rule 1 acl a type 1", "needs a name"}}) {
-      EXPECT_THAT(refusal(std::string("simulate ") + row.command), HasSubstr(row.message));
-   }
-   EXPECT_THAT(namesOf(mgr().policy_map_iter()), ElementsAre("new", "p"));
-   EXPECT_EQ(shown("show class-map"), R"({"class_maps":[]})");
 }
 
 TEST_F(PolicyMapTest, ClassMapsAreReplacedWholeAndOneRuleAtATimeByTheWorld) {
@@ -238,71 +202,6 @@ TEST_F(PolicyMapTest, ClassMapsAreReplacedWholeAndOneRuleAtATimeByTheWorld) {
    mgr.class_map_del(key);
    mgr.class_map_del(key);
    EXPECT_FALSE(mgr.exists(key));
-}
-
-// One run of a switch on a state folder.
-struct Boot : SwitchTest {
-   explicit Boot(std::string const& folder) : recorder(device.policyMaps) { device.stateIs(folder); }
-   void TestBody() override {}
-   using SwitchTest::deliver;
-   using SwitchTest::device;
-   using SwitchTest::shown;
-   using SwitchTest::world;
-
-   Recorder recorder;
-};
-
-TEST(PolicyStateTest, WhatWasCommittedAndAppliedComesBackAndIsCarriedOutAnew) {
-   std::string folder = std::filesystem::temp_directory_path() / "policy-XXXXXX";
-   ASSERT_NE(mkdtemp(folder.data()), nullptr);
-   policy_map_key_t const key("p", policy_feature_t::pbr);
-   acl_key_t const acl("a", acl_type_t::ipv4);
-   policy_map_hw_status_key_t const place(intf_id_t("Ethernet1"), acl_direction_t::in);
-   std::vector<std::string> const shows{"show class-map", "show policy-map"};
-   acl_rule_ip_t rule;
-   acl_port_spec_t ports;
-   ports.ports_is({80, 443, 80});
-   rule.source_port_is(ports);
-   std::vector<std::string> before;
-   {
-      Boot run(folder);
-      policy_map_action_t action(policy_action_type_t::nexthop);
-      action.nexthops_is({ip_addr_t("10.0.0.1"), ip_addr_t("::1")});
-      policy_map_rule_t mapRule({"c", policy_feature_t::pbr});
-      mapRule.action_set(action);
-      mapRule.raw_rule_is(rule);
-      policy_map_t map(key);
-      map.rule_set(70000, mapRule);
-      run.device.policyMaps.policy_map_is(map);
-      run.device.policyMaps.policy_map_apply(key, place.intf_id(), place.direction(), true);
-      run.device.acls.acl_rule_set(acl, 1, rule);
-      run.device.acls.acl_rule_set({"gone", acl_type_t::ipv4}, 1, rule);
-      run.device.acls.acl_commit();
-      run.device.acls.acl_rule_set(acl, 2, rule);
-      run.device.acls.acl_del({"gone", acl_type_t::ipv4});
-      run.device.acls.acl_commit();
-      run.device.acls.acl_del(acl);  // staged alone
-      run.world(
-         {"simulate class-map c rule 1 acl a type 1", "simulate policy-map p feature 1 hw-status Ethernet2 1 2"});
-      for (auto const& show : shows) before.push_back(run.shown(show));
-   }
-   {
-      Boot run(folder);
-      std::vector<std::string> after;
-      for (auto const& show : shows) after.push_back(run.shown(show));
-      EXPECT_EQ(after, before);
-      EXPECT_FALSE(run.device.acls.staged());
-      EXPECT_EQ(run.device.acls.committed().size(), 1);
-      auto it = run.device.acls.acl_rule_ip_iter(acl);
-      EXPECT_EQ(*it, std::pair(1U, rule));
-      ++it;
-      EXPECT_EQ(it->first, 2);
-      run.deliver();
-      EXPECT_THAT(run.device.policyMaps.hw_status(key).intf_statuses(),
-                  ElementsAre(Pair(place, policy_map_status_t::programmed)));
-      EXPECT_THAT(run.recorder.seen, IsEmpty());
-   }
-   std::filesystem::remove_all(folder);
 }
 
 }  // namespace

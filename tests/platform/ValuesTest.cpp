@@ -2,13 +2,10 @@
 
 #include <sstream>
 
-#include "platform/switch/Json.h"
 #include "platform/velm/errors.h"
 #include "platform/velm/intf_id.h"
 #include "platform/velm/ip.h"
-#include "platform/velm/ip_route.h"
 #include "platform/velm/mpls.h"
-#include "platform/velm/nexthop_group.h"
 #include "platform/velm/policy_map.h"
 
 namespace velm {
@@ -70,26 +67,6 @@ TEST(ErrorTest, ARootIsThrownOnAsWhatItIs) {
    EXPECT_EQ(mpls_label_t(1048575).label(), 1048575);
 }
 
-TEST(JsonTest, ValuesFollowTheirAttributes) {
-   ip_route_via_t via(ip_route_key_t(ip_prefix_t("10.0.0.0/8")));
-   via.hop_is(ip_addr_t("10.0.0.1"));
-   via.intf_is(intf_id_t("Ethernet1"));
-   EXPECT_EQ(embedded::jsonObject([&](auto& json) { embedded::writeAttributes(json, via, "route_key"); }),
-             R"({"hop":"10.0.0.1","intf":"Ethernet1","nexthop_group":"","mpls_label":0,"vtep_addr":"","vni":0,)"
-             R"("router_mac":"","egress_vrf":"","metric":0})");
-   nexthop_group_mpls_action_t action(mpls_action_t::push);
-   action.label_stack_is({mpls_label_t(5), mpls_label_t(6)});
-   nexthop_group_entry_t entry;
-   entry.mpls_action_is(action);
-   nexthop_group_t group("g\"1", nexthop_group_encap_t::mpls);
-   group.nexthop_set(3, entry);
-   EXPECT_THAT(
-      embedded::jsonObject([&](auto& json) { embedded::writeAttributes(json, group); }),
-      ::testing::AllOf(::testing::HasSubstr(R"("name":"g\"1","type":3)"),
-                       ::testing::HasSubstr(R"("nexthops":{"3":{"nexthop":"","child_nexthop_group":"",)"
-                                            R"("intf":"","mpls_action":{"action_type":1,"label_stack":[5,6]}}})")));
-}
-
 TEST(PolicyMapActionTest, ActionsAreToldByTheirNexthopsInWhateverOrder) {
    auto const nexthops = [](std::vector<char const*> const& texts) {
       std::unordered_set<ip_addr_t> addresses(texts.size() * 100);
@@ -100,7 +77,8 @@ TEST(PolicyMapActionTest, ActionsAreToldByTheirNexthopsInWhateverOrder) {
    };
    auto other = nexthops({"10.0.0.1"});
    other.dscp_is(64);
-   std::set<policy_map_action_t> const set{nexthops({"10.0.0.1", "10.0.0.2", "::1"}),
+   auto const all = nexthops({"10.0.0.1", "10.0.0.2", "::1"});
+   std::set<policy_map_action_t> const set{all,
                                            nexthops({"::1", "10.0.0.2", "10.0.0.1"}),
                                            nexthops({"10.0.0.1", "10.0.0.2"}),
                                            nexthops({"10.0.0.2"}),
@@ -108,10 +86,7 @@ TEST(PolicyMapActionTest, ActionsAreToldByTheirNexthopsInWhateverOrder) {
                                            nexthops({"10.0.0.1"}),
                                            other};
    EXPECT_EQ(set.size(), 6);
-   for (auto const& action : set) {
-      EXPECT_TRUE(set.contains(action));
-      EXPECT_EQ(action <=> action, std::strong_ordering::equal);
-   }
+   EXPECT_TRUE(set.contains(nexthops({"10.0.0.2", "10.0.0.1", "::1"})));
 }
 
 }  // namespace
