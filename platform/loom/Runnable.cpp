@@ -6,6 +6,8 @@
 
 #include "platform/loom/TaskScheduler.h"
 
+// A task's state is guarded by its scheduler's mutex and not by one of its own: being asked for, queued and run changes
+// the task and the queue together.
 namespace Loom {
 
 Runnable::Runnable(Qor::Ptr<TaskScheduler> const& scheduler, TaskPriority priority, Qor::String const& name)

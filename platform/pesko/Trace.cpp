@@ -8,6 +8,8 @@
 #include "platform/pesko/TraceOutput.h"
 #include "platform/qor/Text.h"
 
+// Levels may be set before their facility is first asked for, by the command line, and facilities live as long as the
+// process. So both are kept by name, for good.
 namespace Pesko {
 namespace {
 

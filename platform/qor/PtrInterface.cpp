@@ -56,6 +56,9 @@ void PtrInterface::newRef() const {
    }
 }
 
+// The count shares one word with the flags, so that one atomic step tells that the count came to zero. The flag for "no
+// references" stays set from then on: a pointer that comes and goes while the object is being destroyed brings the
+// count to zero once more, and must not delete again.
 void PtrInterface::deleteRef() const {
    std::uint32_t left = 0;
    if (threadSafePointers()) {

@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <cstring>
 
+// Texts come from clients and go to clients, whose protocol refuses what is not UTF-8: so nothing may cut a character
+// in two, and bytes that are no character are shown as such and never passed on.
 namespace Qor {
 namespace {
 

@@ -60,6 +60,7 @@ void AgentMgr::initialize() {
 }
 
 void AgentMgr::disable() {
+   // Called without the lock, since a handler waits for the server thread, which may be waiting for the lock.
    std::vector<agent_handler*> handlers;
    {
       sdk_scoped_lock const lock;

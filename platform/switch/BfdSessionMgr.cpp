@@ -6,6 +6,8 @@
 
 #include "platform/switch/Iterators.h"
 
+// What was asked for is a table, which the dataplane follows by the table's notices; what it reports is kept beside it
+// and ends with the session.
 namespace velm::embedded {
 namespace {
 

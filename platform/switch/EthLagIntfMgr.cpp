@@ -5,6 +5,8 @@
 #include "platform/switch/Iterators.h"
 #include "platform/switch/Timestamp.h"
 
+// The operations of LAGs. A LAG and its Port-Channel interface are one object: either is made and removed through the
+// interface, whose followers do the rest, see EthLagIntfMgrState.cpp.
 namespace velm::embedded {
 
 EthLagIntfMgr::EthLagIntfMgr(CallLedger& ledger, MainLoop& loop, IntfMgr& intfs)

@@ -4,6 +4,8 @@
 
 #include <utility>
 
+// Addresses and settings stand in two tables: a change of the former is compared with what was, for the events that it
+// raises, while settings raise none.
 namespace velm::embedded {
 namespace {
 

@@ -4,6 +4,8 @@
 
 #include "platform/switch/Iterators.h"
 
+// An interface has a row only where it differs from how its port came, so that ports that come and go need no care, and
+// a status exactly while it uses a profile. rowIs() keeps both so.
 namespace velm::embedded {
 namespace {
 

@@ -4,6 +4,9 @@
 
 #include "platform/switch/Iterators.h"
 
+// Three tables, which change at different times: the groups as asked for change inside the call, their state when the
+// dataplane reports, their counters when traffic is simulated. The second and third follow the first: reports about a
+// group that has gone change nothing, and its counters go with it.
 namespace velm::embedded {
 
 NexthopGroupMgr::NexthopGroupMgr(CallLedger& ledger) : operations_(ledger) {}

@@ -14,6 +14,9 @@
 #include "platform/switch/Identity.h"
 #include "platform/switch/Switch.h"
 
+// The agent has taken its own options by now; whatever else is left belongs to the switch, and what the switch does not
+// know ends the process before anything has begun. The state comes first and the configuration after it, so that a
+// configuration adds to what was brought back.
 namespace velm::embedded {
 namespace {
 

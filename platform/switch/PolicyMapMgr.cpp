@@ -4,6 +4,9 @@
 
 #include "platform/switch/Iterators.h"
 
+// The dataplane has two things to say of a policy map: whether it could be carried out, which follows each set, and its
+// status in each place, which follows each application. A restart applies all maps anew and sets none, since nobody
+// waits for an answer.
 namespace velm::embedded {
 
 PolicyMapMgr::PolicyMapMgr(CallLedger& ledger, MainLoop& loop) : loop_(loop), operations_(ledger) {}

@@ -48,6 +48,8 @@ void Switch::stateIs(std::string const& folder) {
    store->completeIs();
 }
 
+// In the order in which tables rest on one another: interfaces before what hangs on them. The dataplane is there
+// already and is told of all that comes back.
 void Switch::storeIs(Store& folder) {
    agent.storeIs(folder);
    intfs.storeIs(folder);

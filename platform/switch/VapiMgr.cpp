@@ -15,6 +15,7 @@ namespace {
 constexpr std::uint32_t cannotBeParsed = 1000;
 constexpr std::uint32_t refused = 1001;
 
+// Made in one go: the answer of a command may be a table of a million rows.
 std::string arrayOf(std::vector<std::string> const& elements) {
    std::size_t size = elements.size() + 1;
    for (auto const& element : elements) size += element.size();

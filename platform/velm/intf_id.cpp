@@ -10,6 +10,8 @@
 
 #include "platform/velm/errors.h"
 
+// An id is its name in numbers: kind, number and the part after a slash. Each id has one spelling, so comparing ids is
+// comparing names, and Ethernet2 sorts before Ethernet10.
 namespace velm {
 namespace {
 

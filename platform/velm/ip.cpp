@@ -12,6 +12,10 @@
 
 #include "platform/velm/errors.h"
 
+// Addresses keep 16 bytes whatever their family, so that they are plain values. A length beyond the family can be
+// built, because any request must be renderable before it is refused: constructors from bytes check nothing, those from
+// text check everything, and managers call check_length. Rendering never throws; a family that is neither prints
+// nothing.
 namespace velm {
 namespace {
 
