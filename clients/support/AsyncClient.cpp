@@ -1,7 +1,5 @@
 #include "clients/support/AsyncClient.h"
 
-#include <fmt/format.h>
-
 #include <exception>
 #include <stdexcept>
 #include <utility>
@@ -13,10 +11,10 @@ namespace VelmSdkRpc {
 void AsyncClient::runOne() {
    void* tag = nullptr;
    bool ok = false;
-   auto const deadline =
-      patience_ ? std::chrono::system_clock::now() + *patience_ : std::chrono::system_clock::time_point::max();
+   auto deadline = std::chrono::system_clock::time_point::max();
+   if (patience_) deadline = std::chrono::system_clock::now() + *patience_;
    if (queue_.AsyncNext(&tag, &ok, deadline) != grpc::CompletionQueue::GOT_EVENT) {
-      throw std::runtime_error(fmt::format("nothing has happened for {} ms", patience_->count()));
+      throw std::runtime_error("nothing has happened for so long that the client gives up");
    }
    static_cast<AsyncOperation*>(tag)->proceed(ok);
 }
@@ -107,8 +105,8 @@ void AsyncCalls::run(std::function<std::optional<grpc::ByteBuffer>()> const& nex
 }
 
 AsyncStream::AsyncStream(AsyncClient& client, std::shared_ptr<grpc::Channel> const& channel, std::string const& path,
-                         grpc::ByteBuffer request, std::function<void(grpc::ByteBuffer&)> take)
-   : client_(client), stub_(channel), path_(path), request_(std::move(request)), take_(std::move(take)) {
+                         grpc::ByteBuffer const& request, std::function<void(grpc::ByteBuffer&)> take)
+   : client_(client), stub_(channel), path_(path), request_(request), take_(std::move(take)) {
    stream_ = stub_.PrepareCall(&context_, path_, &client_.queue());
    stream_->StartCall(this);
 }

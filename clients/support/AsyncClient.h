@@ -109,7 +109,7 @@ class AsyncStream final : public AsyncOperation {
    /// Begins the call. `take` gets every message. Whoever runs the client is thrown what it throws, and CallError when
    /// the stream ends, well or not.
    AsyncStream(AsyncClient& client, std::shared_ptr<grpc::Channel> const& channel, std::string const& path,
-               grpc::ByteBuffer request, std::function<void(grpc::ByteBuffer&)> take);
+               grpc::ByteBuffer const& request, std::function<void(grpc::ByteBuffer&)> take);
    /// Cancels the call and waits for its end.
    ~AsyncStream() override;
 
