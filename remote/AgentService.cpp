@@ -77,7 +77,7 @@ struct UptimeHandler : Method<&AsyncService::Requestagent_uptime> {
 }  // namespace
 
 void AgentService::startHandlers() {
-   registerAdapter<StreamingAdapterHandler, Watch>(*this);
+   registerAdapter<StreamingRequestHandler, Watch>(*this);
    registerAdapter<UnaryRequestHandler, AgentIdHandler>(*this);
    registerAdapter<UnaryRequestHandler, EnabledHandler>(*this);
    registerAdapter<UnaryRequestHandler, AgentOptionHandler>(*this);

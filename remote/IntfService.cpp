@@ -98,7 +98,7 @@ class BulkDescriptionIsHandler : public Bulk<BulkDescriptionIs> {
 }  // namespace
 
 void IntfService::startHandlers() {
-   registerAdapter<StreamingAdapterHandler, Watch>(*this);
+   registerAdapter<StreamingRequestHandler, Watch>(*this);
    registerAdapter<IteratorStreamingHandler, IntfsAdapter>(*this);
    registerAdapter<UnaryRequestHandler, ExistsHandler>(*this);
    registerAdapter<UnaryRequestHandler, KernelIntfNameHandler>(*this);

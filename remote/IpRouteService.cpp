@@ -1,5 +1,7 @@
 #include "remote/IpRouteService.h"
 
+#include <optional>
+#include <span>
 #include <vector>
 
 #include "convert/Enums.h"
@@ -19,30 +21,44 @@ auto inVrf(Request const& request, Operation&& operation) {
    return request.vrf_name().empty() ? operation() : operation(request.vrf_name());
 }
 
-velm::remote::IpRouteKey const& keyOf(velm::remote::IpRouteSetRequest const& request) {
-   return request.ip_route().key();
-}
-velm::remote::IpRouteKey const& keyOf(velm::remote::IpRouteDelRequest const& request) { return request.key(); }
-template <class ViaRequest>
-velm::remote::IpRouteKey const& keyOf(ViaRequest const& request) {
-   return request.via().route_key();
-}
+velm::ip_route_key_t const& keyOf(velm::ip_route_key_t const& key) { return key; }
+velm::ip_route_key_t const& keyOf(velm::ip_route_t const& route) { return route.key(); }
+velm::ip_route_key_t const& keyOf(velm::ip_route_via_t const& via) { return via.route_key(); }
 
-/// A bulk whose routes are told to the switch ahead.
+/// A bulk whose routes are told to the switch ahead. `Single` parts its call in two: `subject` converts what the
+/// request is about, and `apply` does the rest with that.
 template <auto post, class Single>
-struct RouteBulk : BulkOf<post, Single> {
-   template <class Group>
-   static void announce(IpRouteService& service, Group const& group) {
-      std::vector<velm::ip_route_key_t> keys;
+struct RouteBulk : Method<post> {
+   using Element = typename Single::Request;
+   using Subject = decltype(Single::subject(Element()));
+   struct Ahead {
+      std::string const& vrf;  // of the request, which lives longer
+      Subject subject;
+   };
+
+   static std::optional<Ahead> ahead(Element const& element) {
       try {
-         for (auto const& request : group) keys.push_back(convert(keyOf(request)));
+         return Ahead{element.vrf_name(), Single::subject(element)};
       } catch (velm::error const&) {
-         // A key that cannot be converted is refused in its turn.
+         return std::nullopt;  // is refused in its turn
       }
+   }
+
+   static void hint(IpRouteService& service, std::span<Ahead const> group) {
       using Prefetcher = Hints::Prefetcher<velm::ip_route_key_t, std::string>;
-      if (auto const* const prefetcher = dynamic_cast<Prefetcher const*>(&service.mgr())) {
-         prefetcher->prefetch(keys, group.front().vrf_name());
+      auto const* const prefetcher = dynamic_cast<Prefetcher const*>(&service.mgr());
+      if (prefetcher == nullptr) return;
+      std::vector<velm::ip_route_key_t> keys;  // of elements of one VRF that follow each other
+      for (auto it = group.begin(); it != group.end();) {
+         auto const& vrf = it->vrf;
+         keys.clear();
+         for (; it != group.end() && it->vrf == vrf; ++it) keys.push_back(keyOf(it->subject));
+         prefetcher->prefetch(keys, vrf);
       }
+   }
+
+   static void call(IpRouteService& service, Element const& element, Ahead const* ahead) {
+      Single::apply(service, element, ahead != nullptr ? ahead->subject : Single::subject(element));
    }
 };
 
@@ -99,35 +115,47 @@ struct IpRouteHandler : Method<&AsyncService::Requestip_route> {
 };
 
 struct IpRouteSetHandler : Method<&AsyncService::Requestip_route_set> {
+   static auto subject(Request const& request) { return convert(request.ip_route()); }
    // Here the client's choice counts and not the name: a VRF that is chosen may have the empty one.
-   static void call(IpRouteService& service, Request const& request, Response&) {
-      auto const route = convert(request.ip_route());
+   static void apply(IpRouteService& service, Request const& request, velm::ip_route_t const& route) {
       switch (request.options_case()) {
          case Request::kAction: return service.mgr().ip_route_set(route, convert(request.action()));
          case Request::kVrfName: return service.mgr().ip_route_set(route, request.vrf_name());
          case Request::OPTIONS_NOT_SET: return service.mgr().ip_route_set(route);
       }
    }
+   static void call(IpRouteService& service, Request const& request, Response&) {
+      apply(service, request, subject(request));
+   }
 };
 
 struct IpRouteDelHandler : Method<&AsyncService::Requestip_route_del> {
-   static void call(IpRouteService& service, Request const& request, Response&) {
-      auto const key = convert(request.key());
+   static auto subject(Request const& request) { return convert(request.key()); }
+   static void apply(IpRouteService& service, Request const& request, velm::ip_route_key_t const& key) {
       inVrf(request, [&](auto const&... vrf) { service.mgr().ip_route_del(key, vrf...); });
+   }
+   static void call(IpRouteService& service, Request const& request, Response&) {
+      apply(service, request, subject(request));
    }
 };
 
 struct IpRouteViaSetHandler : Method<&AsyncService::Requestip_route_via_set> {
-   static void call(IpRouteService& service, Request const& request, Response&) {
-      auto const via = convert(request.via());
+   static auto subject(Request const& request) { return convert(request.via()); }
+   static void apply(IpRouteService& service, Request const& request, velm::ip_route_via_t const& via) {
       inVrf(request, [&](auto const&... vrf) { service.mgr().ip_route_via_set(via, vrf...); });
+   }
+   static void call(IpRouteService& service, Request const& request, Response&) {
+      apply(service, request, subject(request));
    }
 };
 
 struct IpRouteViaDelHandler : Method<&AsyncService::Requestip_route_via_del> {
-   static void call(IpRouteService& service, Request const& request, Response&) {
-      auto const via = convert(request.via());
+   static auto subject(Request const& request) { return convert(request.via()); }
+   static void apply(IpRouteService& service, Request const& request, velm::ip_route_via_t const& via) {
       inVrf(request, [&](auto const&... vrf) { service.mgr().ip_route_via_del(via, vrf...); });
+   }
+   static void call(IpRouteService& service, Request const& request, Response&) {
+      apply(service, request, subject(request));
    }
 };
 

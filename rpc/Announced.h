@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <ranges>
 #include <span>
 #include <type_traits>
 #include <utility>
@@ -31,18 +30,6 @@ void forEachAnnounced(Elements const& elements, Convert&& convert, Hint&& hint, 
       }
       if (size > 1) hint(std::span<Converted const>(group));
       for (int i = 0; i < size; ++i) fn(elements[first + i], own[static_cast<std::size_t>(i)]);
-   }
-}
-
-/// Serves the elements in order, and calls announce(group) before each group of several.
-template <class Elements, class Announce, class Fn>
-void forEachAnnounced(Elements const& elements, Announce&& announce, Fn&& fn) {
-   constexpr int groupSize = 16;
-   for (int first = 0; first < elements.size(); first += groupSize) {
-      auto const size = std::min(groupSize, elements.size() - first);
-      auto const group = std::ranges::subrange(elements.begin() + first, elements.begin() + first + size);
-      if (size > 1) announce(group);
-      for (auto const& element : group) fn(element);
    }
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "rpc/Announced.h"
 #include "rpc/GenericRequestHandler.h"
 #include "rpc/Method.h"
 
@@ -7,8 +8,15 @@ namespace VelmSdkRpc {
 
 /// Serves a bulk method by `void Adapter::call(Service&, element const&)`, once for each element of the request, in
 /// order, until one throws. It may throw any std::exception; those before stay applied. All run under one hold of the
-/// SDK lock. An adapter that has `void announce(Service&, group const&)` is told of each group of elements before the
-/// first of them is applied; that must not throw.
+/// SDK lock.
+///
+/// An adapter may have the switch fetch ahead what the next elements will read (forEachAnnounced). It then has
+///
+///   static std::optional<Converted> ahead(element const&);               without a throw
+///   static void hint(Service&, std::span<Converted const>);              without a throw
+///   static void call(Service&, element const&, Converted const*);
+///
+/// so that an element is converted once for both. `call` gets null for an element of which `ahead` made nothing.
 ///
 /// The request is `repeated ... requests`, the response `status` and `count`: how many elements were applied, and why
 /// not the next. The call itself always ends with OK.
@@ -30,11 +38,22 @@ class BulkRequestHandler : public GenericRequestHandler<BulkRequestHandler<Adapt
    static constexpr auto requestFn() { return Adapter::post; }
 
    void process() override {
-      auto const announce = [this](auto const& group) {
-         if constexpr (requires { Adapter::announce(this->service(), group); })
-            Adapter::announce(this->service(), group);
-      };
-      this->respondBulk(announce, [this](auto const& element) { Adapter::call(this->service(), element); });
+      auto& service = this->service();
+      this->respondBulk([&](auto const& elements, std::uint64_t& applied) {
+         if constexpr (requires { &Adapter::hint; }) {
+            forEachAnnounced(
+               elements, Adapter::ahead, [&](auto group) { Adapter::hint(service, group); },
+               [&](auto const& element, auto const* converted) {
+                  Adapter::call(service, element, converted);
+                  ++applied;
+               });
+         } else {
+            for (auto const& element : elements) {
+               Adapter::call(service, element);
+               ++applied;
+            }
+         }
+      });
    }
 };
 

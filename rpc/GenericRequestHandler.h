@@ -9,7 +9,6 @@
 
 #include "platform/velm/sdk_lock.h"
 #include "proto/remote/rpc_status.pb.h"
-#include "rpc/Announced.h"
 #include "rpc/Posting.h"
 #include "rpc/RequestHandler.h"
 #include "rpc/StatusTable.h"
@@ -81,23 +80,17 @@ class GenericRequestHandler : public RequestHandler {
       }
    }
 
-   /// Applies `fn` to the elements of the request in order, up to the first that fails; those before it stay applied.
-   /// The response tells how many were, and why it stopped: a failed element does not fail the RPC. One SDK lock is
-   /// held over the list and its answer, so that no event of the SDK comes between.
-   ///
-   /// `announce` gets each group of elements before `fn` gets the first of them. It must not throw.
-   template <class Announce, class F>
-   void respondBulk(Announce announce, F fn) requires(!Streaming) {
+   /// Calls `applyAll(elements, applied)`, which applies the elements of the request in order, counts each in `applied`
+   /// when it is done, and throws at the first that fails; those before it stay applied. The response tells how many
+   /// were, and why it stopped: a failed element does not fail the RPC. One SDK lock is held over the list and its
+   /// answer, so that no event of the SDK comes between.
+   template <class ApplyAll>
+   void respondBulk(ApplyAll applyAll) requires(!Streaming) {
       Response& response = newResponse();
       velm::sdk_scoped_lock const lock;
       auto& status = *response.mutable_status();  // present on success too
       std::uint64_t applied = 0;
-      auto const outcome = guarded([&] {
-         forEachAnnounced(request().requests(), announce, [&](auto const& element) {
-            fn(element);
-            ++applied;
-         });
-      });
+      auto const outcome = guarded([&] { applyAll(request().requests(), applied); });
       if (!outcome.ok()) {
          status.set_code(static_cast<velm::remote::RpcStatusCode>(outcome.error_code()));
          status.set_error_string(outcome.error_message());

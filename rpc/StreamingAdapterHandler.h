@@ -152,6 +152,10 @@ class StreamingAdapterHandler final
    bool ended_ = false;                      // guarded by mutex_; the client has gone: nothing is queued any more
 };
 
+/// The name of the kind in the two services whose watches are known by the names of their handlers.
+template <class Adapter, class Request, class Response, class Service>
+using StreamingRequestHandler = StreamingAdapterHandler<Adapter, Request, Response, Service>;
+
 /// Base of the watch adapters whose calls subscribe as they come and want every event. An adapter derived from it
 /// replaces what it does otherwise.
 template <auto post>
