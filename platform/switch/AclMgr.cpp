@@ -3,8 +3,20 @@
 #include <memory>
 #include <utility>
 
-// Staged edits lie over the committed ACLs, each a whole ACL as it will be or the absence of one. So a read looks at
-// the edit first, a commit is a copy of those ACLs alone, and an edit that changes nothing is not kept.
+// The life of an edit:
+//
+//    acl_rule_set, acl_rule_del ---> staged: the whole ACL as it will be ---+
+//    acl_del ----------------------> staged: that the ACL goes -------------+
+//                                                                           |  acl_commit, one transaction
+//                                                                           v
+//    reads look at the staged edit first, then at ------------------> the committed ACLs, in the folder as well
+//
+// An edit is the whole ACL and not a list of steps, so that a read replays nothing. Only edited ACLs are staged, so
+// that neither an edit nor a commit costs more because of the ACLs that stay as they are. An edit that changes nothing
+// is not kept.
+//
+// When the folder refuses a commit, all edits stay staged and the commit can be tried again. Edits that wait for a
+// commit end with the process.
 namespace velm::embedded {
 namespace {
 

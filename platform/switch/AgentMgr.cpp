@@ -6,6 +6,14 @@
 #include "platform/switch/Identity.h"
 #include "platform/switch/Iterators.h"
 
+// The order of an agent's life, all of it on the main loop:
+//
+//    Switch::run --------------------------> initialize: enabled; on_initialized, under the SDK lock
+//    SIGTERM, SIGINT or "agent disable" ---> disable: no longer enabled; on_agent_enabled(false), without the SDK lock
+//    the agent has stopped its server -----> shutdown_complete_is(true): the loop ends with the present turn
+//
+// Options are the operator's: every setting raises an event, even one that changes nothing. Statuses are the agent's
+// own words and raise none. Both tables outlive the process.
 namespace velm {
 
 std::uint32_t agent_mgr::id(char const* name) { return name == embedded::agentName ? 1 : 0; }

@@ -13,7 +13,7 @@ namespace velm::embedded {
 
 using TextTable = Table<std::string, std::string>;
 
-/// The agent's options and published statuses, and the order of its life.
+/// The agent's options and published statuses, and the order of its life. Handlers are told on the main loop.
 class AgentMgr : public agent_mgr {
  public:
    AgentMgr(CallLedger& ledger, MainLoop& loop);
@@ -23,6 +23,7 @@ class AgentMgr : public agent_mgr {
 
    TextTable const& options() const { return options_; }
    TextTable const& statuses() const { return statuses_; }
+   /// Seconds since the switch was made.
    double uptime() const;
 
    /// Sets an option, or removes it where there is no value; either raises the event.

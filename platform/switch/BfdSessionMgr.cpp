@@ -6,8 +6,19 @@
 
 #include "platform/switch/Iterators.h"
 
-// What was asked for is a table, which the dataplane follows by the table's notices; what it reports is kept beside it
-// and ends with the session.
+// The agent asks for a session, and the dataplane reports how it fares. The two meet here:
+//
+//    sbfd_echo_session_set, _interval_is, _rtt_enabled_is, _del
+//         |  the row in table_, stored
+//         v
+//    the table's notice ---> Dataplane::sbfdIs, sbfdDel: queued
+//                                 |  later, on the main loop
+//                                 v
+//    events to handlers <--- sbfdStatus: kept in statuses_, and told if it is new
+//                       <--- sbfdRtt: told if the session is up, and kept nowhere
+//
+// The dataplane follows the table's notices rather than the operations, so that sessions that come back from the folder
+// reach it in the same way. A status is an observation: it is not stored, and it ends with its session.
 namespace velm::embedded {
 namespace {
 

@@ -4,6 +4,11 @@
 
 #include "platform/switch/Iterators.h"
 
+// The SDK has each operation twice, for IPv4 and for IPv6. Here a family is a struct with its table, its convergence
+// and the two members of the handler by which its events are told; the operations choose the family and share all else.
+//
+// A path's event names the path alone. A handler reads what it wants by the key, which gives what stands then: several
+// changes may have come together by the time that the main loop delivers the first event.
 namespace velm::embedded {
 namespace {
 

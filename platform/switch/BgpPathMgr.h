@@ -31,6 +31,7 @@ class BgpPathMgr : public bgp_path_mgr {
    void pathIs(bgp_path_key_t const& key, bgp_path_attr_t const& attr);
    /// Deleting one that is absent is no error.
    void pathDel(bgp_path_key_t const& key);
+   /// Whether the family has converged; the event comes if that is a change.
    void convergedIs(bgp_afi_safi_t family, bool converged);
 
  private:

@@ -7,6 +7,10 @@
 #include "platform/velm/errors.h"
 
 // Only the outermost call counts, so that the figures tell what clients asked for, whatever the managers call inside.
+// For the same reason a fault meets a client's call alone: a command that uses an operation must not eat it up.
+//
+// A call that fails by a fault has counted. Faults of one operation are raised in the order in which they were set;
+// each knows its class as a function that throws it, since a thrown type cannot be chosen at run time in any other way.
 namespace velm::embedded {
 namespace {
 

@@ -17,9 +17,18 @@
 // How LMDB is used here. One tree, one writer, no locks of its own, since the folder's lock keeps other processes out.
 // The file is mapped writable and never flushed by us: a killed process loses nothing, as the pages are the kernel's,
 // and a change is a write to memory. The price is that a page without room on the disk would end the process at its
-// first touch; hence the space is allocated ahead, and a step that does not fit is undone, the file made larger, and
-// the step run again. LMDB takes keys up to 511 bytes; longer ones stand under their hash, with the key itself in the
-// value.
+// first touch; hence the space is allocated ahead:
+//
+//    write(step) ---> begin ---> step puts and deletes ---> commit ---> done
+//                       ^             |  LMDB says that the map is full
+//                       |             v
+//                       +--- grow <-- abort: nothing of the step is left
+//                              |  the disk has no room
+//                              v
+//                            velm::error, the file as before
+//
+// A step may run several times for this reason, and must not count on running once. LMDB takes keys up to 511 bytes;
+// longer ones stand under their hash, with the key itself in the value.
 namespace velm::embedded {
 namespace {
 

@@ -42,7 +42,8 @@ class Database {
       while (!attempt(step)) grow();
    }
 
-   /// Calls fn(key, value) for the keys that begin with the front, in their order. Throws velm::error.
+   /// Calls fn(key, value) for the keys that begin with the front, in their order; long ones come where their hash puts
+   /// them. Both views are good during the call alone. Throws velm::error, and whatever fn throws.
    void walk(std::string_view front, std::function<void(std::string_view key, std::string_view value)> const& fn);
 
    // Looks at a file before it is opened.

@@ -13,8 +13,14 @@
 #include "platform/switch/Database.h"
 
 // LMDB trusts its file: it maps what the first pages say and follows every page number that it finds. So a file of
-// unknown history is looked at twice before: its first pages by plain reads, which tell a file that is cut short, and
-// then all of it in a child process, which damage may end without harm.
+// unknown history is looked at twice before it is used:
+//
+//    misfit: plain reads of the two first pages ---> is it ours, and as long as it says?
+//    sound:  a child maps it and reads every byte ---> did the child live to say that all is well?
+//
+// The first look comes first because a map of a file that is cut short faults. The second is made in a child process,
+// which damage may end by a fault, or hold up until its alarm ends it, without harm to the agent. Checksums would tell
+// damage as well, but LMDB writes none.
 namespace velm::embedded {
 namespace {
 

@@ -6,7 +6,13 @@
 #include "platform/switch/Timestamp.h"
 
 // The operations of LAGs. A LAG and its Port-Channel interface are one object: either is made and removed through the
-// interface, whose followers do the rest, see EthLagIntfMgrState.cpp.
+// interface, whose followers do the rest (EthLagIntfMgrState.cpp).
+//
+//    eth_lag_intf_is(lag) ---> IntfMgr::create ---> intfCreated: a row in lags_, in the same transaction
+//    eth_lag_intf_del(lag) --> IntfMgr::remove ---> intfRemoved: the rows of the LAG and of its members go
+//
+// An operation that moves a member first notes its events and then watches the LAGs that it concerns: consequences come
+// in the order in which they were noted, so a handler hears of the member before it hears of the LAG's state and speed.
 namespace velm::embedded {
 
 EthLagIntfMgr::EthLagIntfMgr(CallLedger& ledger, MainLoop& loop, IntfMgr& intfs)

@@ -47,7 +47,8 @@ class EthLagIntfMgr : public eth_lag_intf_mgr, public IntfFollower {
  public:
    EthLagIntfMgr(CallLedger& ledger, MainLoop& loop, IntfMgr& intfs);
 
-   /// Call it after that of the interfaces.
+   /// Brings the folder's LAGs and memberships back, without events, and keeps every change in it. To be called after
+   /// that of the interfaces, whose states it tells the dataplane anew.
    void storeIs(Store& store);
 
    Table<intf_id_t, Lag> const& table() const { return lags_; }

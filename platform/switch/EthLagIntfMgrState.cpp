@@ -7,7 +7,13 @@
 // change of an interface or of a membership makes of it.
 //
 // Nothing of that state is kept: whether a member is active, and with it a LAG's state and speed, is asked of the
-// interfaces each time. A change is noticed by comparing before and after, see watch().
+// interfaces each time. Kept state would have to be mended by every change that it depends on. A change is noticed by
+// comparing before and after instead:
+//
+//    watch(lag): copy its links and speed ---> rows change ---> compare: raise what differs
+//
+// Two things cannot be derived and are kept in memory: when a member last changed its state (memberTimes_), and a speed
+// that the world outside has reported (reportedSpeeds_), which holds until the LAG's links change.
 namespace velm::embedded {
 namespace {
 

@@ -19,6 +19,7 @@ class EventQueue {
    /// The time of an event that is due later, and its number among those of one time.
    using Place = std::pair<Clock::time_point, std::uint64_t>;
 
+   /// Adds an event that is ready at once, after those whose time has come.
    void add(Event event) {
       ripen();
       ready_.push_back(std::move(event));

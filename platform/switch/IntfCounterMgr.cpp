@@ -1,5 +1,7 @@
 #include "platform/switch/IntfCounterMgr.h"
 
+// Counters are written by the command line alone, since no packets pass. They follow the interfaces for one reason: a
+// new interface of an old name must begin at zero.
 namespace velm::embedded {
 
 IntfCounterMgr::IntfCounterMgr(CallLedger& ledger, IntfMgr& intfs) : intfs_(intfs), operations_(ledger) {

@@ -8,9 +8,20 @@
 #include "platform/switch/Iterators.h"
 
 // A change of an interface is one transaction: the manager's row and those of all followers (addresses, LAGs, Macsec,
-// counters) change together or not at all. Events tell what a change comes to, which shows only afterwards, since the
-// state of a LAG follows from rows of others. So watch() keeps what was before and has the transaction compare once all
-// rows have changed; the order in which things are watched is that of their events.
+// counters) change together or not at all.
+//
+//    amend(intf)
+//       watch(intf)             keeps the row and the state as they are
+//       followers: intfChanged  a LAG watches itself in the same way
+//       table_.update           staged
+//       commit                  the folder, then the rows of all, then the comparisons in the order of the watching
+//                                  |
+//                                  +---> the dataplane is told, events are posted to the main loop
+//
+// Events tell what a change comes to, which shows only once all rows have changed, since the state of a LAG follows
+// from rows of others. Hence the comparison afterwards, instead of events raised where a row is written. The order in
+// which things are watched is that of their events: an interface before the LAG that it is a member of, and a removed
+// interface after all that hung on it.
 namespace velm::embedded {
 
 IntfMgr::IntfMgr(CallLedger& ledger, MainLoop& loop) : loop_(loop), operations_(ledger) {

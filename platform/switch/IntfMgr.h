@@ -44,6 +44,8 @@ class IntfMgr : public intf_mgr {
  public:
    IntfMgr(CallLedger& ledger, MainLoop& loop);
 
+   /// Brings the folder's interfaces back and keeps every change in it. No event is raised; a dataplane that is there
+   /// learns of what came back, and of ports that are gone.
    void storeIs(Store& store);
    /// The dataplane learns of every interface there is, and from then on of every change.
    void dataplaneIs(Dataplane& dataplane);

@@ -5,7 +5,8 @@
 #include <utility>
 
 // Addresses and settings stand in two tables: a change of the former is compared with what was, for the events that it
-// raises, while settings raise none.
+// raises, while settings raise none. A set of addresses is replaced as a whole, and its events are the difference:
+// first what went, then what came, each in the order of the addresses.
 namespace velm::embedded {
 namespace {
 

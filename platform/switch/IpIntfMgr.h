@@ -34,6 +34,7 @@ class IpIntfMgr : public ip_intf_mgr, public IntfFollower {
  public:
    IpIntfMgr(CallLedger& ledger, MainLoop& loop, IntfMgr& intfs);
 
+   /// Brings the folder's addresses and settings back, without events, and keeps every change in it.
    void storeIs(Store& store);
    /// The world outside: throws configuration_error for an interface that does not exist.
    void internalVlanIs(intf_id_t intf, unsigned short vlan);

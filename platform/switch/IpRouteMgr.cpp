@@ -8,6 +8,17 @@
 
 // A table for each VRF, made when the first route of the VRF is set and never taken away, since iterators refer to it.
 // All of them are stored under one table's byte, each with its VRF's name at the front of its keys.
+//
+// A resync replaces what an agent of the same tag programmed before, without a moment at which a wanted route is
+// missing:
+//
+//    resync_init ----------> routes of the tag are marked with their vias; with tag 0 all are. Other marks are cleared
+//    ip_route_set ---------> the route's mark is cleared, the marks of its vias stay
+//    ip_route_via_set -----> the via's mark is cleared, the route's stays
+//    resync_complete ------> marked routes and marked vias go, in one transaction over all VRFs
+//
+// If the folder refuses the last step, marks and resync stay, and it can be asked for again. Routes have no events, so
+// nothing is posted here.
 namespace velm::embedded {
 namespace {
 

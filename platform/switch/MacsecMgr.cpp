@@ -4,8 +4,12 @@
 
 #include "platform/switch/Iterators.h"
 
+// Profiles are rows as they were given; the interfaces that use a profile are found by walking the interfaces, not kept
+// in it, so that there is one truth about who uses what.
+//
 // An interface has a row only where it differs from how its port came, so that ports that come and go need no care, and
-// a status exactly while it uses a profile. rowIs() keeps both so.
+// a status exactly while it uses a profile. rowIs() is the one place that writes a row and keeps both rules. A status
+// that ends, with its profile, its capability or its interface, is told as the empty one, unless it was empty already.
 namespace velm::embedded {
 namespace {
 

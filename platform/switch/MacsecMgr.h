@@ -27,8 +27,11 @@ class MacsecMgr : public macsec_mgr, public IntfFollower {
  public:
    MacsecMgr(CallLedger& ledger, MainLoop& loop, IntfMgr& intfs);
 
+   /// Brings the folder's profiles and their users back, without events and with empty statuses, and keeps every change
+   /// in it.
    void storeIs(Store& store);
    Table<std::string, macsec_profile_t> const& profiles() const { return profiles_; }
+   /// The interfaces that are not as their ports came.
    Table<intf_id_t, MacsecIntf> const& intfs() const { return rows_; }
 
    // The world outside; throws configuration_error for an interface that does not exist.

@@ -18,6 +18,18 @@
 // next, and the two signals. All of them end in turn(), which looks for itself what there is to do, so that a wake-up
 // too many is harmless and one wake-up stands for any number of events.
 //
+//    post, postAfter, a task's wake, disable: any thread
+//          |  the queue, under the mutex; wake
+//          v
+//    turn:  deliver      the events that were ready when the turn began, under the SDK lock, let go now and then
+//           one task     under the SDK lock
+//           onDisable    once, if it was asked for, without the SDK lock: it waits for the server thread
+//           sleep        until the next thing is due; at once if there is something
+//          |
+//          +---> the next turn, until stop()
+//
+// One task a turn, so that events never wait for more than one slice of a task.
+//
 // Locks, in this order: the SDK lock, then the loop's own mutex, which guards the queue. The mutex is never held while
 // an event runs, for events post events. Threads that hold the SDK lock post without waiting for the loop.
 namespace velm::embedded {
@@ -169,6 +181,7 @@ MainLoop::~MainLoop() = default;
 
 void MainLoop::post(Event event) {
    std::lock_guard const lock(impl_->mutex);
+   // Where events are ready, whoever added the first has woken the loop, which looks again before it sleeps.
    if (!impl_->events.ready()) impl_->wake();
    impl_->events.add(std::move(event));
 }

@@ -8,9 +8,16 @@
 #include "platform/switch/Iterators.h"
 
 // Each route has a FEC, whose id is unique while the route lives. A million routes would need an index of a million
-// ids, so nearly all ids follow from the route's label: 1 to 1048576 belong to the routes of one label and metric 0.
-// The others are counted up from there, and only they are indexed, in fecs_. State folders of an earlier kind may hold
-// any id under any route, which is why even a label's own id is given only if it is free.
+// ids, so nearly all ids follow from the route's label:
+//
+//    1 to 1048576     the label + 1, of a route of one label and metric 0: no index, either is computed from the other
+//    from 1048577     counted up, for all other routes; these ids alone are indexed, in fecs_
+//
+// State folders of an earlier kind may hold any id under any route, which is why even a label's own id is given only if
+// it is free, and why fecs_ holds each id that its route does not explain.
+//
+// The folder comes first in each operation: the index and the events follow only when the table has changed, so that a
+// refused change leaves no trace.
 namespace velm::embedded {
 namespace {
 
@@ -94,6 +101,7 @@ void MplsRouteMgr::resync_init() {
 
 void MplsRouteMgr::resync_complete() {
    Call const call(operations_);
+   // Collected before the purge, which is when their rows can still be read, and used after it, for it may be refused.
    // Half a million may go at once; nearly all of them leave nothing to do, unless somebody watches.
    bool const told = watched();
    std::vector<std::pair<MplsRowKey, mpls_fec_id_t>> gone;

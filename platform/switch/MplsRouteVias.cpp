@@ -4,6 +4,10 @@
 
 #include "platform/switch/StoredVia.h"
 
+// A via in a row has all attributes of the SDK's via but the route's key, which the row has already, and the group's
+// name as a reference into the pool. list() gives the SDK's form back. Vias are told apart by all attributes, so
+// setting one that is there changes nothing but its mark; a route has so few that a search from the front is the
+// quickest.
 namespace velm::embedded {
 
 MplsRouteVias::Via MplsRouteVias::packed(mpls_route_via_t const& via, NamePool& names) {

@@ -49,6 +49,7 @@ class NamePool {
       Node* node_ = nullptr;
    };
 
+   /// A claim on the name, which comes into the pool with its first claim and leaves it with the last.
    Ref get(std::string const& name) {
       // Routes come in runs that leave through one group.
       if (last_ == nullptr || last_->first != name) last_ = &*names_.try_emplace(name, Uses{this}).first;

@@ -5,8 +5,15 @@
 #include "platform/switch/Iterators.h"
 
 // Three tables, which change at different times: the groups as asked for change inside the call, their state when the
-// dataplane reports, their counters when traffic is simulated. The second and third follow the first: reports about a
-// group that has gone change nothing, and its counters go with it.
+// dataplane reports, their counters when traffic is simulated. The second and third follow the first.
+//
+//    nexthop_group_set ---> row, stored ---> Dataplane::groupIs, queued ---> groupProgrammed: version, event
+//                                                                       ---> groupActive: state, event
+//    nexthop_group_del ---> row gone, counters gone ---> groupDel, queued -> groupActive(false), groupGone
+//
+// Between a deletion and its report a group has a status and no row; then programmed_nexthop_group_iter still names it,
+// and reports about it reach the handlers without changing the status. The purge of a resync goes the way of
+// nexthop_group_del, since the dataplane follows the table's notices.
 namespace velm::embedded {
 
 NexthopGroupMgr::NexthopGroupMgr(CallLedger& ledger) : operations_(ledger) {}

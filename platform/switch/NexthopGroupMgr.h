@@ -25,6 +25,7 @@ class NexthopGroupMgr : public nexthop_group_mgr, public DataplaneReports {
  public:
    explicit NexthopGroupMgr(CallLedger& ledger);
 
+   /// The dataplane learns of every change from now on. Once; it must outlive the manager's last change.
    void dataplaneIs(Dataplane& dataplane);
    /// Brings the folder's groups back, to be programmed anew, and keeps every change in it.
    void storeIs(Store& store);

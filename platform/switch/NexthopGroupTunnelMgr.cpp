@@ -4,6 +4,8 @@
 
 #include "platform/switch/Iterators.h"
 
+// A tunnel is carried out by being set: the dataplane has no part in it and no event tells of it. What is left is a
+// table with resync marks, as simple as a manager of this switch can be; begin here to see how one is made.
 namespace velm::embedded {
 
 NexthopGroupTunnelMgr::NexthopGroupTunnelMgr(CallLedger& ledger) : operations_(ledger) {}

@@ -5,8 +5,14 @@
 #include "platform/switch/Iterators.h"
 
 // The dataplane has two things to say of a policy map: whether it could be carried out, which follows each set, and its
-// status in each place, which follows each application. A restart applies all maps anew and sets none, since nobody
-// waits for an answer.
+// status in each place, which follows each application.
+//
+//    policy_map_is -----> row ---> event "config set" ---> dataplane ---> policyMapSynced or policyMapSyncFailed: event
+//    policy_map_apply --> row's places ------------------> dataplane ---> policyMapStatus: kept by place, no event
+//    policy_map_del ----> row gone ----------------------> dataplane ---> policyMapGone: statuses go
+//
+// The main loop keeps the order: the event of a set is posted before the dataplane is told, so a handler never hears of
+// the sync first. A restart applies all maps anew and sets none, since nobody waits for an answer.
 namespace velm::embedded {
 
 PolicyMapMgr::PolicyMapMgr(CallLedger& ledger, MainLoop& loop) : loop_(loop), operations_(ledger) {}

@@ -29,6 +29,7 @@ class PolicyMapMgr : public policy_map_mgr, public PolicyMapReports {
  public:
    PolicyMapMgr(CallLedger& ledger, MainLoop& loop);
 
+   /// The dataplane learns of every change from now on. Once, before the first operation; it must outlive the last one.
    void dataplaneIs(Dataplane& dataplane);
    /// Brings the folder's policy maps back, applies them where they were applied, and keeps every change in it.
    void storeIs(Store& store);

@@ -234,6 +234,8 @@ class RadixMap {
       return {this, node, digit, here.entry()};
    }
 
+   // Throws std::bad_alloc with the tree as it was: both insertions into a new fork find room in it, so that only its
+   // making can fail.
    void hang(RadixChild entry, Key const& key, Parting const& parting) {
       Digits digits(key);
       RadixChild* link = &root_;

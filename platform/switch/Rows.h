@@ -15,7 +15,7 @@ namespace velm::embedded {
 /// itself moves, or, where the keys can be read as bits, in a RadixMap, which is made for a million of them.
 ///
 /// The row that was looked up last is remembered: a route is set and then gets its vias, so the commonest lookup is
-/// that of the same key again.
+/// that of the same key again. Hence not thread-safe, not even for two lookups.
 template <class Key, class Row>
 class Rows {
    template <class K>
@@ -85,6 +85,7 @@ class Rows {
          return *remember(key, container_->try_emplace(key).first->second);
       }
    }
+   /// Deletes the row; a key that has none is no error.
    void erase(Key const& key) {
       forget();
       container_->erase(key);

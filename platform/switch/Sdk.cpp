@@ -5,6 +5,8 @@
 #include "platform/switch/Options.h"
 #include "platform/switch/Switch.h"
 
+// The one place where the SDK's abstract surface meets the switch that carries it out. Managers live as long as the sdk
+// object, so pointers to them never need to be checked or given back.
 namespace velm {
 
 sdk::sdk() : switch_(std::make_unique<embedded::Switch>()) {}

@@ -5,6 +5,11 @@
 
 // Every call only posts an event, so that the dataplane works in the order of the changes, on the main loop, and never
 // inside the call that changed a table: what it reports comes after that call has returned.
+//
+// A group is active while traffic can leave through it. Which groups an interface decides is indexed (groupsByIntf_),
+// so that a link that falls touches its own groups alone. A group's version counts its programmings and begins at 1
+// anew when the group was deleted in between; a version or state that a command has simulated is what the next change
+// goes on from.
 namespace velm::embedded {
 
 SimulatedDataplane::Exits SimulatedDataplane::exitsOf(nexthop_group_t const& group) {

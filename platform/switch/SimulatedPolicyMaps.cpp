@@ -1,5 +1,7 @@
 #include "platform/switch/SimulatedPolicyMaps.h"
 
+// Nothing can go wrong in a simulation, so each call is answered by one report and no state is needed: the manager
+// keeps what was reported. Failures come by the command line, through the same queue.
 namespace velm::embedded {
 
 void SimulatedPolicyMaps::apply(policy_map_key_t const& key, policy_map_hw_status_key_t const& place, bool on) {

@@ -4,11 +4,25 @@
 #include <utility>
 
 // A session has two reasons to be visited: its status is to be reported, or its next round-trip times are. Each has a
-// place in the wheel of its own. The status is due at once where the interface is up, else when the session has had the
-// time to notice that it is down, counted from whatever came last: the interface's fall or the session's beginning. A
-// change of the interface plans the report anew, so that a flap starts the time again and needs no undoing.
+// place in the wheel of its own.
 //
-// The manager drops a status that is known already, so that a report too many is harmless.
+//    its status                                         its round-trip times, if they are enabled
+//    ----------                                         -----------------------------------------
+//    set, or its interface changed                      enabled
+//       |  planReport                                      |  planRtt: a place in the second of its own
+//       v                                                  v
+//    in the wheel, due: up ---> at once                 in the wheel
+//                       down -> after its detection        |  due: told if up, planned a whole second on
+//       |  due                                             |<-----------------------------------------+
+//       v                                                  v                                          |
+//    reported; in the wheel no more                     in the wheel until disabled ------------------+
+//
+// A detection time counts from whatever came last, the interface's fall or the session's beginning. A change of the
+// interface plans the report anew, so that a flap starts the time again and needs no undoing. A deleted session leaves
+// the wheel at once. The manager drops a status that is known already, so that a report too many is harmless.
+//
+// A timer for each session was the other way: thousands of timers of the loop, each with an event of its own, where a
+// tick of the wheel makes one event for 256 visits.
 namespace velm::embedded {
 
 void SimulatedSbfd::Measured::add(std::uint32_t rtt) {

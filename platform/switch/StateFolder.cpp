@@ -13,9 +13,16 @@
 
 #include "platform/switch/Database.h"
 
-// A folder is claimed by the kernel's lock on it, which goes with the process however that ends. A new file is filled
-// under another name and renamed when every table has put down what it begins with: what stands under the final name is
-// always whole.
+// A folder is claimed by the kernel's lock on it, which goes with the process however that ends. A lock file with a
+// process's number would outlive a kill. The states of a folder:
+//
+//    absent ---> made, claimed ---> switch.mdb.new is being filled ---> renamed to switch.mdb: counts from now on
+//                                      |  killed here
+//                                      v
+//                                   fresh again: the draft is thrown away by the next process
+//
+// What stands under the final name is always whole. A folder with other files in it and no state is refused, so that a
+// mistyped path does not make an agent settle among files that are not its own.
 namespace velm::embedded {
 namespace {
 

@@ -12,6 +12,13 @@
 // One ordered map of bytes for all tables. A key is the byte of its table, then, where several tables share that byte,
 // what tells them apart (the VRF of IP routes), then the key's own encoding, which orders as the key does where its
 // size is fixed. The key of the format's version begins with a byte that no table has.
+//
+//    ipRoutes | size of "red", "red" | prefix, preference        the VRF is the front of the table's keys
+//    acls     | size of "a", "a", type                           a key is its attributes, in their order
+//
+// A table's row is written before memory changes (Table.h), so the folder is never behind what clients were told.
+// Opening checks in the order of trust: the file's shape, every page, the format's version, and only then is it mapped
+// writable.
 namespace velm::embedded {
 namespace {
 

@@ -2,6 +2,11 @@
 
 #include <csignal>
 
+// Members are made in the order in which they need each other: the ledger and the loop, then the managers, interfaces
+// before their followers, then the dataplane, which reports to managers. So the dataplane cannot be a manager's
+// constructor argument: it is handed to them afterwards, before anything can change a table.
+//
+// The order of a start: stateIs, configure, run. Each adds to what the one before has left.
 namespace velm::embedded {
 
 Switch::Switch()

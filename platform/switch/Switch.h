@@ -30,6 +30,10 @@ namespace velm::embedded {
 
 /// The switch in the process: its managers, its dataplane and the loop that turns them. Members stand in the order in
 /// which they need each other.
+///
+/// The SDK's operations of a manager may be called by any thread: each takes the SDK lock. What a manager offers beside
+/// them, for the command line, the dataplane and this class, needs the lock held by the caller, unless it says
+/// otherwise; references and pointers that it gives are good for as long as the lock is held.
 class Switch {
  public:
    Switch();

@@ -26,7 +26,8 @@ concept HasMarkedParts = requires(Value value, Value const& constant) {
 };
 
 /// The container behind every manager: values by key, in order, with resync marks, notices of change and, where the
-/// switch has a state folder, every change in it before it stands here. A value never moves. The SDK lock guards it.
+/// switch has a state folder, every change in it before it stands here. A value never moves. The SDK lock guards it,
+/// for reads as well: a lookup remembers the row that it found.
 ///
 /// A resync marks all that is there, has clients set again what they still want, which clears the marks of that, and
 /// purges the rest. amend() leaves the mark alone: a via that is set again says nothing about its route.
@@ -78,6 +79,8 @@ class Table {
       }
    }
 
+   /// Has the notice called after every change from now on, rows that are brought back included, for as long as the
+   /// table lives. Notices are called in the order in which they came.
    void onChange(Notice notice) { notices_.push_back(std::move(notice)); }
 
    /// Keeps every change in the folder from now on. Rows that the folder has replace those that stand here; one that is
@@ -128,6 +131,7 @@ class Table {
    }
    template <class Fn>
    void update(Transaction& transaction, Key const& key, Fn&& fn) {
+      // A copy, for the row is to read as before until the commit.
       Value const* present = find(key);
       auto next = present == nullptr ? Value{} : *present;
       fn(next);
@@ -265,6 +269,7 @@ class Table {
          stored_->put(transaction, key, next);
       }
    }
+   // A removal changes the shape of the rows, so the place is looked up anew after each.
    void applyPurge() {
       for (auto it = rows_.begin(); it != rows_.end();) {
          Row& row = it.row();

@@ -9,6 +9,9 @@
 #include "platform/switch/Switch.h"
 #include "platform/switch/commands/Commands.h"
 
+// A list of commands is carried out in order up to the first that fails; those before it stay. All of it runs under one
+// hold of the SDK lock, so nothing of the outside comes between, and the events that it causes reach the main loop as
+// one burst. What the commands call is not counted as clients' calls: the whole list is one.
 namespace velm::embedded {
 namespace {
 

@@ -4,6 +4,8 @@
 #include "platform/switch/commands/Commands.h"
 #include "platform/switch/commands/Narrow.h"
 
+// `show acl` gives the committed ACLs, where the SDK's reads give the staged ones as well: a person who looks wants to
+// see what is in force.
 namespace velm::embedded::commands {
 namespace {
 

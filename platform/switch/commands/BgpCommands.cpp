@@ -3,6 +3,8 @@
 #include "platform/switch/commands/Commands.h"
 #include "platform/switch/commands/Narrow.h"
 
+// There is no BGP inside, so every path is told by these commands. A path is always set as a whole: what a command
+// leaves out is empty or 0, also where the path had it before.
 namespace velm::embedded::commands {
 namespace {
 
@@ -30,7 +32,6 @@ bgp_path_key_t keyOf(Arguments const& arguments) {
    return key;
 }
 
-// An attribute that is left out is empty or 0, also where the path had it before.
 bgp_path_attr_t attrOf(Arguments const& arguments) {
    std::unordered_set<std::uint32_t> communities;
    for (auto const community : arguments.numbers("N,N")) {

@@ -13,8 +13,14 @@
 #include "platform/velm/errors.h"
 
 // A pattern stands for several forms, with and without each of its optional parts; they are spelt out when the table is
-// made. Running a command is then to find the first form that its words match, and refusing it is to find the forms
-// that got furthest and to say what they would have gone on with.
+// made:
+//
+//    "show ip route [vrf NAME] summary"  --->  show ip route vrf NAME summary
+//                                              show ip route summary
+//
+// Running a command is then to find the first form that its words match, and refusing it is to find the forms that got
+// furthest and to say what they would have gone on with. A grammar with a parser would do the same for nested parts,
+// which no command has. A few dozen forms are compared one after the other, for a command is a person's work.
 namespace velm::embedded::commands {
 namespace {
 

@@ -4,6 +4,8 @@
 #include <initializer_list>
 #include <iterator>
 
+// The first form that matches wins. Within a table that decides where a word could be taken for a name, as `tunnel` in
+// `show nexthop-group tunnel`; no two tables have a command in common, so their own order is free.
 namespace velm::embedded::commands {
 namespace {
 

@@ -9,6 +9,9 @@
 #include "platform/switch/commands/Narrow.h"
 #include "platform/switch/commands/SetAttribute.h"
 
+// Configuration works on the interface that `interface` chose before, for the rest of the list of commands; what plays
+// the world outside names its interface itself. A port belongs to the chassis: it comes and goes by `simulate
+// interface`, and `no interface` refuses it.
 namespace velm::embedded::commands {
 namespace {
 

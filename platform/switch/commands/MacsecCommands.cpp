@@ -8,6 +8,8 @@
 #include "platform/switch/commands/Narrow.h"
 #include "platform/switch/commands/SetAttribute.h"
 
+// Profiles themselves are the SDK's to set. Here an interface is given one, and the world outside reports what became
+// of it.
 namespace velm::embedded::commands {
 namespace {
 

@@ -6,6 +6,9 @@
 #include "platform/switch/commands/Commands.h"
 #include "platform/switch/commands/Narrow.h"
 
+// Answers are streamed as JSON from the tables, row by row: a table of a million routes is one text and never a
+// document in memory, and `limit` ends the walk. Groups' states are simulated through the dataplane, so that they take
+// their turn among its reports.
 namespace velm::embedded::commands {
 namespace {
 

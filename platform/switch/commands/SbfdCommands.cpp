@@ -3,6 +3,8 @@
 #include "platform/switch/commands/Commands.h"
 #include "platform/switch/commands/Narrow.h"
 
+// A simulated status or round trip goes to the manager and not through the dataplane: it stands for a report of any
+// session, also of one that does not exist. `simulate sbfd auto off` keeps the dataplane from answering to it.
 namespace velm::embedded::commands {
 namespace {
 
