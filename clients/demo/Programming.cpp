@@ -1,5 +1,9 @@
 // A controller comes to a fresh switch, programs all of its plan, and then redirects some packets: a kind of request a
 // chapter.
+//
+// A chapter is a function. It says what it is about to do, asks the agent, and holds the switch's own tables against
+// what it claims, by commands that know nothing of the request. The order matters: a chapter rests on what those before
+// it have programmed, and `stage.plan` collects what stands, so that a successor can repeat it.
 
 #include <array>
 

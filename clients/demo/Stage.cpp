@@ -9,6 +9,8 @@
 #include "clients/velmctl/MessageReader.h"
 #include "clients/velmctl/Split.h"
 
+// The tables say where in a `show` command's JSON their cells are. await() and showLines() look again without a pause:
+// each look is a call, and the agent takes its time for it.
 namespace VelmSdkRpc::demo {
 
 SwitchTable const groups{"show nexthop-group", "group|programmed|active|nexthop|interface|neighbour|label",

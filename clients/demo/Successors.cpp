@@ -1,5 +1,12 @@
 // Successors of the controller: one takes over what it has left, another finds all of it after the agent was started
 // again; and the sessions that test the ways out, watched live until the agent stops.
+//
+//    takeOver       init tells that all is there, RESYNC_START, what is to stay, RESYNC_END: the rest goes
+//    testTheWays    sBFD sessions, told up on a stream
+//    startAgain     SIGTERM, and a new process on the same state folder: every controller is a stranger to it
+//    watchSessions  round-trip times, a link that fails, the end of the stream with the agent
+//
+// A stream is opened before the call whose effects it is to tell, since it tells only what is new.
 
 #include <fmt/ranges.h>
 

@@ -34,7 +34,7 @@ int play(char const* program) {
       return 0;
    } catch (std::exception const& e) {
       std::fflush(stdout);
-      agent.signal(SIGTERM);
+      if (!agent.waitForEnd({})) agent.signal(SIGTERM);
       agent.waitForEnd(std::chrono::seconds(2));  // so that all that it wrote can be shown
       fmt::print(stderr, "\ndemo: failed: {}\nThe agent wrote:\n{}\n", e.what(), agent.stderrText());
       return 1;

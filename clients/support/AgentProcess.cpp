@@ -18,6 +18,16 @@
 
 extern char** environ;
 
+// The life of the process:
+//
+//    spawn ---> running ---> waitForEnd: reaped, its stderr read to the end, the collector joined
+//      ^                                    |
+//      +------------- restart --------------+
+//
+// It is spawned rather than forked, because gRPC has threads in this process, and a forked copy of it could not safely
+// do anything before exec. A pidfd lets waitForEnd wait with a limit, without a signal handler and without polling.
+// Both ends of the pipe close on exec: another child that had the write end would keep the collector from ever seeing
+// the end.
 namespace VelmSdkRpc {
 namespace {
 

@@ -36,7 +36,9 @@ class HeldPort {
 inline std::string freeAddress() { return HeldPort().address(); }
 
 /// The agent as a child process, for the demo, the tests and the benchmarks. Ends with this object, by SIGKILL if it
-/// has not ended before. Its stderr is collected all along, so that it never blocks on it.
+/// has not ended before. Its stderr is collected all along, so that it never blocks on it; its standard output is ours.
+///
+/// For one thread at a time; others may call channel, waitUntilServing, signal and stderrText while nobody restarts it.
 class AgentProcess {
  public:
    struct Options {
@@ -62,6 +64,7 @@ class AgentProcess {
    /// Whether the agent accepts connections before the time is over.
    bool waitUntilServing(std::chrono::milliseconds timeout = std::chrono::seconds(20)) const;
 
+   /// Sends a signal. Not once waitForEnd has told the end: the number may be another process's by then.
    void signal(int number) const;
    /// The status of waitpid, once the process has ended; nothing if it has not in time.
    std::optional<int> waitForEnd(std::chrono::milliseconds timeout = std::chrono::seconds(20));

@@ -6,6 +6,16 @@
 
 #include "clients/support/Call.h"
 
+// The steps of a stream; step_ names the operation whose event is outstanding:
+//
+//    opening ---> asking ---> reading ---> take(message), and reading again
+//       |           |            |
+//       +-----------+------------+--- not ok ---> finishing ---> finished: CallError is thrown
+//
+// Between two of them it is `none`. There it stays if `take` throws, and then the destructor finishes the call itself:
+// gRPC wants every call finished before its context goes. For the same reason both destructors cancel and then take
+// events until theirs have come. They may come among those of other operations, which proceed as if somebody ran the
+// client.
 namespace VelmSdkRpc {
 
 void AsyncClient::runOne() {

@@ -23,7 +23,8 @@ class AsyncOperation {
    AsyncOperation(AsyncOperation const&) = delete;
    AsyncOperation& operator=(AsyncOperation const&) = delete;
    virtual ~AsyncOperation() = default;
-   /// Takes an event. It may throw; then it has no other event outstanding.
+   /// Takes the event of the operation that it has begun; `ok` is gRPC's word for whether that went well. It may throw;
+   /// then it has no other event outstanding.
    virtual void proceed(bool ok) = 0;
 };
 
@@ -82,7 +83,7 @@ class AsyncCalls {
    /// Cancels what is under way, and waits for its end without telling of it.
    ~AsyncCalls();
 
-   /// Begins a call; fewer than `outstanding` must be under way.
+   /// Begins a call; fewer than `outstanding` must be under way. Its reply comes while somebody runs the client.
    void begin(grpc::ByteBuffer const& request);
    std::size_t underWay() const { return slots_.size() - free_.size(); }
 

@@ -15,7 +15,7 @@ class Columns {
 
    explicit Columns(std::size_t count) : widths_(count) {}
 
-   /// Makes room for a row of one cell a column.
+   /// Makes room for a row, which has a cell for every column.
    void widen(Row const& row);
    /// Takes room from the widest columns until a line has at most so many characters. From then on nothing is wider.
    void fit(std::size_t width);

@@ -6,7 +6,8 @@
 
 namespace VelmSdkRpc {
 
-/// Times that something took, summed up: the middle, the one that one in a hundred exceeds, and the longest.
+/// Times that something took, summed up: the middle, the one that one in a hundred exceeds, and the longest; in the
+/// unit in which they were given.
 struct Percentiles {
    double p50 = 0;
    double p99 = 0;

@@ -9,6 +9,15 @@
 #include <stdexcept>
 #include <string_view>
 
+// How rows come out of an answer:
+//
+//    {"nexthop_groups": {"north": {"version": 1, "active": true, "nexthops": {"0": {"intf": "Ethernet1"}}}}}
+//
+//    elements "/nexthop_groups", cells "/version /active", members "/nexthops", memberCells "/intf"
+//    ---> north | 1 | yes | 0 | Ethernet1
+//
+// A pointer that leads nowhere is an error and no empty cell: a table that shows less than it should would hide a
+// fault.
 namespace VelmSdkRpc {
 namespace {
 

@@ -1,4 +1,8 @@
 // bench: how fast an agent answers, by calls that change nothing unless one is asked for that does.
+//
+// All calls are carried on by one thread. With many under way, the time of an answer includes its wait for those that
+// came before it, as it would for any client of one thread. When the time is over no call is begun, and those under way
+// are waited for and counted.
 
 #include <fmt/format.h>
 

@@ -6,6 +6,9 @@
 #include "clients/velmctl/Errors.h"
 #include "clients/velmctl/TextForm.h"
 
+// The schemas say what can be typed. One word is completed in steps, so that the list of the next step is short:
+// service, then method; field, then the fields within it, then its value where that is an enum or a flag. Words that
+// nothing is known about have no candidates, and no error: the shell completes them in its own way.
 namespace VelmSdkRpc::ctl {
 namespace {
 
@@ -76,8 +79,7 @@ Words valueCandidates(Descriptor const& type, std::string_view beginning) {
 
 }  // namespace
 
-Words serviceCandidates(Words const& before, std::string const& beginning) {
-   (void)beginning;
+Words serviceCandidates(Words const& before, std::string const& /*beginning*/) {
    Words words;
    if (before.empty()) {
       for (auto const* service : services()) words.push_back(service->name());

@@ -8,6 +8,9 @@
 #include "clients/velmctl/Commands.h"
 #include "clients/velmctl/Embedded.h"
 
+// The command line is walked without the parser, which would refuse it: what is being typed is not complete. The walk
+// knows just enough of the parser's rules, options that take a value and commands within commands, to tell which
+// command a word belongs to and how many positional words stand before it.
 namespace VelmSdkRpc::ctl {
 namespace {
 

@@ -7,6 +7,9 @@
 #include "clients/support/Wire.h"
 #include "clients/velmctl/Errors.h"
 
+// Calls are made by descriptors of the compiled schemas, as bytes, so that velmctl needs no generated stub for any
+// method. call() has one operation under way at a time and waits for it: its queue needs no tags. callMany() is for
+// throughput, and leaves the order of the replies to the agent.
 namespace VelmSdkRpc::ctl {
 namespace {
 

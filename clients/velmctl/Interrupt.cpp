@@ -13,6 +13,17 @@
 
 #include "clients/velmctl/Errors.h"
 
+// What the signals do:
+//
+//    the first -----------------------> raised_, then the notice for who waits for input, then calls are cancelled
+//    more within 300 ms --------------> nothing: they are the same wish, told twice
+//    another one ---------------------> the process ends at once, whatever it is doing
+//
+// The signals are blocked and read from a file by a thread: a handler could neither take a lock nor cancel a call. They
+// are blocked before any other thread is made, since threads inherit that.
+//
+// No call is missed. raise() sets raised_ before it takes the mutex and looks at the calls; a Guard enters its call
+// under the mutex and then looks at raised_. Whichever comes second sees the other, and to cancel twice does no harm.
 namespace VelmSdkRpc::ctl {
 namespace {
 

@@ -1,5 +1,14 @@
-// load: many groups and routes from a file, in bulk. The file is read whole first, so that nothing is sent of one that
-// is wrong; requests are made as they are sent, so that a million routes are never in memory as messages.
+// load: many groups and routes from a file, in bulk.
+//
+//    the file, read whole ---> [RESYNC_START] ---> groups ---> routes ---> [RESYNC_END, if all was accepted]
+//
+// It is read whole first, so that nothing is sent of a file that is wrong. Requests are made as they are sent, so that
+// a million routes are never in memory as messages. All groups are acknowledged before the first route that may name
+// one is sent. The number of a call says which elements were in it, and so which line a status speaks of.
+//
+// A call that fails ends the load: nothing new is begun, and what is under way is waited for. A line that is refused
+// does not end it, and is kept with its reason in a file that can be loaded again. After either the resync stays open,
+// since to close it would delete what was not accepted.
 
 #include <fmt/format.h>
 

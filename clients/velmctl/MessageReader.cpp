@@ -15,6 +15,12 @@
 #include "clients/velmctl/Errors.h"
 #include "clients/velmctl/TextForm.h"
 
+// Protobuf has a reader of JSON, which is not used: it takes bytes as base64, where people write addresses, and its
+// refusals do not say in which element of which list the mistake is. The walk here goes by reflection in the same way,
+// and keeps the place that it has come to:
+//
+//    requests=[{"key": {"prefix": "10.0.0/8"}}]
+//    requests[0].key.prefix: expected a prefix like "10.0.0.0/8", not "10.0.0/8"
 namespace VelmSdkRpc::ctl {
 namespace {
 

@@ -11,6 +11,9 @@
 #include "clients/support/Address.h"
 #include "clients/velmctl/TextForm.h"
 
+// The counterpart of MessageReader, which can read what is written here. Reflection tells the fields, in the order of
+// the schema. A map's entries are sorted, since the message keeps them in no order and two answers that are equal
+// should look equal.
 namespace VelmSdkRpc::ctl {
 namespace {
 

@@ -10,6 +10,8 @@
 #include "clients/velmctl/MessageReader.h"
 #include "clients/velmctl/Split.h"
 
+// Each part is set by readArgument, as if it had been typed as FIELD=VALUE, so that its checks and the words of a
+// refusal are those of any request.
 namespace VelmSdkRpc::ctl {
 namespace {
 

@@ -12,6 +12,19 @@
 // A program that reads JSON must find one document whatever happens, also when a call fails half way through a list. So
 // the state tells how far the result has come, and a failure closes what is open: nothing yet, a list, or all of it.
 
+// A program that reads JSON must find one document whatever happens, also when a call fails half way through a list. So
+// the state tells how far the result has come, and a failure closes what is open:
+//
+//    empty ------ result ----------------------------------> complete
+//      |  beginList                                             ^
+//      v                                                        |
+//    in a list -- element, any number ------- endList ----------+
+//
+//    failure:  empty ----> the error is the result
+//              in a list -> the error is its last element, and the list is closed
+//              complete --> nothing: the result speaks for itself
+//
+// People get their errors on standard error, and a table as far as it had come.
 namespace VelmSdkRpc::ctl {
 namespace {
 

@@ -7,8 +7,8 @@
 
 namespace VelmSdkRpc::ctl {
 
-/// How far a long work has come, on standard error: a bar on a terminal, elsewhere a line now and
-/// then.
+/// How far a long work has come, on standard error: a bar on a terminal, which goes with this object, elsewhere a line
+/// now and then. Time counts from its construction.
 class Progress {
  public:
    Progress(Terminal const& terminal, std::size_t total) : terminal_(terminal), total_(total) {}
@@ -16,6 +16,7 @@ class Progress {
    Progress(Progress const&) = delete;
    Progress& operator=(Progress const&) = delete;
 
+   /// So much of the total is done. May be said as often as it changes: little of it is shown.
    void is(std::size_t done);
    std::chrono::duration<double> elapsed() const { return Clock::now() - start_; }
 

@@ -9,10 +9,10 @@
 /// JSON as people read it: without the marks of its syntax, and without what says nothing.
 namespace VelmSdkRpc::ctl {
 
-/// 0, false, an empty text, list or object, or one of such.
+/// Whether a value says nothing: null, 0, false, an empty text or list, or an object all of whose values say nothing.
 bool isDefault(Json const& value);
 
-/// "10.0.0.1"; "1,2,3"; "intf=Ethernet1 label=3" of an object, without its defaults.
+/// The value as one line: "10.0.0.1"; a list as "1,2,3"; an object as "intf=Ethernet1 label=3", without its defaults.
 std::string readable(Json const& value);
 
 /// Names in an object are those of a message's fields; in an answer of the switch they may also be those of things, of

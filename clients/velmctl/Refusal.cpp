@@ -9,6 +9,9 @@
 #include "proto/remote/rpc_status.pb.h"
 #include "proto/remote/vapi.pb.h"
 
+// An answer can say no in four ways, by the service that gives it: a status, a status for each element, a command
+// line's success, or the status of a bulk. They are found by their types, in the answer itself or one level within it,
+// so that no list of methods is needed.
 namespace VelmSdkRpc::ctl {
 namespace {
 

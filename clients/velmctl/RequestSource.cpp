@@ -11,6 +11,8 @@
 #include "clients/velmctl/LineReader.h"
 #include "clients/velmctl/MessageReader.h"
 
+// A single word is JSON or FIELD=VALUE. It is taken for JSON if it has no `=`, or if what JSON begins with stands
+// first; so a text that is neither is refused as broken JSON, with a column.
 namespace VelmSdkRpc::ctl {
 namespace {
 

@@ -1,4 +1,5 @@
-// list and describe: what there is to call, without an agent.
+// list and describe: what there is to call, without an agent. All of it comes from the schemas that are linked in,
+// their comments included. For people a thing is described by its piece of schema; for programs as JSON.
 
 #include <fmt/format.h>
 

@@ -8,6 +8,8 @@
 #include "clients/velmctl/Embedded.h"
 #include "clients/velmctl/Split.h"
 
+// Descriptors of compiled schemas have no comments. So the build puts a second description into the program, one that
+// has them, and each descriptor is looked up there by its full name. It is read when a comment is first asked for.
 namespace VelmSdkRpc::ctl {
 namespace {
 

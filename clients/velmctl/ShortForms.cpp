@@ -1,4 +1,6 @@
-// The native service's daily work under short names. A command is a row of the table below, and no code.
+// The native service's daily work under short names. A command is a row of the tables below, and no code: the row says
+// which method is called, which fields are always the same, and which field each word or option sets. So a short form
+// can do nothing that `velmctl call` cannot.
 
 #include <fmt/format.h>
 
@@ -59,12 +61,13 @@ std::vector<Argument> sessionKey() {
            {"--exp", "session_key.mpls_exp", "Of the labels"}};
 }
 
-std::vector<Argument> operator+(std::vector<Argument> first, std::vector<Argument> const& second) {
+template <class T>
+std::vector<T> operator+(std::vector<T> first, std::vector<T> const& second) {
    first.insert(first.end(), second.begin(), second.end());
    return first;
 }
 
-std::vector<ShortForm> shortForms() {
+std::vector<ShortForm> takeoverForms() {
    return {
       {nullptr,
        "init",
@@ -85,6 +88,11 @@ std::vector<ShortForm> shortForms() {
        "velmsdk_service.rpc_server_resync",
        {"resync_state=RESYNC_END"},
        {}},
+   };
+}
+
+std::vector<ShortForm> routeForms() {
+   return {
       {"route",
        "add",
        "Create or replace an IP route",
@@ -94,6 +102,11 @@ std::vector<ShortForm> shortForms() {
         {"GROUP", "nexthop_group", "The nexthop group to forward through"},
         {"--tag", "tag", "That of init, unless it was 0"}}},
       {"route", "del", "Delete an IP route", "velmsdk_service.ip_route", {}, {{"PREFIX", "prefix", "Of the route"}}},
+   };
+}
+
+std::vector<ShortForm> groupForms() {
+   return {
       {"nhg",
        "add",
        "Create or replace a nexthop group",
@@ -110,6 +123,11 @@ std::vector<ShortForm> shortForms() {
        "velmsdk_service.nexthop_group",
        {deletion},
        {{"NAME", "name", "Of the group"}}},
+   };
+}
+
+std::vector<ShortForm> labelForms() {
+   return {
       {"mpls",
        "add",
        "Create or replace what is done with an incoming label; one of --nexthop, --group and --vrf",
@@ -128,6 +146,11 @@ std::vector<ShortForm> shortForms() {
        "velmsdk_service.mpls_route",
        {deletion},
        {{"LABEL", "label", "Of the route"}}},
+   };
+}
+
+std::vector<ShortForm> tunnelForms() {
+   return {
       {"tunnel",
        "add",
        "Create or replace the tunnel to an endpoint",
@@ -142,6 +165,11 @@ std::vector<ShortForm> shortForms() {
        "velmsdk_service.nexthop_group_tunnel",
        {},
        {{"PREFIX", "prefix", "The endpoint"}}},
+   };
+}
+
+std::vector<ShortForm> sessionForms() {
+   return {
       {"sbfd",
        "add",
        "Create or replace an sBFD echo session",
@@ -155,6 +183,11 @@ std::vector<ShortForm> shortForms() {
               nullptr, "--min-tx"},
              {"--track", "track_interface_state", "Take it down with its interface", Kind::flag}}},
       {"sbfd", "del", "Delete an sBFD echo session", "velmsdk_service.sbfd_echo_session", {deletion}, sessionKey()},
+   };
+}
+
+std::vector<ShortForm> redirectForms() {
+   return {
       {"cbf",
        "add",
        "Redirect traffic of a group by DSCP",
@@ -172,6 +205,11 @@ std::vector<ShortForm> shortForms() {
        {{"MATCH", "match_nexthop_group_name", "As it was added"},
         {"REDIRECT", "redirect_nexthop_group_name", "As it was added"}}},
    };
+}
+
+std::vector<ShortForm> shortForms() {
+   return takeoverForms() + routeForms() + groupForms() + labelForms() + tunnelForms() + sessionForms() +
+          redirectForms();
 }
 
 /// The texts typed for the arguments of a command, in their order; empty lists for those that were not given.

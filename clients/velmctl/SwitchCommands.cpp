@@ -1,4 +1,6 @@
-// The switch's own command line: show, config, and the lists of the native tables.
+// The switch's own command line: show, config, and the lists of the native tables. The native service only writes, so
+// that what it has programmed is read by show commands. velmctl knows their words for completion alone; what is typed
+// goes to the switch as it is.
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -81,8 +83,7 @@ void addRouteList(Commands const& commands) {
 }
 
 /// The words that may follow those typed before, of the switch's show commands.
-std::vector<std::string> showCandidates(std::vector<std::string> const& before, std::string const& beginning) {
-   (void)beginning;
+std::vector<std::string> showCandidates(std::vector<std::string> const& before, std::string const& /*beginning*/) {
    static std::map<std::string, std::vector<std::string>> const next{
       {"",
        {"acl", "agent", "bgp", "class-map", "interfaces", "ip", "macsec", "mpls", "nexthop-group", "policy-map",
