@@ -2,7 +2,6 @@
 
 #include <grpc/support/log.h>
 
-#include <memory>
 #include <string_view>
 
 #include "platform/pesko/Trace.h"
