@@ -53,7 +53,7 @@ class Runnable {
 
    /// Whether the run under way has used up its quantum; never without a run.
    bool taskShouldYield() const;
-   /// How long a run may take before it should yield; 20 ms at first.
+   /// How long a run may take before it should yield, in seconds; 20 ms at first.
    Qor::Seconds taskQuantum() const;
    void taskQuantumIs(Qor::Seconds quantum);
 
@@ -66,13 +66,15 @@ class Runnable {
 
    /// Asks for a run once the delay is over. Does nothing when one is asked for already, or for a sooner time.
    void scheduleAfter(std::chrono::nanoseconds delay);
+   /// The name under which taskStats() shows the task; at first its own.
    void statsNameIs(std::string name);
+   /// Counts runs and work from zero again.
    void resetStats();
 
  private:
    friend class TaskScheduler;
 
-   // A place in the queue, or in the order of the timers; the turn makes it unique and keeps the order of asking.
+   // A place in the queue, and one among the timers; the turn makes it unique and keeps the order of asking.
    struct Place {
       TaskPriority priority;
       std::uint64_t turn;

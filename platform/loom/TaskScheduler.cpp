@@ -5,6 +5,14 @@
 
 #include "platform/pesko/Task.h"
 
+// The life of a task:
+//
+//    idle ------ schedule -----> queued ---- runOne ----> running ---- the end of the run ----> idle
+//      |                           ^                         |
+//      |  scheduleAt               |  its time has come      |  schedule: queued for another run, after those
+//      v                           |                         |  of its priority that were there before
+//    a timer is armed -------------+                         v
+//
 // A task is in at most two places: in the queue, ordered by priority and then by the order of asking, and among the
 // timers. A timer that expires only moves its task into the queue. That is done whenever somebody looks, as there is no
 // thread here. The main loop looks: it sleeps until nextDue(), and wake_ tells it when something came up sooner.
@@ -31,6 +39,7 @@ void TaskScheduler::remove(Runnable& runnable) {
 bool TaskScheduler::schedule(Runnable& runnable) {
    std::lock_guard const lock(mutex_);
    if (runnable.place_) return false;
+   // One wake-up stands for all that is queued: the loop looks again before it sleeps.
    if (queue_.empty() && wake_) wake_();
    enqueue(runnable);
    return true;

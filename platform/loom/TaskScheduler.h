@@ -19,7 +19,7 @@ class TaskScheduler;
 
 namespace Loom {
 
-/// A task's statistics.
+/// A task's statistics: how it is to be run, and what it has done since it was made or its statistics were reset.
 struct TaskStats {
    std::string name;
    TaskPriority priority;
@@ -30,7 +30,8 @@ struct TaskStats {
 };
 
 /// Orders the runs of tasks: by priority, lower number first, and within one by the order of asking. The main loop
-/// takes one run at a time and lets go of the SDK lock between two. Thread-safe.
+/// takes one run at a time and lets go of the SDK lock between two. Thread-safe. Tasks are not owned: each enters
+/// itself when it is made and leaves when it goes.
 class TaskScheduler : public Qor::PtrInterface {
  public:
    using Clock = Runnable::Clock;

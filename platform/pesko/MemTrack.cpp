@@ -11,7 +11,7 @@ MemTrack& MemTrack::root() {
 
 void* MemTrack::alloc(MemTrack& tracker, std::type_info const& type, std::size_t size, std::size_t count) {
    std::lock_guard const lock(tracker.mutex_);
-   auto& inUse = tracker.counts_[type];
+   auto& inUse = tracker.counts_[type];  // first, since it can throw: storage that is there would be lost
    auto* const storage = ::operator new(size* count, std::nothrow);
    if (storage == nullptr) Qor::allocTrackAllocatorBadAlloc();
    inUse.objects += count;

@@ -24,6 +24,7 @@ class MemTrack {
    /// Storage for `count` objects of `size` bytes each, counted for the type; Qor::allocTrackAllocatorBadAlloc() if
    /// there is none.
    static void* alloc(MemTrack& tracker, std::type_info const& type, std::size_t size, std::size_t count);
+   /// Gives back what alloc gave, with the same type, size and count.
    static void dealloc(MemTrack& tracker, std::type_info const& type, void* storage, std::size_t size,
                        std::size_t count) noexcept;
 

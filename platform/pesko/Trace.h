@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <memory>
@@ -39,7 +38,7 @@ class DebugHandler {
 
  private:
    std::string const name_;
-   std::atomic<LevelMask> levels_;
+   std::atomic<LevelMask> levels_;  // relaxed: a level orders nothing else, and may take effect a moment later
 };
 
 /// The facility of that name, made on first use; all callers of one name share it. With `quiet` it starts with no level

@@ -14,10 +14,21 @@
 #include <thread>
 #include <unistd.h>
 
-// A line takes two steps. Whoever traces asks for room before formatting, so that a full queue costs nothing, and then
-// reserves room for good when the line is posted: spdlog's queue would overwrite its oldest lines, and the oldest are
-// those that tell how a trouble began. Dropped lines are counted and told of by the next line that finds room, or by
-// the queue's own thread once it has nothing left to write.
+// The road of a line:
+//
+//    any thread                                              the queue's thread
+//    ----------                                              ------------------
+//    takesLine: is there room? ---- no ---> dropped          takes a line, writes it to stderr, counts it as written
+//       |  yes: it is formatted                                 |  nothing waits any more
+//       v                                                       v
+//    write: reserves room --------- no ---> dropped          tells how many were dropped
+//       |  yes
+//       v
+//    how many were dropped, and the line ---- spdlog's queue ---->
+//
+// A line takes these two steps so that a full queue costs nothing, and so that what is posted has room for good:
+// spdlog's queue would overwrite its oldest lines, and the oldest are those that tell how a trouble began. Between the
+// two steps others may take the room; then the line was formatted for nothing.
 namespace Pesko {
 namespace {
 

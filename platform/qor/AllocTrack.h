@@ -34,6 +34,7 @@ class AllocTrackTypeInfo {
    std::uint64_t bytes() const { return bytes_.load(std::memory_order_relaxed); }
 
  private:
+   // Relaxed: figures alone, which order nothing.
    std::atomic<std::uint64_t> allocations_{0};
    std::atomic<std::uint64_t> bytes_{0};
 };

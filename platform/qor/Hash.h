@@ -11,6 +11,7 @@ class Hash {
  public:
    explicit Hash(std::uint32_t seed) : state_(seed) {}
 
+   /// A text, with its length, so that two texts in a row are not taken for two others.
    void hashMix(std::string_view text);
    void hashMix(std::uint64_t value);
 

@@ -91,7 +91,7 @@ class HashMap2018 {
    /// Changes with every change of the membership, not with that of a value.
    std::uint64_t version() const { return version_; }
 
-   /// The key's node, or null.
+   /// The key's node, or null. It stays where it is until its key is deleted.
    Node* lookupNodeG(Key const& key) { return pointer(find(nodes_, key), nodes_); }
    Node const* lookupNodeG(Key const& key) const { return pointer(find(nodes_, key), nodes_); }
 

@@ -48,6 +48,7 @@ class PtrInterface::NotifieeList {
 
 PtrInterface::~PtrInterface() = default;
 
+// Relaxed: whoever makes another reference has one already, so that the object cannot go meanwhile.
 void PtrInterface::newRef() const {
    if (threadSafePointers()) {
       header_.fetch_add(oneReference, std::memory_order_relaxed);
@@ -59,6 +60,8 @@ void PtrInterface::newRef() const {
 // The count shares one word with the flags, so that one atomic step tells that the count came to zero. The flag for "no
 // references" stays set from then on: a pointer that comes and goes while the object is being destroyed brings the
 // count to zero once more, and must not delete again.
+//
+// Release, so that all that a holder did with the object comes before its deletion; acquire for the one that deletes.
 void PtrInterface::deleteRef() const {
    std::uint32_t left = 0;
    if (threadSafePointers()) {

@@ -28,8 +28,10 @@ class PtrInterface : public VFPtrInterface {
    PtrInterface(PtrInterface const&) = delete;
    PtrInterface& operator=(PtrInterface const&) = delete;
 
+   /// For Ptr: count a reference, and take one off; the last one deletes the object, on whichever thread that is.
    void newRef() const;
    void deleteRef() const;
+   /// How many there are, which is a figure of the past where several threads hold some.
    std::uint32_t references() const { return header_.load(std::memory_order_relaxed) / oneReference; }
 
    /// A zombie: still referred to, but replaced or about to go. Only says so; who cares asks.

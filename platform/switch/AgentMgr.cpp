@@ -1,6 +1,5 @@
 #include "platform/switch/AgentMgr.h"
 
-#include <string_view>
 #include <vector>
 
 #include "platform/switch/Identity.h"

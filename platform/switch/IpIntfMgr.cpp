@@ -1,7 +1,5 @@
 #include "platform/switch/IpIntfMgr.h"
 
-#include <fmt/format.h>
-
 #include <utility>
 
 // Addresses and settings stand in two tables: a change of the former is compared with what was, for the events that it

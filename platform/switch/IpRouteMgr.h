@@ -39,6 +39,7 @@ class IpRouteMgr : public ip_route_mgr, public Hints::Prefetcher<ip_route_key_t,
    /// The table of a VRF; an empty one for a VRF without routes.
    IpRouteTable const& table(std::string const& vrf) const;
 
+   // The SDK's operations. A resync that the folder refuses to complete stays open and can be completed again.
    std::uint32_t tag() const override;
    void tag_is(std::uint32_t tag) override;
    void resync_init() override;

@@ -6,7 +6,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/switch/Table.h"
+#include "platform/switch/TableCursor.h"
 #include "platform/velm/iter.h"
 #include "platform/velm/sdk_lock.h"
 

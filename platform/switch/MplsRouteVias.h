@@ -2,7 +2,6 @@
 
 #include <absl/container/inlined_vector.h>
 
-#include <string>
 #include <vector>
 
 #include "platform/switch/Codec.h"

@@ -4,7 +4,6 @@
 #include <string>
 
 #include "platform/switch/Dataplane.h"
-#include "platform/switch/MainLoop.h"
 #include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/nexthop_group.h"

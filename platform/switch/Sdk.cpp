@@ -1,7 +1,5 @@
 #include "platform/velm/sdk.h"
 
-#include <vector>
-
 #include "platform/switch/Options.h"
 #include "platform/switch/Switch.h"
 

@@ -40,19 +40,25 @@ class agent_mgr : public base_mgr<agent_handler, int> {
    /// The number of the agent of that name; 0 for a name other than this agent's.
    static std::uint32_t id(char const* name);
 
+   /// Whether the agent is to work: from its initialization until it is disabled, and never again.
    virtual bool enabled() const = 0;
    /// The option's value, empty if it is not set.
    virtual std::string agent_option(std::string const& name) const = 0;
+   /// Whether the option is set, be it to an empty value.
    virtual bool agent_option_exists(std::string const& name) const = 0;
+   /// The names of the options that are set.
    virtual agent_option_iter_t agent_option_iter() const = 0;
    /// The published value, empty if there is none.
    virtual std::string status(std::string const& name) const = 0;
+   /// The names of the statuses that are published.
    virtual agent_status_iter_t status_iter() const = 0;
+   /// Publishes the status, or replaces its value. Raises no event.
    virtual void status_set(std::string const& name, std::string const& value) = 0;
    /// Deleting one that is absent is no error.
    virtual void status_del(std::string const& name) = 0;
    /// Told by the agent once it has stopped; ends the main loop.
    virtual void shutdown_complete_is(bool complete) = 0;
+   /// This agent's own number.
    virtual std::uint32_t agent_id() const = 0;
    /// Seconds since the agent started.
    virtual double agent_uptime() const = 0;

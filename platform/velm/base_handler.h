@@ -29,14 +29,20 @@ class base_mgr {
    base_mgr(base_mgr const&) = delete;
    base_mgr& operator=(base_mgr const&) = delete;
 
+   /// The handler is called from now on, for what it watches and for what every handler is told. Once a handler, which
+   /// is not owned and must be removed before it goes.
    void add_handler(handler_root* handler) {
       sdk_scoped_lock lock;
       handlers_[handler].active = true;
    }
+   /// The handler is not called any more, not even by a notification that is under way. One that was not added is no
+   /// error.
    void remove_handler(handler_root* handler) {
       sdk_scoped_lock lock;
       if (auto const it = handlers_.find(handler); it != handlers_.end()) it->second = Watches{};
    }
+   // Switch a watch of all keys, and one of a key. The two are apart: who watches all and one still watches the one
+   // when the other ends. Repeating either is no error.
    void watch_all(handler_root* handler, bool on) {
       sdk_scoped_lock lock;
       handlers_[handler].all = on;

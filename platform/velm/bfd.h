@@ -165,13 +165,16 @@ class bfd_session_handler : public base_handler<bfd_session_mgr, bfd_session_han
 
    void watch_all_sbfd_echo_sessions(bool on);
 
+   // Of plain sessions, by key.
    virtual void on_bfd_session_set(bfd_session_key_t const& /*key*/) {}
    virtual void on_bfd_session_del(bfd_session_key_t const& /*key*/) {}
    virtual void on_bfd_session_status(bfd_session_key_t const& /*key*/, bfd_session_status_t /*status*/) {}
 
    /// The session was created; another interval or RTT switch raises nothing.
    virtual void on_sbfd_echo_session_set(sbfd_echo_session_key_t const& /*key*/) {}
+   /// The session was deleted; a status or RTT that was raised before may still come before this.
    virtual void on_sbfd_echo_session_del(sbfd_echo_session_key_t const& /*key*/) {}
+   /// The status is another than before, or the first one.
    virtual void on_sbfd_echo_session_status(sbfd_echo_session_key_t const& /*key*/, bfd_session_status_t /*status*/) {}
    /// About once a second for every session that is up and was asked for its RTT.
    virtual void on_sbfd_echo_session_rtt(sbfd_echo_session_key_t const& /*key*/,
@@ -190,6 +193,7 @@ class bfd_session_mgr : public base_mgr<bfd_session_handler, bfd_session_key_t> 
    virtual void sbfd_echo_session_set(sbfd_echo_session_key_t const& key) = 0;
    /// Deletes the session; one that is absent is no error. Its status is unknown from now on.
    virtual void sbfd_echo_session_del(sbfd_echo_session_key_t const& key) = 0;
+   /// The interval of a session that asks for none.
    virtual sbfd_interval_t sbfd_echo_session_default_interval() const = 0;
    /// A 0 in it stands for that part of the default interval. Throws configuration_error for an unknown session.
    virtual void sbfd_echo_session_interval_is(sbfd_echo_session_key_t const& key, sbfd_interval_t interval) = 0;

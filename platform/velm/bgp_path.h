@@ -152,6 +152,7 @@ class bgp_path_handler : public base_handler<bgp_path_mgr, bgp_path_handler> {
    /// The path came, changed or went; reading it tells which.
    virtual void on_ipv4_unicast_path(bgp_path_key_t const& /*key*/) {}
    virtual void on_ipv6_unicast_path(bgp_path_key_t const& /*key*/) {}
+   /// The family has converged, or has ceased to be so.
    virtual void on_ipv4_unicast_bgp_converged(bool /*converged*/) {}
    virtual void on_ipv6_unicast_bgp_converged(bool /*converged*/) {}
 };

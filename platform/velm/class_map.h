@@ -55,6 +55,7 @@ class class_map_mgr {
  public:
    virtual ~class_map_mgr() = default;
 
+   /// Whether there is such a class map.
    virtual bool exists(policy_map_key_t const& key) const = 0;
    /// Throws invalid_argument_error for an unknown class map.
    virtual class_map_t class_map(policy_map_key_t const& key) const = 0;

@@ -113,6 +113,7 @@ class eth_lag_intf_handler : public base_handler<eth_lag_intf_mgr, eth_lag_intf_
 
    void watch_all_eth_lag_intfs(bool on);
 
+   /// The LAG came into being, with no member, or went, with all of them; the members' events come first then.
    virtual void on_eth_lag_intf_create(intf_id_t /*lag*/) {}
    virtual void on_eth_lag_intf_delete(intf_id_t /*lag*/) {}
    /// An interface that changes its LAG leaves the one before it joins the other.
@@ -144,6 +145,8 @@ class eth_lag_intf_mgr : public base_mgr<eth_lag_intf_handler, intf_id_t> {
    /// Deletes the LAG with all memberships in it; one that is absent is no error.
    virtual void eth_lag_intf_del(intf_id_t lag) = 0;
 
+   // The attributes of a LAG: its speed in bit/s, the active members that it needs, and what it does while its peer
+   // speaks no LACP, after so many seconds.
    virtual std::uint64_t speed(intf_id_t lag) const = 0;
    virtual std::uint32_t min_links(intf_id_t lag) const = 0;
    virtual void min_links_is(intf_id_t lag, std::uint32_t min_links) = 0;
@@ -161,9 +164,10 @@ class eth_lag_intf_mgr : public base_mgr<eth_lag_intf_handler, intf_id_t> {
    virtual void membership_del(intf_id_t intf) = 0;
    /// The LAG that the interface is in; the empty id for none.
    virtual intf_id_t membership(intf_id_t intf) const = 0;
+   /// All of a membership at once; the default for an interface in no LAG.
    virtual eth_lag_intf_membership_t membership_status(intf_id_t intf) const = 0;
 
-   // The attributes of a member; they end with the membership.
+   // The attributes of a member; they end with the membership. Its time is in seconds since the epoch.
    virtual unsigned short member_priority(intf_id_t intf) const = 0;
    virtual void member_priority_is(intf_id_t intf, unsigned short priority) = 0;
    virtual eth_lag_intf_member_lacp_mode_t member_mode(intf_id_t intf) const = 0;

@@ -111,6 +111,7 @@ class intf_handler : public base_handler<intf_mgr, intf_handler> {
    virtual void on_intf_create(intf_id_t /*intf*/) {}
    /// Comes after the events of all that went with the interface.
    virtual void on_intf_delete(intf_id_t /*intf*/) {}
+   // The new value of what has changed.
    virtual void on_oper_status(intf_id_t /*intf*/, oper_status_t /*status*/) {}
    virtual void on_admin_enabled(intf_id_t /*intf*/, bool /*enabled*/) {}
    virtual void on_intf_description(intf_id_t /*intf*/, std::string const& /*description*/) {}

@@ -8,7 +8,6 @@
 #include <charconv>
 #include <cstring>
 #include <ostream>
-#include <string_view>
 
 #include "platform/velm/errors.h"
 

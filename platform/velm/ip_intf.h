@@ -20,6 +20,7 @@ class ip_intf_handler : public base_handler<ip_intf_mgr, ip_intf_handler> {
 
    void watch_all_ip_intfs(bool on);
 
+   // Of a set that is replaced only the differences are told, those that went first.
    virtual void on_ip_addr_add(intf_id_t /*intf*/, ip_addr_mask_t const& /*addr*/) {}
    virtual void on_ip_addr_del(intf_id_t /*intf*/, ip_addr_mask_t const& /*addr*/) {}
    /// 0 when the interface has none any more.
@@ -34,6 +35,7 @@ class ip_intf_mgr : public base_mgr<ip_intf_handler, intf_id_t> {
 
    /// Whether there is such an interface.
    virtual bool exists(intf_id_t intf) const = 0;
+   /// The addresses of the interface, those of both families.
    virtual std::set<ip_addr_mask_t> ip_addrs(intf_id_t intf) const = 0;
    /// Replaces all addresses of the interface. Throws invalid_argument_error for a null address and invalid_range_error
    /// for a mask longer than its family.

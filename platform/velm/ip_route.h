@@ -130,13 +130,14 @@ class ip_route_mgr {
  public:
    virtual ~ip_route_mgr() = default;
 
-   /// The tag whose routes a resync is about; 0 for all routes.
+   /// The tag whose routes the next resync is about; 0 for all routes. Routes keep the tags that they were set with.
    virtual std::uint32_t tag() const = 0;
    virtual void tag_is(std::uint32_t tag) = 0;
 
    /// Marks every route of the tag in force, and its vias; setting one clears its mark. A second call marks anew.
    virtual void resync_init() = 0;
-   /// Deletes the routes that are still marked, and of those that stay the vias that are.
+   /// Deletes the routes that are still marked, and of those that stay the vias that are, in all VRFs or, on an error,
+   /// none. Without a resync that was opened nothing happens.
    virtual void resync_complete() = 0;
 
    /// Walks the default VRF by prefix, then preference.
@@ -145,6 +146,7 @@ class ip_route_mgr {
    virtual ip_route_via_iter_t ip_route_via_iter(ip_route_key_t const& key) const = 0;
    virtual ip_route_via_iter_t ip_route_via_iter(ip_route_key_t const& key, std::string const& vrf) const = 0;
 
+   // A via exists if one that is alike in all but the metric does.
    virtual bool exists(ip_route_key_t const& key) const = 0;
    virtual bool exists(ip_route_key_t const& key, std::string const& vrf) const = 0;
    virtual bool exists(ip_route_via_t const& via) const = 0;

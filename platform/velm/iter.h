@@ -10,15 +10,18 @@ template <class T>
 class iter_impl {
  public:
    virtual ~iter_impl() = default;
+   /// An iterator of its own at the same place.
    virtual std::unique_ptr<iter_impl> clone() const = 0;
    /// The element under the iterator, the iterator's own copy; null at the end.
    virtual T const* current() const = 0;
+   /// Steps on to the next element that is there by now; at the end nothing happens.
    virtual void advance() = 0;
 };
 
-/// The SDK's forward iterator. It holds a copy of its element and finds its place again by key, so it survives every
-/// change of the table between two steps: no element that stood throughout is skipped or given twice. Advance it under
-/// sdk_scoped_lock; reading the element needs no lock.
+/// The SDK's forward iterator, in the order of the keys unless its manager says otherwise. It holds a copy of its
+/// element and finds its place again by key, so it survives every change of the table between two steps: no element
+/// that stood throughout is skipped or given twice. Advance it under sdk_scoped_lock; reading the element needs no
+/// lock. The manager must outlive it.
 template <class T, class Impl = iter_impl<T>>
 class iter_base {
  public:

@@ -221,6 +221,7 @@ class macsec_mgr : public base_mgr<macsec_handler, intf_id_t> {
  public:
    virtual ~macsec_mgr() = default;
 
+   /// The names of the profiles.
    virtual macsec_profile_iter_t macsec_profile_iter() const = 0;
    virtual bool exists(std::string const& profile) const = 0;
    /// Throws invalid_argument_error for an unknown profile.
@@ -236,12 +237,14 @@ class macsec_mgr : public base_mgr<macsec_handler, intf_id_t> {
    /// Makes the interface use the profile; the empty name takes the present one away. Throws configuration_error for an
    /// unknown interface or profile, and for an interface that is not capable.
    virtual void intf_profile_is(intf_id_t intf, std::string const& profile) = 0;
+   /// Whether the interface can be secured; false for an unknown one.
    virtual bool macsec_capable(intf_id_t intf) const = 0;
 
    /// The interfaces that have a status: those that use a profile.
    virtual macsec_intf_status_iter_t macsec_intf_status_iter() const = 0;
    /// The default for an interface that has none.
    virtual macsec_intf_status_t intf_status(intf_id_t intf) const = 0;
+   /// All zero for an interface that has counted nothing, or is unknown.
    virtual macsec_intf_counters_t intf_counters(intf_id_t intf) const = 0;
 };
 

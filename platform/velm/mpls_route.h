@@ -164,6 +164,7 @@ class mpls_route_handler : public base_handler<mpls_route_mgr, mpls_route_handle
    virtual void on_mpls_route_del(mpls_route_key_t const& key) {
       if (key.labels().size() == 1) on_mpls_route_del(key.labels().front());
    }
+   // The FEC came with its route or went with it; either comes right after the event of the route.
    virtual void on_mpls_fec_set(mpls_fec_id_t /*fec*/) {}
    virtual void on_mpls_fec_del(mpls_fec_id_t /*fec*/) {}
 
@@ -202,8 +203,9 @@ class mpls_route_mgr : public base_mgr<mpls_route_handler, mpls_route_key_t> {
    virtual void mpls_route_set(mpls_route_t const& route) = 0;
    /// Deletes the route and its vias; one that is absent is no error.
    virtual void mpls_route_del(mpls_route_key_t const& key) = 0;
-   /// Throws configuration_error if there is no such route.
+   /// Adds the via after the others; one that is there stays. Throws configuration_error if there is no such route.
    virtual void mpls_route_via_set(mpls_route_via_t const& via) = 0;
+   /// Removes the via; one that is absent is no error, nor is a route that is.
    virtual void mpls_route_via_del(mpls_route_via_t const& via) = 0;
 
    /// 0 for an unknown route.
@@ -219,7 +221,9 @@ class mpls_vrf_label_mgr {
  public:
    virtual ~mpls_vrf_label_mgr() = default;
 
+   /// Marks every entry; setting one clears its mark.
    virtual void resync_init() = 0;
+   /// Deletes the entries that are still marked.
    virtual void resync_complete() = 0;
    virtual mpls_vrf_label_iter_t mpls_vrf_label_iter() const = 0;
 

@@ -2,6 +2,8 @@
 
 namespace velm {
 
+// A set of addresses that is kept by hash has no order of its own. It is put in order only where all else is equal,
+// which hardly ever happens among the actions of one rule.
 std::strong_ordering policy_map_action_t::operator<=>(policy_map_action_t const& other) const {
    auto const rest = [](policy_map_action_t const& action) {
       return std::tie(action.action_type_, action.nexthop_group_name_, action.vrf_, action.dscp_,

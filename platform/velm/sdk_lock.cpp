@@ -13,6 +13,9 @@ namespace {
 //
 // The tickets wrap around, which does no harm: they are only compared for being equal, and there are never more threads
 // than numbers.
+//
+// Drawing a ticket orders nothing and is relaxed. The next holder sees all that the one before it has written, because
+// it acquires the very number that the other released.
 class TicketLock {
  public:
    void lock() {

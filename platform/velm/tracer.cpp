@@ -1,6 +1,5 @@
 #include "platform/velm/tracer.h"
 
-#include <array>
 #include <cstdarg>
 #include <cstdio>
 #include <string>
@@ -14,6 +13,7 @@ tracer::tracer(char const* name) : handler_(Pesko::Platform::getDebugHandler(nam
 bool tracer::enabled(trace_level level) const { return handler_->enabled(level); }
 bool tracer::takes(trace_level level) const { return handler_->takes(level); }
 
+// The text is formatted twice, first for its length alone: a line may be as long as what a client sent.
 void tracer::trace(trace_level level, char const* format, ...) const {
    if (!takes(level)) return;
    std::string text;

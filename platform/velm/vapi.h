@@ -40,8 +40,9 @@ class vapi_response_t {
 class vapi_mgr {
  public:
    virtual ~vapi_mgr() = default;
+   /// Gives the command's JSON as the one response, or the code and text of its failure. Changes nothing.
    virtual vapi_response_t run_show_cmd(std::string const& command) = 0;
-   /// Stops at the first failure.
+   /// Carries the commands out in order, a response each, and stops at the first failure; those before it stay.
    virtual vapi_response_t run_config_cmds(std::vector<std::string> const& commands) = 0;
 };
 
