@@ -30,6 +30,14 @@ class ClientInit;
 /// marks a second later, with one write of the policy map and one commit of the ACLs. An add that comes before takes
 /// the mark back, so that a client which drops a redirect and sets it again does not interrupt its traffic.
 ///
+///    add: ACLs, class map, rule ---> in force <----------------------------+
+///                                      |  delete, or the end of a resync   |  add: the mark is taken back, and only
+///                                      v  that did not ask for it          |  values that differ are written
+///                                    marked -------------------------------+
+///                                      |  the task, a second after the first mark
+///                                      v
+///                                    gone: rule, class map, ACLs
+///
 /// Requests and resyncs run on the server thread, the task on the main loop; the SDK lock guards all members, except
 /// where a member says otherwise.
 class CbfNhgRedirectProgrammer {

@@ -13,6 +13,16 @@
 // takes out by range what was handled. A key that has been deleted meanwhile still has its place in the map's order, so
 // that the walk goes on from there.
 
+// The drain itself is Loom's: it walks from the resume key, asks after each entry whether the task should yield, and
+// takes out by range what was handled.
+//
+//    members in the map's order    a  b  c  d  e  f
+//    one run, its time is up       a  b  c |            batch a b c; they go; the next run resumes at d
+//    meanwhile                               c comes    waits behind f: the walk goes round to the beginning
+//    the next run                              d  e  f  c
+//
+// So no session waits for more than one round, however fast figures come for others. A key that has been deleted
+// meanwhile still has its place in the map's order, so that the walk goes on from there.
 namespace VelmSdkRpc {
 namespace {
 

@@ -7,6 +7,20 @@
 #include "platform/pesko/DisplayPointer.h"
 #include "rpc/ProcessTrace.h"
 
+// Two things happen to a stream at any moment: somebody sends a batch, and an event of gRPC comes to the server thread,
+// for a completed Write or for the end of the call. Both events bear the same tag, so the state tells them apart:
+//
+//    idle ---- a batch is queued: Write ----> writing ---- Write completed: the next batch ----> writing
+//     ^                                          |   \---- Write completed, nothing queued ----> idle
+//     |  canWrite_                               |  !canWrite_
+//     |                                          |
+//     +-- the end: finish at once                +-- the first event after the client has gone marks ended_,
+//                                                    the second one finishes; a Write that failed makes the loop
+//                                                    erase the handler instead
+//
+// writeMutex_ makes "is a Write in flight, and if not, start one" one step. queueMutex_ is let go before the Write, so
+// that a sender can queue while gRPC is busy with one. The registry is told of the end without either: it takes them
+// after its own mutex when it sends.
 namespace VelmSdkRpc {
 namespace {
 
