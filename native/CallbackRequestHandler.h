@@ -7,7 +7,8 @@ namespace VelmSdkRpc {
 class VelmSdkRpcService;
 
 /// A unary call of the native service: a member function of an owner, which knows nothing of gRPC, answers the request.
-/// The gRPC status is always OK; failure stands in the response. What the owner throws ends the process.
+/// The gRPC status is always OK; failure stands in the response. What the owner throws ends the process. Runs on the
+/// server thread without a lock: the owner takes the SDK lock for as long as it must.
 ///
 /// `Name` is the address of a constant that no other instantiation has; it only keeps handlers of like types apart.
 template <class Request, class Response, class Owner, char const* Name>

@@ -4,7 +4,6 @@
 
 #include <limits>
 #include <source_location>
-#include <string>
 
 #include "cbf/CbfNexthopGroupRedirect.h"
 #include "native/IpRoute.h"
@@ -19,6 +18,16 @@
 #include "rpc/ProcessTrace.h"
 #include "sbfd/Bfd.h"
 
+// The two states of the client, which know nothing of each other:
+//
+//    rpc_server_init      not initialised --- the first that succeeds ---> initialised, until the process ends
+//
+//    rpc_server_resync    closed --- RESYNC_START ---> open --- RESYNC_END ---> closed
+//                         closed --- RESYNC_END: refused
+//                         open ----- RESYNC_START: begun anew, and what was repeated before counts no more
+//
+// Each step of a resync is an operation of one manager or programmer, under the lock that this one takes. One step for
+// all would hold the SDK lock over tables of a million rows.
 namespace VelmSdkRpc {
 namespace {
 

@@ -2,12 +2,13 @@
 
 #include <fmt/format.h>
 
-#include "convert/Utils.h"
 #include "native/Programmer.h"
 #include "platform/velm/format.h"
 #include "platform/velm/ip_route.h"
 #include "rpc/ProcessTrace.h"
 
+// A route and its via are set under one hold of the SDK lock, since a route without a way would drop its packets. The
+// key of a bulk's element is converted once, ahead of its turn, for the hint to the switch and for the call.
 namespace VelmSdkRpc {
 namespace {
 

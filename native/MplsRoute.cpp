@@ -14,6 +14,9 @@
 #include "platform/velm/mpls_route.h"
 #include "rpc/ProcessTrace.h"
 
+// A label has three forms in two managers, and no switch has an operation that changes from one to another. So the
+// order of calls keeps the label served: the new form is set before the old one goes, all under one hold of the SDK
+// lock. Checks of the request come before the first call.
 namespace VelmSdkRpc {
 namespace {
 

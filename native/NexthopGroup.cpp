@@ -10,6 +10,11 @@
 #include "platform/velm/nexthop_group.h"
 #include "rpc/ProcessTrace.h"
 
+// A group's entries are numbered, and a nexthop takes as many numbers as its weight says:
+//
+//    nexthops A (replicate_count 3), B (1)   --->   entries 0 A, 1 A, 2 A, 3 B
+//
+// The whole group is made first and set in one call, so that the switch never spreads packets over half of it.
 namespace VelmSdkRpc {
 namespace {
 

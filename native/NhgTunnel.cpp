@@ -1,11 +1,12 @@
 #include "native/NhgTunnel.h"
 
-#include "convert/Utils.h"
 #include "native/Programmer.h"
 #include "platform/velm/format.h"
 #include "platform/velm/nexthop_group_tunnel.h"
 #include "rpc/ProcessTrace.h"
 
+// A tunnel is one row of one manager, and a set replaces it whole. The wire has no flag for a deletion: a request
+// without a group is one, as with IP routes.
 namespace VelmSdkRpc {
 namespace {
 
@@ -57,7 +58,6 @@ std::uint32_t NhgTunnelProgrammer::addTunRibRoute(pb::nexthop_group_tunnel_msg c
 
 std::uint32_t NhgTunnelProgrammer::delTunRibRoute(velm::ip_prefix_t const& prefix) {
    trace(className, 1, "delete {} tunnel", prefix);
-   // Without the lock: requests come one at a time, and deleting a tunnel that is gone meanwhile is no error.
    // Without the lock: requests come one at a time, and deleting a tunnel that is gone meanwhile is no error.
    if (!nexthopGroupTunnelMgr_->exists(prefix)) return pb::rpc_status_msg::STATUS_NOT_FOUND;
    velm::sdk_scoped_lock const lock;

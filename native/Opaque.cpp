@@ -6,6 +6,8 @@
 #include "platform/velm/agent.h"
 #include "rpc/ProcessTrace.h"
 
+// The notes are kept as statuses of the agent because the switch keeps those already: across restarts, in its state
+// folder, readable by `show agent`. A store of our own would have to do all of that once more.
 namespace VelmSdkRpc {
 namespace {
 
