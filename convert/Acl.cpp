@@ -7,6 +7,8 @@
 #include "convert/Values.h"
 #include "platform/velm/acl.h"
 
+// A rule converts field by field, in a straight line: the order of the lines is the order of the checks, and that
+// decides which of several faults a client reads. A table of fields would hide the order in its rows.
 namespace VelmSdkRpc::types {
 
 velm::acl_ttl_spec_t convert(velm::remote::AclTtlSpec message) {

@@ -4,6 +4,8 @@
 #include "convert/Values.h"
 #include "platform/velm/ip_route.h"
 
+// Narrow integers are treated in two ways here and in the other features: some are cut, some are checked. Clients have
+// built on either, so no rule is made of it; each place says which it is.
 namespace VelmSdkRpc::types {
 
 velm::ip_route_key_t convert(velm::remote::IpRouteKey const& message) {

@@ -5,6 +5,8 @@
 #include "convert/Values.h"
 #include "platform/velm/macsec.h"
 
+// Key material passes through these functions. So no text of an error is made of a profile's fields but those numbers
+// that are refused.
 namespace VelmSdkRpc::types {
 
 velm::macsec_key_t convert(velm::remote::MacsecKey const& message) {

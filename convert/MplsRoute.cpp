@@ -7,6 +7,8 @@
 #include "convert/Values.h"
 #include "platform/velm/mpls_route.h"
 
+// A route's key holds a stack of labels. Its labels are converted before its metric, and an action before the key, so
+// that a client with several faults reads the same one as ever.
 namespace VelmSdkRpc::types {
 
 velm::mpls_route_key_t convert(velm::remote::MplsRouteKey const& message) {

@@ -10,6 +10,9 @@
 #include "convert/Values.h"
 #include "platform/velm/policy_map.h"
 
+// From the inside out: a map is made of rules, a rule of a raw rule and actions. Every part is converted and checked
+// even where the rule's type makes it count for nothing. The SDK's values would take less, but clients have always been
+// refused for such parts, and count on what they can read of it.
 namespace VelmSdkRpc::types {
 
 velm::policy_map_key_t convert(velm::remote::PolicyMapKey const& message) {
