@@ -3,6 +3,8 @@
 #include "remote/MirrorMethods.h"
 #include "rpc/Tracing.h"
 
+// The rows of the mirror, a method each in the order of the schema. Options come from the operator and statuses from
+// the agent and its clients, so there are setters for statuses alone.
 namespace VelmSdkRpc {
 namespace {
 

@@ -5,6 +5,8 @@
 #include "convert/BgpPath.h"
 #include "remote/MirrorMethods.h"
 
+// Each method stands twice, once for a family, as in the schema and in the manager. The event of a path holds its key
+// alone, for the newest event of a key replaces the one that waits: a client reads the path itself.
 namespace VelmSdkRpc {
 namespace {
 

@@ -3,6 +3,7 @@
 #include "convert/Intf.h"
 #include "remote/MirrorMethods.h"
 
+// Two reads and no watch: counters change with every packet, so whoever wants them asks at a pace of his own.
 namespace VelmSdkRpc {
 namespace {
 

@@ -7,6 +7,8 @@
 #include "convert/Enums.h"
 #include "remote/MirrorMethods.h"
 
+// One backlog for all kinds of events, by interface: of a burst a client gets one message for each interface, and reads
+// the rest of its state by the other methods.
 namespace VelmSdkRpc {
 namespace {
 

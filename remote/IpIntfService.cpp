@@ -7,6 +7,8 @@
 #include "remote/MirrorMethods.h"
 #include "rpc/Tracing.h"
 
+// Events are published as they come, without a backlog: an addition and a deletion of one address must not become one
+// event. The order of conversions within a method decides which of several faults is reported.
 namespace VelmSdkRpc {
 namespace {
 

@@ -9,6 +9,8 @@
 #include "platform/hints/Prefetcher.h"
 #include "remote/MirrorMethods.h"
 
+// Each method of the manager comes with and without a VRF. inVrf() chooses, so that the choice stands in one place and
+// the methods read like those of the other mirrors.
 namespace VelmSdkRpc {
 namespace {
 

@@ -5,6 +5,8 @@
 #include "convert/Macsec.h"
 #include "remote/MirrorMethods.h"
 
+// Profiles hold keys. They are converted and passed on, and no line is traced here, so that no key comes into a trace
+// by way of a mirror.
 namespace VelmSdkRpc {
 namespace {
 

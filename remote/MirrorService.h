@@ -16,6 +16,9 @@ namespace VelmSdkRpc {
 /// A mirror with a watch derives from the manager's handler as well. Its SDK callbacks run on the main loop, under the
 /// SDK lock, and publish to the subscriptions, at once or through a ServiceBacklog; all else is the server thread's. A
 /// watch replays nothing: a client that needs the present state reads it after the marker.
+///
+///    SDK callback ---> [ServiceBacklog: the newest event of a key] ---> publish ---> each handler's queue ---> Write
+///    main loop         the backlog's task, on the main loop                          server thread
 template <class Schema, class Mgr>
 class MirrorService : public GrpcService {
  public:
@@ -23,9 +26,12 @@ class MirrorService : public GrpcService {
 
    void registerRpcService(grpc::ServerBuilder& builder) override { builder.RegisterService(&asyncService_); }
    AsyncService& asyncService() { return asyncService_; }
+   /// The manager, for the adapters, which are called under the SDK lock.
    Mgr& mgr() const { return *mgr_; }
 
+   /// Who watches. Empty for ever in a mirror without a watch.
    SubscriptionController<MirrorService>& subscriptions() { return subscriptions_; }
+   // For the subscriptions: the first has come, the last has gone. Under the SDK lock.
    void startWatching() { watchIs(true); }
    void stopWatching() { watchIs(false); }
 

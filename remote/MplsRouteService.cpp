@@ -5,6 +5,8 @@
 #include "convert/MplsRoute.h"
 #include "remote/MirrorMethods.h"
 
+// Two backlogs, since a route's event and that of its FEC have different keys. Both tell of the same change, and a
+// client that wants them together reads the route after either.
 namespace VelmSdkRpc {
 namespace {
 

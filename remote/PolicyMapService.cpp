@@ -6,6 +6,8 @@
 #include "convert/PolicyMap.h"
 #include "remote/MirrorMethods.h"
 
+// A set is answered twice, by the call and later by an event: whether the hardware took the policy map is known only
+// then. Of a burst the newest event of each policy map counts, and the last word is the one that holds.
 namespace VelmSdkRpc {
 namespace {
 

@@ -6,6 +6,8 @@
 #include "convert/Vapi.h"
 #include "remote/MirrorMethods.h"
 
+// Two rows. All that a command does is the switch's; here a text goes in and an answer comes out, under one hold of the
+// SDK lock.
 namespace VelmSdkRpc {
 namespace {
 
