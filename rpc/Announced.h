@@ -13,7 +13,8 @@ namespace VelmSdkRpc {
 /// Serves the elements of a bulk request in order, a group at a time. Of each element of a group convert(element) makes
 /// what serving it needs, its key say, as an optional; hint(span of all of these) lets the switch fetch at once what
 /// the group will read; and fn(element, converted) serves each. An element that could not be converted ahead comes with
-/// null, and so fails in its turn. An element that is alone in its group is served without a hint.
+/// null, and so fails in its turn. An element that is alone in its group is served without a hint. An exception of fn
+/// ends the walk and passes through.
 template <class Elements, class Convert, class Hint, class Fn>
 void forEachAnnounced(Elements const& elements, Convert&& convert, Hint&& hint, Fn&& fn) {
    using Converted = typename std::invoke_result_t<Convert&, decltype(elements[0])>::value_type;

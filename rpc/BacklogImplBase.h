@@ -15,6 +15,7 @@ class BacklogImplBase {
    BacklogImplBase& operator=(BacklogImplBase const&) = delete;
 
    /// Publishes what fits into the task's quantum, one entry at the least, and asks for another run if any are left.
+   /// For the task, on the main loop under the SDK lock.
    virtual void handleBacklogTask() = 0;
 
  protected:

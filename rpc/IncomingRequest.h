@@ -33,7 +33,7 @@ class IncomingRequest {
       return *google::protobuf::Arena::CreateMessage<Message>(&arena_);
    }
 
-   /// For gRPC. Leaves a request that can be read, or nothing.
+   /// For gRPC, before the call has come. Leaves a request that can be read, or nothing.
    grpc::Status parse(grpc::ByteBuffer* payload) {
       message_ = &make<Request>();
       auto status = grpc::SerializationTraits<Request>::Deserialize(payload, message_);
