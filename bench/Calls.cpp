@@ -1,5 +1,10 @@
 // Calls that program or read entries of one kind, one to a call or many, beside tables of several sizes: the agent
 // beside the floor, beside itself with the smallest table, and beside another build of itself.
+//
+//    --sizes 10000 1000000 --floor F --against B   --->   floor; agent 10000; B 10000; agent 1000000; B 1000000
+//
+// All of them are alive at once and take their turns in every round, so that what disturbs the machine disturbs them
+// all. A subject's row says what is called and what its goals are; goals are for the largest table alone.
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>

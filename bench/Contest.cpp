@@ -5,6 +5,10 @@
 #include <algorithm>
 #include <stdexcept>
 
+// Entries that were added are removed again between the rounds, outside the time, so that every round meets a table of
+// the same size. Where a kind has few keys, a round is cut into laps of as many adds as there are fresh keys.
+//
+//    for each round, for each server:   make requests | send, timed | remove what was added
 namespace VelmSdkRpc::Bench {
 
 std::size_t Contest::enterFloor(std::string const& program, std::size_t size) {

@@ -15,7 +15,7 @@
 namespace VelmSdkRpc::Bench {
 
 /// Servers that are asked for the same in turns: agents, each with a table of its own, and a floor, which keeps
-/// nothing.
+/// nothing. They run from their entering until this object goes. One thread.
 class Contest {
  public:
    struct Options {

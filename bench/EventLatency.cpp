@@ -1,4 +1,7 @@
 // How long an event of the switch takes to its handler while another thread programs routes without pause.
+//
+// The switch runs in this process, without gRPC: what is measured is its lock and its main loop, and a figure that is
+// too large here cannot be the fault of anything above. Each setting has a switch of its own, made anew for each round.
 
 #include <fmt/format.h>
 
@@ -12,7 +15,6 @@
 #include <optional>
 #include <string>
 #include <thread>
-#include <vector>
 
 #include "bench/Latency.h"
 #include "bench/Load.h"

@@ -5,13 +5,15 @@
 #include <chrono>
 #include <cstdint>
 #include <stdexcept>
-#include <string_view>
 #include <thread>
 
 #include "clients/support/Call.h"
 #include "clients/support/SwitchConsole.h"
 #include "proto/velmsdk.grpc.pb.h"
 
+// An entry is made of its place, a number: the n-th host address, the n-th label, the name with n in it. So a list of
+// places says which keys a benchmark touches, for whatever kind, and every server gets the same bytes. All ranges begin
+// where addresses, labels and names are ordinary ones.
 namespace VelmSdkRpc::Bench {
 namespace {
 

@@ -1,5 +1,7 @@
 #include "bench/Latency.h"
 
+// A percentile over all rounds is the figure; its ratio to a rival comes from pairs of rounds, as all ratios do, since
+// two percentiles of different moments on a shared machine say nothing about each other.
 namespace VelmSdkRpc::Bench {
 namespace {
 

@@ -3,6 +3,8 @@
 #include <chrono>
 #include <utility>
 
+// What the thread leaves, turns, seconds and a failure, is read after it has been joined and needs no lock. Only the
+// wish to stop crosses while it runs.
 namespace VelmSdkRpc::Bench {
 
 Load::Load(std::function<void()> turn)

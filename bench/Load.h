@@ -18,7 +18,7 @@ class Load {
    Load(Load const&) = delete;
    Load& operator=(Load const&) = delete;
 
-   /// Ends as well, and says how many turns were done in a second. Throws what a turn threw.
+   /// Ends as well, and says how many turns were done in a second. Throws what a turn threw. Once.
    double stop();
 
  private:

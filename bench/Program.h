@@ -2,7 +2,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include <cstddef>
 #include <functional>
 #include <string>
 

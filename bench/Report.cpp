@@ -11,6 +11,8 @@
 
 #include "clients/support/Columns.h"
 
+// One row is told twice, for people and for the report over all benchmarks. No verdict is told: the script that makes
+// the report judges all rows alike.
 namespace VelmSdkRpc::Bench {
 namespace {
 

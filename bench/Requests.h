@@ -27,8 +27,8 @@ struct Requests {
       std::size_t elements;
    };
 
-   std::string path;
-   Answer answer;
+   std::string path;  // "/package.Service/method"
+   Answer answer;     // what of an answer says that all was carried out
    std::vector<One> list;
 };
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <functional>
 #include <vector>
 
 /// Rounds that decide between contenders on a machine that is shared and never still: each round does the same work on
@@ -10,7 +9,7 @@
 /// round's pair, so that what disturbs a round disturbs both sides.
 namespace VelmSdkRpc::Bench {
 
-/// What one contender spent on the work of one round.
+/// What one contender spent on the work of one round, in seconds.
 struct Sample {
    double seconds = 0;     // from the first call to the last answer
    double cpuSeconds = 0;  // of the server's process, all threads

@@ -10,6 +10,8 @@
 #include <unistd.h>
 #include <utility>
 
+// A server is a process of its own, so that its processor time can be told from the client's: time on the clock moves
+// by half on a machine that is shared, processor time hardly does.
 namespace VelmSdkRpc::Bench {
 
 Server::Server(std::string const& program, std::vector<std::string> arguments)
