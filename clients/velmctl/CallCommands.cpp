@@ -11,8 +11,8 @@
 #include <fmt/format.h>
 
 #include <exception>
+#include <functional>
 #include <memory>
-#include <utility>
 
 #include "clients/support/Call.h"
 #include "clients/velmctl/Candidates.h"

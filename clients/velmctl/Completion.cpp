@@ -2,7 +2,6 @@
 
 #include <fmt/format.h>
 
-#include <cstdio>
 #include <memory>
 
 #include "clients/velmctl/Commands.h"

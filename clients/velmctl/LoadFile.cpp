@@ -1,8 +1,8 @@
 #include "clients/velmctl/LoadFile.h"
 
-#include <absl/strings/str_split.h>
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "clients/support/Address.h"

@@ -8,7 +8,6 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include "clients/support/Address.h"
 #include "clients/velmctl/Catalogue.h"
