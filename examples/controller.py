@@ -1,5 +1,5 @@
-"""A small controller in Python. It keeps two nexthop groups and 2000 routes on the switch, and prints how the interfaces
-fare. When the agent goes, it waits for the next one and begins again. SIGINT or SIGTERM ends it.
+"""A small controller in Python. It keeps two nexthop groups and 2000 routes on the switch, and prints how the
+interfaces fare. When the agent goes, it waits for the next one and begins again. SIGINT or SIGTERM ends it.
 
     PYTHONPATH=stubs /usr/bin/python3 controller.py [ADDRESS]        127.0.0.1:9543 unless given
 
