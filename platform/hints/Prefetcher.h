@@ -2,8 +2,8 @@
 
 #include <span>
 
-/// What a platform's managers may offer beside the operations of their SDK, to make calls cheaper. Another switch's
-/// managers need not: ask each by dynamic_cast, and do without where there is none.
+/// Interfaces that a platform's managers may offer beside the operations of their SDK, to make calls cheaper. Another
+/// switch's managers need not: ask each by dynamic_cast, and do without where there is none.
 namespace Hints {
 
 /// A manager that can be told which rows the next calls will be about, so that they need not wait for memory one by

@@ -38,6 +38,9 @@ class ZuBacklogTaskShouldYield {
 /// and removes what was handed over; at least one is. A walk that yields leaves the key that it got to in resumeKey,
 /// where the next one starts and from where it goes round to the beginning; the sentinel stands for the beginning
 /// itself. processOne may change the value, but not the map. If it throws, what was handed over stays.
+///
+/// The members handed over are removed in one go after the walk, and not entry by entry, since the walk must not meet a
+/// change of the map.
 template <class Map, class ShouldYield, class ProcessOne>
 ZuBacklogProgress _processBacklog(Map& map, typename Map::Key& resumeKey, typename Map::Key const& sentinel,
                                   ShouldYield const& shouldYield, ProcessOne const& processOne) {

@@ -32,6 +32,7 @@ Facilities& facilities() {
 
 }  // namespace
 
+// Character by character: a digit is a level or ends a range, and what else may come depends on what came before it.
 LevelMask parseLevels(std::string_view text) {
    auto const bad = [&] { return std::invalid_argument(fmt::format("'{}' is not a list of trace levels", text)); };
    LevelMask mask = 0;

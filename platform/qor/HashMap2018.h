@@ -76,6 +76,10 @@ class HashMap2018UnsafeIteratorConstGeneric;
 /// A hash map that is walked in a fixed order, by hash and, of one hash, by age. A key that is no member has a place in
 /// that order all the same: before all members of its hash. Hence iterators survive any change, and the ends of a range
 /// need not be members. Every operation costs O(log n), plus the members of equal hash. Not thread-safe.
+///
+///    place (hash, age)   (3, 1)  (3, 7)  (9, 2)        a key of hash 9 that is no member: between (3, 7) and (9, 2)
+///
+/// Inside is an ordered map by place: a table of buckets would be walked in another order after it has grown.
 template <class Node_>
 class HashMap2018 {
  public:

@@ -26,6 +26,14 @@
 /// The stored form of values: their attributes one after the other, in the order of their list. Numbers are big-endian
 /// and of their type's width, so that fixed-size keys sort in the folder as they do in their table; texts and lists
 /// have their length before them. There is nothing to skip by: a value that gains an attribute is a new format.
+///
+///    a bool, an enum        01                       one byte, as wide as the type
+///    the number 258         00 00 01 02              of 32 bits
+///    the text "ab"          00 00 00 02  61 62
+///    two labels, 16 and 17  00 00 00 02  00 00 00 10  00 00 00 11
+///
+/// encode() appends to the bytes; decode() takes from their front and throws DamagedState for what encode() cannot have
+/// written, enums that are none and texts that are no UTF-8 included.
 namespace velm::embedded {
 
 /// Stored bytes that no table can have written.
@@ -115,6 +123,7 @@ void encode(std::string& out, List const& list) {
 template <StoredList List>
 void decode(StoredBytes& in, List& list) {
    list.clear();
+   // Nothing is reserved by the count, which may be damaged: a list that is too long ends where the bytes do.
    auto count = decodeSize(in);
    if constexpr (requires { list.before_begin(); }) {
       for (auto last = list.before_begin(); count > 0; --count) {

@@ -17,7 +17,7 @@
 // How LMDB is used here. One tree, one writer, no locks of its own, since the folder's lock keeps other processes out.
 // The file is mapped writable and never flushed by us: a killed process loses nothing, as the pages are the kernel's,
 // and a change is a write to memory. The price is that a page without room on the disk would end the process at its
-// first touch; hence the space is allocated ahead:
+// first touch, so the space is allocated ahead:
 //
 //    write(step) ---> begin ---> step puts and deletes ---> commit ---> done
 //                       ^             |  LMDB says that the map is full

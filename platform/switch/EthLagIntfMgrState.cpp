@@ -126,6 +126,7 @@ void EthLagIntfMgr::intfRemoved(Transaction& transaction, intf_id_t intf) {
       watch(transaction, lag);
    }
    if (!lags_.del(transaction, intf)) return;
+   // Members of a LAG that goes are told as leaving it. The LAG is not watched: what is gone has no state and no speed.
    reportedSpeeds_.del(transaction, intf);
    for (auto const& member : members(intf)) {
       members_.del(transaction, member);

@@ -10,6 +10,9 @@ namespace velm::embedded {
 
 /// A piece of work for the main loop: any callable without arguments, kept in place, so that posting one costs no
 /// allocation unless its captures are unusually large. Move-only; empty once moved from.
+///
+/// std::function would want captures that can be copied, and has room for two pointers alone, while most events carry a
+/// key and a value.
 class Event {
  public:
    Event() = default;
@@ -39,6 +42,7 @@ class Event {
    void operator()() { operations_->call(room_); }
 
  private:
+   /// The steps that only the type of the work in the room knows how to do.
    struct Operations {
       void (*call)(void*);
       void (*relocate)(void* from, void* to) noexcept;

@@ -54,7 +54,7 @@ void IpIntfMgr::watch(Transaction& transaction, intf_id_t intf, IpIntf const& be
 void IpIntfMgr::rowIs(intf_id_t intf, IpIntf next) {
    Inside const inside(operations_.ledger());
    Transaction transaction(inside);
-   watch(transaction, intf, row(intf), next);
+   watch(transaction, intf, row(intf), next);  // before `next` is given away
    table_.set(transaction, intf, std::move(next));
    transaction.commit();
 }

@@ -3,11 +3,12 @@
 #include <algorithm>
 #include <utility>
 
-// Of a million routes nearly all have one via that names a nexthop group and nothing else. That one is a reference to
+// Nearly all of a million routes have one via that names a nexthop group and nothing else. That one is a reference to
 // the group's name, 8 bytes with no allocation of its own; only other vias are kept as whole values, in a list.
 namespace velm::embedded {
 namespace {
 
+// Nearly always the metrics are equal, and then nothing has to be copied to leave them out.
 bool sameVia(ip_route_via_t const& a, ip_route_via_t const& b) {
    if (a.metric() == b.metric()) return a == b;
    ip_route_via_t other = b;

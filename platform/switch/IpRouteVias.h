@@ -42,6 +42,7 @@ class IpRouteVias {
    friend void decode(StoredBytes& in, IpRouteVias& vias, NamePool& names);
 
  private:
+   // At most one of the first two is set.
    NamePool::Ref group_;                                 // the one via, if it only names a group
    std::unique_ptr<StoredVias<ip_route_via_t>> others_;  // null for none
    bool groupMarked_ = false;

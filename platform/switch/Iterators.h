@@ -12,7 +12,7 @@
 
 namespace velm::embedded {
 
-/// Walks a table; project(key, value) makes the element.
+/// Walks a table; project(key, value) makes the element, which is kept: reading it needs no lock and no row.
 template <class Key, class Value, class Project>
 class TableIter : public iter_impl<std::invoke_result_t<Project, Key const&, Value const&>> {
  public:
@@ -50,7 +50,8 @@ auto makeTableIter(Table<Key, Value> const& table, Project project) {
 }
 
 /// Walks the few elements that hang on one row, as they were when the iterator was made, without those that have gone
-/// meanwhile.
+/// meanwhile. They have an order of their own and no key to find a place by, so a copy of all is the simpler way; one
+/// that came meanwhile is not met. stillThere(element) is asked under the SDK lock.
 template <class T, class StillThere>
 class SnapshotIter : public iter_impl<T> {
  public:

@@ -22,6 +22,8 @@
 /// Values as JSON, streamed: a table of a million rows never stands in memory as a document. Attributes bear their
 /// accessors' names, enums and labels are numbers, addresses and interfaces are text, indexed things are objects keyed
 /// by the decimal index.
+///
+///    {"name": "north", "autosize": false, "nexthops": {"0": {"nexthop": "192.0.2.1", "intf": "Ethernet1", ...}}}
 namespace velm::embedded {
 
 using JsonWriter = rapidjson::Writer<rapidjson::StringBuffer>;

@@ -136,6 +136,7 @@ void MacsecMgr::profile_del(std::string const& name) {
    Call const call(operations_);
    Transaction transaction(call);
    if (!profiles_.del(transaction, name)) return;
+   // Who uses a profile is capable. The rows that users() reads change only with the commit.
    for (auto const& intf : users(name)) rowIs(transaction, intf, {.profile = {}, .capable = true});
    transaction.commit();
 }

@@ -9,7 +9,7 @@
 namespace velm::embedded {
 
 /// Keeps each name once, however many rows bear it, for as long as one does. Must outlive its references; the SDK lock
-/// guards it.
+/// guards it. A route's group is then 8 bytes in its row and not a text of its own, a million times.
 class NamePool {
    struct Uses {
       NamePool* pool;

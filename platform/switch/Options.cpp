@@ -16,7 +16,7 @@
 
 // The agent has taken its own options by now; whatever else is left belongs to the switch, and what the switch does not
 // know ends the process before anything has begun. Then, in this order: the traces, so that they show what follows; the
-// state folder; the configuration, which thereby adds to what was brought back. A failure at any point ends the
+// state folder; the configuration, which so adds to what was brought back. A failure at any point ends the
 // process, for an agent on half a configuration would program the wrong switch.
 namespace velm::embedded {
 namespace {

@@ -23,6 +23,15 @@ namespace velm::embedded {
 /// and compares keys once, at the entry that it ends at, and its cost hardly grows with the size. The price is paid by
 /// insertion and by searches for a neighbour: where a key is missing only the entry tells at which digit it parts from
 /// those that are there (see partingOf), and the way is gone a second time, down to that digit.
+///
+///    keys, as digits            the tree
+///    A   1 7 3 ...              node at digit 0 --1--> node at digit 2 --3--> entry A
+///    B   1 7 9 ...                 |                       +------------9--> entry B
+///    C   2 5 5 ...                 +---2--> entry C
+///
+/// A and B are alike in digit 1, so that no node stands there: a lookup of 1 8 3 ends at A, which is another key.
+///
+/// Not thread-safe. An insertion that throws, for want of memory, leaves the map as it was.
 template <RadixKey Key, class T>
 class RadixMap {
  public:

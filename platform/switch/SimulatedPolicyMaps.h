@@ -14,7 +14,7 @@ class SimulatedPolicyMaps {
  public:
    SimulatedPolicyMaps(MainLoop& loop, PolicyMapReports& reports) : loop_(loop), reports_(reports) {}
 
-   // See Dataplane.
+   // The dataplane's calls of these names.
    void set(policy_map_key_t const& key) { simulateSync(key); }
    void apply(policy_map_key_t const& key, policy_map_hw_status_key_t const& place, bool on);
    void del(policy_map_key_t const& key);

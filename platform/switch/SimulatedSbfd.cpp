@@ -92,7 +92,7 @@ void SimulatedSbfd::planReport(Intf const& intf, Session& session) {
    plan(session.report, tickAfter(due));
 }
 
-// The first report of each goes to a place of the second of its own, whence they follow each other second by second.
+// Each session gets a place of its own in the second, and its reports follow each other there, second by second.
 void SimulatedSbfd::planRtt(Session& session) {
    if (!session.rttEnabled) {
       wheel_.del(session.rtt);

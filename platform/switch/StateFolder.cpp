@@ -21,7 +21,7 @@
 //                                      v
 //                                   fresh again: the draft is thrown away by the next process
 //
-// What stands under the final name is always whole. A folder with other files in it and no state is refused, so that a
+// The file under the final name is always whole. A folder with other files in it and no state is refused, so that a
 // mistyped path does not make an agent settle among files that are not its own.
 namespace velm::embedded {
 namespace {

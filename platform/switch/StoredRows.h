@@ -11,7 +11,7 @@ namespace velm::embedded {
 
 /// The place of a table's rows in the state folder: under their keys, after the table's byte and a front that tells the
 /// table from others of that byte. A value is stored by encode(bytes, value), or by encode(bytes, key, value) if there
-/// is one.
+/// is one. The forms without a transaction are one step each and throw velm::error if the folder refuses it.
 template <class Key, class Value>
 class StoredRows {
  public:

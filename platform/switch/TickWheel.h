@@ -11,6 +11,12 @@ namespace velm::embedded {
 /// Things to do, ordered by their tick and, within one tick, by when they were asked for. An entry stands at one tick
 /// at most and leaves no trace when it is taken out or put elsewhere, and only the first entry of a tick costs an
 /// allocation. Entries are not owned; one that stands here must neither move nor go. Not thread-safe.
+///
+///    ticks_    1000 ---> a - b - c        the entries of a tick are linked with each other
+///              1007 ---> d
+///              2000 ---> e - f
+///
+/// A map and no ring of slots: ticks lie anywhere between now and hours ahead, and few of them have entries.
 class TickWheel {
  public:
    using Tick = std::int64_t;

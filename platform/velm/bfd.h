@@ -165,7 +165,7 @@ class bfd_session_handler : public base_handler<bfd_session_mgr, bfd_session_han
 
    void watch_all_sbfd_echo_sessions(bool on);
 
-   // Of plain sessions, by key.
+   // The events of plain sessions.
    virtual void on_bfd_session_set(bfd_session_key_t const& /*key*/) {}
    virtual void on_bfd_session_del(bfd_session_key_t const& /*key*/) {}
    virtual void on_bfd_session_status(bfd_session_key_t const& /*key*/, bfd_session_status_t /*status*/) {}

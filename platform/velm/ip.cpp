@@ -40,6 +40,7 @@ std::pair<ip_addr_t, unsigned char> parseWithLength(std::string const& text) {
    throw invalid_argument_error(fmt::format("'{}' is not an address with a prefix length", text));
 }
 
+// The address without the bits beyond the length, byte by byte; a length beyond the family keeps them all.
 ip_addr_t masked(ip_addr_t const& address, unsigned char length) {
    std::array<unsigned char, 16> bytes{};
    auto const size = address_size(address.af());

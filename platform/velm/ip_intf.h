@@ -20,7 +20,7 @@ class ip_intf_handler : public base_handler<ip_intf_mgr, ip_intf_handler> {
 
    void watch_all_ip_intfs(bool on);
 
-   // Of a set that is replaced only the differences are told, those that went first.
+   // A set that is replaced is told by its differences, first the addresses that went.
    virtual void on_ip_addr_add(intf_id_t /*intf*/, ip_addr_mask_t const& /*addr*/) {}
    virtual void on_ip_addr_del(intf_id_t /*intf*/, ip_addr_mask_t const& /*addr*/) {}
    /// 0 when the interface has none any more.

@@ -33,7 +33,7 @@ std::string joinLag(Session& session, Arguments const& arguments) {
    auto& lags = session.device.ethLagIntfs;
    auto const& mode = arguments.text("on|active|passive");
    intf_id_t const lag(fmt::format("Port-Channel{}", arguments.number("N")));
-   lags.checkMember(chosenIntf(session));  // lest a member that is refused leave a new LAG
+   lags.checkMember(chosenIntf(session));  // first: a member that is refused must not leave a new LAG
    lags.eth_lag_intf_is(lag);
    lags.membership_set(chosenIntf(session), lag,
                        mode == "on"       ? mode_t::on

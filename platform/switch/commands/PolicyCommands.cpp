@@ -4,7 +4,7 @@
 #include "platform/switch/commands/Commands.h"
 #include "platform/switch/commands/Narrow.h"
 
-// What the dataplane would report is simulated through the dataplane and not through the manager, so that it takes its
+// Reports of the dataplane are simulated through the dataplane and not through the manager, so that it takes its
 // turn among the reports that are under way.
 namespace velm::embedded::commands {
 namespace {

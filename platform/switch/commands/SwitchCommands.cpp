@@ -9,7 +9,7 @@
 #include "platform/switch/commands/Answers.h"
 #include "platform/switch/commands/Commands.h"
 
-// What concerns the switch as a whole: who it is, what was called, who watches, how its tasks fare, and what makes
+// Commands about the switch as a whole: who it is, what was called, who watches, how its tasks fare, and what makes
 // trials possible, faults and a slow show command. Of the figures of calls, a command changes that of the command line
 // alone: what it calls inside is not counted.
 namespace velm::embedded::commands {
