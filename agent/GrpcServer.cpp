@@ -32,7 +32,7 @@ void GrpcServer::run() {
    if (!phase_.compare_exchange_strong(expected, Phase::Running)) shutDown();
 
    ServerEventLoop(*completionQueue_, services_).run();
-   // What is left are streams that had nothing outstanding when they were cancelled.
+   // The handlers left now are streams that had nothing outstanding when they were cancelled.
    for (auto const& service : services_) service->clearHandlers();
    trace(tracer_, 2, "stopped serving on {}", listenAddress_);
 }

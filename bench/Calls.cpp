@@ -21,7 +21,7 @@
 namespace VelmSdkRpc::Bench {
 namespace {
 
-/// What can be measured, by name, with what suits it.
+/// A method that can be measured, by name, with the figures that suit it.
 struct Subject {
    char const* name;
    Kind kind;

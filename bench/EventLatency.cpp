@@ -100,7 +100,7 @@ void program(velm::ip_route_mgr& routes, std::uint32_t number) {
    routes.ip_route_via_set(via);
 }
 
-/// What else the switch does meanwhile.
+/// The switch's other work while events are timed.
 struct Setting {
    char const* name;
    bool programming;

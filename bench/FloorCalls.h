@@ -12,6 +12,11 @@
 
 /// The calls of the floor: each one an object, whose address is the tag of its events. It asks for a call when it is
 /// made, makes its successor when that arrives, and deletes itself after its last event.
+///
+///    made: asks for a call ---> it arrives: a successor is made, the answer given ---> it has left: deleted
+///
+/// That an address is the tag is what the agent does not dare: an event for an object that has gone would be fatal.
+/// Here nobody stops the server while calls are under way.
 namespace VelmSdkRpc::Bench {
 
 class FloorEvent {

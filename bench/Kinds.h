@@ -51,7 +51,7 @@ Requests routeCalls(PlaceList const& places);
 Requests mirrorRouteCalls(PlaceList const& places);
 Requests mirrorRouteReads(PlaceList const& places);
 
-/// What the mirrors' streams bring for the entry at a place, in the order of the table.
+/// The messages that the mirrors' streams bring for the entry at a place, in the order of the table.
 velm::remote::IpRoutesResponse streamedRoute(Place place);
 velm::remote::AgentStatusesResponse streamedStatus(Place place);
 

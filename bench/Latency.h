@@ -15,7 +15,7 @@ using Times = std::vector<double>;
 /// By round.
 using Rounds = std::vector<Times>;
 
-/// What is judged of times besides their median, and the goal for it.
+/// The percentile of times that is judged besides their median, and the goal for it.
 struct Judged {
    double Percentiles::*part = &Percentiles::p99;
    std::optional<double> most{};

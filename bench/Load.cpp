@@ -3,7 +3,7 @@
 #include <chrono>
 #include <utility>
 
-// What the thread leaves, turns, seconds and a failure, is read after it has been joined and needs no lock. Only the
+// The turns, the seconds and a failure are read after the thread has been joined, and need no lock. Only the
 // wish to stop crosses while it runs.
 namespace VelmSdkRpc::Bench {
 

@@ -8,7 +8,7 @@
 
 namespace VelmSdkRpc::Bench {
 
-/// What another client does over and over, in a thread of its own, while something is measured.
+/// The work of another client, done over and over in a thread of its own while something is measured.
 class Load {
  public:
    /// Begins. `turn` is done again and again until the load ends; what it throws ends it.
@@ -24,8 +24,8 @@ class Load {
  private:
    std::atomic<bool> over_ = false;
    std::size_t turns_ = 0;         // the thread's, until it has ended
-   double seconds_ = 0;            // likewise
-   std::exception_ptr failure_{};  // likewise
+   double seconds_ = 0;            // the thread's, until it has ended
+   std::exception_ptr failure_{};  // the thread's, until it has ended
    std::thread thread_;
 };
 

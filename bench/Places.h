@@ -32,7 +32,7 @@ class Places {
    std::size_t held() const { return held_; }
    std::size_t fresh() const { return held_ / run_; }
 
-   /// What the table holds, by rising key.
+   /// The places of all keys that the table holds, by rising key.
    PlaceList table() const;
    /// `count` places of the order from the `turn`th on; after the last one it begins anew.
    PlaceList of(Order order, std::size_t turn, std::size_t count) const;

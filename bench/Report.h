@@ -9,7 +9,7 @@
 
 namespace VelmSdkRpc::Bench {
 
-/// What a benchmark has measured, as a table for people and as JSON for the report over all benchmarks.
+/// The outcome of a benchmark, as a table for people and as JSON for the report over all benchmarks.
 class Report {
  public:
    /// A speed as a share of another one's: better if higher.

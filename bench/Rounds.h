@@ -9,7 +9,7 @@
 /// round's pair, so that what disturbs a round disturbs both sides.
 namespace VelmSdkRpc::Bench {
 
-/// What one contender spent on the work of one round, in seconds.
+/// The time that one contender spent on the work of one round, in seconds.
 struct Sample {
    double seconds = 0;     // from the first call to the last answer
    double cpuSeconds = 0;  // of the server's process, all threads

@@ -1,4 +1,4 @@
-// What a large table costs beside its programming: memory of the agent for each route, and the time from the agent's
+// The cost of a large table beside its programming: memory of the agent for each route, and the time from the agent's
 // start to its first answer when its state folder holds the table.
 //
 // Memory is measured by an agent of its own each time, since an agent that has once been large gives little back. A

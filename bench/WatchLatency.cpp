@@ -28,7 +28,7 @@ namespace remote = velm::remote;
 using Clock = std::chrono::steady_clock;
 
 constexpr auto service = "/velm.remote.IntfMgrService/";
-// Of the 99th percentile, in milliseconds, with a single watcher.
+// Goals for the 99th percentile, in milliseconds, with a single watcher.
 constexpr double mostIdle = 1;
 constexpr double mostProgramming = 10;
 

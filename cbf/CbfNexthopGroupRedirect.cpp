@@ -108,7 +108,7 @@ std::vector<std::uint32_t> CbfNhgRedirectProgrammer::restore() {
       }
       trace(className, 7, "Restored policy-map seq {} nexthop-group {} -> {} IPv4 DSCP {} IPv6 DSCP {}", seq,
             read->key.matchNexthopGroup, read->key.redirectNexthopGroup, read->dscpValues.ipv4, read->dscpValues.ipv6);
-      // Of two rules for one redirect the later is kept; the earlier stays in the policy map and belongs to nobody.
+      // If two rules make one redirect, the later is kept; the earlier stays in the policy map and belongs to nobody.
       SeqAndDscpValues record{seq, epoch_, std::move(read->dscpValues)};
       if (auto* known = redirects_.lookupNodeG(read->key)) {
          known->value() = std::move(record);

@@ -30,10 +30,11 @@ class ClientInit;
 /// marks a second later, with one write of the policy map and one commit of the ACLs. An add that comes before takes
 /// the mark back, so that a client which drops a redirect and sets it again does not interrupt its traffic.
 ///
-///    add: ACLs, class map, rule ---> in force <----------------------------+
-///                                      |  delete, or the end of a resync   |  add: the mark is taken back, and only
-///                                      v  that did not ask for it          |  values that differ are written
-///                                    marked -------------------------------+
+///    add: ACLs, class map, rule ---> in force <------------------------+
+///                                      |  delete, or a resync that     |  add: takes the mark back, and writes
+///                                      |  does not repeat it           |  values that differ
+///                                      v                               |
+///                                    marked ---------------------------+
 ///                                      |  the task, a second after the first mark
 ///                                      v
 ///                                    gone: rule, class map, ACLs

@@ -19,7 +19,7 @@ struct CbfRedirectKey {
    /// "nhg" and "nhg-red" make "nhg-red", "nhg-a" and "nhg-b" make "nhg-a-b". Different keys may have the same; they
    /// then share class map and ACLs.
    std::string uniqueName() const;
-   /// The same for equal keys as long as the process lives, and no longer.
+   /// Equal keys have equal hashes as long as the process lives, and no longer.
    std::uint32_t hash() const;
 
    bool operator==(CbfRedirectKey const&) const = default;

@@ -7,7 +7,7 @@
 
 namespace VelmSdkRpc {
 
-/// What is wrong with the request, in the words of its answer: the first fault, or an empty text if there is none. The
+/// The fault of the request, in the words of its answer: the first fault, or an empty text if there is none. The
 /// groups come first, then the values; a deletion needs no values, and bad ones are no fault of it.
 std::string faultOf(pb::cbf_nexthop_group_redirect_msg const& request);
 

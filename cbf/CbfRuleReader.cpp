@@ -12,8 +12,9 @@ namespace {
 
 constexpr auto className = "CbfNhgRedirectProgrammer";  // for which operators look, whatever file the line is from
 
-/// A rule as far as it has been read. A defect makes the rule no redirect but does not end the reading. The texts name
-/// the place: the rule's number, its class map, the number in that.
+/// A rule as far as it has been read. A defect makes the rule no redirect but does not end the reading: an operator who
+/// mends a policy map by hand is to see all that is wrong at once. The texts name the place: the rule's number, its
+/// class map, the number in that.
 class RuleReader {
  public:
    RuleReader(std::uint32_t seq, velm::class_map_mgr const& classMapMgr, velm::acl_mgr const& aclMgr)

@@ -9,7 +9,7 @@
 
 namespace VelmSdkRpc {
 
-/// What one rule of a policy map says, once its class map and ACLs have been read.
+/// The redirect that one rule of a policy map makes, read from its class map and ACLs.
 struct CbfRule {
    CbfRedirectKey key;
    CbfDscpValues dscpValues;

@@ -9,7 +9,7 @@ class intf_traffic_rates_t;
 
 namespace VelmSdkRpc::types {
 
-/// What the interface has counted since it exists, and when that was read.
+/// The counters of an interface since it exists, and when they were read.
 velm::remote::IntfCounters convert(velm::intf_counters_t counters);
 /// Packets and bits a second, and when they were read.
 velm::remote::IntfTrafficRates convert(velm::intf_traffic_rates_t rates);

@@ -16,8 +16,8 @@
 #include "rpc/Announced.h"
 #include "rpc/ProcessTrace.h"
 
-/// What all programmers of the native service do alike: the check for rpc_server_init, the rendering of failures, the
-/// loop of a bulk request. A programmer's own work is a function that returns a status and may leave an error text.
+/// The work that all programmers of the native service share: the check for rpc_server_init, the rendering of failures,
+/// the loop of a bulk request. A programmer's own work is a function that returns a status and may leave an error text.
 ///
 /// A failure is the client's news and not the call's: it goes into rpc_status_msg as a status and a text, and is traced
 /// at level 0 in the same words. Only a velm::error is a failure. Anything else that a programmer throws is a fault of

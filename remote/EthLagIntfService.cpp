@@ -117,7 +117,7 @@ struct FallbackTimeoutDefault : Method<&AsyncService::Requestfallback_timeout_de
    }
 };
 
-// Of several faults the mode's is reported, then that of the member's name, then that of the LAG's.
+// If several are wrong, the mode's fault is reported, then that of the member's name, then that of the LAG's.
 struct MembershipSet : Method<&AsyncService::Requestmembership_set> {
    static void call(EthLagIntfService& service, Request const& request, Response&) {
       auto const mode = convert(request.mode());

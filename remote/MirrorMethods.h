@@ -8,8 +8,8 @@
 
 namespace VelmSdkRpc {
 
-// What the methods of the mirrors are written with: the kinds of handlers, the conversions of the values that all
-// features share, and the methods that several mirrors have in one form.
+// The parts that the methods of the mirrors are written with: the kinds of handlers, the conversions of the values that
+// all features share, and the methods that several mirrors have in one form.
 
 /// Opens a resync of the manager: what is not set again before its end goes then. The service keeps nothing of it.
 template <auto post>

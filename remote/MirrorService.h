@@ -8,7 +8,7 @@
 
 namespace VelmSdkRpc {
 
-/// What the mirrors share: a service of schema `Schema` through which remote clients see the SDK's manager `Mgr`. A
+/// Base of the mirrors: a service of schema `Schema` through which remote clients see the SDK's manager `Mgr`. A
 /// concrete mirror arms one handler per method; a call converts its request, calls the manager and converts the result.
 /// It keeps no state of the manager's, checks nothing but what a conversion checks, and reports the SDK's errors as
 /// they come.

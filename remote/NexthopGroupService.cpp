@@ -3,7 +3,7 @@
 #include "convert/NexthopGroup.h"
 #include "remote/MirrorMethods.h"
 
-// What was asked for and what is programmed are two tables of the manager, with reads for each; setters work on the
+// Groups as asked for and groups as programmed are two tables of the manager, with reads for each; setters work on the
 // first and events tell of the second. Events are published as they come: a version that a client waits for must not be
 // replaced by the next one.
 namespace VelmSdkRpc {

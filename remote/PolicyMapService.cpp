@@ -49,7 +49,7 @@ struct PolicyMapDel : Method<&AsyncService::Requestpolicy_map_del> {
    }
 };
 
-// Of several faults the first in the order key, interface, direction is reported.
+// If several are wrong, the first in the order key, interface, direction is reported.
 struct PolicyMapApply : Method<&AsyncService::Requestpolicy_map_apply> {
    static void call(PolicyMapService& service, Request const& request, Response&) {
       auto const key = convert(request.key());

@@ -15,7 +15,7 @@
 
 namespace VelmSdkRpc {
 
-/// What every kind of handler shares: the call's messages and its stub, and how a unary call is answered. `Derived` is
+/// The base of every kind of handler: the call's messages and its stub, and how a unary call is answered. `Derived` is
 /// the class that `chain` builds. A concrete handler adds
 ///
 ///   - `requestFn()`, giving the generated `Request<method>` member by which its calls are asked for, and

@@ -6,8 +6,8 @@
 
 namespace VelmSdkRpc {
 
-/// What the type of a generated `Request<method>` member tells of its method: the messages, and whether the answer is a
-/// stream of them.
+/// The facts that the type of a generated `Request<method>` member tells of its method: the messages, and whether the
+/// answer is a stream of them.
 template <class RequestFn>
 struct PostedMethod;
 

@@ -24,7 +24,7 @@ void ServerEventLoop::handleEvent(OpaqueId id, bool ok) {
    if (handler == nullptr) return;  // a late event of a handler that has gone
 
    auto const state = handler->state();
-   // What failed is a request that the server's stop has left unanswered, or an operation whose client has gone.
+   // Either a request failed that the server's stop has left unanswered, or an operation whose client has gone.
    // Neither can be answered, so nobody asks the handler; a subscription that it leaves behind goes at the next
    // publish.
    if (!ok || state == HandlerState::Finished) {

@@ -94,7 +94,7 @@ BfdProgrammer::BfdProgrammer(ClientInit const& clientInit, velm::bfd_session_mgr
    watch_all_sbfd_echo_sessions(true);
    // A quarter of the usual time a run: figures come without end, and nobody waits for one.
    rttBacklogTask_->taskQuantumIs(rttBacklogTask_->taskQuantum() * 0.25);
-   // What an agent before this one left: of epoch 0, so that the first resync takes what it does not repeat.
+   // Sessions of an agent before this one have epoch 0, so that the first resync takes those that it does not repeat.
    for (auto it = bfdSessionMgr_->sbfd_echo_session_iter(); it; ++it) epochIs(Key(*it));
 }
 

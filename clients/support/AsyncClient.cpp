@@ -90,7 +90,7 @@ AsyncCalls::AsyncCalls(AsyncClient& client, std::shared_ptr<grpc::Channel> const
 }
 
 AsyncCalls::~AsyncCalls() {
-   onReply_ = nullptr;
+   onReply_ = nullptr;  // whoever it belongs to may be going, too
    for (auto const& slot : slots_) slot->cancel();
    client_.drainUntil([this] { return underWay() == 0; });
 }

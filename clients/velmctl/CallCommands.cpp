@@ -4,7 +4,7 @@
 //    call METHOD @FILE            all requests are read first, so that nothing is sent of a file with a mistake
 //    call METHOD -                each request is sent as its line comes, for a program at the other end of a pipe
 //
-// Of many requests one that fails does not stop those after it, and the exit status is that of the first failure; an
+// Among many requests one that fails does not stop those after it, and the exit status is that of the first failure; an
 // agent that is out of reach does stop them, since each would fail alike. A watch that is interrupted has ended well as
 // far as its output goes: the list is closed.
 

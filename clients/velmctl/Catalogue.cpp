@@ -55,6 +55,8 @@ EnumDescriptor const* findEnumWithin(Descriptor const& message, std::string_view
    return nullptr;
 }
 
+/// How many characters have to be put in, left out or replaced to make one text of the other. row[j] is the distance of
+/// the part of `a` so far to the first j characters of `b`.
 std::size_t editDistance(std::string_view a, std::string_view b) {
    std::vector<std::size_t> row(b.size() + 1);
    std::iota(row.begin(), row.end(), 0);

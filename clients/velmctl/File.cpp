@@ -38,7 +38,7 @@ std::string contentOf(std::string const& path) {
    if (file.number() < 0) refuse();
    struct stat status {};
    if (fstat(file.number(), &status) != 0) refuse();
-   constexpr std::size_t least = 1 << 16;  // of what has no size, such as a pipe
+   constexpr std::size_t least = 1 << 16;  // for a file without a size, such as a pipe
    std::string content(std::max(least, static_cast<std::size_t>(status.st_size) + 1), '\0');
    std::size_t size = 0;
    for (;;) {

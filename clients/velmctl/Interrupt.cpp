@@ -13,7 +13,7 @@
 
 #include "clients/velmctl/Errors.h"
 
-// What the signals do:
+// The effects of the signals:
 //
 //    the first -----------------------> raised_, then the notice for who waits for input, then calls are cancelled
 //    more within 300 ms --------------> nothing: they are the same wish, told twice

@@ -240,6 +240,9 @@ class Reader {
       return result;
    }
 
+   /// The text typed as a field's value is taken as it is, so that texts, addresses and names need no quotes of
+   /// JSON within those of the shell. It is JSON where it looks like a list or an object for a field that can be one,
+   /// and where the field has words or numbers that JSON alone tells apart.
    void readText(std::string_view text, Slot const& slot) {
       bool const isText = slot.field.cpp_type() == FieldDescriptor::CPPTYPE_STRING;
       bool const isList = slot.field.is_repeated() && text.starts_with('[');

@@ -96,6 +96,7 @@ Columns::Row Rows::row(Cells const& cells, std::string& rest) const {
    return row;
 }
 
+// Cells that have no column, because their field came up after the columns were settled, follow with their names.
 std::string Rows::line(Cells const& cells) const {
    std::string rest;
    auto const cellsInOrder = row(cells, rest);

@@ -28,7 +28,7 @@ class Rows {
    void end();
 
  private:
-   enum class Weight { none, wherePossible, column };  // of what it says
+   enum class Weight { none, wherePossible, column };  // of the cell's value
    struct Cell {
       Path path;
       std::string text;
