@@ -9,7 +9,7 @@
 #include "platform/hints/Prefetcher.h"
 #include "remote/MirrorMethods.h"
 
-// Each method of the manager comes with and without a VRF. inVrf() chooses, so that the choice stands in one place and
+// Most methods of the manager come with and without a VRF. inVrf() chooses, so that the choice stands in one place and
 // the methods read like those of the other mirrors.
 namespace VelmSdkRpc {
 namespace {

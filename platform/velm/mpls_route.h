@@ -205,7 +205,7 @@ class mpls_route_mgr : public base_mgr<mpls_route_handler, mpls_route_key_t> {
    virtual void mpls_route_del(mpls_route_key_t const& key) = 0;
    /// Adds the via after the others; one that is there stays. Throws configuration_error if there is no such route.
    virtual void mpls_route_via_set(mpls_route_via_t const& via) = 0;
-   /// Removes the via; one that is absent is no error, nor is a route that is.
+   /// Removes the via. A via or a route that is absent is no error.
    virtual void mpls_route_via_del(mpls_route_via_t const& via) = 0;
 
    /// 0 for an unknown route.
