@@ -1,6 +1,6 @@
-// The switch's own command line: show, config, and the lists of the native tables. The native service writes
-// its tables and cannot read them, so that what it has programmed is read by show commands. velmctl knows their words for completion alone; what is typed
-// goes to the switch as it is.
+// The switch's own command line: show, config, and the lists of the native tables. The native service writes its tables
+// and cannot read them, so that what it has programmed is read by show commands. velmctl knows their words for
+// completion alone; what is typed goes to the switch as it is.
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
