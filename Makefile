@@ -5,16 +5,16 @@ JOBS  ?= $(shell nproc)
 CMAKE_FLAGS ?=
 LISTEN ?= 127.0.0.1:9543
 
-.PHONY: all setup setup-package setup-bench setup-coverage setup-fuzz configure build demo run test bench package \
-  package-test format format-check lint sanitize sanitize-thread storm chaos storm-sanitize storm-sanitize-thread soak \
-  coverage fuzz clean
+.PHONY: all setup setup-package setup-bench setup-coverage setup-fuzz setup-linux-tests configure build demo run test \
+  bench package package-test format format-check lint sanitize sanitize-thread storm chaos storm-sanitize \
+  storm-sanitize-thread soak coverage fuzz clean
 
 all: build
 
 setup:
 	@scripts/setup.sh
 
-setup-package setup-bench setup-coverage setup-fuzz: setup-%:
+setup-package setup-bench setup-coverage setup-fuzz setup-linux-tests: setup-%:
 	@scripts/setup.sh $*
 
 configure: setup
@@ -33,7 +33,7 @@ run: configure  ## the agent, until it is interrupted
 	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc
 	@$(BUILD)/agent/VelmSdkRpc --listen $(LISTEN)
 
-test: setup-package setup-bench build  ## everything built, every test run
+test: setup-package setup-bench setup-linux-tests build  ## everything built, every test run
 	@ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
 
 bench: setup-bench configure  ## every benchmark beside its floor; the report is bench/report.md
@@ -91,7 +91,7 @@ soak: configure  ## an agent under a steady load: HOURS=n; leaves soak.csv and s
 	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc soak
 	@$(BUILD)/trials/soak/soak --hours $(or $(HOURS),1) --out $(BUILD)/soak
 
-coverage: setup-package setup-coverage  ## lines and branches that the tests reach; build-coverage/coverage has the pages
+coverage: setup-package setup-coverage setup-linux-tests  ## what the tests reach; build-coverage/coverage has the pages
 	@$(MAKE) --no-print-directory BUILD=build-coverage TYPE=Debug \
 	  CMAKE_FLAGS='-DVELM_BENCH=OFF -DVELM_COVERAGE=ON -DCMAKE_CXX_FLAGS_DEBUG=-O0' build
 	@scripts/coverage build-coverage $(JOBS)

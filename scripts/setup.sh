@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the project needs and the machine lacks. Quiet when there is nothing to do. What only
-# some targets need comes with their names: `package`, `clean-debian`, `bench`, `coverage`, `fuzz`.
+# some targets need comes with their names: `package`, `clean-debian`, `bench`, `coverage`, `fuzz`, `linux-tests`.
 set -euo pipefail
 
 packages=(
   g++ cmake ninja-build make ccache pkg-config
   libgrpc++-dev libgrpc-dev libprotobuf-dev protobuf-compiler protobuf-compiler-grpc
   libfmt-dev libabsl-dev libuv1-dev liblmdb-dev libssl-dev libsystemd-dev libspdlog-dev libcli11-dev rapidjson-dev
+  clang-16 bpftool libbpf-dev libnl-3-dev libnl-genl-3-dev
   libgtest-dev libgmock-dev
   clang-format clang-tidy-16
   python3-grpcio python3-protobuf
@@ -16,7 +17,8 @@ for purpose in "$@"; do
   case $purpose in
     package) packages+=(debhelper dpkg-dev lintian systemd) ;;
     bench) packages+=(python3-matplotlib) ;;
-    fuzz) packages+=(clang-16 libclang-rt-16-dev llvm) ;;
+    fuzz) packages+=(libclang-rt-16-dev llvm) ;;
+    linux-tests) packages+=(iproute2 ethtool iputils-ping traceroute python3-scapy user-mode-linux) ;;
     coverage) packages+=(gcovr) ;;
     clean-debian) packages+=(mmdebstrap) ;;
     *) echo "setup: nothing is known of $purpose" >&2; exit 2 ;;
