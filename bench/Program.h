@@ -32,6 +32,7 @@ CLI::App& addBenchmark(CLI::App& program, std::string const& name, std::string c
 /// Each adds one benchmark.
 void addCalls(CLI::App& program);
 void addIterator(CLI::App& program);
+void addLookup(CLI::App& program);  // of the Linux dataplane, where that is built
 void addWatchLatency(CLI::App& program);
 void addSbfdUpdates(CLI::App& program);
 void addState(CLI::App& program);

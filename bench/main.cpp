@@ -37,6 +37,9 @@ int main(int argc, char** argv) {
                           Bench::addState, Bench::addVelmctl, Bench::addEventLatency}) {
       add(program);
    }
+#ifdef VELM_LINUX
+   Bench::addLookup(program);
+#endif
    try {
       program.parse(argc, argv);
       return 0;
