@@ -89,6 +89,8 @@ TEST_F(AddressTest, WhatTheKernelMakesIsFlagged) {
 TEST_F(AddressTest, AnAddressIsToldWhenItIsUsableAndADuplicateNever) {
    device->sysctl("ipv6/conf/Ethernet1/router_solicitation_delay", "0");
    device->sysctl("ipv6/neigh/Ethernet1/retrans_time_ms", "50");
+   // Asks for a second: until the kernel has seen to its carrier the other end cannot answer.
+   device->sysctl("ipv6/conf/Ethernet1/dad_transmits", "20");
    hosts->ip("link set h1 up\naddr add 2001:db8::2/64 dev h1 nodad");
    device->ip("link set Ethernet1 up\naddr add 2001:db8::2/64 dev Ethernet1");
    begin();
