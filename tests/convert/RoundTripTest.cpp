@@ -4,19 +4,25 @@
 #include "convert/Acl.h"
 #include "convert/BgpPath.h"
 #include "convert/EthLagIntf.h"
+#include "convert/Intf.h"
 #include "convert/IpRoute.h"
 #include "convert/Macsec.h"
 #include "convert/MplsRoute.h"
 #include "convert/NexthopGroup.h"
 #include "convert/PolicyMap.h"
 #include "platform/switch/Json.h"
+#include "platform/velm/acl.h"
 #include "platform/velm/bgp_path.h"
+#include "platform/velm/enums.h"
 #include "platform/velm/eth_lag_intf.h"
+#include "platform/velm/intf.h"
 #include "platform/velm/ip_route.h"
 #include "platform/velm/macsec.h"
 #include "platform/velm/mpls_route.h"
 #include "platform/velm/nexthop_group.h"
 #include "platform/velm/policy_map.h"
+#include "remote/eth_lag_intf.pb.h"
+#include "remote/intf.pb.h"
 #include "tests/convert/AnyValue.h"
 
 namespace VelmSdkRpc::types {
@@ -44,7 +50,7 @@ std::vector<std::string> differingFields(google::protobuf::Message const& a, goo
    return names;
 }
 
-/// What comes back of a value.
+/// The value as it comes back.
 template <class Value>
 Value const& returned(Value const& value) {
    return value;
@@ -72,9 +78,10 @@ using Records =
                   velm::policy_map_rule_t, velm::policy_map_t, velm::macsec_key_t, velm::macsec_profile_t, More...>;
 TYPED_TEST_SUITE(RoundTripTest, Records<>);
 // There is no way back for these.
-using SentRecords = Records<velm::bgp_path_attr_t, velm::bgp_path_t, velm::policy_map_hw_status_key_t,
-                            velm::policy_map_hw_statuses_t, velm::macsec_intf_status_t, velm::macsec_intf_counters_t,
-                            velm::eth_lag_intf_t, velm::eth_lag_intf_membership_t>;
+using SentRecords =
+   Records<velm::bgp_path_attr_t, velm::bgp_path_t, velm::policy_map_hw_status_key_t, velm::policy_map_hw_statuses_t,
+           velm::macsec_intf_status_t, velm::macsec_intf_counters_t, velm::eth_lag_intf_t,
+           velm::eth_lag_intf_membership_t, velm::intf_counters_t, velm::intf_traffic_rates_t>;
 TYPED_TEST_SUITE(FieldsTest, SentRecords);
 
 TYPED_TEST(RoundTripTest, NothingIsLostOnTheWire) {
@@ -102,6 +109,24 @@ TYPED_TEST(FieldsTest, AnAttributeIsTheFieldOfItsNameAndNoOther) {
       before = after;
    });
 }
+
+/// The schema lists the row's numbers and no others, and the SDK takes their twins and no others.
+template <class Wire, class Sdk, Ways ways, class Error>
+void expectWhole(EnumRow<Wire, Sdk, ways, Error> const& row) {
+   auto const* const schema = google::protobuf::GetEnumDescriptor<Wire>();
+   EXPECT_EQ(row.first, schema->value(0)->name().ends_with("_UNSPECIFIED") ? 1 : 0) << schema->name();
+   EXPECT_EQ(row.last, schema->value(schema->value_count() - 1)->number()) << schema->name();
+   EXPECT_EQ(row.last + 1, schema->value_count()) << schema->name();
+   for (int number = 0; number < 256; ++number) {
+      EXPECT_EQ(is_valid(static_cast<Sdk>(number)), number <= row.last - row.first) << schema->name() << number;
+   }
+}
+template <class... Rows>
+void expectAllWhole(EnumTable<Rows...> const& table) {
+   (expectWhole(static_cast<Rows const&>(table)), ...);
+}
+
+TEST(EnumTest, EveryRowIsTheRangeOfBothSides) { expectAllWhole(enumTable); }
 
 }  // namespace
 }  // namespace VelmSdkRpc::types

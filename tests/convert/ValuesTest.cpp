@@ -1,15 +1,9 @@
-#include <google/protobuf/descriptor.h>
-#include <gtest/gtest.h>
-
 #include <numeric>
-#include <vector>
 
 #include "convert/AddressFamily.h"
 #include "convert/BoundaryCheck.h"
-#include "convert/Intf.h"
 #include "convert/Values.h"
-#include "platform/velm/intf.h"
-#include "tests/convert/ErrorText.h"
+#include "tests/convert/Messages.h"
 
 namespace VelmSdkRpc::types {
 namespace {
@@ -118,7 +112,7 @@ TEST(BoundaryCheckTest, OnlyTheTypeBounds) {
    EXPECT_EQ(boundaryCheck<unsigned char>(255U, "ttl {} is out of range"), 255);
    EXPECT_EQ(boundaryCheck<unsigned short>(65535U, "vlan {} is out of range"), 65535);
    EXPECT_EQ(boundaryCheck<unsigned short>(0U, ""), 0);
-   std::string_view const part = std::string_view("vlan {} is out of range!").substr(0, 23);  // no 0 behind it
+   std::string_view const part = std::string_view("vlan {} is out of range!").substr(0, 23);  // no 0 at its end
    EXPECT_EQ(errorText<invalid_argument_error>([&] { boundaryCheck<unsigned short>(65536U, part); }),
              "vlan 65536 is out of range");
    EXPECT_EQ(errorText<invalid_argument_error>([] { boundaryCheck<unsigned short>(UINT32_MAX, "port {}"); }),
@@ -126,33 +120,6 @@ TEST(BoundaryCheckTest, OnlyTheTypeBounds) {
    EXPECT_EQ(
       errorText<invalid_argument_error>([] { boundaryCheck<unsigned char>(256U, "Invalid key server priority {}"); }),
       "Invalid key server priority 256");
-}
-
-/// Gives every attribute a value of its own and finds it again in the field of its name, at its place.
-template <class Value>
-void expectFieldForField() {
-   Value value;
-   int next = 1;
-   velm::for_each_attribute(value, [&](char const*, auto& member) { member = next++; });
-   auto const message = convert(value);
-   auto const* type = message.GetDescriptor();
-   auto const* reflection = message.GetReflection();
-   int at = 0;
-   velm::for_each_attribute(value, [&](char const* name, auto const& member) {
-      auto const* field = type->field(at++);
-      EXPECT_EQ(field->name(), name);
-      if constexpr (std::is_floating_point_v<std::remove_cvref_t<decltype(member)>>) {
-         EXPECT_EQ(reflection->GetDouble(message, field), member) << name;
-      } else {
-         EXPECT_EQ(reflection->GetUInt64(message, field), member) << name;
-      }
-   });
-   EXPECT_EQ(type->field_count(), at);
-}
-
-TEST(IntfCountersTest, NoFieldTakesTheValueOfAnother) {
-   expectFieldForField<velm::intf_counters_t>();
-   expectFieldForField<velm::intf_traffic_rates_t>();
 }
 
 }  // namespace
