@@ -98,7 +98,7 @@ TEST_F(BfdRttBacklogTest, ARunThatMustYieldAtOnceHandlesOneAndGoesOnThereEvenIfT
    for (std::uint32_t label = 16; label < 26; label += 2) {  // perhaps the next one, perhaps the one that went out
       if (backlog->backlogDel(keyOf(label)).last_rtt() != 0) --expected;
    }
-   put(100);  // ahead of the walk or behind it
+   put(100);  // before or after the place of the walk
    for (auto before = handled(); run(); before = handled()) EXPECT_EQ(handled(), before + 1);
    EXPECT_EQ(handled(), expected);
    EXPECT_EQ(pending(), 0);

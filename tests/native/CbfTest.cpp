@@ -1,4 +1,4 @@
-// CBF redirects above managers that do nothing: names, order of calls, and what is under the lock.
+// CBF redirects above managers that do nothing: names, order of calls, and which calls are under the lock.
 #include <set>
 #include <thread>
 
@@ -97,7 +97,7 @@ class CbfOrderTest : public ProgrammerTest {
    CbfNhgRedirectProgrammer programmer{client, &policyMaps, &classMaps, &acls, &agent};
 };
 
-TEST_F(CbfOrderTest, WhatNamesAnotherComesBehindIt) {
+TEST_F(CbfOrderTest, AnObjectThatNamesAnotherComesAfterIt) {
    EXPECT_THAT(callsOf(redirect({1, 2})),
                ElementsAre("rule set", "rule set", "rule set", "commit", "class map", "policy map"));
    EXPECT_THAT(callsOf(redirect({1, 3})), ElementsAre("rule set", "rule set", "rules", "rule del 5", "rule set",

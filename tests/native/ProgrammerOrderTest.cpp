@@ -69,7 +69,7 @@ TEST_F(ProgrammerOrderTest, VrfLabelsAloneCountAsMplsRoutes) {
    EXPECT_TRUE(init().mpls_routes_exist());
 }
 
-TEST_F(ProgrammerOrderTest, AnIpRouteIsSetBeforeItsViaAndDeletedBehindIt) {
+TEST_F(ProgrammerOrderTest, AnIpRouteIsSetBeforeItsViaAndDeletedAfterIt) {
    IpRouteProgrammer programmer(client, &ipRoutes);
    init();
    pb::ip_route_msg request;

@@ -38,15 +38,6 @@ class RefusalTest : public ProgrammerTest {
       }
       return places;
    }
-   void askAll() {
-      routes.processIpRouteRequest({}, status);
-      labels.processMPLSRouteRequest({}, status);
-      nexthopGroups.processNexthopGroupRequest({}, status);
-      endpoints.processNhgTunnelRequest({}, status);
-      pairs.processOpaqueStateSetRequest({}, status);
-      redirects.processCbfNhgRedirectRequest({}, status);
-      echoes.processSbfdEchoSessionRequest({}, status);
-   }
 
    ::testing::NiceMock<MockAgentMgr> agent;
    IpRouteProgrammer routes{client, &ipRoutes};
@@ -59,20 +50,10 @@ class RefusalTest : public ProgrammerTest {
    pb::rpc_status_msg status;
 };
 
-TEST_F(RefusalTest, BeforeInitItIsTheRequestsOwnFunction) {
-   EXPECT_THAT(placesOf([&] { askAll(); }),
-               ElementsAre("IpRoute IpRouteProgrammer processIpRouteRequest",
-                           "MplsRoute MplsRouteProgrammer processMPLSRouteRequest",
-                           "NexthopGroup NexthopGroupProgrammer processNexthopGroupRequest",
-                           "NhgTunnel NhgTunnelProgrammer processNhgTunnelRequest",
-                           "Opaque OpaqueProgrammer processOpaqueStateSetRequest",
-                           "CbfNexthopGroupRedirect CbfNhgRedirectProgrammer processCbfNhgRedirectRequestInternal",
-                           "Bfd BfdProgrammer processSbfdEchoSessionRequest"));
-}
-
-TEST_F(RefusalTest, ARefusalIsWhereItIsDecidedAndAnErrorWhereItIsCaught) {
-   init();
+TEST_F(RefusalTest, IsToldWhereItIsDecidedAndAnErrorWhereItIsCaught) {
    auto const places = placesOf([&] {
+      endpoints.processNhgTunnelRequest({}, status);
+      init();
       pb::mpls_route_msg label;
       labels.processMPLSRouteRequest(label, status);
       label.mutable_nexthop();
@@ -98,7 +79,8 @@ TEST_F(RefusalTest, ARefusalIsWhereItIsDecidedAndAnErrorWhereItIsCaught) {
    });
    EXPECT_THAT(
       places,
-      ElementsAre("MplsRoute MplsRouteProgrammer program", "MplsRoute MplsRouteProgrammer processMplsRouteWithNexthop",
+      ElementsAre("NhgTunnel NhgTunnelProgrammer processNhgTunnelRequest", "MplsRoute MplsRouteProgrammer program",
+                  "MplsRoute MplsRouteProgrammer processMplsRouteWithNexthop",
                   "MplsRoute MplsRouteProgrammer processMPLSRouteRequest",
                   "NexthopGroup NexthopGroupProgrammer addUpdateNhg",
                   "CbfNexthopGroupRedirect CbfNhgRedirectProgrammer process", "Bfd BfdProgrammer process",
