@@ -3,6 +3,7 @@
 #include <csignal>
 #include <map>
 
+#include "clients/support/Call.h"
 #include "tests/support/AgentTest.h"
 
 namespace VelmSdkRpc {
@@ -28,32 +29,20 @@ Request redirect(std::string const& match, std::string const& to, Dscps const& i
    request.mutable_match_ipv6_dscp()->Assign(ipv6.begin(), ipv6.end());
    return request;
 }
-Request deletion(std::string const& match, std::string const& to) {
-   auto request = redirect(match, to, {});
-   request.set_request_delete(true);
-   return request;
-}
+Request deletion(std::string const& match, std::string const& to) { return deletionOf(redirect(match, to, {})); }
 
 class CbfTest : public StatefulAgentTest {
  protected:
    CbfTest() : StatefulAgentTest("VelmSdkRpc/0-1,5-7") {}
 
    bool initWith(std::string const& policyMap) {
-      pb::rpc_server_config_msg config;
-      config.set_cbf_nexthop_group_redirect_policy_map_name(policyMap);
-      auto const answer = call(&Stub::rpc_server_init, config);
+      auto const answer = init(0, policyMap);
       EXPECT_THAT(answer.status(), Succeeded());
       return answer.cbf_policy_map_exists();
    }
-   rpc_status_msg set(Request const& request) { return call(&Stub::cbf_nexthop_group_redirect, request); }
-   pb::rpc_status_bulk_msg setAll(std::vector<Request> const& requests) {
-      pb::cbf_nexthop_group_redirect_bulk_msg bulk;
-      for (auto const& request : requests) *bulk.add_cbf_nexthop_group_redirect() = request;
-      return call(&Stub::cbf_nexthop_group_redirect_bulk, bulk);
-   }
 
-   /// What there is of redirects: "p 1: c -> b" a rule of a policy map, "c: 1=a_IPv4/1" a class map, and "a_IPv4/1:
-   /// 1=46&63@a" an ACL, by number the rules with value, mask and match group.
+   /// The objects that redirects are made of: "p 1: c -> b" a rule of a policy map, "c: 1=a_IPv4/1" a class map, and
+   /// "a_IPv4/1: 1=46&63@a" an ACL, by number the rules with value, mask and match group.
    std::vector<std::string> objects() {
       std::vector<std::string> lines;
       auto const add = [&](std::string line, auto const& rules, auto const& text) {
@@ -123,12 +112,6 @@ class CbfTest : public StatefulAgentTest {
       work();
       EXPECT_TRUE(eventually([&] { return removalRuns() == before + 1; }));
    }
-
-   void failNext(std::string const& operation) { world({"simulate fail " + operation + " error broken"}); }
-   bool traced(std::string const& text) {
-      return eventually([&] { return agent().stderrText().find(text) != std::string::npos; });
-   }
-   void expectDeath() { EXPECT_EQ(waitForEnd(), -SIGABRT); }
 };
 
 TEST_F(CbfTest, RequestsAreCheckedInOrder) {
@@ -165,8 +148,8 @@ TEST_F(CbfTest, ARedirectIsARuleAClassMapAndAnAclForEachFamily) {
                                       "nhg-a-b_IPv4/1: 1=0&63@nhg-a 2=46&63@nhg-a",
                                       "nhg-a-b_IPv6/2: 1=184&252@nhg-a 2=184&252@nhg-a 3=252&252@nhg-a"));
    EXPECT_EQ(show("show policy-map")["policy_maps"][0]["key"]["feature"].GetUint(), 1);
-   EXPECT_TRUE(traced("Added p seq 1 matching nhg-a redirect nhg-b IPv4-DSCP [0, 46] IPv6-DSCP [46, 46, 63]"));
-   EXPECT_TRUE(traced("Added p seq 2 matching a redirect b IPv4-DSCP [] IPv6-DSCP [1]"));
+   EXPECT_TRUE(hasWritten("Added p seq 1 matching nhg-a redirect nhg-b IPv4-DSCP [0, 46] IPv6-DSCP [46, 46, 63]"));
+   EXPECT_TRUE(hasWritten("Added p seq 2 matching a redirect b IPv4-DSCP [] IPv6-DSCP [1]"));
 }
 
 TEST_F(CbfTest, OnlyWhatChangesIsWritten) {
@@ -174,13 +157,14 @@ TEST_F(CbfTest, OnlyWhatChangesIsWritten) {
    set(redirect("a", "b", {1, 2, 3}, {4}));
    EXPECT_THAT(callsOf([&] { set(redirect("a", "b", {3, 1, 2}, {4})); }), IsEmpty());
    EXPECT_TRUE(
-      traced("Ignore add p seq 1 matching a redirect b IPv4-DSCP [1, 2, 3] IPv6-DSCP [4] existing sequence\n"));
+      hasWritten("Ignore add p seq 1 matching a redirect b IPv4-DSCP [1, 2, 3] IPv6-DSCP [4] existing sequence\n"));
    EXPECT_THAT(callsOf([&] {
                   set(redirect("a", "b", {1, 5}, {4, 4}));
                }),
                ElementsAre(Pair("acl_mgr.acl_commit", 1), Pair("acl_mgr.acl_rule_del", 1),
                            Pair("acl_mgr.acl_rule_ip_iter", 2), Pair("acl_mgr.acl_rule_set", 4)));
-   EXPECT_TRUE(traced("Update Acl p seq 1 matching a redirect b IPv4-DSCP [1, 2, 3]->[1, 5] IPv6-DSCP [4]->[4, 4]"));
+   EXPECT_TRUE(
+      hasWritten("Update Acl p seq 1 matching a redirect b IPv4-DSCP [1, 2, 3]->[1, 5] IPv6-DSCP [4]->[4, 4]"));
    EXPECT_THAT(objects(), ElementsAre("p 1: a-b -> b", "a-b: 1=a-b_IPv4/1 2=a-b_IPv6/2",
                                       "a-b_IPv4/1: 1=1&63@a 2=5&63@a", "a-b_IPv6/2: 1=16&252@a 2=16&252@a"));
    set(redirect("a", "b", {}, {4}));
@@ -209,27 +193,27 @@ TEST_F(CbfTest, ABulkAnswersEachAndCommitsOnce) {
    EXPECT_THAT(objects(), Contains("p 48: m49-r -> r"));
    EXPECT_THAT(callsOf([&] { setAll(requests); }),
                ElementsAre(Pair("acl_mgr.acl_commit", 1), Pair("policy_map_mgr.policy_map_is", 1)));
-   EXPECT_THAT(callsOf([&] { EXPECT_EQ(setAll({}).status_size(), 0); }),
+   EXPECT_THAT(callsOf([&] { EXPECT_EQ(setAll<Request>({}).status_size(), 0); }),
                ElementsAre(Pair("acl_mgr.acl_commit", 1), Pair("policy_map_mgr.policy_map_is", 1)));
 }
 
 TEST_F(CbfTest, TheRemovalsOfASecondShareOneWrite) {
    initWith("p");
-   setAll({redirect("a", "b", {1}), redirect("a", "c", {2}, {3}), redirect("a", "d", {4})});
+   setAll<Request>({redirect("a", "b", {1}), redirect("a", "c", {2}, {3}), redirect("a", "d", {4})});
    auto const kept = objects();
    andRemovals([&] {
       EXPECT_THAT(callsOf([&] {
                      EXPECT_THAT(set(deletion("a", "b")), Succeeded());
                      EXPECT_THAT(set(deletion("a", "b")), Succeeded());
-                     EXPECT_THAT(setAll({deletion("a", "c")}).status(0), Succeeded());
+                     EXPECT_THAT(setAll<Request>({deletion("a", "c")}).status(0), Succeeded());
                   }),
                   ElementsAre(Pair("acl_mgr.acl_commit", 1), Pair("policy_map_mgr.policy_map_is", 1)));  // the bulk's
       EXPECT_EQ(objects(), kept);
    });
    EXPECT_THAT(objects(), ElementsAre("p 3: a-d -> d", "a-d: 1=a-d_IPv4/1 2=a-d_IPv6/2", "a-d_IPv4/1: 1=4&63@a"));
-   EXPECT_TRUE(traced("Scheduled removal p seq 1 matching a redirect b"));
-   EXPECT_TRUE(traced("Removed p seq 2 matchNhg a redirectNhg c"));
-   EXPECT_TRUE(traced("Removed 2 sequences from p"));
+   EXPECT_TRUE(hasWritten("Scheduled removal p seq 1 matching a redirect b"));
+   EXPECT_TRUE(hasWritten("Removed p seq 2 matchNhg a redirectNhg c"));
+   EXPECT_TRUE(hasWritten("Removed 2 sequences from p"));
    EXPECT_THAT(set(deletion("a", "b")), Status(rpc_status_msg::STATUS_NOT_FOUND, ""));
    EXPECT_THAT(set(redirect("a", "b", {1})), Succeeded());
    EXPECT_THAT(objects(), Contains("p 4: a-b -> b"));  // no number comes twice
@@ -237,7 +221,7 @@ TEST_F(CbfTest, TheRemovalsOfASecondShareOneWrite) {
 
 TEST_F(CbfTest, AnAddTakesARemovalBack) {
    initWith("p");
-   setAll({redirect("a", "b", {1}), redirect("a", "c", {2})});
+   setAll<Request>({redirect("a", "b", {1}), redirect("a", "c", {2})});
    auto const before = objects();
    auto const calls = callsOf([&] {
       andRemovals([&] {
@@ -248,8 +232,8 @@ TEST_F(CbfTest, AnAddTakesARemovalBack) {
    EXPECT_THAT(calls,
                ElementsAre(Pair("acl_mgr.acl_commit", 1), Pair("policy_map_mgr.policy_map_is", 1)));  // the task's
    EXPECT_EQ(objects(), before);
-   EXPECT_TRUE(traced("existing sequence unscheduled pending removal"));
-   EXPECT_TRUE(traced("Removed 0 sequences from p"));
+   EXPECT_TRUE(hasWritten("existing sequence unscheduled pending removal"));
+   EXPECT_TRUE(hasWritten("Removed 0 sequences from p"));
    andRemovals([&] {
       set(deletion("a", "c"));
       set(redirect("a", "c", {3}));
@@ -261,11 +245,11 @@ TEST_F(CbfTest, ARestartFindsTheRedirectsAndAResyncPurgesThoseNotRepeated) {
    EXPECT_FALSE(initWith("p"));
    EXPECT_THAT(callsOf([&] { EXPECT_TRUE(initWith("p")); }),
                ::testing::Not(Contains(Pair(StartsWith("policy_map"), 1))));
-   setAll({redirect("a", "b", {46}, {46}), redirect("a", "c", {2, 1}, {3}), redirect("a", "d", {4})});
+   setAll<Request>({redirect("a", "b", {46}, {46}), redirect("a", "c", {2, 1}, {3}), redirect("a", "d", {4})});
    EXPECT_EQ(stop(SIGKILL), -SIGKILL);
    restart();
    EXPECT_TRUE(initWith("p"));
-   EXPECT_TRUE(traced("Restored policy-map seq 2 nexthop-group a -> c IPv4 DSCP [1, 2] IPv6 DSCP [3]"));
+   EXPECT_TRUE(hasWritten("Restored policy-map seq 2 nexthop-group a -> c IPv4 DSCP [1, 2] IPv6 DSCP [3]"));
    resync(pb::RESYNC_START);
    EXPECT_THAT(callsOf([&] { set(redirect("a", "b", {46}, {46})); }), IsEmpty());
    auto const calls = callsOf([&] { andRemovals([&] { EXPECT_THAT(resync(pb::RESYNC_END), Succeeded()); }); });
@@ -314,7 +298,8 @@ TEST_P(CbfDefectTest, IsTracedAndTakenAwayWithWhatItNames) {
    world(rule(9, "bad"));
    world(GetParam().commands);
    EXPECT_TRUE(initWith("p"));
-   for (auto const& text : GetParam().traces) EXPECT_TRUE(traced(" Error: policy-map seq 9 " + text + "\n")) << text;
+   for (auto const& text : GetParam().traces)
+      EXPECT_TRUE(hasWritten(" Error: policy-map seq 9 " + text + "\n")) << text;
    auto const left = objects();
    EXPECT_THAT(left, ::testing::Not(Contains(StartsWith("bad"))));
    EXPECT_THAT(left, Contains(StartsWith("p 9: ")));  // until the policy map is written
@@ -347,15 +332,15 @@ TEST_F(CbfTest, ARuleWithoutItsClassMapGoesWithTheNextWrite) {
           "simulate class-map empty rule 1 acl none type 2",
           "simulate policy-map p feature 1 rule 4 class-map empty nexthop-group r"});
    EXPECT_TRUE(initWith("p"));
-   EXPECT_TRUE(traced("Error: policy-map seq 3 class-map gone missing\n"));
-   EXPECT_TRUE(traced("Error: policy-map seq 3 missing match NexthopGroup\n"));
-   EXPECT_TRUE(traced("Error: policy-map seq 4 missing match NexthopGroup\n"));
+   EXPECT_TRUE(hasWritten("Error: policy-map seq 3 class-map gone missing\n"));
+   EXPECT_TRUE(hasWritten("Error: policy-map seq 3 missing match NexthopGroup\n"));
+   EXPECT_TRUE(hasWritten("Error: policy-map seq 4 missing match NexthopGroup\n"));
    EXPECT_THAT(objects(), ElementsAre("p 3: gone -> r", "p 4: empty -> r"));
-   setAll({});
+   setAll<Request>({});
    EXPECT_THAT(objects(), IsEmpty());
 }
 
-TEST_F(CbfTest, OfTwoRulesForOneRedirectTheLaterIsOwned) {
+TEST_F(CbfTest, TheLaterOfTwoRulesForOneRedirectIsOwned) {
    for (int seq : {2, 4}) {
       world({fmt::format("simulate acl c{} type 2 rule 1 nexthop-group a priority 184 mask 252", seq),
              fmt::format("simulate class-map c{} rule 1 acl c{} type 2", seq, seq),
@@ -363,7 +348,7 @@ TEST_F(CbfTest, OfTwoRulesForOneRedirectTheLaterIsOwned) {
    }
    EXPECT_TRUE(initWith("p"));
    EXPECT_THAT(callsOf([&] { set(redirect("a", "b", {}, {46})); }), IsEmpty());
-   EXPECT_TRUE(traced("Ignore add p seq 4 "));
+   EXPECT_TRUE(hasWritten("Ignore add p seq 4 "));
    andRemovals([&] { set(deletion("a", "b")); });
    EXPECT_THAT(objects(), Contains("p 2: c2 -> b"));
    EXPECT_THAT(objects(), ::testing::Not(Contains(StartsWith("p 4"))));
@@ -389,7 +374,7 @@ TEST_F(CbfTest, AFaultAtEachStepLeavesWhatWasDone) {
    EXPECT_THAT(objects(),
                ElementsAre("a-b: 1=a-b_IPv4/1 2=a-b_IPv6/2", "a-b_IPv4/1: 1=1&63@a", "a-b_IPv6/2: 1=8&252@a"));
    EXPECT_THAT(callsOf([&] { EXPECT_THAT(set(request), Succeeded()); }), IsEmpty());
-   setAll({});
+   setAll<Request>({});
    EXPECT_THAT(objects(), Contains("p 1: a-b -> b"));
    for (auto const* operation : {"acl_mgr.acl_rule_ip_iter", "acl_mgr.acl_rule_del"}) {
       expectFault(operation, redirect("a", "b", {}, {2}));
@@ -398,57 +383,77 @@ TEST_F(CbfTest, AFaultAtEachStepLeavesWhatWasDone) {
    }
 }
 
-struct Fatal {
-   char const* name;
-   char const* operation;
-   enum { restore, bulk, removal } where;
+class FatalFaultTest : public AgentTest {
+ protected:
+   /// A policy map with a rule that is none of ours, so that init has something to clean up.
+   void prepareRestore() {
+      world({"simulate policy-map p feature 1 rule 3 class-map c nexthop-group r nexthop-group s",
+             "simulate class-map c rule 1 acl c type 1",
+             "simulate acl c type 1 rule 1 nexthop-group m priority 1 mask 63"});
+   }
+   template <class Answer, class Request>
+   void expectNoAnswer(grpc::Status (Stub::*method)(grpc::ClientContext*, Request const&, Answer*),
+                       Request const& request) {
+      grpc::ClientContext context;
+      Answer answer;
+      EXPECT_FALSE((client().*method)(&context, request, &answer).ok());
+   }
+   void meet(std::string const& when) {
+      if (when == "restore") {
+         pb::rpc_server_config_msg config;
+         config.set_cbf_nexthop_group_redirect_policy_map_name("p");
+         expectNoAnswer(&Stub::rpc_server_init, config);
+      } else if (when == "bulk") {
+         expectNoAnswer(&Stub::cbf_nexthop_group_redirect_bulk, pb::cbf_nexthop_group_redirect_bulk_msg());
+      } else if (when == "removal") {
+         EXPECT_THAT(set(deletion("a", "b")), Succeeded());
+      } else {
+         runConfig({"simulate interface Ethernet9 oper down"});
+      }
+   }
 };
 
-class CbfFatalFaultTest : public CbfTest, public ::testing::WithParamInterface<Fatal> {};
-
-TEST_P(CbfFatalFaultTest, EndsTheAgent) {
-   world({"simulate policy-map p feature 1 rule 3 class-map c nexthop-group r nexthop-group s",
-          "simulate class-map c rule 1 acl c type 1",
-          "simulate acl c type 1 rule 1 nexthop-group m priority 1 mask 63"});
-   if (GetParam().where != Fatal::restore) {
-      initWith("p");
-      set(redirect("a", "b", {1}));
+TEST_F(FatalFaultTest, EndsTheAgentWhereNobodyCouldBeToldOfIt) {
+   struct Row {
+      std::string when;
+      std::string operation;
+   };
+   for (auto const& [when, operation] : {Row{"restore", "policy_map_mgr.exists"},
+                                         {"restore", "policy_map_mgr.policy_map"},
+                                         {"restore", "agent_mgr.status"},
+                                         {"restore", "agent_mgr.status_set"},
+                                         {"restore", "class_map_mgr.exists"},
+                                         {"restore", "class_map_mgr.class_map"},
+                                         {"restore", "acl_mgr.acl_rule_ip_iter"},
+                                         {"restore", "class_map_mgr.class_map_del"},
+                                         {"restore", "acl_mgr.acl_exists"},
+                                         {"restore", "acl_mgr.acl_del"},
+                                         {"restore", "acl_mgr.acl_commit"},
+                                         {"bulk", "acl_mgr.acl_commit"},
+                                         {"bulk", "policy_map_mgr.policy_map_is"},
+                                         {"removal", "class_map_mgr.class_map_del"},
+                                         {"removal", "acl_mgr.acl_del"},
+                                         {"removal", "policy_map_mgr.policy_map_is"},
+                                         {"removal", "acl_mgr.acl_commit"},
+                                         {"event", "intf_mgr.admin_enabled"},
+                                         {"event", "bfd_session_mgr.sbfd_echo_session_status"}}) {
+      SCOPED_TRACE(when + ' ' + operation);
+      prepareRestore();
+      if (when != "restore") {
+         init(0, "p");
+         EXPECT_THAT(set(redirect("a", "b", {1})), Succeeded());
+         EXPECT_THAT(set(sessionMsg("Ethernet9", 16, true)), Succeeded());
+      }
+      failNext(operation);
+      try {
+         meet(when);
+      } catch (CallError const&) {  // the agent has ended before its answer has left
+      }
+      EXPECT_EQ(waitForEnd(), -SIGABRT);
+      EXPECT_THAT(agent().stderrText(), HasSubstr("terminate called after throwing an instance of 'velm::error'"));
+      restart();
    }
-   failNext(GetParam().operation);
-   grpc::ClientContext context;
-   if (GetParam().where == Fatal::restore) {
-      pb::rpc_server_config_msg config;
-      config.set_cbf_nexthop_group_redirect_policy_map_name("p");
-      pb::rpc_server_init_status_msg answer;
-      EXPECT_FALSE(client().rpc_server_init(&context, config, &answer).ok());
-   } else if (GetParam().where == Fatal::bulk) {
-      pb::rpc_status_bulk_msg answer;
-      EXPECT_FALSE(client().cbf_nexthop_group_redirect_bulk(&context, {}, &answer).ok());
-   } else {
-      EXPECT_THAT(set(deletion("a", "b")), Succeeded());
-   }
-   EXPECT_EQ(waitForEnd(), -SIGABRT);
 }
-
-INSTANTIATE_TEST_SUITE_P(Call, CbfFatalFaultTest,
-                         ::testing::Values(Fatal{"Exists", "policy_map_mgr.exists", Fatal::restore},
-                                           Fatal{"PolicyMap", "policy_map_mgr.policy_map", Fatal::restore},
-                                           Fatal{"Status", "agent_mgr.status", Fatal::restore},
-                                           Fatal{"StatusSet", "agent_mgr.status_set", Fatal::restore},
-                                           Fatal{"ClassMapExists", "class_map_mgr.exists", Fatal::restore},
-                                           Fatal{"ClassMap", "class_map_mgr.class_map", Fatal::restore},
-                                           Fatal{"AclRules", "acl_mgr.acl_rule_ip_iter", Fatal::restore},
-                                           Fatal{"CleaningClassMapDel", "class_map_mgr.class_map_del", Fatal::restore},
-                                           Fatal{"CleaningAclExists", "acl_mgr.acl_exists", Fatal::restore},
-                                           Fatal{"CleaningAclDel", "acl_mgr.acl_del", Fatal::restore},
-                                           Fatal{"CleaningCommit", "acl_mgr.acl_commit", Fatal::restore},
-                                           Fatal{"BulkCommit", "acl_mgr.acl_commit", Fatal::bulk},
-                                           Fatal{"BulkPolicyMap", "policy_map_mgr.policy_map_is", Fatal::bulk},
-                                           Fatal{"RemovalClassMap", "class_map_mgr.class_map_del", Fatal::removal},
-                                           Fatal{"RemovalAcl", "acl_mgr.acl_del", Fatal::removal},
-                                           Fatal{"RemovalPolicyMap", "policy_map_mgr.policy_map_is", Fatal::removal},
-                                           Fatal{"RemovalCommit", "acl_mgr.acl_commit", Fatal::removal}),
-                         [](auto const& info) { return info.param.name; });
 
 }  // namespace
 }  // namespace VelmSdkRpc

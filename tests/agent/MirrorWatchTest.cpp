@@ -1,13 +1,18 @@
-// The watches of addresses, policy maps, Macsec and LAGs, and what becomes of key material.
-#include <sys/stat.h>
+// Watches of all mirrors by a script, and what no script can tell: readers that go, and tables that change.
+#include <absl/strings/str_split.h>
+#include <fmt/ranges.h>
 
-#include <csignal>
+#include <algorithm>
+#include <atomic>
+#include <fnmatch.h>
+#include <fstream>
+#include <map>
+#include <thread>
 
-#include "proto/remote/eth_lag_intf.grpc.pb.h"
-#include "proto/remote/ip_intf.grpc.pb.h"
-#include "proto/remote/macsec.grpc.pb.h"
-#include "proto/remote/policy_map.grpc.pb.h"
+#include "remote/agent.grpc.pb.h"
+#include "remote/intf.grpc.pb.h"
 #include "tests/support/AgentTest.h"
+#include "tests/support/AnyCall.h"
 #include "tests/support/Mirror.h"
 
 namespace VelmSdkRpc {
@@ -15,135 +20,127 @@ namespace {
 
 namespace remote = velm::remote;
 using ::testing::ElementsAre;
-using ::testing::EndsWith;
-using ::testing::HasSubstr;
-using ::testing::Not;
-using ::testing::UnorderedElementsAre;
-using Addrs = remote::IpIntfMgrService::Stub;
-using Policies = remote::PolicyMapMgrService::Stub;
-using Macsec = remote::MacsecMgrService::Stub;
-using Lags = remote::EthLagIntfMgrService::Stub;
+using Words = std::vector<std::string>;
 
-class MirrorWatchTest : public StatefulAgentTest {
+class MirrorWatchTest : public AgentTest {
  protected:
-   MirrorWatchTest() : StatefulAgentTest("macsec/0-9") {}
-
-   /// Nobody watches any more once the stream has gone.
-   template <class Response>
-   void expectLast(Stream<Response>& stream, char const* handler) {
-      EXPECT_THAT(watches(handler), ElementsAre("all"));
-      stream.cancel();
-      EXPECT_TRUE(eventually([&] { return watches(handler).empty(); }));
+   void play(std::string const& line) {
+      auto const sign = std::min(line.find_first_of(":~="), line.size());
+      auto const name = std::string(absl::StripTrailingAsciiWhitespace(line.substr(0, sign)));
+      auto const rest = sign == line.size() ? "" : std::string(absl::StripAsciiWhitespace(line.substr(sign + 1)));
+      if (name.ends_with(" ends")) return end(name.substr(0, name.find(' ')));
+      if (line.substr(sign, 1) == "=") return name.ends_with("_handler") ? expectWatched(name, rest) : open(name, rest);
+      if (auto const* const method = methodNamed(name)) {
+         EXPECT_TRUE(anyCall(channel(), *method, rest).status.ok());
+      } else {
+         hear(*streams_.at(name), absl::StrSplit(rest, " ; "), line[sign] == ':');
+      }
    }
+
+ private:
+   void open(std::string const& name, std::string const& call) {
+      auto const colon = call.find(':');
+      auto& stream = streams_[name];
+      stream = std::make_unique<AnyStream>(channel(), *methodNamed(call.substr(0, colon)), call.substr(colon + 1));
+      if (call.ends_with("notify_ready: true")) hear(*stream, {"ready: true"}, true);
+   }
+   void end(std::string const& name) {
+      streams_.at(name)->cancel();
+      EXPECT_EQ(streams_.at(name)->next(), nullptr);
+   }
+   static void hear(AnyStream& stream, Words expected, bool inOrder) {
+      Words unexpected;
+      for (auto left = expected.size(); left > 0; --left) {
+         auto const message = stream.next();
+         auto const text = message == nullptr ? "the end" : message->ShortDebugString();
+         auto const fits = [&](std::string const& wanted) {
+            return fnmatch(wanted.c_str(), text.c_str(), FNM_NOESCAPE) == 0;
+         };
+         auto const last = inOrder ? expected.begin() + 1 : expected.end();
+         auto const it = std::find_if(expected.begin(), last, fits);
+         if (it == last) {
+            unexpected.push_back(text);
+            if (message == nullptr) break;
+         } else {
+            expected.erase(it);
+         }
+      }
+      EXPECT_THAT(unexpected, ::testing::IsEmpty()) << "instead of " << fmt::format("{}", expected);
+   }
+   void expectWatched(std::string const& handler, std::string const& keys) {
+      EXPECT_TRUE(eventually([&] { return fmt::format("{}", fmt::join(watches(handler), " ")) == keys; }));
+   }
+
+   std::map<std::string, std::unique_ptr<AnyStream>> streams_;
 };
 
-TEST_F(MirrorWatchTest, EveryChangeOfAnAddressComesInOrder) {
-   auto const stub = remote::IpIntfMgrService::NewStub(channel());
-   auto const watch = watchFrom(*stub, &Addrs::watch, remote::IpIntfWatchRequest());
-   world({"interface Ethernet1", "ip address 192.0.2.1/24", "no ip address 192.0.2.1/24",
-          "simulate ip interface Ethernet1 vlan 65535"});
-   EXPECT_THAT(nextWords(*watch, 3,
-                         [](auto const& event) {
-                            return event.has_internal_vlan_id()
-                                      ? fmt::format("{} vlan {}", event.intf().name(),
-                                                    event.internal_vlan_id().vlan_id())
-                                      : fmt::format("{} op {} /{}", event.intf().name(), event.ip_addr_event().op(),
-                                                    event.ip_addr_event().addr().mask_length());
-                         }),
-               ElementsAre("Ethernet1 op 1 /24", "Ethernet1 op 2 /24", "Ethernet1 vlan 65535"));
-   expectLast(*watch, "ip_intf_handler");
-}
-
-TEST_F(MirrorWatchTest, OfAPolicyMapTheLastEventOfABurstComes) {
-   auto const stub = remote::PolicyMapMgrService::NewStub(channel());
-   auto const watch = [&](auto choose) {
-      remote::PolicyMapWatchRequest request;
-      choose(request);
-      return watchFrom(*stub, &Policies::watch, request);
-   };
-   auto const word = [](remote::PolicyMapWatchResponse const& event) {
-      return fmt::format("{}/{} {}{}", event.key().name(), event.key().feature(), event.event(),
-                         event.sync_fail_message());
-   };
-   auto const all = watch([](auto& request) { request.set_all(true); });
-   auto const one = watch([](auto& request) {
-      request.mutable_key()->set_name("p");
-      request.mutable_key()->set_feature(remote::POLICY_FEATURE_PBR);
-   });
-   auto const none = watch([](auto& request) { request.set_all(false); });
-   world({"simulate policy-map p feature 1 sync", "simulate policy-map p feature 2 config-set",
-          "simulate policy-map p feature 1 sync-fail \"no room\""});
-   EXPECT_THAT(nextWords(*all, 2, word), UnorderedElementsAre("p/1 0no room", "p/2 2"));
-   EXPECT_THAT(nextWords(*one, 1, word), ElementsAre("p/1 0no room"));
-   world({"simulate policy-map p feature 1 config-set", "simulate policy-map p feature 1 sync"});
-   EXPECT_THAT(nextWords(*one, 1, word), ElementsAre("p/1 1"));
-   one->cancel();
-   none->cancel();
-   EXPECT_FALSE(none->next());
-   expectLast(*all, "policy_map_handler");
-}
-
-TEST_F(MirrorWatchTest, OfALagAndOfAMemberTheLastEventOfABurstComes) {
-   auto const stub = remote::EthLagIntfMgrService::NewStub(channel());
-   auto const watch = watchFrom(*stub, &Lags::watch, remote::EthLagIntfWatchRequest());
-   auto const word = [](remote::EthLagIntfWatchResponse const& event) {
-      return fmt::format("{} {} type {} speed {}", event.intf().name(), event.member().name(), event.event_type(),
-                         event.speed());
-   };
-   world({"interface Port-Channel1", "no interface Port-Channel1", "interface Port-Channel2",
-          "simulate port-channel Port-Channel2 speed 5", "interface Ethernet7", "channel-group 2 mode on",
-          "channel-group 3 mode active"});
-   // Of the creations nothing is seen: speeds have overtaken them.
-   EXPECT_THAT(
-      nextWords(*watch, 4, word),
-      UnorderedElementsAre("Port-Channel1  type 2 speed 0", "Port-Channel2  type 5 speed 0",
-                           "Port-Channel3  type 5 speed 100000000000", "Port-Channel3 Ethernet7 type 3 speed 0"));
-   world({"interface Ethernet7", "no channel-group"});
-   EXPECT_THAT(nextWords(*watch, 2, word),
-               UnorderedElementsAre("Port-Channel3 Ethernet7 type 4 speed 0", "Port-Channel3  type 5 speed 0"));
-}
-
-TEST_F(MirrorWatchTest, AMacsecStatusOutsideItsTableIsNoneThatTheWorldHas) {
-   auto const stub = remote::MacsecMgrService::NewStub(channel());
-   auto const watch = watchFrom(*stub, &Macsec::watch, remote::MacsecWatchRequest());
-   remote::MacsecProfileSetRequest set;
-   set.mutable_profile()->set_name("m");
-   ASSERT_TRUE(ask(*stub, &Macsec::profile_set, set).status.ok());
-   world({"interface Ethernet1", "mac security profile m", "simulate macsec Ethernet1 key-status 0 traffic-status 0",
-          "simulate macsec Ethernet1 key-status 2 traffic-status 1"});
-   for (std::string last; last != "Ethernet1 3 2";) {
-      auto const event = watch->next();
-      ASSERT_TRUE(event);
-      last =
-         fmt::format("{} {} {}", event->intf().name(), event->status().key_status(), event->status().traffic_status());
+TEST_F(MirrorWatchTest, EveryOneHearsWhatItIsFor) {
+   std::ifstream file(WATCHES);
+   Words burst;
+   for (std::string line; std::getline(file, line);) {
+      if (line.empty() || line.starts_with('#')) continue;
+      if (line.starts_with("> ")) {
+         burst.push_back(line.substr(2));
+         continue;
+      }
+      SCOPED_TRACE(line);
+      if (!burst.empty()) world(std::exchange(burst, {}));
+      play(line);
+      ASSERT_FALSE(HasFailure());
    }
-   auto const refused = runConfig({"simulate macsec Ethernet1 key-status 99 traffic-status 1"});
-   EXPECT_EQ(refused.error_code(), 1001);
-   EXPECT_THAT(refused.error_message(), EndsWith("failed: key-status 99 is out of range"));
-   expectLast(*watch, "macsec_handler");
 }
 
-TEST_F(MirrorWatchTest, KeyMaterialStaysWithTheSwitchAndItsClients) {
-   auto const stub = remote::MacsecMgrService::NewStub(channel());
-   remote::BulkMacsecProfileSetRequest sets;
-   auto& profile = *sets.add_requests()->mutable_profile();
-   profile.set_name("m");
-   profile.mutable_primary_key()->set_cak("5ec2e7");
-   profile.mutable_fallback_key()->set_cak("5ec2e8");
-   *sets.add_requests()->mutable_profile() = profile;
-   sets.mutable_requests(1)->mutable_profile()->set_cipher(static_cast<remote::MacsecCipherSuite>(9));
-   auto const refused = ask(*stub, &Macsec::bulk_profile_set, sets).response;
-   EXPECT_EQ(refused.count(), 1);
-   EXPECT_THAT(refused.status().error_string(), Not(HasSubstr("5ec2")));
-   EXPECT_THAT(runShow("show macsec").raw_response(), Not(HasSubstr("5ec2")));
-   remote::MacsecProfileRequest request;
-   request.set_name("m");
-   EXPECT_EQ(ask(*stub, &Macsec::profile, request).response.profile().fallback_key().cak(), "5ec2e8");
-   struct stat status {};
-   ASSERT_EQ(::stat(folder.c_str(), &status), 0);
-   EXPECT_EQ(status.st_mode & 0777, 0700);
-   EXPECT_EQ(stop(SIGTERM), 0);
-   EXPECT_THAT(agent().stderrText(), Not(HasSubstr("5ec2")));
+TEST_F(MirrorWatchTest, AReaderThatDiesWithAWriteInFlightLeavesAtTheNextPublish) {
+   auto const open = [&](std::string const& request) {
+      auto stream = std::make_unique<AnyStream>(channel(), *methodNamed("IntfMgrService.watch"), request);
+      EXPECT_EQ(stream->next()->ShortDebugString(), "ready: true");
+      return stream;
+   };
+   auto stuck = open("all: true notify_ready: true");
+   auto const brisk = open("intf_id { name: 'Ethernet1' } notify_ready: true");
+   std::string const large(200'000, 'x');
+   for (int i = 0; i < 20; ++i) {
+      world({"interface Ethernet1", fmt::format("description \"{} {}\"", i, large)});
+      ASSERT_THAT(brisk->next()->ShortDebugString(), ::testing::HasSubstr(fmt::format("\"{} xxx", i)));
+   }
+   stuck.reset();
+   brisk->cancel();
+   EXPECT_EQ(brisk->next(), nullptr);
+   EXPECT_TRUE(eventually([&] {
+      world({"interface Ethernet1", "no description", "description b"});
+      return watches("intf_handler").empty();
+   }));
+}
+
+TEST_F(MirrorWatchTest, ATableRewrittenUnderItsIteratorGivesEachLastingElementOnce) {
+   using Stub = remote::AgentService::Stub;
+   constexpr int lasting = 3000;
+   auto const stub = remote::AgentService::NewStub(channel());
+   remote::AgentBulkStatusSetRequest sets;
+   for (int i = 0; i < lasting; ++i) sets.add_requests()->set_name(fmt::format("{:06} lasts", i));
+   ASSERT_EQ(ask(*stub, &Stub::bulk_status_set, sets).response.count(), lasting);
+   std::atomic<bool> over = false;
+   std::thread churn([&] {
+      auto const other = remote::AgentService::NewStub(agent().channel());
+      for (int i = 0; !over; i = (i + 7) % lasting) {
+         remote::AgentStatusSetRequest set;
+         set.set_name(fmt::format("{:06} comes and goes", i));
+         ask(*other, &Stub::status_set, set);
+         remote::AgentStatusDelRequest del;
+         del.set_name(set.name());
+         ask(*other, &Stub::status_del, del);
+      }
+   });
+   for (int walk = 0; walk < 3; ++walk) {
+      Words names;
+      for (auto const& response : Stream(*stub, &Stub::statuses, remote::AgentStatusesRequest()).rest()) {
+         if (response.name().ends_with("lasts")) names.push_back(response.name());
+      }
+      ASSERT_EQ(names.size(), lasting);
+      for (int i = 0; i < lasting; ++i) ASSERT_EQ(names[i], fmt::format("{:06} lasts", i));
+   }
+   over = true;
+   churn.join();
 }
 
 }  // namespace

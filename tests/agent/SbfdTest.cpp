@@ -19,20 +19,6 @@ using ::testing::UnorderedElementsAre;
 using Stub = pb::velmsdk_service::Stub;
 using Batch = pb::watch_sbfd_echo_session_status_msg;
 
-/// A session over the interface, told apart by its label; the nexthop is always the same.
-pb::sbfd_echo_session_msg session(std::string const& intf, std::uint32_t label, bool track = false) {
-   pb::sbfd_echo_session_msg request;
-   auto& key = *request.mutable_session_key();
-   key.set_outgoing_interface(intf);
-   key.mutable_nexthop()->set_addr(std::string("\x0a\0\0\x01", 4));
-   key.add_labels(label);
-   request.set_track_interface_state(track);
-   return request;
-}
-pb::sbfd_echo_session_msg deletion(pb::sbfd_echo_session_msg request) {
-   request.set_request_delete(true);
-   return request;
-}
 /// The front of a simulation of the session.
 std::string simulate(std::string const& intf, std::uint32_t label) {
    return fmt::format("simulate sbfd {} 10.0.0.1 labels {} dscp 0 exp 0 ", intf, label);
@@ -67,31 +53,26 @@ class SbfdTest : public StatefulAgentTest {
       init();
    }
 
-   rpc_status_msg set(pb::sbfd_echo_session_msg const& request) { return call(&Stub::sbfd_echo_session, request); }
    /// A stream that listens.
    std::unique_ptr<Stream<Batch>> listen(bool wantsRtt = true) { return listen(client(), wantsRtt); }
    std::unique_ptr<Stream<Batch>> listen(Stub& stub, bool wantsRtt = true) {
       pb::watch_sbfd_echo_session_config_msg config;
       config.set_request_rtt_updates(wantsRtt);
       auto stream = std::make_unique<Stream<Batch>>(stub, &Stub::watch_sbfd_echo_session_status_msgs, config);
-      ask(stub, &Stub::get_rpc_server_state, pb::rpc_server_state_status_msg());  // taken behind the stream's call
+      ask(stub, &Stub::get_rpc_server_state, pb::rpc_server_state_status_msg());  // taken after the stream's call
       return stream;
    }
+   /// "Ethernet1/16 300x3 false", the last whether RTT is measured.
    std::vector<std::string> sessions() {
       std::vector<std::string> lines;
-      auto const json = show("show sbfd echo");
-      for (auto const& row : json["sessions"].GetArray()) {
-         lines.push_back(fmt::format("{}/{} {}x{} rtt {}", row["key"]["nexthop_intf"].GetString(),
-                                     row["key"]["labels"][0].GetUint(), row["min_tx"].GetUint(),
-                                     row["multiplier"].GetUint(), row["rtt_enabled"].GetBool()));
-      }
+      for (auto const& [key, text] : table("session")) lines.push_back(key + ' ' + text);
       return lines;
    }
 };
 
 TEST_F(SbfdTest, RequestsAreCheckedInOrder) {
    auto const refused = [&](auto&& spoil) {
-      auto request = session("Ethernet1", 16);
+      auto request = sessionMsg("Ethernet1", 16);
       spoil(request);
       auto const answer = set(request);
       EXPECT_EQ(answer.status(), rpc_status_msg::STATUS_ERROR);
@@ -114,39 +95,39 @@ TEST_F(SbfdTest, RequestsAreCheckedInOrder) {
    EXPECT_THAT(refused([](auto& request) { request.mutable_session_key()->clear_nexthop(); }),
                EndsWith("names no nexthop"));
    EXPECT_THAT(sessions(), IsEmpty());
-   auto highest = session("Ethernet1", 16);
+   auto highest = sessionMsg("Ethernet1", 16);
    highest.mutable_session_key()->set_dscp(255);
    highest.mutable_session_key()->set_mpls_exp(7);
    EXPECT_THAT(set(highest), Succeeded());
-   EXPECT_EQ(call(&Stub::sbfd_echo_session_bulk, pb::sbfd_echo_session_bulk_msg()).status_size(), 0);
+   EXPECT_EQ(setAll<pb::sbfd_echo_session_msg>({}).status_size(), 0);
 }
 
 TEST_F(SbfdTest, ARepeatedRequestSetsEverythingAnew) {
-   auto request = session("Ethernet1", 16, true);
+   auto request = sessionMsg("Ethernet1", 16, true);
    request.set_min_tx(65536 + 50);  // cut to 16 and 8 bits, unchecked
    request.set_detection_multiplier(256 + 5);
    request.set_rtt_enabled(true);
    EXPECT_THAT(set(request), Succeeded());
-   EXPECT_THAT(sessions(), ElementsAre("Ethernet1/16 50x5 rtt true"));
+   EXPECT_THAT(sessions(), ElementsAre("Ethernet1/16 50x5 true"));
    EXPECT_THAT(watches("intf_handler"), ElementsAre("Ethernet1"));
    request.set_min_tx(65536);
    EXPECT_THAT(set(request), Succeeded());
-   EXPECT_THAT(sessions(), ElementsAre("Ethernet1/16 0x5 rtt true"));
-   EXPECT_THAT(set(session("Ethernet1", 17, true)), Succeeded());
-   EXPECT_THAT(set(session("Ethernet1", 16)), Succeeded());
-   EXPECT_THAT(sessions(), ElementsAre("Ethernet1/16 300x3 rtt false", "Ethernet1/17 300x3 rtt false"));
+   EXPECT_THAT(sessions(), ElementsAre("Ethernet1/16 0x5 true"));
+   EXPECT_THAT(set(sessionMsg("Ethernet1", 17, true)), Succeeded());
+   EXPECT_THAT(set(sessionMsg("Ethernet1", 16)), Succeeded());
+   EXPECT_THAT(sessions(), ElementsAre("Ethernet1/16 300x3 false", "Ethernet1/17 300x3 false"));
    EXPECT_THAT(watches("intf_handler"), ElementsAre("Ethernet1"));  // for the other one
-   EXPECT_THAT(set(deletion(session("Ethernet1", 17))), Succeeded());
+   EXPECT_THAT(set(deletionOf(sessionMsg("Ethernet1", 17))), Succeeded());
    EXPECT_THAT(watches("intf_handler"), IsEmpty());
-   EXPECT_THAT(set(deletion(session("Ethernet1", 17))), Succeeded());  // unknown by now
-   EXPECT_THAT(sessions(), ElementsAre("Ethernet1/16 300x3 rtt false"));
+   EXPECT_THAT(set(deletionOf(sessionMsg("Ethernet1", 17))), Succeeded());  // unknown by now
+   EXPECT_THAT(sessions(), ElementsAre("Ethernet1/16 300x3 false"));
 }
 
 TEST_F(SbfdTest, AFaultLeavesWhatWasDoneBeforeIt) {
-   auto request = session("Ethernet1", 16, true);
+   auto request = sessionMsg("Ethernet1", 16, true);
    request.set_rtt_enabled(true);
    auto const faultAt = [&](std::string const& operation, pb::sbfd_echo_session_msg const& asked) {
-      world({"simulate fail bfd_session_mgr." + operation + " error broken"});
+      failNext("bfd_session_mgr." + operation);
       auto const answer = set(asked);
       EXPECT_EQ(answer.status(), rpc_status_msg::STATUS_ERROR);
       EXPECT_THAT(answer.debug_string(), StartsWith("Error: request VelmSdkRpc::pb::sbfd_echo_session_msg{"));
@@ -154,14 +135,14 @@ TEST_F(SbfdTest, AFaultLeavesWhatWasDoneBeforeIt) {
       return sessions();
    };
    EXPECT_THAT(faultAt("sbfd_echo_session_set", request), IsEmpty());
-   EXPECT_THAT(faultAt("sbfd_echo_session_default_interval", request), ElementsAre("Ethernet1/16 300x3 rtt false"));
-   EXPECT_THAT(faultAt("sbfd_echo_session_interval_is", request), ElementsAre("Ethernet1/16 300x3 rtt false"));
-   EXPECT_THAT(faultAt("sbfd_echo_session_rtt_enabled_is", request), ElementsAre("Ethernet1/16 300x3 rtt false"));
+   EXPECT_THAT(faultAt("sbfd_echo_session_default_interval", request), ElementsAre("Ethernet1/16 300x3 false"));
+   EXPECT_THAT(faultAt("sbfd_echo_session_interval_is", request), ElementsAre("Ethernet1/16 300x3 false"));
+   EXPECT_THAT(faultAt("sbfd_echo_session_rtt_enabled_is", request), ElementsAre("Ethernet1/16 300x3 false"));
    EXPECT_THAT(watches("intf_handler"), IsEmpty());
    EXPECT_THAT(set(request), Succeeded());
-   EXPECT_THAT(faultAt("sbfd_echo_session_del", deletion(request)), ElementsAre("Ethernet1/16 300x3 rtt true"));
+   EXPECT_THAT(faultAt("sbfd_echo_session_del", deletionOf(request)), ElementsAre("Ethernet1/16 300x3 true"));
    EXPECT_THAT(watches("intf_handler"), ElementsAre("Ethernet1"));
-   world({"simulate fail bfd_session_mgr.sbfd_echo_session_status error broken"});
+   failNext("bfd_session_mgr.sbfd_echo_session_status");
    EXPECT_THAT(resync(pb::RESYNC_START), Succeeded());
    EXPECT_THAT(set(request), Succeeded());
    EXPECT_THAT(resync(pb::RESYNC_END), Status(rpc_status_msg::STATUS_ERROR, "Error: exception broken"));
@@ -170,7 +151,7 @@ TEST_F(SbfdTest, AFaultLeavesWhatWasDoneBeforeIt) {
 TEST_F(SbfdTest, StatusesOfOneTurnAreOneBatchWhoeverTheyAreOf) {
    auto const first = listen();
    auto second = listen(false);
-   EXPECT_THAT(set(session("Ethernet1", 16)), Succeeded());
+   EXPECT_THAT(set(sessionMsg("Ethernet1", 16)), Succeeded());
    std::vector<std::string> commands;
    for (auto const* status : {"1", "2", "3", "4", "0", "5"})
       commands.push_back(simulate("Ethernet1", 16) + "status " + status);
@@ -208,7 +189,7 @@ TEST_F(SbfdTest, RttFiguresCoalesceByKeyAndGoToEveryListener) {
 
 TEST_F(SbfdTest, AnInterfaceThatFailsIsToldAtOnceForThoseThatFollowIt) {
    auto const stream = listen();
-   for (auto const label : {16, 17, 18}) EXPECT_THAT(set(session("Ethernet1", label, label != 18)), Succeeded());
+   for (auto const label : {16, 17, 18}) EXPECT_THAT(set(sessionMsg("Ethernet1", label, label != 18)), Succeeded());
    world({simulate("Ethernet1", 16) + "status 3", simulate("Ethernet1", 17) + "status 1"});
    EXPECT_THAT(wordsOf(stream->next()), ElementsAre("Ethernet1/16=3", "Ethernet1/17=1", "end"));
    auto const expectNews = [&](std::string const& command, std::vector<std::string> const& news) {
@@ -230,7 +211,7 @@ TEST_F(SbfdTest, AnInterfaceThatFailsIsToldAtOnceForThoseThatFollowIt) {
    expectNews("simulate interface Ethernet1 create", {"Ethernet1/16=3", "end"});
    world({"simulate interface Ethernet2 oper down"});  // nobody follows it
    expectNoNews();
-   EXPECT_THAT(set(session("Ethernet2", 20, true)), Succeeded());
+   EXPECT_THAT(set(sessionMsg("Ethernet2", 20, true)), Succeeded());
    expectNews("simulate interface Ethernet2 oper up", {"Ethernet2/20=0", "end"});
    world({"interface Ethernet2", "shutdown"});
    EXPECT_THAT(wordsOf(stream->next()), ElementsAre("Ethernet2/20=1", "end"));
@@ -238,17 +219,17 @@ TEST_F(SbfdTest, AnInterfaceThatFailsIsToldAtOnceForThoseThatFollowIt) {
 
 TEST_F(SbfdTest, AResyncPurgesWhatWasNotRepeatedAndTellsTheRest) {
    auto const stream = listen();
-   for (auto const label : {16, 17, 18}) EXPECT_THAT(set(session("Ethernet1", label, true)), Succeeded());
+   for (auto const label : {16, 17, 18}) EXPECT_THAT(set(sessionMsg("Ethernet1", label, true)), Succeeded());
    world({simulate("Ethernet1", 16) + "status 3"});
    EXPECT_THAT(wordsOf(stream->next()), ElementsAre("Ethernet1/16=3", "end"));
    EXPECT_THAT(resync(pb::RESYNC_START), Succeeded());
-   EXPECT_THAT(set(session("Ethernet1", 16)), Succeeded());
-   EXPECT_THAT(set(session("Ethernet2", 19, true)), Succeeded());
+   EXPECT_THAT(set(sessionMsg("Ethernet1", 16)), Succeeded());
+   EXPECT_THAT(set(sessionMsg("Ethernet2", 19, true)), Succeeded());
    EXPECT_THAT(resync(pb::RESYNC_END), Succeeded());
    auto words = wordsOf(stream->next());
    EXPECT_EQ(words.back(), "end");
    EXPECT_THAT(words, UnorderedElementsAre("Ethernet1/16=3", "Ethernet2/19=0", "end"));
-   EXPECT_THAT(sessions(), ElementsAre("Ethernet1/16 300x3 rtt false", "Ethernet2/19 300x3 rtt false"));
+   EXPECT_THAT(sessions(), ElementsAre("Ethernet1/16 300x3 false", "Ethernet2/19 300x3 false"));
    EXPECT_THAT(watches("intf_handler"), ElementsAre("Ethernet2"));
    EXPECT_THAT(resync(pb::RESYNC_START), Succeeded());
    EXPECT_THAT(resync(pb::RESYNC_END), Succeeded());  // nothing is left, and nothing is said
@@ -258,7 +239,7 @@ TEST_F(SbfdTest, AResyncPurgesWhatWasNotRepeatedAndTellsTheRest) {
 }
 
 TEST_F(SbfdTest, SessionsOutliveTheAgentUntilAResyncDoesNotRepeatThem) {
-   for (auto const label : {16, 17}) EXPECT_THAT(set(session("Ethernet1", label, true)), Succeeded());
+   for (auto const label : {16, 17}) EXPECT_THAT(set(sessionMsg("Ethernet1", label, true)), Succeeded());
    stop(SIGKILL);
    setenv("TERNAGENT_NOBFD", "", 1);
    restart();
@@ -268,14 +249,14 @@ TEST_F(SbfdTest, SessionsOutliveTheAgentUntilAResyncDoesNotRepeatThem) {
    EXPECT_THAT(watches("intf_handler"), IsEmpty());  // who follows an interface is not known yet
    auto const stream = listen();
    EXPECT_THAT(resync(pb::RESYNC_START), Succeeded());
-   EXPECT_THAT(set(session("Ethernet1", 17)), Succeeded());
+   EXPECT_THAT(set(sessionMsg("Ethernet1", 17)), Succeeded());
    EXPECT_THAT(resync(pb::RESYNC_END), Succeeded());
-   EXPECT_THAT(sessions(), ElementsAre("Ethernet1/17 300x3 rtt false"));
+   EXPECT_THAT(sessions(), ElementsAre("Ethernet1/17 300x3 false"));
    world({simulate("Ethernet1", 17) + "status 3"});
    EXPECT_THAT(wordsOf(stream->next()), ElementsAre("Ethernet1/17=3", "end"));  // and not the resync's statuses
 }
 
-TEST_F(SbfdTest, StatusesOvertakeTheFiguresThatWaitBehindAWrite) {
+TEST_F(SbfdTest, StatusesOvertakeTheFiguresThatWaitForAWrite) {
    constexpr int sessionCount = 6000;
    grpc::ChannelArguments narrow;  // else the client's side takes megabytes that nobody reads
    narrow.SetInt(GRPC_ARG_HTTP2_BDP_PROBE, 0);

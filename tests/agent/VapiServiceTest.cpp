@@ -24,13 +24,15 @@ TEST_F(VapiServiceTest, RefusedAndUnparsableCommandsDiffer) {
       unsigned code;
       std::string text;
    };
-   std::vector<Row> const rows{{"shutdown", 1001, "no interface is chosen"},
-                               {"no interface Ethernet1", 1001, "Ethernet1 is a port"},
-                               {"interface Ethernt1", 1000, "expected an interface at 'Ethernt1'"},
-                               {"description \"half", 1000, "a quote is not closed"},
-                               {"simulate fail no_mgr.op error x", 1001, "no such operation no_mgr.op"},
-                               {"simulate fail ip_route_mgr.exists odd x", 1001, "no such error odd"},
-                               {"show version", 1000, "expected"}};
+   std::vector<Row> const rows{
+      {"shutdown", 1001, "no interface is chosen"},
+      {"no interface Ethernet1", 1001, "Ethernet1 is a port"},
+      {"interface Ethernt1", 1000, "expected an interface at 'Ethernt1'"},
+      {"description \"half", 1000, "a quote is not closed"},
+      {"simulate fail no_mgr.op error x", 1001, "no such operation no_mgr.op"},
+      {"simulate fail ip_route_mgr.exists odd x", 1001, "no such error odd"},
+      {"simulate macsec Ethernet1 key-status 99 traffic-status 1", 1001, "key-status 99 is out of range"},
+      {"show version", 1000, "expected"}};
    for (auto const& row : rows) {
       auto const answer = runConfig({row.command});
       EXPECT_EQ(answer.error_code(), row.code) << row.command;
@@ -64,7 +66,7 @@ TEST_F(VapiServiceTest, AGroupFollowsItsInterface) {
       });
    };
    init();
-   setGroup(groupMsg("g", "Ethernet7"));
+   set(groupMsg("g", "Ethernet7"));
    EXPECT_TRUE(isActive(true, 1));
    world({"interface Ethernet7", "shutdown"});
    EXPECT_TRUE(isActive(false, 1));
@@ -72,14 +74,14 @@ TEST_F(VapiServiceTest, AGroupFollowsItsInterface) {
    EXPECT_TRUE(isActive(false, 1));
    world({"simulate interface Ethernet7 oper up"});
    EXPECT_TRUE(isActive(true, 1));
-   setGroup(groupMsg("g", "Ethernet8"));
+   set(groupMsg("g", "Ethernet8"));
    EXPECT_TRUE(isActive(true, 2));
 }
 
 TEST_F(VapiServiceTest, RoutesAreShownByPrefixLimitAndCount) {
    init();
    for (auto const* prefix : {"10.2.0.0/16", "10.1.0.0/16", "2001:db8::/32", "9.0.0.0/8"}) {
-      setRoute(routeMsg(prefix, "g"));
+      set(routeMsg(prefix, "g"));
    }
    EXPECT_THAT(routes(), ElementsAre("9.0.0.0/8", "10.1.0.0/16", "10.2.0.0/16", "2001:db8::/32"));
    EXPECT_EQ(show("show ip route summary")["count"].GetUint(), 4);
@@ -88,31 +90,6 @@ TEST_F(VapiServiceTest, RoutesAreShownByPrefixLimitAndCount) {
    EXPECT_STREQ(show("show ip route 10.1.0.0/16")["routes"][0]["key"]["prefix"].GetString(), "10.1.0.0/16");
    EXPECT_EQ(show("show ip route 10.3.0.0/16")["routes"].Size(), 0);
    EXPECT_STREQ(show("show version")["name"].GetString(), "VelmSdkRpc");
-}
-
-// What a mirror method makes of the SDK's errors.
-TEST_F(VapiServiceTest, EachErrorClassHasItsStatus) {
-   struct Row {
-      char const* error;
-      grpc::StatusCode code;
-   };
-   std::vector<Row> const rows{{"invalid_range_error", grpc::StatusCode::OUT_OF_RANGE},
-                               {"invalid_argument_error", grpc::StatusCode::INVALID_ARGUMENT},
-                               {"unconfigured_agent_error", grpc::StatusCode::FAILED_PRECONDITION},
-                               {"unsupported_error", grpc::StatusCode::UNIMPLEMENTED},
-                               {"no_scoped_lock_obtained_error", grpc::StatusCode::INTERNAL}};
-   auto const vapi = velm::remote::VapiMgrService::NewStub(agent().channel());
-   for (auto const& row : rows) {
-      world({fmt::format("simulate fail vapi_mgr.run_show_cmd {} \"as asked\"", row.error)});
-      grpc::ClientContext context;
-      velm::remote::RunShowCmdResponse response;
-      auto const status = vapi->run_show_cmd(&context, {}, &response);
-      EXPECT_EQ(status.error_code(), row.code) << row.error;
-      EXPECT_EQ(status.error_message(), "as asked");
-      EXPECT_EQ(status.error_details(), "");
-   }
-   world({"simulate fail vapi_mgr.run_show_cmd error x times 5", "simulate no fail"});
-   EXPECT_TRUE(runShow("show version").success());
 }
 
 }  // namespace

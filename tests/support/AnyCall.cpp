@@ -1,62 +1,79 @@
 #include "tests/support/AnyCall.h"
 
-#include <array>
+#include <google/protobuf/text_format.h>
 
-#include "proto/remote/agent.pb.h"
-#include "proto/remote/bgp_path.pb.h"
-#include "proto/remote/eth_lag_intf.pb.h"
-#include "proto/remote/intf.pb.h"
-#include "proto/remote/intf_counter.pb.h"
-#include "proto/remote/ip_intf.pb.h"
-#include "proto/remote/ip_route.pb.h"
-#include "proto/remote/macsec.pb.h"
-#include "proto/remote/mpls_route.pb.h"
-#include "proto/remote/nexthop_group.pb.h"
-#include "proto/remote/policy_map.pb.h"
-#include "proto/remote/vapi.pb.h"
-#include "proto/velmsdk.pb.h"
+#include <stdexcept>
+
+#include "clients/support/Wire.h"
+#include "remote/agent.pb.h"
+#include "remote/bgp_path.pb.h"
+#include "remote/eth_lag_intf.pb.h"
+#include "remote/intf.pb.h"
+#include "remote/intf_counter.pb.h"
+#include "remote/ip_intf.pb.h"
+#include "remote/ip_route.pb.h"
+#include "remote/macsec.pb.h"
+#include "remote/mpls_route.pb.h"
+#include "remote/nexthop_group.pb.h"
+#include "remote/policy_map.pb.h"
+#include "remote/vapi.pb.h"
+#include "velmsdk.pb.h"
 
 namespace VelmSdkRpc {
-namespace {
 
-std::string bytesOf(grpc::ByteBuffer const& buffer) {
-   std::vector<grpc::Slice> slices;
-   std::string bytes;
-   if (buffer.Dump(&slices).ok()) {
-      for (auto const& slice : slices) bytes.append(reinterpret_cast<char const*>(slice.begin()), slice.size());
-   }
-   return bytes;
+AnyMessagePtr newMessage(google::protobuf::Descriptor const& type) {
+   return AnyMessagePtr(google::protobuf::MessageFactory::generated_factory()->GetPrototype(&type)->New());
 }
 
-}  // namespace
+AnyMessagePtr messageOf(google::protobuf::Descriptor const& type, std::string const& text) {
+   auto message = newMessage(type);
+   if (google::protobuf::TextFormat::ParseFromString(text, message.get())) return message;
+   throw std::invalid_argument("no " + type.full_name() + ": " + text);
+}
+
+AnyStream::AnyStream(std::shared_ptr<grpc::Channel> const& channel, google::protobuf::MethodDescriptor const& method,
+                     google::protobuf::Message const& request, std::chrono::milliseconds timeout)
+   : method_(method) {
+   context_.set_deadline(std::chrono::system_clock::now() + timeout);
+   call_ = grpc::GenericStub(channel).PrepareCall(&context_, pathOf(method), &queue_);
+   call_->StartCall(nullptr);
+   await();
+   call_->WriteLast(toWire(request), grpc::WriteOptions(), nullptr);
+   await();
+}
+
+AnyStream::~AnyStream() {
+   cancel();
+   while (next()) continue;
+}
+
+bool AnyStream::await() {
+   void* tag = nullptr;
+   bool ok = false;
+   return queue_.Next(&tag, &ok) && ok;
+}
+
+AnyMessagePtr AnyStream::next() {
+   if (ended_) return nullptr;
+   grpc::ByteBuffer bytes;
+   call_->Read(&bytes, nullptr);
+   if (await()) {
+      auto message = newMessage(*method_.output_type());
+      garbled_ = !fromWire(bytes, *message) || garbled_;
+      return message;
+   }
+   ended_ = true;
+   call_->Finish(&status_, nullptr);
+   await();
+   return nullptr;
+}
 
 AnyOutcome anyCall(std::shared_ptr<grpc::Channel> const& channel, google::protobuf::MethodDescriptor const& method,
                    std::string const& request, std::chrono::milliseconds timeout) {
-   grpc::CompletionQueue queue;
-   Context context(timeout);
-   grpc::GenericStub stub(channel);
-   auto const call = stub.PrepareCall(&context, "/" + method.service()->full_name() + "/" + method.name(), &queue);
-   auto const await = [&] {
-      void* tag = nullptr;
-      bool ok = false;
-      return queue.Next(&tag, &ok) && ok;
-   };
+   AnyStream stream(channel, method, request, timeout);
    AnyOutcome outcome;
-   call->StartCall(nullptr);
-   await();
-   grpc::Slice const slice(request);
-   call->WriteLast(grpc::ByteBuffer(&slice, 1), grpc::WriteOptions(), nullptr);
-   await();
-   for (;;) {
-      grpc::ByteBuffer message;
-      call->Read(&message, nullptr);
-      if (!await()) break;
-      auto* const factory = google::protobuf::MessageFactory::generated_factory();
-      outcome.responses.emplace_back(factory->GetPrototype(method.output_type())->New());
-      outcome.responses.back()->ParseFromString(bytesOf(message));
-   }
-   call->Finish(&outcome.status, nullptr);
-   await();
+   while (auto message = stream.next()) outcome.responses.push_back(std::move(message));
+   outcome.status = stream.status();
    return outcome;
 }
 
@@ -83,6 +100,13 @@ std::vector<google::protobuf::MethodDescriptor const*> allMethods() {
       for (int i = 0; i < service->method_count(); ++i) methods.push_back(service->method(i));
    }
    return methods;
+}
+
+google::protobuf::MethodDescriptor const* methodNamed(std::string const& name) {
+   for (auto const* method : allMethods()) {
+      if (method->service()->name() + '.' + method->name() == name) return method;
+   }
+   return nullptr;
 }
 
 }  // namespace VelmSdkRpc

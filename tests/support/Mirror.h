@@ -41,8 +41,8 @@ class Stream {
    template <class Stub, class Request>
    Stream(Stub& stub,
           std::unique_ptr<grpc::ClientReader<Response>> (Stub::*method)(grpc::ClientContext*, Request const&),
-          Request const& request)
-      : reader_((stub.*method)(&context_, request)) {}
+          Request const& request, std::chrono::milliseconds timeout = std::chrono::seconds(60))
+      : context_(timeout), reader_((stub.*method)(&context_, request)) {}
    ~Stream() {
       cancel();
       finish();
@@ -73,31 +73,8 @@ class Stream {
 };
 template <class Stub, class Response, class Request>
 Stream(Stub&, std::unique_ptr<grpc::ClientReader<Response>> (Stub::*)(grpc::ClientContext*, Request const&),
-       Request const&) -> Stream<Response>;
+       Request const&, std::chrono::milliseconds = {}) -> Stream<Response>;
 
 MATCHER_P2(Fails, code, text, "") { return arg.status.error_code() == code && arg.status.error_message() == text; }
-
-/// A watch whose marker has been read.
-template <class Stub, class Request, class Response>
-std::unique_ptr<Stream<Response>> watchFrom(
-   Stub& stub, std::unique_ptr<grpc::ClientReader<Response>> (Stub::*watch)(grpc::ClientContext*, Request const&),
-   Request request) {
-   request.set_notify_ready(true);
-   auto stream = std::make_unique<Stream<Response>>(stub, watch, request);
-   auto const marker = stream->next();
-   EXPECT_TRUE(marker && marker->ready());
-   return stream;
-}
-
-/// The next messages of a stream, as words.
-template <class Response, class Word>
-std::vector<std::string> nextWords(Stream<Response>& stream, int count, Word word) {
-   std::vector<std::string> words;
-   for (int i = 0; i < count; ++i) {
-      auto const message = stream.next();
-      words.push_back(message ? word(*message) : "end");
-   }
-   return words;
-}
 
 }  // namespace VelmSdkRpc

@@ -4,7 +4,6 @@
 #include <sys/wait.h>
 
 #include <csignal>
-#include <fstream>
 #include <functional>
 #include <set>
 
@@ -15,14 +14,19 @@ constexpr unsigned controllerCount = 3;
 
 }  // namespace
 
+std::unique_ptr<Controller> ChaosTest::newController(unsigned number) {
+   return std::make_unique<Controller>(agent_.address(), NativeKeys::of(number), Scale::get().seed * 100 + number,
+                                       findings_, Scale::get().seconds(60));
+}
+
 void ChaosTest::SetUp() {
    for (unsigned i = 0; i < controllerCount; ++i) {
-      controllers_.push_back(std::make_unique<Controller>(agent_.address(), i, Scale::get().seed, findings_));
+      controllers_.push_back(newController(i));
    }
    ASSERT_TRUE(agent_.waitUntilServing(Scale::get().seconds(20)));
-   console_.emplace(agent_);
-   for (auto& controller : controllers_) ASSERT_TRUE(controller->init());
-   before_ = storm::AgentState::of(agent_, console());
+   console_.emplace(newChannel());
+   for (auto& controller : controllers_) ASSERT_TRUE(controller->init(policyMap));
+   before_ = trials::AgentState::of(agent_, console());
    memoryIsUsual();
 }
 
@@ -36,7 +40,7 @@ void ChaosTest::TearDown() {
    }
    for (auto const& text : findings_.texts()) ADD_FAILURE() << text;
    auto const words = agent_.stderrText();
-   EXPECT_FALSE(isAlarm(words));
+   EXPECT_EQ(trials::alarmIn(words), std::string::npos);
    if (!HasFailure()) return;
    auto const& scale = Scale::get();
    fmt::print(stderr, "the agent wrote last:\n{}\nagain: CHAOS_SEED={} CHAOS_ROUNDS={} {} --gtest_filter={}.{}\n",
@@ -45,25 +49,18 @@ void ChaosTest::TearDown() {
               ::testing::UnitTest::GetInstance()->current_test_info()->name());
 }
 
-bool ChaosTest::isAlarm(std::string const& words) {
-   for (auto const* alarm : {"Sanitizer", "runtime error"}) {
-      if (words.find(alarm) != std::string::npos) return true;
-   }
-   return false;
-}
-
 void ChaosTest::restart() {
    agent_.restart();
    ASSERT_TRUE(agent_.waitUntilServing(Scale::get().seconds(20))) << agent_.stderrText();
-   console_.emplace(agent_);
+   console_.emplace(newChannel());
    for (auto& controller : controllers_) controller->connect();
-   ASSERT_TRUE(controller().init());
+   ASSERT_TRUE(controller().init(policyMap));
 }
 
 void ChaosTest::whileAllProgram(int most, bool redirects, std::function<void()> const& work) {
-   std::vector<std::unique_ptr<Again>> threads;
+   std::vector<std::jthread> threads;
    for (auto& controller : controllers_) {
-      threads.push_back(std::make_unique<Again>([=, &controller] { return controller->sendAny(most, redirects); }));
+      threads.push_back(again([=, &controller] { return controller->sendAny(most, redirects); }));
    }
    work();
 }
@@ -90,7 +87,7 @@ int ChaosTest::end(int signal, std::chrono::milliseconds grace) {
 }
 
 void ChaosTest::expectExplained() {
-   auto const found = tablesOf(console());
+   auto const found = tables();
    std::set<std::string> known;
    for (auto const& controller : controllers_) {
       auto const all = controller->model.during(controller->open, controller->purging);
@@ -104,7 +101,7 @@ void ChaosTest::expectExplained() {
       }
       bool const explained =
          std::ranges::any_of(all, [&](auto const& tables) { return differenceOf(own, tables).empty(); });
-      EXPECT_TRUE(explained) << "before the open batch " << differenceOf(own, all.front()) << "behind it "
+      EXPECT_TRUE(explained) << "before the open batch " << differenceOf(own, all.front()) << "after it "
                              << differenceOf(own, all.back()) << "which begins with "
                              << (controller->open.empty() ? "nothing" : textOf(controller->open.front())) << " of "
                              << controller->open.size();
@@ -120,7 +117,7 @@ void ChaosTest::expectExact() {
    std::string difference;
    eventually(
       [&] {
-         difference = differenceOf(tablesOf(console()), expected);
+         difference = differenceOf(tables(), expected);
          return difference.empty();
       },
       Scale::get().seconds(5));
@@ -133,7 +130,7 @@ bool ChaosTest::resync(std::function<bool(Element const&)> const& repeats) {
    EXPECT_THAT(*started, Succeeded());
    for (auto& controller : controllers_) controller->model.startResync();
    for (auto& controller : controllers_) {
-      // What was open may have been done in part: it is sent again as well, whatever is answered.
+      // Requests that were open may have been done in part: they are sent again as well, whatever is answered.
       auto const again = std::exchange(controller->open, {});
       if (!controller->send(again, false)) return false;
       std::vector<Element> elements;
@@ -162,7 +159,7 @@ void ChaosTest::empty() {
       for (auto const& [key, text] : controller->model.tables()) {
          if (key.starts_with("pair ")) request.add_delete_()->set_key(key.substr(5));
       }
-      controller->model = Model();
+      controller->model = NativeModel(Controller::tag);
    }
    EXPECT_TRUE(controller().send({request}));
    EXPECT_TRUE(resync());
@@ -171,16 +168,7 @@ void ChaosTest::empty() {
 
 void ChaosTest::expectRest() {
    raiseMore();
-   EXPECT_EQ(storm::excessOfClients(agent_, console(), *before_), "");
-}
-
-double ChaosTest::memory() const {
-   std::ifstream status(fmt::format("/proc/{}/status", agent_.pid()));
-   double kilobytes = 0;
-   for (std::string word; status >> word;) {
-      if (word == "RssAnon:") status >> kilobytes;
-   }
-   return kilobytes / 1024;
+   EXPECT_EQ(trials::excessOfClients(agent_, console(), *before_), "");
 }
 
 void ChaosTest::expectMemoryBack() const {

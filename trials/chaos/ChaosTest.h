@@ -7,37 +7,26 @@
 #include <memory>
 #include <optional>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "clients/support/AgentProcess.h"
+#include "clients/support/SwitchConsole.h"
 #include "tests/support/AgentTest.h"
-#include "trials/chaos/Controller.h"
 #include "trials/chaos/Scale.h"
-#include "trials/storm/AgentState.h"
+#include "trials/support/AgentState.h"
+#include "trials/support/Caller.h"
+#include "trials/support/Controller.h"
+#include "trials/support/Stop.h"
 
 namespace VelmSdkRpc::chaos {
 
-/// A thread that does something again and again until it is stopped, or the something gives false.
-class Again {
- public:
-   explicit Again(std::function<bool()> something)
-      : thread_([this, something = std::move(something)] {
-           while (!stopping_ && something()) continue;
-        }) {}
-   ~Again() {
-      stopping_ = true;
-      thread_.join();
-   }
-   Again(Again const&) = delete;
-   Again& operator=(Again const&) = delete;
+using trials::again;
+using trials::Controller;
 
- private:
-   std::atomic<bool> stopping_ = false;
-   std::thread thread_;
-};
+/// The policy map of all redirects.
+constexpr auto policyMap = "chaos";
 
-/// An agent on a state folder, and the controllers that program it. Behind each test the agent is emptied: it must then
+/// An agent on a state folder, and the controllers that program it. After each test the agent is emptied: it must then
 /// hold for its clients what it held before them, and end in order.
 class ChaosTest : protected StateFolder, public ::testing::Test {
  protected:
@@ -45,10 +34,10 @@ class ChaosTest : protected StateFolder, public ::testing::Test {
    void TearDown() override;
 
    AgentProcess& agent() { return agent_; }
-   storm::Console const& console() { return *console_; }
+   SwitchConsole const& console() { return *console_; }
    std::vector<std::unique_ptr<Controller>>& controllers() { return controllers_; }
    Controller& controller(std::size_t number = 0) { return *controllers_.at(number); }
-   storm::Findings& findings() { return findings_; }
+   trials::Findings& findings() { return findings_; }
    /// For the test's own thread, while the controllers' use theirs.
    int upTo(int bound) { return any_.upTo(bound); }
    bool oneIn(int chances) { return any_.oneIn(chances); }
@@ -57,6 +46,10 @@ class ChaosTest : protected StateFolder, public ::testing::Test {
    void restart();
    /// All controllers program while the work is done, each in a thread of its own.
    void whileAllProgram(int most, bool redirects, std::function<void()> const& work);
+   std::shared_ptr<grpc::Channel> newChannel() const { return trials::connectTo(agent_.address()); }
+   Tables tables() const {
+      return tablesOf([this](std::string const& command) { return console_->show(command); });
+   }
    /// Waits for so many more answers to controllers, or until that is over for which they come.
    void awaitAnswers(unsigned count) { awaitAnswers(count, false); }
    void awaitAnswers(unsigned count, std::atomic<bool> const& over);
@@ -75,24 +68,23 @@ class ChaosTest : protected StateFolder, public ::testing::Test {
    /// they have gone: the SDK's watching for a watch whose Write failed ends with the next one.
    void expectRest();
    virtual void raiseMore() {}
-   /// Private memory of the agent in MiB.
-   double memory() const;
+   double memory() const { return trials::memoryOf(agent_); }
    /// A quarter more, and 64 MiB, may be kept for the next load: glibc's arenas give the system only their tops back,
    /// and each of gRPC's threads has one.
    void expectMemoryBack() const;
-   /// What there is of it now is what it is compared with; at first that of an agent that has just started.
+   /// Compares with what there is of it now, from now on; at first with that of an agent that has just started.
    void memoryIsUsual() { memoryBefore_ = memory(); }
 
  private:
+   std::unique_ptr<Controller> newController(unsigned number);
    void empty();
-   static bool isAlarm(std::string const& words);
 
-   AnyElement any_{Scale::get().seed, 0};
+   AnyNative any_{Scale::get().seed, Controller::tag, {}};
    AgentProcess agent_{{Scale::get().agent, {}, {"--trace", "VelmSdkRpc/0", "--switch-state", folder}}};
-   std::optional<storm::Console> console_;
-   storm::Findings findings_;
+   std::optional<SwitchConsole> console_;
+   trials::Findings findings_;
    std::vector<std::unique_ptr<Controller>> controllers_;
-   std::optional<storm::AgentState> before_;
+   std::optional<trials::AgentState> before_;
    double memoryBefore_ = 0;
 };
 

@@ -13,8 +13,7 @@ class FaultTest : public ChaosTest {
  protected:
    /// The operations that were called so far, but for those of a client's own commands.
    std::vector<std::string> operations() {
-      rapidjson::Document json;
-      json.Parse(console().show("show switch calls").c_str());
+      auto const json = console().showJson("show switch calls");
       std::vector<std::string> names;
       for (auto const& [name, calls] : json["calls"].GetObject()) {
          if (!std::string(name.GetString()).starts_with("vapi_mgr.")) names.emplace_back(name.GetString());
@@ -23,8 +22,8 @@ class FaultTest : public ChaosTest {
    }
    void fail(std::string const& operation, int times) {
       static constexpr std::array errors{"error", "invalid_argument_error", "configuration_error", "unsupported_error"};
-      console().configure(
-         {fmt::format("simulate fail {} {} {} times {}", operation, errors.at(upTo(errors.size())), faultText, times)});
+      console().configure({fmt::format("simulate fail {} {} {} times {}", operation, errors.at(upTo(errors.size())),
+                                       Controller::faultText, times)});
    }
    void noFaults() { console().configure({"simulate no fail"}); }
    std::uint64_t faults() {
@@ -36,14 +35,12 @@ class FaultTest : public ChaosTest {
    bool sendOne(Controller& controller) {
       if (controller.any.oneIn(6)) return controller.send({controller.any.redirect()});
       auto batch = controller.any.batch(10, false);
-      if (batch.front().index() > 1) batch.resize(1);  // what is repeated must not come behind its successor
+      if (batch.front().index() > 1) batch.resize(1);  // a repetition must not come after its successor
       return controller.send(batch);
    }
    void whileAllSend(std::function<void()> const& work) {
-      std::vector<std::unique_ptr<Again>> threads;
-      for (auto& controller : controllers()) {
-         threads.push_back(std::make_unique<Again>([&] { return sendOne(*controller); }));
-      }
+      std::vector<std::jthread> threads;
+      for (auto& controller : controllers()) threads.push_back(again([&] { return sendOne(*controller); }));
       work();
       noFaults();
    }
@@ -86,7 +83,7 @@ TEST_F(FaultTest, AResyncThatFailsIsRepeated) {
       fail(name, 1);
       auto answer = *controller().resync(pb::RESYNC_START);
       if (name.ends_with("resync_init")) {
-         EXPECT_NE(answer.debug_string().find(faultText), std::string::npos);
+         EXPECT_NE(answer.debug_string().find(Controller::faultText), std::string::npos);
       } else {
          // The others' would go, so it is all repeated within.
          for (auto& controller : controllers()) {
@@ -95,7 +92,7 @@ TEST_F(FaultTest, AResyncThatFailsIsRepeated) {
             }
          }
          answer = *controller().resync(pb::RESYNC_END);
-         EXPECT_NE(answer.debug_string().find(faultText), std::string::npos) << answer.ShortDebugString();
+         EXPECT_NE(answer.debug_string().find(Controller::faultText), std::string::npos) << answer.ShortDebugString();
          noFaults();
          EXPECT_EQ(controller().resync(pb::RESYNC_END)->status(), pb::rpc_status_msg::STATUS_ERROR);  // none is open
       }

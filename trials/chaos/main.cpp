@@ -7,13 +7,13 @@
 #include <cstdio>
 #include <string>
 
-#include "trials/chaos/ReaderProcess.h"
+#include "trials/chaos/Reader.h"
 #include "trials/chaos/Scale.h"
 
 int main(int argc, char** argv) {
    using VelmSdkRpc::chaos::Scale;
-   if (argc == 4 && std::string(argv[1]) == "--read") {
-      VelmSdkRpc::chaos::ReaderProcess::run(argv[2], std::stoi(argv[3]));
+   if (argc == 5 && std::string(argv[1]) == "--read") {
+      VelmSdkRpc::chaos::Reader::run(argv[2], std::stoi(argv[3]), *argv[4] == '1');
    }
    ::testing::InitGoogleTest(&argc, argv);
    if (!GTEST_FLAG_GET(list_tests)) fmt::print("seed {}, {} rounds\n", Scale::get().seed, Scale::get().rounds);

@@ -2,19 +2,18 @@
 
 #include <fmt/format.h>
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
+#include <functional>
 #include <string_view>
 #include <utility>
 
 namespace VelmSdkRpc::fuzz {
 
 /// The fuzzer's bytes as a sequence of choices: each takes as few bytes as its bound needs, so that a change of one
-/// byte changes one choice. Behind their end every choice is 0.
+/// byte changes one choice. After their end every choice is 0.
 class Choices {
  public:
    Choices(std::uint8_t const* data, std::size_t size) : rest_(reinterpret_cast<char const*>(data), size) {}
@@ -34,6 +33,10 @@ class Choices {
       return bytes;
    }
    std::string_view rest() { return take(rest_.size()); }
+   /// For an AnyMessage that makes its choices by these.
+   std::function<std::uint32_t(std::uint32_t)> draw() {
+      return [this](std::uint32_t bound) { return upTo(bound); };
+   }
    template <class List>
    auto const& oneOf(List const& list) {
       return *(std::begin(list) + upTo(static_cast<std::uint32_t>(std::size(list))));

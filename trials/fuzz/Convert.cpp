@@ -3,6 +3,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "convert/Acl.h"
 #include "convert/BgpPath.h"
@@ -39,8 +40,7 @@ namespace remote = velm::remote;
 /// Fields hold anything that the wire can carry.
 class AnyWire : public AnyMessage {
  public:
-   explicit AnyWire(Choices& choices)
-      : AnyMessage([&choices](std::uint32_t bound) { return choices.upTo(bound); }), choices_(choices) {}
+   explicit AnyWire(Choices& choices) : AnyMessage(choices.draw()), choices_(choices) {}
 
  protected:
    std::string text(Field const& field) override {
@@ -115,61 +115,43 @@ void toWire(Choices& choices) {
    done([&] { convert(value); });
 }
 
-constexpr std::array conversions{
-   thereAndBack<remote::AclTtlSpec>,
-   thereAndBack<remote::AclPortSpec>,
-   thereAndBack<remote::AclRuleIp>,
-   thereAndBack<remote::BgpPathKey>,
-   thereAndBack<remote::IntfId>,
-   thereAndBack<remote::IpAddrMask>,
-   thereAndBack<remote::IpRouteKey>,
-   thereAndBack<remote::IpRoute>,
-   thereAndBack<remote::IpRouteVia>,
-   thereAndBack<remote::MacsecKey>,
-   thereAndBack<remote::MacsecProfile>,
-   thereAndBack<remote::MplsFecId>,
-   thereAndBack<remote::MplsLabel>,
-   thereAndBack<remote::MplsRouteKey>,
-   thereAndBack<remote::MplsRoute>,
-   thereAndBack<remote::MplsRouteVia>,
-   thereAndBack<remote::NexthopGroupMplsAction>,
-   thereAndBack<remote::NexthopGroupEntry>,
-   thereAndBack<remote::NexthopGroup>,
-   thereAndBack<remote::PolicyMapKey>,
-   thereAndBack<remote::PolicyMapAction>,
-   thereAndBack<remote::PolicyMapRule>,
-   thereAndBack<remote::PolicyMap>,
-   thereAndBack<remote::Prefix>,
-   there<remote::BgpPathAttrFields>,
-   there<remote::BgpPathOptions>,
-   toWire<velm::acl_port_spec_t>,
-   toWire<velm::acl_rule_ip_t>,
-   toWire<velm::acl_ttl_spec_t>,
-   toWire<velm::bgp_path_attr_t>,
-   toWire<velm::bgp_path_key_t>,
-   toWire<velm::bgp_path_t>,
-   toWire<velm::eth_lag_intf_membership_t>,
-   toWire<velm::eth_lag_intf_t>,
-   toWire<velm::intf_counters_t>,
-   toWire<velm::intf_traffic_rates_t>,
-   toWire<velm::ip_route_t>,
-   toWire<velm::ip_route_via_t>,
-   toWire<velm::macsec_intf_counters_t>,
-   toWire<velm::macsec_intf_status_t>,
-   toWire<velm::macsec_profile_t>,
-   toWire<velm::mpls_route_t>,
-   toWire<velm::mpls_route_via_t>,
-   toWire<velm::nexthop_group_t>,
-   toWire<velm::policy_map_hw_status_key_t>,
-   toWire<velm::policy_map_hw_statuses_t>,
-   toWire<velm::policy_map_t>,
-};
+using Conversion = void (*)(Choices&);
+template <class... Messages>
+std::vector<Conversion> thereAndBackOf() {
+   return {thereAndBack<Messages>...};
+}
+template <class... Messages>
+std::vector<Conversion> thereOf() {
+   return {there<Messages>...};
+}
+template <class... Values>
+std::vector<Conversion> toWireOf() {
+   return {toWire<Values>...};
+}
+
+std::vector<Conversion> const& oneOf(Choices& choices) {
+   static std::array const conversions{
+      thereAndBackOf<remote::AclTtlSpec, remote::AclPortSpec, remote::AclRuleIp, remote::BgpPathKey, remote::IntfId,
+                     remote::IpAddrMask, remote::IpRouteKey, remote::IpRoute, remote::IpRouteVia, remote::MacsecKey,
+                     remote::MacsecProfile, remote::MplsFecId, remote::MplsLabel, remote::MplsRouteKey,
+                     remote::MplsRoute, remote::MplsRouteVia, remote::NexthopGroupMplsAction, remote::NexthopGroupEntry,
+                     remote::NexthopGroup, remote::PolicyMapKey, remote::PolicyMapAction, remote::PolicyMapRule,
+                     remote::PolicyMap, remote::Prefix>(),
+      thereOf<remote::BgpPathAttrFields, remote::BgpPathOptions>(),
+      toWireOf<velm::acl_port_spec_t, velm::acl_rule_ip_t, velm::acl_ttl_spec_t, velm::bgp_path_attr_t,
+               velm::bgp_path_key_t, velm::bgp_path_t, velm::eth_lag_intf_membership_t, velm::eth_lag_intf_t,
+               velm::intf_counters_t, velm::intf_traffic_rates_t, velm::ip_route_t, velm::ip_route_via_t,
+               velm::macsec_intf_counters_t, velm::macsec_intf_status_t, velm::macsec_profile_t, velm::mpls_route_t,
+               velm::mpls_route_via_t, velm::nexthop_group_t, velm::policy_map_hw_status_key_t,
+               velm::policy_map_hw_statuses_t, velm::policy_map_t>()};
+   return choices.oneOf(conversions);
+}
 
 }  // namespace
 }  // namespace VelmSdkRpc::types
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
    VelmSdkRpc::fuzz::Choices choices(data, size);
-   choices.oneOf(VelmSdkRpc::types::conversions)(choices);
+   choices.oneOf(VelmSdkRpc::types::oneOf(choices))(choices);
    return 0;
 }

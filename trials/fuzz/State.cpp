@@ -7,7 +7,7 @@
 #include <set>
 
 #include "trials/fuzz/Device.h"
-#include "trials/storm/Commands.h"
+#include "trials/support/AnyCommand.h"
 
 namespace VelmSdkRpc::fuzz {
 namespace {
@@ -107,7 +107,7 @@ void setOthers(Switch& device) {
    device.macsec.profile_set(profile);
    device.macsec.intf_profile_is(port, "p");
    device.bfdSessions.sbfd_echo_session_set({velm::ip_addr_t("192.0.2.1"), port, {velm::mpls_label_t(16)}, 1, 2});
-   device.agent.status_set(std::string(600, 'k'), "behind its hash");
+   device.agent.status_set(std::string(600, 'k'), "under its hash");
    auto const commands = device.vapi.run_config_cmds(
       {"interface Loopback1", "description text", "ip address 10.0.0.1/24", "interface Ethernet1",
        "channel-group 1 mode active", "agent option a b", "simulate ip interface Ethernet2 vlan 7",
@@ -127,15 +127,15 @@ constexpr std::array changes{
            device.policyMaps);
    },
    +[](Device& device, Choices& choices) {
-      AnyMessage any([&](std::uint32_t bound) { return choices.upTo(bound); });
-      // Of what the world outside does not everything is kept.
-      std::vector<std::string> commands{storm::anyConfigCommand(any), storm::anyConfigCommand(any)};
+      AnyMessage any(choices.draw());
+      // Not everything that the world outside does is kept.
+      std::vector<std::string> commands{trials::anyConfigCommand(any), trials::anyConfigCommand(any)};
       std::erase_if(commands, [](std::string const& command) { return command.starts_with("simulate"); });
       device.configure(commands);
    },
 };
 
-// What one run of the switch shows before its changes and behind them. A switch that was damaged may refuse a change.
+// What one run of the switch shows before its changes and after them. A switch that was damaged may refuse a change.
 struct Shown {
    std::string before;
    std::string after;

@@ -29,13 +29,13 @@ struct StoredRow {
    std::string key;
    std::string value;
 };
-/// Those of a switch that holds something in each of its tables.
+/// The rows of a switch that holds something in each of its tables.
 std::vector<StoredRow> const& someRows();
 /// Puts a new file with these rows in place.
 void write(StateFolder const& folder, std::vector<StoredRow> const& rows);
 
 /// Starts a switch on the folder; false if it refuses that. One that takes it must show the same again after a restart,
-/// and after another one behind the changes that are chosen.
+/// and after another one that follows the changes which are chosen.
 bool live(StateFolder const& folder, Choices& choices);
 
 }  // namespace VelmSdkRpc::fuzz

@@ -1,70 +1,72 @@
 #include "trials/soak/Probe.h"
 
-#include <fmt/format.h>
-
 #include <stdexcept>
 
-#include "tests/support/AgentTest.h"
-#include "trials/soak/Call.h"
+#include "clients/support/Call.h"
+#include "tests/support/NativeMessages.h"
 
 namespace VelmSdkRpc::soak {
 namespace {
 
-constexpr auto period = std::chrono::milliseconds(20);
+using trials::Clock;
+using velm::remote::WatchIntfResponse;
+
 constexpr auto intf = "Loopback900";
+
+/// Ends a watch however its reader is left.
+struct Ended {
+   grpc::ClientContext& context;
+   grpc::ClientReader<WatchIntfResponse>& reader;
+   ~Ended() {
+      context.TryCancel();
+      reader.Finish();
+   }
+};
+
+WatchIntfResponse next(grpc::ClientReader<WatchIntfResponse>& events) {
+   WatchIntfResponse event;
+   if (!events.Read(&event)) throw std::runtime_error("the watch has ended");
+   return event;
+}
 
 }  // namespace
 
-Probe::Probe(std::shared_ptr<grpc::Channel> const& channel, storm::Console const& console, storm::Findings& findings)
-   : native_(pb::velmsdk_service::NewStub(channel)), intfs_(Intfs::NewStub(channel)), findings_(findings) {
-   console.configure({fmt::format("interface {}", intf)});
+Probe::Probe(std::shared_ptr<grpc::Channel> const& channel, SwitchConsole const& console)
+   : native_(pb::velmsdk_service::NewStub(channel)), intfs_(Intfs::NewStub(channel)) {
+   console.configure({std::string("interface ") + intf});
 }
 
-void Probe::run(Halt const& halt) {
-   grpc::ClientContext context;
-   try {
-      auto const events = watch(context);
-      eachBeat(halt, period, [&] {
-         setRoute();
-         describe(events);
-      });
-      context.TryCancel();
-      events->Finish();
-   } catch (std::exception const& e) {
-      context.TryCancel();
-      findings_.add(fmt::format("the probe: {}", e.what()));
-   }
-}
-
-Probe::Events Probe::watch(grpc::ClientContext& context) {
+void Probe::run(std::stop_token const& stop) {
    velm::remote::WatchIntfRequest request;
    request.mutable_intf_id()->set_name(intf);
    request.set_notify_ready(true);
-   auto events = intfs_->watch(&context, request);
-   velm::remote::WatchIntfResponse ready;
-   if (!events->Read(&ready)) checkStatus("watch", events->Finish());
-   return events;
+   grpc::ClientContext context;
+   auto const events = intfs_->watch(&context, request);
+   Ended const ended{context, *events};
+   next(*events);  // the marker
+   trials::eachBeat(stop, std::chrono::milliseconds(20), [&] {
+      setRoute();
+      describe(*events);
+   });
 }
 
-// A route of its own group, which is deleted as well: the controller's resyncs leave nothing of it behind.
+// A route of a group that the controller keeps; it is deleted as well, so that the controller's resyncs find nothing.
 void Probe::setRoute() {
    auto const begin = Clock::now();
-   call(*native_, &Stub::ip_route, routeMsg("77.255.255.255/32", described_ % 2 == 0 ? "model0" : ""));
-   routes_.add(millisecondsSince(begin));
+   call(*native_, &pb::velmsdk_service::Stub::ip_route,
+        routeMsg("77.255.255.255/32", described_ % 2 == 0 ? "model0" : ""));
+   routes_.addSince(begin);
 }
 
-void Probe::describe(Events const& events) {
+void Probe::describe(grpc::ClientReader<WatchIntfResponse>& events) {
    velm::remote::DescriptionIsRequest request;
    request.mutable_intf_id()->set_name(intf);
    request.set_description(std::to_string(++described_));
    auto const begin = Clock::now();
    call(*intfs_, &Intfs::Stub::description_is, request);
-   descriptions_.add(millisecondsSince(begin));
-   velm::remote::WatchIntfResponse event;
-   do {
-      if (!events->Read(&event)) throw std::runtime_error("the watch has ended");
-   } while (event.description() != request.description());
-   events_.add(millisecondsSince(begin));
+   descriptions_.addSince(begin);
+   while (next(events).description() != request.description()) continue;
+   events_.addSince(begin);
 }
 
 }  // namespace VelmSdkRpc::soak

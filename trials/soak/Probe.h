@@ -3,12 +3,11 @@
 #include <memory>
 #include <string>
 
-#include "proto/remote/intf.grpc.pb.h"
-#include "proto/velmsdk.grpc.pb.h"
-#include "trials/soak/Halt.h"
-#include "trials/soak/Latencies.h"
-#include "trials/storm/AgentState.h"
-#include "trials/storm/Findings.h"
+#include "clients/support/SwitchConsole.h"
+#include "remote/intf.grpc.pb.h"
+#include "trials/support/Latencies.h"
+#include "trials/support/Stop.h"
+#include "velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::soak {
 
@@ -16,30 +15,27 @@ namespace VelmSdkRpc::soak {
 /// that causes. Its interface is nobody else's.
 class Probe {
  public:
-   Probe(std::shared_ptr<grpc::Channel> const& channel, storm::Console const& console, storm::Findings& findings);
+   Probe(std::shared_ptr<grpc::Channel> const& channel, SwitchConsole const& console);
 
-   /// Until the end of the run. What goes wrong is a finding.
-   void run(Halt const& halt);
+   /// Until the stop. Throws std::runtime_error if something goes wrong.
+   void run(std::stop_token const& stop);
 
-   Latencies& routes() { return routes_; }
-   Latencies& descriptions() { return descriptions_; }
+   trials::Latencies& routes() { return routes_; }
+   trials::Latencies& descriptions() { return descriptions_; }
    /// From just before the call that causes it.
-   Latencies& events() { return events_; }
+   trials::Latencies& events() { return events_; }
 
  private:
    using Intfs = velm::remote::IntfMgrService;
-   using Events = std::unique_ptr<grpc::ClientReader<velm::remote::WatchIntfResponse>>;
 
-   Events watch(grpc::ClientContext& context);
    void setRoute();
-   void describe(Events const& events);
+   void describe(grpc::ClientReader<velm::remote::WatchIntfResponse>& events);
 
    std::unique_ptr<pb::velmsdk_service::Stub> const native_;
    std::unique_ptr<Intfs::Stub> const intfs_;
-   storm::Findings& findings_;
-   Latencies routes_;
-   Latencies descriptions_;
-   Latencies events_;
+   trials::Latencies routes_;
+   trials::Latencies descriptions_;
+   trials::Latencies events_;
    std::size_t described_ = 0;
 };
 

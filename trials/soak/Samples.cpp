@@ -1,25 +1,18 @@
 #include "trials/soak/Samples.h"
 
 #include <fmt/format.h>
-#include <rapidjson/document.h>
+#include <fmt/ranges.h>
 
+#include <algorithm>
 #include <stdexcept>
 #include <unistd.h>
 
-#include "trials/soak/Latencies.h"
+#include "clients/support/Percentiles.h"
 
 namespace VelmSdkRpc::soak {
 namespace {
 
-constexpr auto period = std::chrono::seconds(10);
-
-double anonymousMib(pid_t pid) {
-   std::ifstream file(fmt::format("/proc/{}/status", pid));
-   for (std::string word; file >> word;) {
-      if (double kib = 0; word == "RssAnon:" && file >> kib) return kib / 1024;
-   }
-   throw std::runtime_error("the agent has gone");
-}
+constexpr auto kinds = {"route", "description", "event", "bulk"};
 
 double cpuSeconds(pid_t pid) {
    std::ifstream file(fmt::format("/proc/{}/stat", pid));
@@ -31,38 +24,49 @@ double cpuSeconds(pid_t pid) {
    return (user + system) / static_cast<double>(sysconf(_SC_CLK_TCK));
 }
 
-std::uint64_t queuedWork(storm::Console const& console) {
-   rapidjson::Document answer;
-   answer.Parse(console.show("show switch tasks").c_str());
+std::uint64_t queuedWork(SwitchConsole const& console) {
+   auto const answer = console.showJson("show switch tasks");
    std::uint64_t sum = 0;
    for (auto const& task : answer["tasks"].GetObject()) sum += task.value["work_pending"].GetUint64();
    return sum;
 }
 
+Percentiles timesOf(std::span<Sample const> samples, std::string const& kind) {
+   std::vector<double> all;
+   for (auto const& sample : samples) {
+      auto const& some = sample.times.at(kind);
+      all.insert(all.end(), some.begin(), some.end());
+   }
+   return percentilesOf(std::move(all));
+}
+
+std::uint64_t longestQueue(std::span<Sample const> samples) {
+   return std::ranges::max(samples, {}, &Sample::queued).queued;
+}
+
 }  // namespace
 
-Samples::Samples(AgentProcess const& agent, storm::Console const& console, Probe& probe, Controller& controller,
-                 storm::Tally const& tally, std::string const& csv)
+Samples::Samples(AgentProcess const& agent, SwitchConsole const& console, Probe& probe, Controller& controller,
+                 trials::Tally const& tally, std::string const& csv)
    : agent_(agent), console_(console), probe_(probe), controller_(controller), tally_(tally), csv_(csv) {
    if (!csv_) throw std::runtime_error("cannot write " + csv);
    csv_ << "seconds,resident_mib,descriptors,threads,queued,cpu_seconds,calls,routes_programmed";
-   for (auto const* what : {"bulk", "description", "event", "route"}) {
-      csv_ << fmt::format(",{0}_p50_ms,{0}_p99_ms,{0}_max_ms", what);
-   }
+   for (auto const* kind : kinds) csv_ << fmt::format(",{0}_p50_ms,{0}_p99_ms,{0}_max_ms", kind);
    csv_ << '\n';
 }
 
-void Samples::run(Halt const& halt) {
-   for (auto next = Clock::now() + period; halt.awaitTime(next); next += period) {
+void Samples::run(std::stop_token const& stop) {
+   constexpr auto period = std::chrono::seconds(10);
+   for (auto next = Clock::now() + period; trials::awaitTime(stop, next); next += period) {
       samples_.push_back(take());
       write(samples_.back());
    }
 }
 
 Sample Samples::take() {
-   auto const state = storm::AgentState::of(agent_, console_);
+   auto const state = trials::AgentState::of(agent_, console_);
    return {.seconds = std::chrono::duration<double>(Clock::now() - begin_).count(),
-           .residentMib = anonymousMib(agent_.pid()),
+           .mib = trials::memoryOf(agent_),
            .descriptors = state.descriptors,
            .threads = state.threads,
            .queued = queuedWork(console_),
@@ -76,13 +80,78 @@ Sample Samples::take() {
 }
 
 void Samples::write(Sample const& sample) {
-   csv_ << fmt::format("{:.0f},{:.1f},{},{},{},{:.1f},{},{}", sample.seconds, sample.residentMib, sample.descriptors,
+   csv_ << fmt::format("{:.0f},{:.1f},{},{},{},{:.1f},{},{}", sample.seconds, sample.mib, sample.descriptors,
                        sample.threads, sample.queued, sample.cpuSeconds, sample.calls, sample.programmed);
-   for (auto const& [what, times] : sample.times) {
-      auto const [p50, p99, max] = percentilesOf(times);
+   for (auto const* kind : kinds) {
+      auto const [p50, p99, max] = timesOf({&sample, 1}, kind);
       csv_ << fmt::format(",{:.3f},{:.3f},{:.3f}", p50, p99, max);
    }
    csv_ << '\n' << std::flush;
+}
+
+std::span<Sample const> Samples::quarter(std::size_t index) const {
+   auto const begin = samples_.size() * index / 4;
+   return std::span(samples_).subspan(begin, samples_.size() * (index + 1) / 4 - begin);
+}
+
+double Samples::memorySlope() const {
+   auto const half = std::span(samples_).subspan(samples_.size() / 2);
+   if (half.size() < 3) return 0;
+   double const n = static_cast<double>(half.size());
+   double x = 0;
+   double y = 0;
+   for (auto const& sample : half) {
+      x += sample.seconds / 3600 / n;
+      y += sample.mib / n;
+   }
+   double xy = 0;
+   double xx = 0;
+   for (auto const& sample : half) {
+      xy += (sample.seconds / 3600 - x) * (sample.mib - y);
+      xx += (sample.seconds / 3600 - x) * (sample.seconds / 3600 - x);
+   }
+   return xy / xx;
+}
+
+std::string Samples::table() const {
+   auto text = fmt::format("{:<9}{:>9}{:>8}{:>8}{:>9}", "QUARTER", "MIB", "FILES", "THREADS", "QUEUED");
+   for (auto const* kind : kinds) text += fmt::format("{:>30}", fmt::format("{} p50 p99 max ms", kind));
+   for (std::size_t i = 0; i < 4; ++i) {
+      auto const part = quarter(i);
+      if (part.empty()) continue;
+      auto const& last = part.back();
+      text += fmt::format("\n{:<9}{:>9.1f}{:>8}{:>8}{:>9}", i + 1, last.mib, last.descriptors, last.threads,
+                          longestQueue(part));
+      for (auto const* kind : kinds) {
+         auto const [p50, p99, max] = timesOf(part, kind);
+         text += fmt::format("{:>14.2f}{:>8.2f}{:>8.1f}", p50, p99, max);
+      }
+   }
+   return text + fmt::format("\nmemory, over the second half: {:+.2f} MiB an hour\n", memorySlope());
+}
+
+std::string Samples::json() const {
+   std::vector<std::string> quarters;
+   for (std::size_t i = 0; i < 4; ++i) {
+      auto const part = quarter(i);
+      if (part.empty()) continue;
+      auto const& last = part.back();
+      auto row = fmt::format(R"({{"resident_mib": {:.1f}, "descriptors": {}, "threads": {}, "longest_queue": {})",
+                             last.mib, last.descriptors, last.threads, longestQueue(part));
+      for (auto const* kind : kinds) {
+         auto const [p50, p99, max] = timesOf(part, kind);
+         row += fmt::format(R"(, "{}_ms": [{:.3f}, {:.3f}, {:.3f}])", kind, p50, p99, max);
+      }
+      quarters.push_back(row + "}");
+   }
+   std::vector<std::string> course;
+   for (auto const& sample : samples_) course.push_back(fmt::format("[{:.0f}, {:.1f}]", sample.seconds, sample.mib));
+   auto const& last = samples_.back();
+   return fmt::format(
+      "{{\n \"seconds\": {:.0f}, \"calls\": {}, \"routes_programmed\": {}, \"resyncs\": {}, \"cpu_seconds\": {:.1f},\n"
+      " \"memory_slope_mib_per_hour\": {:.3f},\n \"quarters\": [\n  {}\n ],\n \"memory\": [{}]\n}}\n",
+      last.seconds, last.calls, last.programmed, controller_.resyncs(), last.cpuSeconds, memorySlope(),
+      fmt::join(quarters, ",\n  "), fmt::join(course, ", "));
 }
 
 }  // namespace VelmSdkRpc::soak

@@ -3,22 +3,22 @@
 #include <cstdint>
 #include <fstream>
 #include <map>
+#include <span>
 #include <string>
 #include <vector>
 
 #include "trials/soak/Controller.h"
-#include "trials/soak/Halt.h"
 #include "trials/soak/Probe.h"
-#include "trials/storm/AgentState.h"
-#include "trials/storm/Tally.h"
+#include "trials/support/AgentState.h"
+#include "trials/support/Tally.h"
 
 namespace VelmSdkRpc::soak {
 
 /// What the agent looked like at a moment, and how fast it was since the one before.
 struct Sample {
-   double seconds = 0;              // since the begin of the run
-   double residentMib = 0;          // memory of its own; without the state folder's file, which the kernel maps for it
-   std::ptrdiff_t descriptors = 0;  // beyond those that the clients hold open themselves
+   double seconds = 0;  // since the begin of the run
+   double mib = 0;      // memory of its own
+   std::ptrdiff_t descriptors = 0;
    std::ptrdiff_t threads = 0;
    std::uint64_t queued = 0;  // keys that wait in all of its queues
    double cpuSeconds = 0;     // so far
@@ -30,23 +30,30 @@ struct Sample {
 /// Takes a sample every ten seconds, and writes each as a line of a CSV file.
 class Samples {
  public:
-   Samples(AgentProcess const& agent, storm::Console const& console, Probe& probe, Controller& controller,
-           storm::Tally const& tally, std::string const& csv);
+   Samples(AgentProcess const& agent, SwitchConsole const& console, Probe& probe, Controller& controller,
+           trials::Tally const& tally, std::string const& csv);
 
-   /// Until the end of the run. Throws std::runtime_error if the agent does not answer.
-   void run(Halt const& halt);
-
+   /// Until the stop. Throws std::runtime_error if the agent does not answer.
+   void run(std::stop_token const& stop);
    std::vector<Sample> const& all() const { return samples_; }
+
+   /// What the run comes to by quarters, as a table for people and as JSON. There must be a sample.
+   std::string table() const;
+   std::string json() const;
+   /// MiB an hour that the memory gains over the second half, by least squares: what begins with an empty agent takes
+   /// memory at first, but it must not go on. 0 for fewer than three samples.
+   double memorySlope() const;
 
  private:
    Sample take();
    void write(Sample const& sample);
+   std::span<Sample const> quarter(std::size_t index) const;
 
    AgentProcess const& agent_;
-   storm::Console const& console_;
+   SwitchConsole const& console_;
    Probe& probe_;
    Controller& controller_;
-   storm::Tally const& tally_;
+   trials::Tally const& tally_;
    Clock::time_point const begin_ = Clock::now();
    std::ofstream csv_;
    std::vector<Sample> samples_;

@@ -13,8 +13,7 @@
 #include <thread>
 
 #include "trials/soak/Samples.h"
-#include "trials/soak/Summary.h"
-#include "trials/storm/Caller.h"
+#include "trials/support/Caller.h"
 
 namespace VelmSdkRpc::soak {
 namespace {
@@ -59,18 +58,14 @@ AgentProcess const& whenServing(AgentProcess const& agent) {
 /// The outside world: BGP paths and statuses of loopbacks change, of which nobody else knows.
 class World {
  public:
-   World(storm::Console const& console, storm::Findings& findings) : console_(console), findings_(findings) {
+   explicit World(SwitchConsole const& console) : console_(console) {
       std::vector<std::string> commands;
       for (std::size_t i = 0; i < intfs; ++i) commands.push_back(fmt::format("interface Loopback{}", 1000 + i));
       console_.configure(commands);
    }
 
-   void run(Halt const& halt) {
-      try {
-         eachBeat(halt, std::chrono::milliseconds(100), [this] { change(); });
-      } catch (std::exception const& e) {
-         findings_.add(fmt::format("the world: {}", e.what()));
-      }
+   void run(std::stop_token const& stop) {
+      trials::eachBeat(stop, std::chrono::milliseconds(100), [this] { change(); });
    }
 
  private:
@@ -92,8 +87,7 @@ class World {
       console_.configure(commands);
    }
 
-   storm::Console const& console_;
-   storm::Findings& findings_;
+   SwitchConsole const& console_;
    std::size_t changes_ = 0;
 };
 
@@ -102,10 +96,8 @@ class Soak {
    explicit Soak(Options options) : options_(std::move(options)) {
       for (std::size_t i = 0; i < options_.callers; ++i) {
          // Without a lasting channel: what an agent never releases by contract would be all that is seen to grow.
-         callers_.emplace_back([this] { return storm::connectTo(agent_.address()); }, nullptr, tally_, findings_,
+         callers_.emplace_back(agent_.address(), nullptr, tally_, findings_,
                                options_.seed + static_cast<std::uint32_t>(i));
-         callers_.back().leastPauseIs(std::chrono::microseconds(1'000'000 * options_.callers /
-                                                                std::max<std::size_t>(1, options_.callsPerSecond)));
       }
    }
 
@@ -113,38 +105,49 @@ class Soak {
       for (auto const& channel : {controlling_, probing_}) {
          channel->WaitForConnected(std::chrono::system_clock::now() + std::chrono::seconds(20));
       }
-      auto const before = storm::AgentState::of(agent_, console_);
+      auto const before = trials::AgentState::of(agent_, console_);
       soak();
-      controller_.clear();
-      findings_.add(excessOfClients(agent_, console_, before));
+      guarded("the last resync", [this] { controller_.clear(); });
+      findings_.add(trials::excessOfClients(agent_, console_, before));
       end();
       return tell();
    }
 
  private:
-   void soak() {
-      std::list<std::thread> threads;
-      threads.emplace_back([this] { controller_.run(halt_); });
-      threads.emplace_back([this] { world_.run(halt_); });
-      threads.emplace_back([this] { probe_.run(halt_); });
-      for (auto& caller : callers_) {
-         threads.emplace_back([&] { caller.run(storm::Weather::calm, [this] { return !halt_.isNow(); }); });
+   template <class Work>
+   void guarded(char const* who, Work&& work) {
+      try {
+         work();
+      } catch (std::exception const& e) {
+         findings_.add(fmt::format("{}: {}", who, e.what()));
       }
-      std::thread sampler([this] {
-         try {
-            samples_.run(halt_);
-         } catch (std::exception const& e) {
-            findings_.add(fmt::format("the sampler: {}", e.what()));
-         }
-      });
+   }
+
+   void soak() {
+      std::list<std::jthread> threads;
+      auto const start = [&](char const* who, auto& part) {
+         threads.emplace_back(
+            [this, who, &part](std::stop_token const& stop) { guarded(who, [&] { part.run(stop); }); });
+      };
+      start("the controller", controller_);
+      start("the world", world_);
+      start("the probe", probe_);
+      start("the sampler", samples_);
+      for (auto& caller : callers_) {
+         threads.emplace_back([&](std::stop_token const& stop) {
+            constexpr unsigned callerThreads = 8;
+            auto const pause = std::chrono::microseconds(1'000'000 * options_.callers * callerThreads /
+                                                         std::max<std::size_t>(1, options_.callsPerSecond));
+            caller.run(
+               trials::Weather::calm, [&] { return !stop.stop_requested(); }, callerThreads, pause);
+         });
+      }
       auto const end = Clock::now() + std::chrono::duration_cast<Clock::duration>(
                                          std::chrono::duration<double, std::ratio<3600>>(options_.hours));
       while (Clock::now() < end && findings_.count() == 0) {
-         halt_.awaitTime(std::min(end, Clock::now() + std::chrono::seconds(1)));
+         trials::awaitTime({}, std::min(end, Clock::now() + std::chrono::seconds(1)));
       }
-      halt_.now();
-      for (auto& thread : threads) thread.join();
-      sampler.join();
+      for (auto& thread : threads) thread.request_stop();  // all at once; their ends are awaited one by one
    }
 
    void end() {
@@ -154,14 +157,14 @@ class Soak {
    }
 
    bool tell() {
-      if (samples_.all().empty()) findings_.add("too short for a sample");
-      if (!samples_.all().empty()) {
-         Summary const summary(samples_.all());
-         fmt::print("{}{} random calls, {} routes programmed, {} resyncs\n", summary.table(), tally_.total(),
+      if (samples_.all().empty()) {
+         findings_.add("too short for a sample");
+      } else {
+         fmt::print("{}{} random calls, {} routes programmed, {} resyncs\n", samples_.table(), tally_.total(),
                     controller_.programmed(), controller_.resyncs());
-         std::ofstream(options_.out + "/soak.json") << summary.json(controller_.resyncs());
+         std::ofstream(options_.out + "/soak.json") << samples_.json();
          // A quarter of an hour says nothing of the slope.
-         if (options_.hours >= 0.5 && summary.memorySlope() > options_.mostSlope) findings_.add("the memory grows");
+         if (options_.hours >= 0.5 && samples_.memorySlope() > options_.mostSlope) findings_.add("the memory grows");
       }
       for (auto const& finding : findings_.texts()) fmt::print("found: {}\n", finding);
       bool const good = findings_.count() == 0;
@@ -176,20 +179,18 @@ class Soak {
    Options const options_;
    TempFolder const state_;
    AgentProcess agent_{{options_.agent, {}, {"--trace", "VelmSdkRpc/0", "--switch-state", state_.path() + "/state"}}};
-   storm::Console const console_{whenServing(agent_)};
-   std::shared_ptr<grpc::Channel> const controlling_ = storm::connectTo(agent_.address());
-   std::shared_ptr<grpc::Channel> const probing_ = storm::connectTo(agent_.address());
-   storm::Findings findings_;
-   storm::Tally tally_;
-   Halt halt_;
+   SwitchConsole const console_{trials::connectTo(whenServing(agent_).address())};
+   std::shared_ptr<grpc::Channel> const controlling_ = trials::connectTo(agent_.address());
+   std::shared_ptr<grpc::Channel> const probing_ = trials::connectTo(agent_.address());
+   trials::Findings findings_;
+   trials::Tally tally_;
    Controller controller_{controlling_, options_.routes,
                           std::chrono::duration_cast<Clock::duration>(
-                             std::chrono::duration<double, std::ratio<60>>(options_.sessionMinutes)),
-                          findings_};
-   Probe probe_{probing_, console_, findings_};
-   World world_{console_, findings_};
+                             std::chrono::duration<double, std::ratio<60>>(options_.sessionMinutes))};
+   Probe probe_{probing_, console_};
+   World world_{console_};
    Samples samples_{agent_, console_, probe_, controller_, tally_, options_.out + "/soak.csv"};
-   std::list<storm::Caller> callers_;
+   std::list<trials::Caller> callers_;
 };
 
 }  // namespace

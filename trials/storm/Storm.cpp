@@ -10,16 +10,20 @@
 #include <memory>
 #include <thread>
 
-#include "tests/support/AgentTest.h"
-#include "trials/storm/AgentState.h"
-#include "trials/storm/Caller.h"
-#include "trials/storm/ModelClient.h"
 #include "trials/storm/Vanisher.h"
+#include "trials/support/AgentState.h"
+#include "trials/support/Caller.h"
+#include "trials/support/Controller.h"
 
 namespace VelmSdkRpc::storm {
 namespace {
 
-using Clock = Caller::Clock;
+using trials::AgentState;
+using trials::Clock;
+using trials::Controller;
+
+// What random calls leave alone (see StormMessage).
+NativeKeys orderly() { return {"model", "77", "2001:db9", 1048560}; }
 
 /// The storm's parts, one after the other.
 class Storm {
@@ -28,10 +32,10 @@ class Storm {
       : options_(options),
         tally_(tally),
         agent_({options.agent, {}, {"--trace", "VelmSdkRpc/0"}}),
-        console_(agent_),
-        model_(lasting_, console_, tally, findings_, options.seed) {
+        console_(trials::connectTo(agent_.address())),
+        controller_(agent_.address(), orderly(), options.seed, findings_) {
       for (std::size_t i = 0; i < options.connections; ++i) {
-         callers_.emplace_back([this] { return connectTo(agent_.address()); }, lasting_, tally_, findings_, seed());
+         callers_.emplace_back(agent_.address(), lasting_, tally_, findings_, seed());
       }
    }
 
@@ -56,22 +60,23 @@ class Storm {
       for (std::uint64_t round = 0; round < rounds && findings_.count() == 0; ++round) {
          double const share = 1.0 / static_cast<double>(rounds);
          rage(Weather::wild, 0.4 * share);
-         model_.beginAnew();
+         resync(false);
          rage(Weather::calm, 0.6 * share);
-         model_.compare();
+         compare();
          for (int resyncs = 0; resyncs < 3; ++resyncs) {
-            model_.resync();
-            model_.compare();
+            resync(true);
+            compare();
          }
       }
-      findings_.add(excessOfClients(agent_, console_, before));
+      resync(false);  // sessions may follow interfaces, which are watched then
+      findings_.add(trials::excessOfClients(agent_, console_, before));
       end();
    }
 
    void rage(Weather weather, double share) {
       auto const last = tally_.total() + static_cast<std::uint64_t>(share * static_cast<double>(options_.calls));
       auto const until = Clock::now() + std::chrono::duration<double>(share * options_.seconds);
-      Vanisher const vanisher(agent_.address(), weather, seed());
+      auto const vanishing = vanishers(agent_.address(), weather, seed());
       rageWhile(weather, [&] {
          return findings_.count() == 0 && (options_.calls > 0 ? tally_.total() < last : Clock::now() < until);
       });
@@ -80,8 +85,36 @@ class Storm {
    void rageWhile(Weather weather, std::function<bool()> const& goesOn) {
       std::list<std::thread> threads;
       for (auto& caller : callers_) threads.emplace_back([&] { caller.run(weather, goesOn); });
-      if (weather == Weather::calm) model_.program(goesOn);
+      while (weather == Weather::calm && goesOn()) must(controller_.sendAny(6, false));
       for (auto& thread : threads) thread.join();
+   }
+
+   /// A session as after a restart of the client; `repeats` about half of what is there, beside news.
+   void resync(bool repeats) {
+      must(controller_.init(controller_.any.oneIn(2) ? "cbf" : ""));
+      resyncIs(pb::RESYNC_START);
+      controller_.model.startResync();
+      for (auto const& element : controller_.model.held()) {
+         if (repeats && controller_.any.oneIn(2)) must(controller_.send({element}));
+         if (repeats && controller_.any.oneIn(4)) must(controller_.sendAny(6, false));
+      }
+      resyncIs(pb::RESYNC_END);
+      controller_.model.endResync();
+   }
+   void resyncIs(pb::rpc_server_resync_state_enum state) {
+      auto const answer = controller_.resync(state);
+      must(answer.has_value());
+      if (answer->status() != pb::rpc_status_msg::STATUS_SUCCESS) findings_.add("resync: " + answer->debug_string());
+   }
+   static void must(bool answered) {
+      if (!answered) throw std::runtime_error("the orderly client is not answered");
+   }
+
+   /// The switch must hold what the orderly client was told.
+   void compare() {
+      auto found = tablesOf([&](std::string const& command) { return console_.show(command); });
+      std::erase_if(found, [](auto const& row) { return !orderly().own(row.first); });
+      findings_.add(differenceOf(found, controller_.model.tables()));
    }
 
    void end() {
@@ -92,24 +125,16 @@ class Storm {
       } else if (!WIFEXITED(*status) || WEXITSTATUS(*status) != 0) {
          findings_.add(fmt::format("the agent has ended with {:#x}", *status));
       }
-      if (auto const alarm = alarmIn(agent_.stderrText()); alarm != std::string::npos) {
+      if (auto const alarm = trials::alarmIn(agent_.stderrText()); alarm != std::string::npos) {
          findings_.add("the agent wrote: " + agent_.stderrText().substr(alarm, 200));
       }
-   }
-
-   static std::size_t alarmIn(std::string const& words) {
-      auto first = std::string::npos;
-      for (auto const* alarm : {"Sanitizer", "runtime error", "assertion failed", "terminate called"}) {
-         first = std::min(first, words.find(alarm));
-      }
-      return first;
    }
 
    /// What the agent wrote from its first alarm on, or last.
    std::string lastWords() const {
       constexpr std::size_t most = 20000;
       auto const words = agent_.stderrText();
-      auto const alarm = alarmIn(words);
+      auto const alarm = trials::alarmIn(words);
       if (alarm != std::string::npos) return words.substr(alarm - std::min<std::size_t>(alarm, 1000), most);
       return words.substr(words.size() - std::min<std::size_t>(words.size(), 2000));
    }
@@ -121,14 +146,14 @@ class Storm {
 
    Options const options_;
    Tally& tally_;
-   Findings findings_;
+   trials::Findings findings_;
    std::uint32_t seeds_ = 0;
    Clock::time_point const begin_ = Clock::now();
    AgentProcess agent_;
-   Console const console_;
-   std::shared_ptr<grpc::Channel> const lasting_ = connectTo(agent_.address());
-   ModelClient model_;
-   std::list<Caller> callers_;
+   SwitchConsole const console_;
+   std::shared_ptr<grpc::Channel> const lasting_ = trials::connectTo(agent_.address());
+   Controller controller_;
+   std::list<trials::Caller> callers_;
 };
 
 }  // namespace

@@ -5,9 +5,11 @@
 #include <string>
 #include <vector>
 
-#include "trials/storm/Tally.h"
+#include "trials/support/Tally.h"
 
 namespace VelmSdkRpc::storm {
+
+using trials::Tally;
 
 struct Options {
    std::string agent;

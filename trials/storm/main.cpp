@@ -63,7 +63,7 @@ int run(int argc, char** argv) {
    CLI11_PARSE(app, argc, argv);
    auto& options = line.options;
    if (!line.vanishFrom.empty()) {
-      Vanisher::vanish(line.vanishFrom, line.calm ? Weather::calm : Weather::wild, options.seed);
+      vanish(line.vanishFrom, line.calm ? Weather::calm : Weather::wild, options.seed);
       return 0;
    }
    if (options.calls == 0 && options.seconds == 0) options.seconds = 10;
