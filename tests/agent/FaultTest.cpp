@@ -31,7 +31,7 @@ class FaultTest : public AgentTest {
    }
 };
 
-// What becomes of the label 100 in the switch; "|" parts a route and a lookup in a VRF that are both there.
+// Texts of the label 100 in the switch; "|" parts a route and a lookup in a VRF that are both there.
 constexpr auto nothing = "none";
 constexpr auto toRed = "red";
 constexpr auto toGroup = "4 0 0 hop= intf= group=g";

@@ -196,7 +196,7 @@ TEST_F(SbfdTest, AnInterfaceThatFailsIsToldAtOnceForThoseThatFollowIt) {
       world({command});
       EXPECT_THAT(wordsOf(stream->next()), ::testing::ElementsAreArray(news)) << command;
    };
-   // What the loop had to do before this event is done, and was not told.
+   // Once this event has come, the loop has done all that was to be done before it, and told nothing.
    auto const expectNoNews = [&] { expectNews(simulate("Ethernet9", 9) + "status 3", {"Ethernet9/9=3", "end"}); };
    expectNews("simulate interface Ethernet1 oper down", {"Ethernet1/16=1", "end"});  // the other one is down already
    expectNews("simulate interface Ethernet1 oper up", {"Ethernet1/16=3", "end"});    // as the switch still says

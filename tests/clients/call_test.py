@@ -62,7 +62,7 @@ class CallTest(VelmctlTest):
         answers = self.json("call", "IpRouteMgrService.ip_route", "-", status=64 + 3,
                             input='{"key":{"prefix":"11.0.0.0/8"}}\n{"key":{"prefix":"10.0.0.0/8","preference":1}}\n')
         self.assertEqual([list(answer) for answer in answers], [["error"], ["ip_route"]])
-        # What was right before a wrong line is done; of a file, which is read first, nothing is.
+        # Requests before a wrong line are carried out; from a file, which is read as a whole first, none is.
         answers = self.json("call", "velmsdk_service.ip_route", "-", status=2,
                             input='{"prefix":"13.0.0.0/8","nexthop_group":"g"}\n{"prefix":}\n')
         self.assertEqual(answers[-1]["error"]["message"], "standard input, line 2: no JSON at column 11: Invalid value.")

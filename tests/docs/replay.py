@@ -4,14 +4,14 @@
     replay.py [--record] --agent PROGRAM --source FOLDER --not-run FILE [--path FOLDER]... DOCUMENT
 
 A block with the fence ```console is a terminal. A line that begins with "$ " is a command, continued on the next line
-behind a trailing backslash; the lines behind it are what it prints, on stdout and stderr together. In them a line
+after a trailing backslash; the lines after it are what it prints, on stdout and stderr together. In them a line
 "..." stands for any number of lines, and "…" or a name in angle brackets inside a line, as in <pid>, for any text. A
 command that fails must be followed by `echo $?`, so that no failure passes unseen. Runs of blanks are all alike.
 
 The switch carries requests out a moment later. So a command that only looks (LOOKS, below) is repeated for a while until
 it prints what it should.
 
-A block whose fence has a name behind the language, as in ```python client.py, is written to a file of that name.
+A block whose fence has a name after the language, as in ```python client.py, is written to a file of that name.
 
 A block with the fence ```sh holds what cannot be run here: each of its lines must stand in the file of --not-run, which
 is kept short and whose lines other tests run (those of packages, or make). Blocks of other languages are shown only;
@@ -49,7 +49,7 @@ SHOWN_ONLY = {"text", "json", "cpp", "cmake", "proto", "ini", "go", "java", "rus
 @dataclass
 class Command:
     text: str
-    first: int  # index of the line behind the command
+    first: int  # index of the line after the command
     expected: list = field(default_factory=list)
 
 

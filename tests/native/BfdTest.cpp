@@ -104,7 +104,7 @@ TEST_F(BfdRttBacklogTest, ARunThatMustYieldAtOnceHandlesOneAndGoesOnThereEvenIfT
    EXPECT_EQ(pending(), 0);
    put(16);
    EXPECT_TRUE(run());
-   EXPECT_EQ(pending(), 0);  // nothing was left behind
+   EXPECT_EQ(pending(), 0);  // nothing was left over
 }
 
 TEST_F(BfdRttBacklogTest, ANewTaskTakesWhatWaitsAndTheOldOneIsLetGo) {

@@ -119,7 +119,7 @@ std::string textAt(Tables const& tables, std::string const& key) {
    return it == tables.end() ? std::string() : it->second;
 }
 
-// What there may be while an element is carried out that takes several operations of the switch.
+// Adds the states in the course of an element that takes several operations of the switch.
 void addBetween(std::vector<Tables>& all, Element const& element, Tables const& old, Tables const& now) {
    auto const with = [&](std::string const& key, std::string const& text) { all.emplace_back(old)[key] = text; };
    if (auto const* const label = std::get_if<pb::mpls_route_msg>(&element)) {

@@ -10,8 +10,8 @@
 
 namespace VelmSdkRpc {
 
-/// What native requests leave in the switch, told in the simplest way: by key, the last request that succeeded. Says of
-/// each request how it is answered.
+/// A plain model of the native service: by key, the last request that succeeded. Says how each request is answered, and
+/// lists the tables that the switch must then show.
 class NativeModel {
  public:
    using Result = pb::rpc_status_msg::rpc_status_value_enum;
@@ -34,17 +34,17 @@ class NativeModel {
    /// Carries out what has succeeded.
    void done(Element const& element) { apply(element, pb::rpc_status_msg::STATUS_SUCCESS); }
 
-   /// What is held becomes stale until it is set again; the end drops what still is. Pairs take no part.
+   /// Everything held but pairs becomes stale until it is set again; the end drops what still is.
    void startResync();
    void endResync();
 
-   /// What made all that is held, but for pairs.
+   /// The requests that made all that is held, but for pairs.
    std::vector<Element> held() const;
    /// Whether anything of the kind is held, by the first word of its key.
    bool holds(std::string const& kind) const;
    /// With `purging` a purge of what is stale may have got any distance.
    Tables tables(bool purging = false) const;
-   /// What the switch may hold once the agent was ended at any moment of the batch.
+   /// All states in which an agent that is ended during the batch may leave the switch.
    std::vector<Tables> during(Batch const& batch, bool purging) const;
 
  private:

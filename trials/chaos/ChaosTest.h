@@ -60,8 +60,8 @@ class ChaosTest : protected StateFolder, public ::testing::Test {
    void expectExplained();
    /// It holds just that; removals of redirects take their time.
    void expectExact();
-   /// What is held is sent again but for what the answer is false for, and the resync ended. False once an answer does
-   /// not come.
+   /// A whole resync in which the elements are sent again for which `repeats` is true. False once the agent does not
+   /// answer.
    bool resync(std::function<bool(Element const&)> const& repeats = [](Element const&) { return true; });
 
    /// The agent holds for its clients what it held at first. Told by events, of every kind that there have been, that

@@ -14,7 +14,7 @@ class Reader : public trials::SelfProcess {
    explicit Reader(std::string const& address, int watches = 1, bool reads = true)
       : SelfProcess({"--read", address, std::to_string(watches), reads ? "1" : "0"}) {}
 
-   /// What the process does, until it is killed.
+   /// The work of the process, until it is killed.
    [[noreturn]] static void run(std::string const& address, int watches, bool reads);
 };
 

@@ -1,6 +1,6 @@
 // Stands in for the fuzzer where there is none: runs a harness over kept inputs, files or folders of them, and then,
-// for as many seconds as --mutate says, over random changes of them. An input that ends the process stays behind as the
-// file `mutation` in the present folder.
+// for as many seconds as --mutate says, over random changes of them. An input that ends the process stays as the file
+// `mutation` in the present folder.
 #include <sys/resource.h>
 
 #include <algorithm>

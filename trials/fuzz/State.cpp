@@ -135,7 +135,7 @@ constexpr std::array changes{
    },
 };
 
-// What one run of the switch shows before its changes and after them. A switch that was damaged may refuse a change.
+// The show commands' answers before the changes of one run and after them. A switch that was damaged may refuse some.
 struct Shown {
    std::string before;
    std::string after;

@@ -10,9 +10,9 @@ namespace {
 
 constexpr std::size_t pageSize = 4096;
 
-/// What the folder looks at before the file is mapped, by its place in each of the first two pages: magic, version,
-/// page size, and of the last page's number all but the low byte, for one that is too small lies about no more than
-/// content.
+/// A field that the folder looks at before the file is mapped, by its place in each of the first two pages: magic,
+/// version, page size, and of the last page's number all but the low byte, for one that is too small lies about no more
+/// than content.
 struct Field {
    std::size_t offset;
    std::size_t size;

@@ -14,7 +14,7 @@
 
 namespace VelmSdkRpc::soak {
 
-/// What the agent looked like at a moment, and how fast it was since the one before.
+/// The agent at a moment, and how fast it was since the sample before.
 struct Sample {
    double seconds = 0;  // since the begin of the run
    double mib = 0;      // memory of its own
@@ -37,7 +37,7 @@ class Samples {
    void run(std::stop_token const& stop);
    std::vector<Sample> const& all() const { return samples_; }
 
-   /// What the run comes to by quarters, as a table for people and as JSON. There must be a sample.
+   /// The run by quarters, as a table for people and as JSON. There must be a sample.
    std::string table() const;
    std::string json() const;
    /// MiB an hour that the memory gains over the second half, by least squares: what begins with an empty agent takes

@@ -22,7 +22,7 @@ using trials::AgentState;
 using trials::Clock;
 using trials::Controller;
 
-// What random calls leave alone (see StormMessage).
+// Keys that random calls leave alone (see StormMessage).
 NativeKeys orderly() { return {"model", "77", "2001:db9", 1048560}; }
 
 /// The storm's parts, one after the other.
@@ -130,7 +130,7 @@ class Storm {
       }
    }
 
-   /// What the agent wrote from its first alarm on, or last.
+   /// The agent's words from its first alarm on, or its last ones.
    std::string lastWords() const {
       constexpr std::size_t most = 20000;
       auto const words = agent_.stderrText();

@@ -20,7 +20,7 @@ struct Options {
    std::optional<std::uint64_t> atLeast;  // of each method; a tenth of the mean if it is not told
 };
 
-/// What a storm left.
+/// The outcome of a storm.
 struct Verdict {
    std::vector<std::string> findings;  // the first of them
    std::size_t count = 0;              // of all

@@ -14,7 +14,7 @@ using trials::Weather;
 /// other, for as long as the thread is. Their calls are not counted.
 std::jthread vanishers(std::string address, Weather weather, std::uint32_t seed);
 
-/// What such a process does: it returns only if nobody kills it.
+/// The work of such a process. It returns only if nobody kills it.
 void vanish(std::string const& address, Weather weather, std::uint32_t seed);
 
 }  // namespace VelmSdkRpc::storm

@@ -8,8 +8,8 @@
 
 namespace VelmSdkRpc::trials {
 
-/// What an agent holds for its clients. Connections and descriptors are those beyond the ones that this process holds
-/// open itself.
+/// The resources that an agent holds for its clients. Connections and descriptors are those beyond the ones that this
+/// process holds open itself.
 struct AgentState {
    std::ptrdiff_t connections;
    std::ptrdiff_t descriptors;
@@ -17,11 +17,11 @@ struct AgentState {
    std::string watches;
 
    static AgentState of(AgentProcess const& agent, SwitchConsole const& console);
-   /// What there is more than before; empty if nothing is.
+   /// Tells of more than before; empty if there is none.
    std::string excessOver(AgentState const& before) const;
 };
 
-/// What an agent still holds of clients that have gone, after some time to forget them; empty if nothing.
+/// Tells what an agent still holds of clients that have gone, after some time to forget them; empty if nothing.
 std::string excessOfClients(AgentProcess const& agent, SwitchConsole const& console, AgentState const& before);
 
 /// Private memory of the agent in MiB, without the state folder's file, which the kernel maps for it. Throws

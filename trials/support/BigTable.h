@@ -49,7 +49,7 @@ class BigTable {
       }
    }
 
-   /// Which of the routes the switch has, read by the mirror, one a message. Throws CallError.
+   /// For each route whether the switch has it, read by the mirror, one a message. Throws CallError.
    std::vector<bool> found() const {
       std::vector<bool> found(size_, false);
       grpc::ClientContext context;

@@ -8,7 +8,7 @@
 
 namespace VelmSdkRpc::trials {
 
-/// What was seen that must not be. Thread-safe.
+/// Things seen that must not be. Thread-safe.
 class Findings {
  public:
    /// An empty text is no finding. Of many only the first are kept.

@@ -21,7 +21,7 @@ std::string kernelName(AnyMessage& any) {
 
 std::string keyMaterial(AnyMessage& any) { return any.oneIn(10) ? "no key" : any.oneIn(2) ? "0123" : "ab"; }
 
-/// What draws the text of a field: the first row whose part is in the field's full name.
+/// The text of a field is drawn by the first row whose part is in the field's full name.
 struct TextRow {
    std::string_view part;
    std::string (*draw)(AnyMessage&);

@@ -11,7 +11,7 @@
 
 namespace VelmSdkRpc::trials {
 
-/// What may be called: anything, or only what leaves alone a client that goes its own way in keys of its own.
+/// Wild: anything may be called. Calm: only what leaves alone a client that goes its own way in keys of its own.
 enum class Weather { wild, calm };
 
 /// How a call ended: well, refused by the agent, or cancelled by its client.
