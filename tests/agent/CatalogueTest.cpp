@@ -9,9 +9,8 @@
 #include <map>
 #include <set>
 
-#include "proto/remote/rpc_status.pb.h"
-#include "tests/support/AgentTest.h"
-#include "tests/support/AnyCall.h"
+#include "remote/rpc_status.pb.h"
+#include "tests/agent/AgentTest.h"
 
 namespace VelmSdkRpc {
 namespace {
@@ -116,73 +115,6 @@ TEST_F(ServedTest, EveryMethodOfAMirrorTellsOfASwitchThatFails) {
       ASSERT_FALSE(HasFailure());
    }
    EXPECT_EQ(called, 163 - 2 - 9 - 1);  // but the command API, the watches, and an id that is no manager's
-}
-
-/// A line of the script: a call, and how it is answered.
-struct ScriptedCall {
-   std::string method;   // "Service.method"
-   std::string request;  // as text
-   bool inTheEnd;        // it may take a while until the answer is so
-   std::string answer;
-};
-
-ScriptedCall parse(std::string const& line) {
-   auto const colon = line.find(':');
-   auto const arrow = line.rfind("> ") - 1;
-   return {line.substr(0, colon), line.substr(colon + 1, arrow - colon - 1), line[arrow] == '~',
-           line.substr(arrow + 3)};
-}
-
-class ScriptTest : public AgentTest {
- protected:
-   /// The answer of a call as the script writes it.
-   std::string answer(MethodDescriptor const& method, std::string const& request, bool stays) {
-      auto const outcome = anyCall(channel(), method, request, std::chrono::milliseconds(stays ? 300 : 60'000));
-      std::vector<std::string> words;
-      for (auto const& response : outcome.responses) {
-         auto text = response->ShortDebugString();
-         words.push_back(text.empty() ? "{}" : std::move(text));
-      }
-      auto const code = outcome.status.error_code();
-      if (stays && code == grpc::StatusCode::DEADLINE_EXCEEDED) {
-         words.emplace_back("open");
-      } else if (code != grpc::StatusCode::OK) {
-         words.push_back(fmt::format("error {} {}", code, outcome.status.error_message()));
-      }
-      return fmt::format("{}", fmt::join(words, " ; "));
-   }
-};
-
-TEST_F(ScriptTest, EveryMethodDoesWhatItIsFor) {
-   std::set<MethodDescriptor const*> called;
-   std::ifstream file(CALLS);
-   for (std::string line; std::getline(file, line);) {
-      if (line.empty() || line.starts_with('#')) continue;
-      if (line.starts_with("> ")) {
-         world({line.substr(2)});
-         continue;
-      }
-      auto const call = parse(line);
-      auto const* const found = methodNamed(call.method);
-      ASSERT_NE(found, nullptr) << line;
-      called.insert(found);
-      auto const& method = *found;
-      bool const stays = call.answer.ends_with("open");
-      auto actual = answer(method, call.request, stays);
-      auto const fits = [&] {
-         if (call.answer == "*") return !actual.starts_with("error");
-         return actual == call.answer || fnmatch(call.answer.c_str(), actual.c_str(), FNM_NOESCAPE) == 0;
-      };
-      if (call.inTheEnd && !fits()) {
-         eventually([&] {
-            actual = answer(method, call.request, stays);
-            return fits();
-         });
-      }
-      EXPECT_TRUE(fits()) << line << "\n  is answered: " << actual;
-   }
-   for (auto const* method : allMethods()) EXPECT_TRUE(called.contains(method)) << method->full_name();
-   EXPECT_EQ(stop(SIGTERM), 0);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <fstream>
 #include <unistd.h>
 
-#include "tests/support/AgentTest.h"
+#include "tests/agent/AgentTest.h"
 #include "tests/support/RawCall.h"
 
 namespace VelmSdkRpc {
@@ -42,22 +42,18 @@ class UnreadableTest : public AgentTest {
 };
 
 TEST_F(UnreadableTest, LeavesNothing) {
-   init();
-   pb::ip_route_bulk_msg routes;
-   for (int i = 0; i < 100'000; ++i) {
-      *routes.add_ip_route() = routeMsg(fmt::format("10.{}.{}.0/24", i / 256 % 256, i % 256), "group");
-   }
-   auto const bytes = routes.SerializeAsString();
+   std::string bulk;
+   for (int i = 0; i < 100'000; ++i) bulk += std::string("\x0a\x05\x0a\x03\x0a\x01\x0a", 7);  // a prefix each
+   bulk.pop_back();
    [[maybe_unused]] auto const memory = megabytes();
    for (int i = 0; i < 20; ++i) {
-      auto const status =
-         rawCall(channel(), "/VelmSdkRpc.pb.velmsdk_service/ip_route_bulk", bytes.substr(0, bytes.size() - 1));
+      auto const status = rawCall(channel(), "/VelmSdkRpc.pb.velmsdk_service/ip_route_bulk", bulk);
       ASSERT_EQ(status.error_message(), "Unable to parse request");
    }
 #ifndef __SANITIZE_ADDRESS__  // which keeps in quarantine what was freed
    EXPECT_LT(megabytes(), memory + 100);
 #endif
-   EXPECT_THAT(set(routeMsg("11.0.0.0/8", "g")), Succeeded());
+   EXPECT_EQ(answer("AgentService.status_set: name: 'a'"), "{}");
 }
 
 }  // namespace

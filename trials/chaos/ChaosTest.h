@@ -1,5 +1,6 @@
 #pragma once
 
+#include <fmt/format.h>
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -11,7 +12,8 @@
 
 #include "clients/support/AgentProcess.h"
 #include "clients/support/SwitchConsole.h"
-#include "tests/support/AgentTest.h"
+#include "clients/support/TempFolder.h"
+#include "tests/support/Eventually.h"
 #include "trials/chaos/Scale.h"
 #include "trials/support/AgentState.h"
 #include "trials/support/Caller.h"
@@ -28,7 +30,7 @@ constexpr auto policyMap = "chaos";
 
 /// An agent on a state folder, and the controllers that program it. After each test the agent is emptied: it must then
 /// hold for its clients what it held before them, and end in order.
-class ChaosTest : protected StateFolder, public ::testing::Test {
+class ChaosTest : public ::testing::Test {
  protected:
    void SetUp() override;
    void TearDown() override;
@@ -80,7 +82,9 @@ class ChaosTest : protected StateFolder, public ::testing::Test {
    void empty();
 
    AnyNative any_{Scale::get().seed, Controller::tag, {}};
-   AgentProcess agent_{{Scale::get().agent, {}, {"--trace", "VelmSdkRpc/0", "--switch-state", folder}}};
+   TempFolder const state_;
+   AgentProcess agent_{
+      {Scale::get().agent, {}, {"--trace", "VelmSdkRpc/0", "--switch-state", state_.path() + "/state"}}};
    std::optional<SwitchConsole> console_;
    trials::Findings findings_;
    std::vector<std::unique_ptr<Controller>> controllers_;

@@ -10,7 +10,7 @@
 #include <thread>
 #include <utility>
 
-#include "tests/support/AgentTest.h"
+#include "tests/support/Eventually.h"
 
 namespace VelmSdkRpc::trials {
 namespace {
