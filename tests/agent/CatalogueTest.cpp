@@ -9,7 +9,7 @@
 #include <map>
 #include <set>
 
-#include "remote/rpc_status.pb.h"
+#include "proto/remote/rpc_status.pb.h"
 #include "tests/agent/AgentTest.h"
 
 namespace VelmSdkRpc {

@@ -2,8 +2,8 @@
 #include <atomic>
 #include <thread>
 
+#include "proto/velmsdk.pb.h"
 #include "tests/agent/AgentTest.h"
-#include "velmsdk.pb.h"
 
 namespace VelmSdkRpc {
 namespace {

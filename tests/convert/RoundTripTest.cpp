@@ -21,8 +21,8 @@
 #include "platform/velm/mpls_route.h"
 #include "platform/velm/nexthop_group.h"
 #include "platform/velm/policy_map.h"
-#include "remote/eth_lag_intf.pb.h"
-#include "remote/intf.pb.h"
+#include "proto/remote/eth_lag_intf.pb.h"
+#include "proto/remote/intf.pb.h"
 #include "tests/convert/AnyValue.h"
 
 namespace VelmSdkRpc::types {

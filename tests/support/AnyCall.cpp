@@ -5,19 +5,19 @@
 #include <stdexcept>
 
 #include "clients/support/Wire.h"
-#include "remote/agent.pb.h"
-#include "remote/bgp_path.pb.h"
-#include "remote/eth_lag_intf.pb.h"
-#include "remote/intf.pb.h"
-#include "remote/intf_counter.pb.h"
-#include "remote/ip_intf.pb.h"
-#include "remote/ip_route.pb.h"
-#include "remote/macsec.pb.h"
-#include "remote/mpls_route.pb.h"
-#include "remote/nexthop_group.pb.h"
-#include "remote/policy_map.pb.h"
-#include "remote/vapi.pb.h"
-#include "velmsdk.pb.h"
+#include "proto/remote/agent.pb.h"
+#include "proto/remote/bgp_path.pb.h"
+#include "proto/remote/eth_lag_intf.pb.h"
+#include "proto/remote/intf.pb.h"
+#include "proto/remote/intf_counter.pb.h"
+#include "proto/remote/ip_intf.pb.h"
+#include "proto/remote/ip_route.pb.h"
+#include "proto/remote/macsec.pb.h"
+#include "proto/remote/mpls_route.pb.h"
+#include "proto/remote/nexthop_group.pb.h"
+#include "proto/remote/policy_map.pb.h"
+#include "proto/remote/vapi.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace VelmSdkRpc {
 

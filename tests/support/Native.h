@@ -4,7 +4,7 @@
 #include <variant>
 #include <vector>
 
-#include "velmsdk.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc {
 

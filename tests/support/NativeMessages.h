@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace VelmSdkRpc {
 

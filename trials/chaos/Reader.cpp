@@ -10,7 +10,7 @@
 #include <thread>
 #include <unistd.h>
 
-#include "remote/ip_route.grpc.pb.h"
+#include "proto/remote/ip_route.grpc.pb.h"
 #include "trials/chaos/Watches.h"
 #include "trials/support/Caller.h"
 

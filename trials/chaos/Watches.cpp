@@ -7,7 +7,7 @@
 #include <array>
 #include <functional>
 
-#include "velmsdk.pb.h"
+#include "proto/velmsdk.pb.h"
 
 namespace VelmSdkRpc::chaos {
 namespace {

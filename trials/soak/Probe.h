@@ -4,10 +4,10 @@
 #include <string>
 
 #include "clients/support/SwitchConsole.h"
-#include "remote/intf.grpc.pb.h"
+#include "proto/remote/intf.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 #include "trials/support/Latencies.h"
 #include "trials/support/Stop.h"
-#include "velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::soak {
 

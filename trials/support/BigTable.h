@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "clients/support/Call.h"
-#include "remote/ip_route.grpc.pb.h"
-#include "velmsdk.grpc.pb.h"
+#include "proto/remote/ip_route.grpc.pb.h"
+#include "proto/velmsdk.grpc.pb.h"
 
 namespace VelmSdkRpc::trials {
 
