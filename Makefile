@@ -87,7 +87,7 @@ storm-sanitize:  ## the same under AddressSanitizer and UndefinedBehaviorSanitiz
 storm-sanitize-thread:  ## the same under ThreadSanitizer
 	@$(call thread_sanitized,storm)
 
-soak: configure  ## an agent under a steady load: HOURS=n; leaves soak.csv and soak.json in $(BUILD)/soak
+soak: configure  ## an agent under a steady load: HOURS=n; leaves soak.json in $(BUILD)/soak
 	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc soak
 	@$(BUILD)/trials/soak/soak --hours $(or $(HOURS),1) --out $(BUILD)/soak
 

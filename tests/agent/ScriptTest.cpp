@@ -1,5 +1,5 @@
 // Plays the scripts in this folder: what clients ask, what the world does, what is answered, heard, and in the switch
-// then. A script is of lines; one that begins with blanks continues the one before.
+// then. A script is of lines; one that begins with blanks continues the one before, after a blank or a comma.
 //
 //   == NAME ARGUMENTS        a test of this name begins, with an agent of its own that is given the arguments; it must
 //                            end in order at last. STATE stands for a state folder.
@@ -50,7 +50,8 @@ std::vector<Script> scripts() {
             Words words = absl::StrSplit(line, ' ');
             all.push_back({words.at(1), {words.begin() + 2, words.end()}, {}});
          } else if (line.starts_with(' ')) {
-            all.back().lines.back() += ' ' + std::string(absl::StripAsciiWhitespace(line));
+            auto& before = all.back().lines.back();
+            before += (before.ends_with(',') ? "" : " ") + std::string(absl::StripAsciiWhitespace(line));
          } else {
             all.back().lines.push_back(line);
          }

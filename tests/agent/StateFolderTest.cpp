@@ -25,24 +25,6 @@ TEST_F(StateFolderTest, AFolderThatCannotBeUsedEndsTheStartWithOneLine) {
    EXPECT_EQ(answer("AgentService.status_set: name: 'a'"), "{}");  // the first one is not disturbed
 }
 
-TEST_F(StateFolderTest, AFullDiskRefusesTheRequestAndTheAgentLives) {
-   answer("rpc_server_init:");
-   rlimit const limit{17 << 20, RLIM_INFINITY};
-   ASSERT_EQ(prlimit(agent().pid(), RLIMIT_FSIZE, &limit, nullptr), 0);
-   std::string const longName(4000, 'n');
-   std::size_t accepted = 0;
-   std::string told;
-   for (; accepted < 10000; ++accepted) {
-      told = answer(fmt::format("nexthop_group: name: '{}{}' nexthop {{ }}", longName, accepted));
-      if (told != "{}") break;
-   }
-   EXPECT_THAT(told, HasSubstr("takes no more of the switch's state"));
-   EXPECT_EQ(show("show nexthop-group")["nexthop_groups"].MemberCount(), accepted);
-   EXPECT_EQ(stop(SIGTERM), 0);
-   restart();
-   EXPECT_EQ(show("show nexthop-group")["nexthop_groups"].MemberCount(), accepted);
-}
-
 TEST_F(StateFolderTest, KeyMaterialStaysWithTheSwitchAndItsClients) {
    std::string const keys = "name: 'm' primary_key { cak: '5ec2e7' } fallback_key { cak: '5ec2e8' }";
    EXPECT_THAT(answer("MacsecMgrService.bulk_profile_set: requests { profile { " + keys + " } } requests { profile { " +

@@ -49,12 +49,14 @@ class CallTest(VelmctlTest):
         self.assertEqual(self.routes(), 4)
         found = self.json("call", "IpRouteMgrService.ip_route", "key.prefix=10.1.0.0/16", "key.preference=1")
         self.assertEqual(found, {"ip_route": {"key": {"prefix": "10.1.0.0/16", "preference": 1}, "tag": 0}})
-        self.assertEqual([element["ip_route"]["key"]["prefix"] for element in self.json("call", "IpRouteMgrService.ip_routes")],
+        routes = self.json("call", "IpRouteMgrService.ip_routes")
+        self.assertEqual([element["ip_route"]["key"]["prefix"] for element in routes],
                          ["10.0.0.0/8", "10.1.0.0/16", "10.2.0.0/16", "10.3.0.0/16"])
 
     def test_of_many_requests_each_is_answered(self):
         self.ok("nhg", "add", "g", "Ethernet1")
-        lines = '{"prefix":"10.0.0.0/8","nexthop_group":"g"}\n\n{"prefix":"11.0.0.0/8"}\n{"prefix":"12.0.0.0/8","nexthop_group":"g"}'
+        lines = ('{"prefix":"10.0.0.0/8","nexthop_group":"g"}\n\n{"prefix":"11.0.0.0/8"}\n'
+                 '{"prefix":"12.0.0.0/8","nexthop_group":"g"}')
         answers = self.json("call", "velmsdk_service.ip_route", "-", input=lines, status=1)
         self.assertEqual([answer["status"] for answer in answers],
                          ["STATUS_SUCCESS", "STATUS_NOT_FOUND", "STATUS_SUCCESS"])
@@ -65,7 +67,8 @@ class CallTest(VelmctlTest):
         # Requests before a wrong line are carried out; from a file, which is read as a whole first, none is.
         answers = self.json("call", "velmsdk_service.ip_route", "-", status=2,
                             input='{"prefix":"13.0.0.0/8","nexthop_group":"g"}\n{"prefix":}\n')
-        self.assertEqual(answers[-1]["error"]["message"], "standard input, line 2: no JSON at column 11: Invalid value.")
+        self.assertEqual(answers[-1]["error"]["message"],
+                         "standard input, line 2: no JSON at column 11: Invalid value.")
         path = f"{self.folder}/requests"
         with open(path, "w") as file:
             file.write('{"prefix":"14.0.0.0/8","nexthop_group":"g"}\n{"tag":"x"}\n')
@@ -126,7 +129,8 @@ class CallTest(VelmctlTest):
         return "null" not in self.ok("-o", "json", "show", "switch", "watches")
 
     def test_a_watch_reconnects_where_it_is_asked_to(self):
-        watch = self.start("-o", "jsonl", "watch", "AgentService.watch", "notify_ready=true", "--reconnect", "--count", "2")
+        watch = self.start("-o", "jsonl", "watch", "AgentService.watch", "notify_ready=true", "--reconnect",
+                           "--count", "2")
         self.assertEqual(watch.stdout.readline(), '{"ready":true}\n')
         self.agent.kill()
         self.assertIn("waiting for the agent", watch.stderr.readline())

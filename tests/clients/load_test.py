@@ -40,7 +40,8 @@ class LoadTest(VelmctlTest):
         self.assertEqual((told["acknowledged"], told["refused"]), (4, 3))
         with open(told["refused_file"]) as refused:
             lines = refused.read().splitlines()
-        self.assertEqual([line.split("#")[0].strip() for line in lines], ["10.0.0.0/8 g", "11.0.0.0/8 g", "12.0.0.0/8 -"])
+        self.assertEqual([line.split("#")[0].strip() for line in lines],
+                         ["10.0.0.0/8 g", "11.0.0.0/8 g", "12.0.0.0/8 -"])
         self.assertEqual(lines[2].split("# ")[1], "STATUS_NOT_FOUND")
         self.assertEqual(self.routes(), 1, "the resync is left open, and nothing has gone")
         self.json("load", told["refused_file"], "--refused", f"{self.folder}/again", "--tag", "7", status=1)

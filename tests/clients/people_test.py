@@ -27,17 +27,21 @@ class PeopleTest(VelmctlTest):
         self.ok("cbf", "add", "to-core", "backup", "--ipv4", "46,48", "--ipv6", "10")
         expected = {
             ("nhg", "list", "to-core"): r"to-core +3 .*0: nexthop=10.0.0.1 intf=Ethernet1 "
-                                        r"mpls_action=\(action_type=1 label_stack=1002,1001\); 1: intf=Ethernet2; 2: intf=Ethernet2",
-            ("route", "list", "2001:db8::/32"): r"PREFIX +PREFERENCE +TAG +ACTION +VIAS\n2001:db8::/32 +1 +0 +3 +nexthop_group=to-core\n$",
+                                        r"mpls_action=\(action_type=1 label_stack=1002,1001\); "
+                                        r"1: intf=Ethernet2; 2: intf=Ethernet2",
+            ("route", "list", "2001:db8::/32"): r"PREFIX +PREFERENCE +TAG +ACTION +VIAS\n"
+                                                r"2001:db8::/32 +1 +0 +3 +nexthop_group=to-core\n$",
             ("tunnel", "list"): r"192.0.2.1/32 +to-core +4\n",
-            ("mpls", "list"): r"100 .*nexthop_group=to-core\n101 .*hop=10.0.0.1 intf=Ethernet1.*\n\nvrf_labels:\nLABEL +VRF_NAME\n102 +red",
+            ("mpls", "list"): r"100 .*nexthop_group=to-core\n101 .*hop=10.0.0.1 intf=Ethernet1.*\n\n"
+                              r"vrf_labels:\nLABEL +VRF_NAME\n102 +red",
             ("sbfd", "list"): r"10.0.0.1 +Ethernet1 +16,17 +50 +3",
             ("cbf", "list"): r"cbf +1 +1: class_map_key=\(name=to-core-backup feature=1\)",
         }
         for words, pattern in expected.items():
             self.assertRegex(self.ok(*words), re.compile(pattern), words)
         for words in (("route", "del", "2001:db8::/32"), ("tunnel", "del", "192.0.2.1/32"), ("mpls", "del", "100"),
-                      ("sbfd", "del", "Ethernet1", "10.0.0.1", "--labels", "16/17"), ("cbf", "del", "to-core", "backup")):
+                      ("sbfd", "del", "Ethernet1", "10.0.0.1", "--labels", "16/17"),
+                      ("cbf", "del", "to-core", "backup")):
             self.ok(*words)
         self.assertEqual(self.ok("route", "list"), "none\n")
         self.ok("resync", "start")
@@ -112,13 +116,14 @@ class PeopleTest(VelmctlTest):
         self.assertEqual(self.completions("call", "velmsdk_service.ip_route", "p"), ["prefix="])
         self.assertEqual(self.completions("call", "velmsdk_service.sbfd_echo_session", "session_key.d"),
                          ["session_key.dscp="])
-        self.assertEqual(self.completions("--timeout", "3", "call", "velmsdk_service.rpc_server_resync", "resync_state="),
-                         ["resync_state=RESYNC_START", "resync_state=RESYNC_END"])
+        resync = ("--timeout", "3", "call", "velmsdk_service.rpc_server_resync", "resync_state=")
+        self.assertEqual(self.completions(*resync), ["resync_state=RESYNC_START", "resync_state=RESYNC_END"])
         self.assertEqual(self.completions("show", "ip", ""), ["route"])
         self.assertEqual(self.completions("describe", "ip_route_b"), ["ip_route_bulk_msg"])
         # As the shell asks: the script that velmctl prints, and readline's variables.
-        script = (f'eval "$({VELMCTL} completion bash)"; COMP_WORDS=({VELMCTL} describe nexthop_group_b); COMP_CWORD=2; '
-                  'COMP_LINE="${COMP_WORDS[*]}"; COMP_POINT=${#COMP_LINE}; _velmctl 2>/dev/null; echo "${COMPREPLY[@]}"')
+        script = (f'eval "$({VELMCTL} completion bash)"; COMP_WORDS=({VELMCTL} describe nexthop_group_b); COMP_CWORD=2;'
+                  'COMP_LINE="${COMP_WORDS[*]}"; COMP_POINT=${#COMP_LINE}; _velmctl 2>/dev/null;'
+                  'echo "${COMPREPLY[@]}"')
         done = subprocess.run(["bash", "-c", script], capture_output=True, text=True)
         self.assertEqual(done.stdout, "nexthop_group_bulk_msg\n", done)
 

@@ -1,7 +1,6 @@
 #include <numeric>
 
 #include "convert/AddressFamily.h"
-#include "convert/BoundaryCheck.h"
 #include "convert/Values.h"
 #include "tests/convert/Messages.h"
 
@@ -106,20 +105,6 @@ TEST(RecordTest, TheSdkJudgesNamesAndLabels) {
    velm::remote::MplsFecId fec;
    fec.set_id(UINT64_MAX);
    EXPECT_EQ(convert(convert(fec)).id(), UINT64_MAX);
-}
-
-TEST(BoundaryCheckTest, OnlyTheTypeBounds) {
-   EXPECT_EQ(boundaryCheck<unsigned char>(255U, "ttl {} is out of range"), 255);
-   EXPECT_EQ(boundaryCheck<unsigned short>(65535U, "vlan {} is out of range"), 65535);
-   EXPECT_EQ(boundaryCheck<unsigned short>(0U, ""), 0);
-   std::string_view const part = std::string_view("vlan {} is out of range!").substr(0, 23);  // no 0 at its end
-   EXPECT_EQ(errorText<invalid_argument_error>([&] { boundaryCheck<unsigned short>(65536U, part); }),
-             "vlan 65536 is out of range");
-   EXPECT_EQ(errorText<invalid_argument_error>([] { boundaryCheck<unsigned short>(UINT32_MAX, "port {}"); }),
-             "port 4294967295");
-   EXPECT_EQ(
-      errorText<invalid_argument_error>([] { boundaryCheck<unsigned char>(256U, "Invalid key server priority {}"); }),
-      "Invalid key server priority 256");
 }
 
 }  // namespace

@@ -8,8 +8,8 @@ after a trailing backslash; the lines after it are what it prints, on stdout and
 "..." stands for any number of lines, and "…" or a name in angle brackets inside a line, as in <pid>, for any text. A
 command that fails must be followed by `echo $?`, so that no failure passes unseen. Runs of blanks are all alike.
 
-The switch carries requests out a moment later. So a command that only looks (LOOKS, below) is repeated for a while until
-it prints what it should.
+The switch carries requests out a moment later. So a command that only looks (LOOKS, below) is repeated for a while
+until it prints what it should.
 
 A block whose fence has a name after the language, as in ```python client.py, is written to a file of that name.
 
@@ -165,7 +165,8 @@ class Session:
 def environment(options, address):
     path = os.pathsep.join([*options.path, os.path.dirname(options.agent), "/usr/bin", "/bin"])
     kept = {name: os.environ[name] for name in ("TSAN_OPTIONS", "ASAN_OPTIONS", "UBSAN_OPTIONS") if name in os.environ}
-    return {"PATH": path, "LC_ALL": "C.UTF-8", "HOME": "/nonexistent", "TERM": "dumb", "VELMCTL_ADDRESS": address, **kept}
+    return {"PATH": path, "LC_ALL": "C.UTF-8", "HOME": "/nonexistent", "TERM": "dumb", "VELMCTL_ADDRESS": address,
+            **kept}
 
 
 def run(session, command, looking):
@@ -217,7 +218,7 @@ def replay(options, plan):
 
 def report(document, command, printed):
     print(f"{document}:{command.first}: $ {command.text}")
-    print("\n".join(difflib.unified_diff(command.expected, printed, "the document", "printed", lineterm="")), end="\n\n")
+    print(*difflib.unified_diff(command.expected, printed, "the document", "printed", lineterm=""), "", sep="\n")
 
 
 def main():

@@ -1,10 +1,10 @@
-"""Runs an example controller against an agent that is killed and comes back: the controller programs all anew, and nothing
-is lost.
+"""Runs an example controller against an agent that is killed and comes back: the controller programs all anew, and
+nothing is lost.
 
     controller_test.py AGENT SETTLED EVENT COMMAND...
 
-SETTLED is what the controller prints before its watch is settled, EVENT what it prints when Ethernet2 goes down. COMMAND
-runs it and is given the agent's address.
+SETTLED is what the controller prints before its watch is settled, EVENT what it prints when Ethernet2 goes down.
+COMMAND runs it and is given the agent's address.
 """
 import json
 import re

@@ -22,21 +22,21 @@ class BfdTest : public ProgrammerTest {
  protected:
    BfdTest() {
       init();
-      ON_CALL(*sessions, sbfd_echo_session_set).WillByDefault(noted("set"));
-      ON_CALL(*sessions, sbfd_echo_session_del).WillByDefault(noted("del"));
-      ON_CALL(*sessions, sbfd_echo_session_interval_is).WillByDefault([&](auto const&, velm::sbfd_interval_t interval) {
+      ON_CALL(sessions, sbfd_echo_session_set).WillByDefault(noted("set"));
+      ON_CALL(sessions, sbfd_echo_session_del).WillByDefault(noted("del"));
+      ON_CALL(sessions, sbfd_echo_session_interval_is).WillByDefault([&](auto const&, velm::sbfd_interval_t interval) {
          note(fmt::format("interval {} {}", interval.min_tx(), interval.multiplier()));
       });
-      ON_CALL(*sessions, sbfd_echo_session_rtt_enabled_is).WillByDefault(noted("rtt"));
+      ON_CALL(sessions, sbfd_echo_session_rtt_enabled_is).WillByDefault(noted("rtt"));
    }
 };
 
 TEST_F(BfdTest, ASessionIsSetThenItsIntervalThenItsRttUnderOneLock) {
-   BfdProgrammer programmer(client, sessions.get(), &intfs, service);
+   BfdProgrammer programmer(client, &sessions, &intfs, service);
    pb::sbfd_echo_session_msg request;
    request.mutable_session_key()->mutable_nexthop()->set_addr(std::string(4, '\x0a'));
    for (auto const label : {3, 1, 2}) request.mutable_session_key()->add_labels(label);
-   EXPECT_CALL(*sessions, sbfd_echo_session_set)
+   EXPECT_CALL(sessions, sbfd_echo_session_set)
       .WillOnce([&](velm::sbfd_echo_session_key_t const& key) {
          EXPECT_THAT(key.labels(), ElementsAre(velm::mpls_label_t(3), velm::mpls_label_t(1), velm::mpls_label_t(2)));
          note("set");
@@ -178,8 +178,8 @@ TEST_F(BfdTest, NothingIsSentOnceTheServiceStops) {
 }
 
 TEST_F(BfdTest, AnInterfaceThatNoSessionFollowsIsNoNews) {
-   BfdProgrammer programmer(client, sessions.get(), &intfs, service);
-   EXPECT_CALL(*sessions, sbfd_echo_session_status).Times(0);
+   BfdProgrammer programmer(client, &sessions, &intfs, service);
+   EXPECT_CALL(sessions, sbfd_echo_session_status).Times(0);
    velm::sdk_scoped_lock const lock;
    programmer.on_oper_status(velm::intf_id_t("Ethernet7"), velm::oper_status_t::down);
    programmer.on_intf_delete(velm::intf_id_t("Ethernet7"));

@@ -52,23 +52,6 @@ TEST_F(ProgrammerOrderTest, AResyncStartsInOneOrderAndEndsWithTheGroups) {
    EXPECT_EQ(resync(static_cast<pb::rpc_server_resync_state_enum>(7)).status(), pb::rpc_status_msg::STATUS_SUCCESS);
 }
 
-TEST_F(ProgrammerOrderTest, AnInitDuringAResyncLeavesItOpen) {
-   resync(pb::RESYNC_START);
-   EXPECT_EQ(init().status().status(), pb::rpc_status_msg::STATUS_SUCCESS);
-   EXPECT_TRUE(client.initialized());
-   EXPECT_EQ(resync(pb::RESYNC_END).status(), pb::rpc_status_msg::STATUS_SUCCESS);
-}
-
-TEST_F(ProgrammerOrderTest, VrfLabelsAloneCountAsMplsRoutes) {
-   EXPECT_CALL(vrfLabels, mpls_vrf_label_iter).WillOnce([] {
-      return iterOf(std::vector{velm::mpls_vrf_label_t(velm::mpls_label_t(16), "red")});
-   });
-   EXPECT_TRUE(init().mpls_routes_exist());
-   EXPECT_CALL(mplsRoutes, mpls_route_iter).WillOnce([] { return iterOf(std::vector{velm::mpls_route_t()}); });
-   EXPECT_CALL(vrfLabels, mpls_vrf_label_iter).Times(0);
-   EXPECT_TRUE(init().mpls_routes_exist());
-}
-
 TEST_F(ProgrammerOrderTest, AnIpRouteIsSetBeforeItsViaAndDeletedAfterIt) {
    IpRouteProgrammer programmer(client, &ipRoutes);
    init();
@@ -211,15 +194,6 @@ TEST_F(ProgrammerOrderTest, OpaquePairsAreSetThenDeletedInTheirOrderInOneStep) {
    pb::rpc_server_state_status_msg answer;
    programmer.processOpaqueStateGetRequest(wanted, answer);
    EXPECT_THAT(takeCalls(), ElementsAre("read"));
-}
-
-TEST_F(ProgrammerOrderTest, AnErrorOfTheTagLeavesInit) {
-   EXPECT_CALL(ipRoutes, tag_is(7)).WillOnce(::testing::Throw(velm::error("no tag")));
-   pb::rpc_server_config_msg config;
-   config.set_ip_route_tag(7);
-   pb::rpc_server_init_status_msg answer;
-   EXPECT_THROW(client.processInitRequest(config, answer), velm::error);
-   EXPECT_FALSE(client.initialized());
 }
 
 }  // namespace

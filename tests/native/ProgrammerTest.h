@@ -2,7 +2,6 @@
 
 #include <gmock/gmock.h>
 
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -34,9 +33,9 @@ class ProgrammerTest : public ::testing::Test {
       return answer;
    }
 
-   using Sessions = ::testing::NiceMock<MockBfdSessionMgr>;
-   std::unique_ptr<Sessions> const sessions;
-   ::testing::NiceMock<MockIntfMgr> intfs;
+   ManagerParts parts;
+   velm::embedded::IntfMgr intfs{parts.ledger, parts.loop};
+   ::testing::NiceMock<MockBfdSessionMgr> sessions;
    ::testing::NiceMock<MockIpRouteMgr> ipRoutes;
    ::testing::NiceMock<MockMplsRouteMgr> mplsRoutes;
    ::testing::NiceMock<MockMplsVrfLabelMgr> vrfLabels;
@@ -44,9 +43,6 @@ class ProgrammerTest : public ::testing::Test {
    ::testing::NiceMock<MockNexthopGroupTunnelMgr> tunnels;
    VelmSdkRpcService service;
    ClientInit client;
-
-   /// The service asks for the sessions when it is made.
-   static std::unique_ptr<Sessions> noSessions();
 
    /// Notes a call, in brackets if it came without the lock.
    void note(std::string const& name) { calls_.push_back(velm::sdk_scoped_lock::held() ? name : "(" + name + ")"); }

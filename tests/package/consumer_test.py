@@ -1,5 +1,5 @@
-"""The example, built as by a client of others: against what was installed, by CMake and by pkg-config, after the folder has
-been moved."""
+"""The example, built as by a client of others: against what was installed, by CMake and by pkg-config, after the folder
+has been moved."""
 import os
 import subprocess
 import sys

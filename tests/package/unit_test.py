@@ -93,12 +93,13 @@ class UnitTest(unittest.TestCase):
     def test_an_agent_without_its_port_says_nothing(self):
         with socket.create_server(("127.0.0.1", 0)) as held:
             with Service(self.folder, address_of(held)) as service:
-                eventually(lambda: "cannot listen on" in service.process.stderr.readline(), "the agent tells of its port")
+                eventually(lambda: "cannot listen on" in service.process.stderr.readline(), "the port is told")
                 self.assertEqual(service.stop(), 0)
                 self.assertIsNone(service.heard_more())
 
     def test_the_options_of_the_host_are_words_of_their_own(self):
-        self.assertEqual(command("/run", "[::]:1")[1:], ["--listen", "[::]:1", "--switch-state", "/run/velmsdkrpc/state"])
+        self.assertEqual(command("/run", "[::]:1")[1:],
+                         ["--listen", "[::]:1", "--switch-state", "/run/velmsdkrpc/state"])
         self.assertEqual(settings("EnvironmentFile"), ["-/etc/default/velmsdkrpc"])
 
     @unittest.skipUnless(shutil.which("systemd-analyze"), "systemd-analyze is not there")

@@ -5,7 +5,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::StartsWith;
 
 using Sequences = std::vector<std::uint32_t>;
 
@@ -159,24 +158,6 @@ TEST_F(AclTest, ASimulatedRuleIsCommittedAtOnceAndOutlivesWhatIsStaged) {
    EXPECT_FALSE(mgr().acl_exists(v4));
    mgr().acl_commit();
    EXPECT_FALSE(mgr().committed().contains(v4));
-}
-
-TEST_F(AclTest, TheCommandShowsEveryAccessor) {
-   world({"simulate acl a type 2 rule 1 nexthop-group g priority 184 mask 252",
-          "simulate acl a type 9 rule 1 nexthop-group g priority 0 mask 0"});
-   mgr().acl_rule_set({"b", acl_type_t::ipv4}, 1, rule("g"));
-   auto const port = [](std::string const& name) { return '"' + name + R"(":{"oper":0,"ports":[]},)"; };
-   EXPECT_THAT(shown("show acl"),
-               StartsWith(R"({"acls":[{"acl_name":"a","acl_type":2,"rules":{"1":{"action":1,"log":false,)"
-                          R"("tracked":false,"vlan":0,"vlan_mask":0,"inner_vlan":0,"inner_vlan_mask":0,)"
-                          R"("ip_protocol":0,"ttl":{"oper":0,"ttl":0},"source_addr":"","destination_addr":"",)" +
-                          port("source_port") + port("destination_port") +
-                          R"("nexthop_group":"g","tcp_flags":0,"ip_type":0,"established":false,"icmp_type":0,)"
-                          R"("icmp_code":0,"priority_value":184,"priority_mask":252,"match_fragments":false,)"
-                          R"("match_ip_priority":true}}},{"acl_name":"a","acl_type":9,"rules":{"1":)"));
-   EXPECT_EQ(shown("show acl b"), R"({"acls":[],"staged":true})");
-   mgr().acl_commit();
-   EXPECT_THAT(shown("show acl b"), StartsWith(R"({"acls":[{"acl_name":"b","acl_type":1,)"));
 }
 
 }  // namespace

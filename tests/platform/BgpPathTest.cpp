@@ -5,7 +5,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
-using ::testing::UnorderedElementsAre;
 
 struct Recorder : bgp_path_handler {
    explicit Recorder(bgp_path_mgr& mgr) : bgp_path_handler(&mgr) { watch_all_paths(true); }
@@ -83,17 +82,6 @@ TEST_F(BgpPathTest, OneIsReadWholeAndAllAsTheOptionsSay) {
          EXPECT_FALSE(++it);
       }
    }
-}
-
-TEST_F(BgpPathTest, TheCommandShowsWhatThereIs) {
-   EXPECT_EQ(shown("show bgp path"), R"({"ipv4":[],"ipv6":[],"converged":{"ipv4":false,"ipv6":false}})");
-   world({std::string(path4) + " next-hop 10.2.2.2 med 5 community 65536", path6, "simulate bgp converged ipv6 true"});
-   EXPECT_EQ(shown("show bgp path"),
-             R"({"ipv4":[{"path_key":{"prefix":"10.0.0.0/8","peer_addr":"10.1.1.1","vrf_name":"red"},)"
-             R"("path_attr":{"next_hop":"10.2.2.2","origin":0,"med":5,"local_pref":0,"community_list":[65536]}}],)"
-             R"("ipv6":[{"path_key":{"prefix":"2001:db8::/32","peer_addr":"2001:db8::1","vrf_name":"red"},)"
-             R"("path_attr":{"next_hop":"","origin":0,"med":0,"local_pref":0,"community_list":[]}}],)"
-             R"("converged":{"ipv4":false,"ipv6":true}})");
 }
 
 }  // namespace

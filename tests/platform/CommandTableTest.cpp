@@ -7,8 +7,6 @@
 namespace velm::embedded::commands {
 namespace {
 
-using ::testing::ElementsAre;
-
 std::vector<Command> commands() {
    return {{"show route summary", [](Session&, Arguments const&) -> std::string { return "summary"; }},
            {"show route [vrf NAME] [PREFIX] [limit N]",
@@ -91,19 +89,6 @@ TEST_F(CommandTableTest, AWrongWordIsToldWithWhatCouldHaveStoodThere) {
       EXPECT_EQ(run(row.command), std::string("invalid command, ") + row.answer) << row.command;
    }
    EXPECT_EQ(run("show \"route"), "invalid command, a quote is not closed");
-}
-
-TEST_F(CommandTableTest, AListStopsAtItsFirstFailureAndKeepsWhatRan) {
-   auto const response = device.vapi.run_config_cmds({"agent option a b", "agent opt a c", "agent option a d"});
-   EXPECT_EQ(response.error_code(), 1000);
-   EXPECT_EQ(response.error_message(),
-             "command 2 of 3 'agent opt a c' failed: invalid command, expected disable or option at 'opt'");
-   EXPECT_THAT(response.responses(), ElementsAre("{}"));
-   EXPECT_EQ(response.raw_response(), "[{}]");
-   EXPECT_EQ(device.agent.agent_option("a"), "b");
-   auto const refused = device.vapi.run_config_cmds({"simulate fail no.such error text"});
-   EXPECT_EQ(refused.error_code(), 1001);
-   EXPECT_TRUE(device.vapi.run_config_cmds({}).success());
 }
 
 }  // namespace

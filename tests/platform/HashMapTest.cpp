@@ -4,7 +4,6 @@
 #include <string>
 #include <vector>
 
-#include "platform/loom/Backlog.h"
 #include "platform/qor/HashMap2018.h"
 #include "platform/qor/HashMap2018Iterator.h"
 
@@ -138,32 +137,6 @@ TEST(HashMapDeathTest, MisuseEndsTheProcess) {
    HashMap2018IteratorGeneric const tolerant(map);
    map._memberDelAll();
    EXPECT_DEATH(tolerant.currNodeNonStale(), "the member under the iterator is gone");
-}
-
-TEST(BacklogDrainTest, GoesOnWhereItYieldedAndRoundToTheBeginning) {
-   using Loom::ZuBacklogProgress;
-   Map map;
-   Key resume{-1};
-   std::vector<int> sent;
-   auto const drain = [&](bool yield) {
-      return Loom::Impl::_processBacklog(
-         map, resume, Key{-1}, [=] { return yield; },
-         [&](Key const& key, std::string& value) {
-            sent.push_back(key.number);
-            value.clear();  // may be moved away
-         });
-   };
-   EXPECT_EQ(drain(true), ZuBacklogProgress{});
-   for (int key : {1, 2, 3, 4}) map.newMemberG(Key{key}, "");
-   EXPECT_EQ(drain(true), (ZuBacklogProgress{.yielded = true, .pending = 3, .processed = 1}));
-   EXPECT_EQ(resume, Key{2});
-   map.newMemberG(Key{0}, "");  // the walk is past it
-   EXPECT_EQ(drain(true).processed, 1U);
-   map.deleteMemberG(Key{3});  // where it was to go on
-   EXPECT_EQ(drain(false), (ZuBacklogProgress{.processed = 2}));
-   EXPECT_THAT(sent, ElementsAre(1, 2, 4, 0));
-   EXPECT_EQ(resume, Key{-1});
-   EXPECT_EQ(fmt::format("{}", drain(false)), "yielded=false pending=0 processed=0");
 }
 
 }  // namespace

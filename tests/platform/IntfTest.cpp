@@ -4,7 +4,6 @@ namespace velm::embedded {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 class IntfTest : public IntfSwitchTest {};
@@ -87,32 +86,6 @@ TEST_F(IntfTest, AddressesAreReplacedAsASet) {
    EXPECT_EQ(mgr.ip_addrs(eth(1)), set({"10.0.0.2/8", "10.0.0.3/8", "::1/128"}));
    EXPECT_THAT(eventsOf({"interface Ethernet1", "no ip address"}),
                ElementsAre("Ethernet1 -10.0.0.2/8", "Ethernet1 -10.0.0.3/8", "Ethernet1 -::1/128"));
-}
-
-TEST_F(IntfTest, TheWorldCounts) {
-   world({"simulate interface Ethernet3 counter out_errors 18446744073709551615",
-          "simulate interface Ethernet3 counter in_bits_rate 2500", "simulate interface Ethernet3 counter in_errors 7",
-          "simulate ip interface Ethernet3 vlan 65535"});
-   auto const counters = device.intfCounters.intf_counters(eth(3));
-   EXPECT_EQ(counters.out_errors(), std::numeric_limits<std::uint64_t>::max());
-   EXPECT_EQ(counters.in_errors(), 7);
-   EXPECT_GT(counters.sample_time(), 1.6e9);
-   EXPECT_EQ(device.intfCounters.intf_traffic_rates(eth(3)).in_bits_rate(), 2500);
-   EXPECT_EQ(device.intfCounters.intf_counters(eth(4)), intf_counters_t());
-   world({"simulate interface Ethernet3 counter sample_time 12"});
-   EXPECT_THAT(shown("show interfaces Ethernet3"),
-               ::testing::AllOf(HasSubstr(R"("internal_vlan_id":65535,"counters":{"out_ucast_pkts":0)"),
-                                HasSubstr(R"("in_errors":7,"sample_time":12.0},"rates":{"out_pkts_rate":0.0)"),
-                                HasSubstr(R"("in_bits_rate":2500.0,"sample_time":12.0})")));
-}
-
-TEST_F(IntfTest, WhatCannotBeIsRefusedByName) {
-   EXPECT_THROW(device.intfs.description_is(eth(99), "x"), configuration_error);
-   EXPECT_EQ(device.intfs.description(eth(99)), "");
-   EXPECT_EQ(device.intfs.oper_status(eth(99)), oper_status_t::unknown);
-   EXPECT_EQ(device.intfs.kernel_intf_name(eth(99)), "");
-   EXPECT_EQ(device.intfs.velm_intf_name("eth99"), intf_id_t());
-   EXPECT_THAT(events(), IsEmpty());
 }
 
 }  // namespace

@@ -4,7 +4,6 @@ namespace velm::embedded {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 mpls_route_key_t keyOf(std::uint32_t label, unsigned char metric = 0) { return {mpls_label_t(label), metric}; }
@@ -115,23 +114,6 @@ TEST_F(MplsTest, EventsComeInOrderWhereTheHandlerWatchesAtTheDelivery) {
    EXPECT_THAT(recorder.seen, IsEmpty());
 }
 
-TEST_F(MplsTest, TheOlderEventsAreThoseOfRoutesOfOneLabel) {
-   struct Old : mpls_route_handler {
-      using mpls_route_handler::mpls_route_handler;
-      void on_mpls_route_set(mpls_label_t label, mpls_fec_id_t fec) override { seen.emplace_back(label, fec.id()); }
-      void on_mpls_route_del(mpls_label_t label) override { seen.emplace_back(label, 0); }
-      std::vector<std::pair<mpls_label_t, unsigned long>> seen;
-   } old(&mgr());
-   old.watch_all_mpls_routes(true);
-   mpls_route_key_t const two(std::vector{mpls_label_t(1), mpls_label_t(2)}, 0);
-   mgr().mpls_route_set(mpls_route_t(two));
-   mgr().mpls_route_del(two);
-   set(3);
-   mgr().mpls_route_del(keyOf(3));
-   deliver();
-   EXPECT_THAT(old.seen, ElementsAre(std::pair(mpls_label_t(3), 4), std::pair(mpls_label_t(3), 0)));
-}
-
 TEST_F(MplsTest, AResyncRaisesWhatADeletionDoesForWhatWasNotRepeated) {
    for (std::uint32_t label = 1; label <= 4; ++label) {
       set(label);
@@ -153,32 +135,6 @@ TEST_F(MplsTest, AResyncRaisesWhatADeletionDoesForWhatWasNotRepeated) {
    EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(2))), IsEmpty());
    EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(3))), IsEmpty());  // its via was not repeated
    EXPECT_THAT(groupsOf(mgr().mpls_route_via_status_iter(mpls_fec_id_t(4))), ElementsAre("h"));
-}
-
-TEST_F(MplsTest, RoutesAreShownWithTheirFecsAndLabelsOfVrfs) {
-   mpls_route_key_t const key(std::vector{mpls_label_t(200), mpls_label_t(100)}, 9);
-   mpls_route_via_t via(key, mpls_action_t::swap);
-   via.hop_is(ip_addr_t("10.0.0.1"));
-   via.intf_is(intf_id_t("Ethernet1"));
-   via.pushswap_label_is(mpls_label_t(7));
-   mgr().mpls_route_set(mpls_route_t(key));
-   mgr().mpls_route_via_set(via);
-   device.mplsVrfLabels.mpls_vrf_label_set({mpls_label_t(300), "red"});
-   EXPECT_EQ(shown("show mpls route"),
-             R"({"routes":[{"key":{"labels":[200,100],"metric":9},"fec_id":1048577,"vias":[{"hop":"10.0.0.1",)"
-             R"("intf":"Ethernet1","pushswap_label":7,"label_action":3,"ttl_mode":0,"payload_type":0,)"
-             R"("skip_egress_acl":false,"nexthop_group":""}]}],"vrf_labels":[{"label":300,"vrf_name":"red"}]})");
-   auto& labels = device.mplsVrfLabels;
-   labels.mpls_vrf_label_set({mpls_label_t(301), "blue"});
-   labels.resync_init();
-   labels.mpls_vrf_label_set({mpls_label_t(300), "green"});
-   labels.resync_complete();
-   auto it = labels.mpls_vrf_label_iter();
-   EXPECT_EQ(it->vrf_name(), "green");
-   EXPECT_FALSE(++it);
-   labels.mpls_vrf_label_del(mpls_label_t(300));
-   EXPECT_EQ(labels.mpls_vrf_label(mpls_label_t(300)).vrf_name(), "");
-   EXPECT_THROW(labels.mpls_vrf_label_set({mpls_label_t(300), ""}), invalid_argument_error);
 }
 
 TEST_F(MplsTest, AnIdFromASequenceIsNotGivenToTheRouteOfItsLabel) {

@@ -4,7 +4,6 @@ namespace velm::embedded {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
 nexthop_group_t groupOf(std::string const& name, std::string const& intf = "Ethernet1") {
@@ -83,18 +82,6 @@ TEST_F(NexthopGroupTest, TheLastEventOfAGroupNeverTellsMoreThanIsTrue) {
    EXPECT_THAT(eventsOf({set, del}), ElementsAre("g 1"));
 }
 
-TEST_F(NexthopGroupTest, TheOlderProgrammedEventIsThatOfTheSecondHandlerAlone) {
-   struct Old : nexthop_group_handler_v2 {
-      using nexthop_group_handler_v2::nexthop_group_handler_v2;
-      void on_nexthop_group_programmed(std::string const& name) override { seen.push_back(name); }
-      std::vector<std::string> seen;
-   } old(&mgr());
-   old.watch_all_nexthop_groups(true);
-   mgr().nexthop_group_set(groupOf("g"));
-   deliver();
-   EXPECT_THAT(old.seen, ElementsAre("g"));
-}
-
 TEST_F(NexthopGroupTest, WhatIsProgrammedIsReadOnceItIs) {
    mgr().nexthop_group_set(groupOf("g"));
    EXPECT_THROW(mgr().programmed_nexthop_group("g"), invalid_argument_error);
@@ -128,65 +115,6 @@ TEST_F(NexthopGroupTest, ACounterIsValidWhereTheGroupHasTheEntryAndGoesWithTheGr
    mgr().nexthop_group_del("g");
    mgr().nexthop_group_set(groupOf("g"));
    EXPECT_EQ(read(4), std::tuple(true, 0, 0));
-}
-
-TEST_F(NexthopGroupTest, ASimulatedReportIsLikeOneOfTheDataplane) {
-   mgr().nexthop_group_set(groupOf("g"));
-   deliver();
-   Recorder<nexthop_group_handler> recorder(&mgr());
-   recorder.watch_all_nexthop_groups(true);
-   world({"simulate nexthop-group g active false", "simulate nexthop-group g programmed 65535",
-          "simulate nexthop-group stranger active true", "simulate nexthop-group stranger programmed 9"});
-   EXPECT_THAT(recorder.take(), IsEmpty());
-   deliver();
-   EXPECT_THAT(recorder.take(), ElementsAre("g inactive", "g 65535", "stranger active", "stranger 9"));
-   EXPECT_FALSE(mgr().active("g"));
-   EXPECT_THAT(programmed(), ElementsAre("g"));
-   mgr().nexthop_group_set(groupOf("g"));  // goes on from there
-   deliver();
-   EXPECT_THAT(recorder.take(), ElementsAre("g 0", "g active"));
-}
-
-TEST_F(NexthopGroupTest, GroupsAndTunnelsAreShown) {
-   auto group = groupOf("g");
-   auto entry = group.nexthops().at(4);
-   nexthop_group_mpls_action_t action(mpls_action_t::push);
-   action.label_stack_is({mpls_label_t(2), mpls_label_t(1)});
-   entry.mpls_action_is(action);
-   group.nexthop_set(12, entry);
-   mgr().nexthop_group_set(group);
-   deliver();
-   std::string const plain = R"("nexthop":"10.0.0.1","child_nexthop_group":"","intf":"Ethernet1","mpls_action":)";
-   EXPECT_EQ(shown("show nexthop-group g"),
-             R"({"nexthop_groups":{"g":{"name":"g","type":3,"gre_key_type":0,"ttl":0,"source_ip":"","source_intf":"",)"
-             R"("autosize":false,"counters_unshared":false,"hierarchical_fecs_enabled":false,"nexthops":{"4":{)" +
-                plain + R"({"action_type":0,"label_stack":[]}},"12":{)" + plain +
-                R"({"action_type":1,"label_stack":[2,1]}}},"destination_ips":{},"active":true,"version":1}}})");
-   EXPECT_THAT(device.vapi.run_show_cmd("show nexthop-group h").error_message(), HasSubstr("no such name h"));
-
-   nexthop_group_tunnel_t tunnel;
-   tunnel.tunnel_endpoint_is(ip_prefix_t("10.0.0.0/8"));
-   tunnel.nhg_name_is("g");
-   tunnel.igp_metric_is(5);
-   auto& tunnels = device.nexthopGroupTunnels;
-   EXPECT_THROW(tunnels.nexthop_group_tunnel(tunnel.tunnel_endpoint()), invalid_argument_error);
-   tunnels.nexthop_group_tunnel_set(tunnel);
-   EXPECT_EQ(tunnels.nexthop_group_tunnel(tunnel.tunnel_endpoint()), tunnel);
-   EXPECT_EQ(shown("show nexthop-group tunnel"),
-             R"({"tunnels":[{"tunnel_endpoint":"10.0.0.0/8","nhg_name":"g","igp_metric":5}]})");
-   auto other = tunnel;
-   other.tunnel_endpoint_is(ip_prefix_t("11.0.0.0/8"));
-   tunnels.nexthop_group_tunnel_set(other);
-   tunnels.resync_init();
-   tunnels.nexthop_group_tunnel_set(tunnel);
-   tunnels.resync_complete();
-   auto it = tunnels.nexthop_group_tunnel_iter();
-   EXPECT_EQ(*it, tunnel);
-   EXPECT_FALSE(++it);
-   other.tunnel_endpoint_is(ip_prefix_t(ip_addr_t("10.0.0.0"), 33));
-   EXPECT_THROW(tunnels.nexthop_group_tunnel_set(other), invalid_range_error);
-   tunnels.nexthop_group_tunnel_del(tunnel.tunnel_endpoint());
-   EXPECT_FALSE(tunnels.exists(tunnel.tunnel_endpoint()));
 }
 
 }  // namespace

@@ -162,47 +162,5 @@ TEST_F(PolicyMapTest, TheWorldRaisesEventsAndStatuses) {
    EXPECT_THAT(statuses("p"), ElementsAre(Pair("Ethernet1/1", 1)));
 }
 
-TEST_F(PolicyMapTest, TheWorldWritesRulesBehindTheAgentsBack) {
-   policy_map_t map(keyOf("p"));
-   map.rule_set(1, redirect("c", "g"));
-   mgr().policy_map_is(map);
-   apply("p");
-   delivered();
-   world({"simulate policy-map p feature 1 rule 2 class-map d nexthop-group h nexthop-group g",
-          "simulate policy-map new feature 2 rule 1 class-map d"});
-   EXPECT_THAT(delivered(), IsEmpty());
-   auto both = redirect("d", "h");
-   auto const other = redirect("d", "g");
-   both.action_set(*other.actions().begin());
-   map.rule_set(2, both);
-   EXPECT_EQ(mgr().policy_map(keyOf("p")), map);
-   EXPECT_THAT(shown("show policy-map"),
-               AllOf(HasSubstr(R"({"policy_maps":[{"key":{"name":"new","feature":2},"rules":{"1":{"class_map_key":)"
-                               R"({"name":"d","feature":1},"policy_map_rule_type":0,"raw_rule":{"action":0,)"),
-                     HasSubstr(R"("actions":[{"action_type":4,"nexthop_group_name":"g","nexthops":[],"vrf":"",)"
-                               R"("dscp":0,"traffic_class":0},{"action_type":4,"nexthop_group_name":"h",)"),
-                     HasSubstr(R"("applied":[{"intf_id":"Ethernet1","direction":1}])")));
-}
-
-TEST_F(PolicyMapTest, ClassMapsAreReplacedWholeAndOneRuleAtATimeByTheWorld) {
-   auto& mgr = device.classMaps;
-   auto const key = keyOf("c");
-   EXPECT_THROW(mgr.class_map(key), invalid_argument_error);
-   EXPECT_THROW(mgr.class_map_is(class_map_t(keyOf(""))), invalid_argument_error);
-   class_map_t map(key);
-   map.rule_set(7, class_map_rule_t({"a", acl_type_t::ipv4}));
-   mgr.class_map_is(map);
-   mgr.class_map_is(class_map_t(key));
-   EXPECT_EQ(mgr.class_map(key), class_map_t(key));
-   world({"simulate class-map c rule 1 acl a type 1", "simulate class-map c rule 2 acl b type 2"});
-   EXPECT_EQ(shown("show class-map"), R"({"class_maps":[{"key":{"name":"c","feature":1},"rules":{)"
-                                      R"("1":{"acl_key":{"acl_name":"a","acl_type":1}},)"
-                                      R"("2":{"acl_key":{"acl_name":"b","acl_type":2}}}}]})");
-   EXPECT_FALSE(mgr.exists({"c", policy_feature_t::qos}));
-   mgr.class_map_del(key);
-   mgr.class_map_del(key);
-   EXPECT_FALSE(mgr.exists(key));
-}
-
 }  // namespace
 }  // namespace velm::embedded

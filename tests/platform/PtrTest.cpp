@@ -1,18 +1,13 @@
 #include <gmock/gmock.h>
 
-#include <deque>
 #include <functional>
 #include <memory>
-#include <new>
-#include <sstream>
 #include <thread>
 #include <vector>
 
-#include "platform/pesko/MemTrack.h"
 #include "platform/qor/AllocTrack.h"
 #include "platform/qor/Hash.h"
 #include "platform/qor/PtrInterface.h"
-#include "platform/qor/String.h"
 
 namespace Qor {
 namespace {
@@ -147,15 +142,6 @@ TEST_P(PtrTest, ReactorsComeAndGoDuringANotification) {
    EXPECT_TRUE(gone);
 }
 
-TEST(StringTest, HoldsWhatItWasGiven) {
-   String const text("a\0b", 3);
-   std::ostringstream out;
-   out << text;
-   EXPECT_EQ(out.str(), std::string(text.begin(), text.end()));
-   EXPECT_TRUE(text == String(std::string("a\0b", 3)) && !(text == String("a")));
-   EXPECT_STREQ(text.charPtr(), "a");
-}
-
 TEST(HashTest, OrderAndBordersOfWhatIsMixedInCount) {
    auto const hash = [](std::vector<std::string> const& parts) {
       Hash mixed(HashHelper::hashSeed32());
@@ -167,22 +153,6 @@ TEST(HashTest, OrderAndBordersOfWhatIsMixedInCount) {
            {"a", "bc"}, {"c", "ab"}, {"abc"}, {"ab", "c", ""}, {"ab", std::string("c\0", 2)}}) {
       EXPECT_NE(hash({"ab", "c"}), hash(other));
    }
-}
-
-TEST(AllocationTest, ContainersAndSharedObjectsCountForWhatTheyKeep) {
-   struct Kept {
-      char bytes[100];
-   };
-   auto const& tracked = AllocTrackTypeInfo::of<Kept>();
-   auto const inUse = [] { return Pesko::MemTrack::root().inUse(typeid(Kept)); };
-   {
-      std::deque<Kept, AllocTrackAllocator<Kept>> const deque(50);
-      auto const shared = std::allocate_shared<Kept>(Pesko::Allocator<Kept>());
-      EXPECT_GE(tracked.bytes(), 50 * sizeof(Kept));
-      EXPECT_TRUE(inUse().objects == 1 && inUse().bytes >= sizeof(Kept));
-   }
-   EXPECT_EQ(tracked.allocations() + tracked.bytes() + inUse().objects + inUse().bytes, 0U);
-   EXPECT_THROW(AllocTrackAllocator<Kept>().allocate(std::size_t{1} << 60), std::bad_alloc);
 }
 
 }  // namespace

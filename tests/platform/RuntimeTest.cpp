@@ -90,14 +90,6 @@ TEST(TextTest, Utf8IsTold) {
    }
 }
 
-TEST(TextTest, ALongOneIsCutBetweenCharacters) {
-   EXPECT_EQ(Qor::cutText("abcd", 4), "abcd");
-   EXPECT_EQ(Qor::cutText("abcde", 4), "abcd… (1 bytes more)");
-   EXPECT_EQ(Qor::cutText("ab€uro", 4), "ab… (6 bytes more)");
-   EXPECT_EQ(Qor::cutText("ab€uro", 5), "ab€… (3 bytes more)");
-   EXPECT_EQ(Qor::cutText("\x80\x80\x80\x80\x80", 4), "\x80… (4 bytes more)");
-}
-
 TEST(TextTest, WithinALineNothingEndsOrDisturbsIt) {
    for (auto const& [text, expected] : {
            std::pair{"a name", "a name"},

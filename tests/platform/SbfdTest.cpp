@@ -247,30 +247,6 @@ TEST_F(SbfdTest, NothingHappensByItselfWhileThatIsOff) {
    EXPECT_THAT(recorder.take(), ::testing::UnorderedElementsAre("Ethernet1 16 3", "Ethernet2 16 1"));
 }
 
-TEST_F(SbfdTest, ASimulatedReportIsAnEventWhereItIsWatchedWhateverThereIs) {
-   Recorder idle(mgr(), device.intfs);
-   idle.watch_all_sbfd_echo_sessions(false);
-   auto const key = keyOf("Ethernet1");
-   setUp(key);
-   idle.seen.clear();
-   std::string const session = "simulate sbfd Ethernet1 10.0.0.1 labels 16 dscp 46 exp 5 ";
-   world({session + "status 1", session + "status 1", session + "status 4294967295",
-          session + "rtt 5 1 4 9 2 3 4294967295", "simulate sbfd Ethernet2 10.0.0.1 labels 16 dscp 46 exp 5 status 3",
-          "simulate sbfd Ethernet2 2001:db8::1 labels - dscp 0 exp 255 rtt 1 2 3 4 5 6 7"});
-   EXPECT_THAT(recorder.seen, IsEmpty());
-   EXPECT_EQ(mgr().sbfd_echo_session_status(key), static_cast<status_t>(4294967295));
-   deliver();
-   EXPECT_THAT(recorder.seen,
-               ElementsAre("Ethernet1 16 1", "Ethernet1 16 1", "Ethernet1 16 4294967295", "Ethernet2 16 3"));
-   ASSERT_EQ(recorder.rtts.size(), 2U);
-   EXPECT_EQ(recorder.rtts[0], std::pair(key, sbfd_echo_session_rtt_stats_t(5, 1, 4, 9, 2, 3, 4294967295)));
-   EXPECT_EQ(recorder.rtts[0].second.to_string(), "last 5 min 1 avg 4 max 9 snapshot min 2 avg 3 max 4294967295");
-   EXPECT_EQ(recorder.rtts[1].first.to_string(), "Ethernet2 2001:db8::1 labels - dscp 0 exp 255");
-   EXPECT_THAT(idle.seen, IsEmpty());
-   EXPECT_THAT(idle.rtts, IsEmpty());
-   EXPECT_EQ(mgr().sbfd_echo_session_status(keyOf("Ethernet2")), status_t::unknown);
-}
-
 TEST_F(SbfdTest, WhatLiesAheadIsOfSessionsThatExistHoweverOftenTheyChanged) {
    constexpr int count = 10000;
    auto const ahead = [&] {
@@ -296,19 +272,6 @@ TEST_F(SbfdTest, WhatLiesAheadIsOfSessionsThatExistHoweverOftenTheyChanged) {
       if (i % 100 == 0) turnFor(1ms);
    }
    EXPECT_EQ(ahead(), std::pair(1UL, 1UL));
-}
-
-TEST_F(SbfdTest, TheCommandShowsTheSessions) {
-   EXPECT_EQ(shown("show sbfd echo"), R"({"sessions":[]})");
-   world({"simulate sbfd auto off"});
-   sbfd_echo_session_key_t const key(ip_addr_t("10.0.0.1"), intf_id_t("Ethernet1"),
-                                     {mpls_label_t(17), mpls_label_t(16)}, 46, 5);
-   set(key, {0, 255});
-   mgr().sbfd_echo_session_rtt_enabled_is(key, true);
-   world({"simulate sbfd Ethernet1 10.0.0.1 labels 17,16 dscp 46 exp 5 status 7"});
-   EXPECT_EQ(shown("show sbfd echo"),
-             R"({"sessions":[{"key":{"nexthop":"10.0.0.1","nexthop_intf":"Ethernet1","labels":[17,16],"ip_dscp":46,)"
-             R"("mpls_exp":5},"min_tx":0,"multiplier":255,"rtt_enabled":true,"status":7}]})");
 }
 
 TEST_F(SbfdTest, WhatConcernsAnUnknownSessionIsRefused) {

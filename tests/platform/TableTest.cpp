@@ -173,36 +173,6 @@ TEST_F(IpRouteMgrTest, AResyncAlsoPurgesTheViasOfRoutesThatStay) {
    EXPECT_TRUE(mgr.ip_route_exists(key("10.0.0.0/8")));
 }
 
-TEST_F(IpRouteMgrTest, AResyncIsAboutTheTagInForceWhenItBegan) {
-   route("7.0.0.0/8", 7);
-   route("8.0.0.0/8", 8);
-   mgr.tag_is(7);
-   mgr.resync_init();
-   mgr.tag_is(8);
-   mgr.resync_complete();
-   EXPECT_FALSE(mgr.exists(key("7.0.0.0/8")));
-   EXPECT_TRUE(mgr.exists(key("8.0.0.0/8")));
-}
-
-TEST_F(IpRouteMgrTest, VrfsAndActionsAreKeptApart) {
-   mgr.ip_route_set(ip_route_t(key("10.0.0.0/8")), ip_route_action_t::drop);
-   route("10.0.0.0/8");  // without an action the route keeps its own
-   EXPECT_EQ(mgr.table("").find(key("10.0.0.0/8"))->action, ip_route_action_t::drop);
-   mgr.ip_route_set(ip_route_t(key("11.0.0.0/8")), "red");
-   mgr.ip_route_via_set(via("11.0.0.0/8", "g"), "red");
-   EXPECT_TRUE(mgr.exists(via("11.0.0.0/8", "g"), "red"));
-   auto viasOfRed = mgr.ip_route_via_iter(key("11.0.0.0/8"), "red");
-   EXPECT_TRUE(viasOfRed && viasOfRed->nexthop_group() == "g");
-   EXPECT_FALSE(mgr.ip_route_via_iter(key("11.0.0.0/8"), "blue"));
-   EXPECT_THAT(vias("11.0.0.0/8"), ElementsAre());
-   EXPECT_FALSE(mgr.exists(key("11.0.0.0/8")));
-   EXPECT_THROW(mgr.ip_route_via_set(via("11.0.0.0/8", "g"), "blue"), configuration_error);
-   EXPECT_THROW(mgr.ip_route(key("11.0.0.0/8"), "blue"), invalid_argument_error);
-   mgr.ip_route_del(key("11.0.0.0/8"), "red");
-   EXPECT_TRUE(mgr.table("red").empty());
-   EXPECT_EQ(ledger.calls().at("ip_route_mgr.exists"), 2);
-}
-
 TEST_F(IpRouteMgrTest, APrefixLongerThanItsFamilyIsRefusedWhereItIsSetAndFoundNowhere) {
    ip_route_key_t const tooLong(ip_prefix_t(ip_addr_t("::1"), 129));
    ip_route_via_t const via(tooLong);

@@ -142,34 +142,6 @@ TEST_F(TaskTest, ARunOfALoomTaskIsANotification) {
    EXPECT_THAT(reactor->ids, ElementsAre(130));
 }
 
-TEST_F(TaskTest, StatisticsTellWhatTasksOfBothKindsDid) {
-   struct Busy : Job {
-      using Job::Job;
-      void handleTaskBusy() override { ++busy; }
-      int busy = 0;
-   };
-   Busy pesko(
-      scheduler, 4, [&] { pesko.taskWorkCountInc(std::uint64_t{1} << 40); }, "z");
-   Qor::Ptr<Loom::Task> const loom(new Loom::Task(scheduler, 2, "b"));
-   pesko.taskStatsNameIs("a");
-   pesko.scheduleTask();
-   pesko.scheduleTask();
-   EXPECT_EQ(pesko.busy, 1);
-   runAll();
-   pesko.taskRunFromTest();
-   loom->taskQuantumIs(0.005);
-   loom->taskWorkPendingIs(9);
-   loom->scheduleTask();
-   auto const stats = scheduler->taskStats();
-   ASSERT_EQ(stats.size(), 2U);
-   EXPECT_TRUE(stats[0].name == "a" && stats[0].priority == Loom::TaskPriority(4) && stats[0].runs == 2 &&
-               stats[0].workCount == std::uint64_t{1} << 41);
-   EXPECT_TRUE(stats[1].name == "b" && stats[1].quantum == 0.005 && stats[1].runs == 0 && stats[1].workPending == 9);
-   pesko.handleResetStats();
-   EXPECT_EQ(scheduler->taskStats()[0].runs, 0U);
-   EXPECT_TRUE(pesko.taskRun());
-}
-
 TEST(TaskLoopTest, NoTaskRunsWhileAnotherThreadHoldsTheSdkLock) {
    auto const scheduler = makeScheduler();
    MainLoop loop(scheduler);

@@ -86,19 +86,6 @@ TEST(TraceLineTest, ACallIsOneLineWhateverAClientCallsThings) {
                                 "test 0 -:0 - - \\x1b[1m" + shown, "test 0 Unit:7 Class work Set alarm for handler 3"));
 }
 
-TEST(TraceLineTest, OneOfMegabytesIsCut) {
-   Platform::DebugHandler const handler("test", 1);
-   for (auto const& [piece, whole] : {std::pair{"x", 8192}, {"€", 2730}, {"\x1b", 2048}}) {
-      std::string name;
-      for (int i = 0; i < 1000000; ++i) name += piece;
-      auto const lines = linesOf([&] { fmtrace(handler, 0, "Unit", "work", 7, "Class", "{}", name); });
-      ASSERT_EQ(lines.size(), 1);
-      EXPECT_LT(lines[0].size(), 8300);
-      EXPECT_EQ(lines[0].substr(lines[0].rfind("… ")),
-                fmt::format("… ({} bytes more)", name.size() - std::string(piece).size() * whole));
-   }
-}
-
 /// A pipe in the place of stderr, full at first.
 class TraceQueueTest : public ::testing::Test {
  protected:

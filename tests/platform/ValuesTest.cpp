@@ -6,7 +6,6 @@
 #include "platform/velm/intf_id.h"
 #include "platform/velm/ip.h"
 #include "platform/velm/mpls.h"
-#include "platform/velm/policy_map.h"
 
 namespace velm {
 namespace {
@@ -65,28 +64,6 @@ TEST(ErrorTest, ARootIsThrownOnAsWhatItIs) {
    EXPECT_THROW(e->raise(), unconfigured_agent_error);
    EXPECT_THROW(mpls_label_t(1048576), invalid_range_error);
    EXPECT_EQ(mpls_label_t(1048575).label(), 1048575);
-}
-
-TEST(PolicyMapActionTest, ActionsAreToldByTheirNexthopsInWhateverOrder) {
-   auto const nexthops = [](std::vector<char const*> const& texts) {
-      std::unordered_set<ip_addr_t> addresses(texts.size() * 100);
-      for (auto const* text : texts) addresses.insert(ip_addr_t(std::string(text)));
-      policy_map_action_t action(policy_action_type_t::nexthop);
-      action.nexthops_is(addresses);
-      return action;
-   };
-   auto other = nexthops({"10.0.0.1"});
-   other.dscp_is(64);
-   auto const all = nexthops({"10.0.0.1", "10.0.0.2", "::1"});
-   std::set<policy_map_action_t> const set{all,
-                                           nexthops({"::1", "10.0.0.2", "10.0.0.1"}),
-                                           nexthops({"10.0.0.1", "10.0.0.2"}),
-                                           nexthops({"10.0.0.2"}),
-                                           nexthops({}),
-                                           nexthops({"10.0.0.1"}),
-                                           other};
-   EXPECT_EQ(set.size(), 6);
-   EXPECT_TRUE(set.contains(nexthops({"10.0.0.2", "10.0.0.1", "::1"})));
 }
 
 }  // namespace

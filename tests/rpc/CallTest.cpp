@@ -177,11 +177,6 @@ TEST(LockTest, AUnaryAnswerLeavesWithoutTheSdkLockAndABulkAnswerUnderIt) {
    EXPECT_EQ(heldAtFinish, 1);
 }
 
-TEST_F(CallTest, ManyCallsInARowLeaveOneHandlerPerMethod) {
-   for (int i = 0; i < 10'000; ++i) ASSERT_EQ(echo(*client_, std::to_string(i)).text, std::to_string(i));
-   EXPECT_TRUE(server_.settles());
-}
-
 TEST_F(CallTest, ManyCallsAtOnceAreAllAnsweredAndLeaveOneHandlerPerMethod) {
    struct Call {
       CallContext context;

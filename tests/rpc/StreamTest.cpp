@@ -3,7 +3,6 @@
 
 #include <future>
 #include <list>
-#include <random>
 
 #include "tests/rpc/TinyServer.h"
 
@@ -160,40 +159,6 @@ TEST_F(WatchTest, AnEndWithAWriteInFlightDropsTheQueueAndTheNextPublishTheSubscr
    }
    EXPECT_EQ(service().starts, 20);
    EXPECT_EQ(service().stops, 20);
-}
-
-TEST_F(WatchTest, AThousandThatComeAndGoUnderAStormLeaveNothing) {
-   Watcher lasting(*client, "last");
-   ASSERT_EQ(lasting.next(), "ready");
-   std::atomic<int> come = 0;
-   std::atomic<bool> over = false;
-   std::thread storm([&] {
-      for (int events = 0; !over;) {
-         if (events > 20 * come) continue;  // no faster than can be told apart from a stall
-         service().publish("a", "1");
-         ++events;
-      }
-   });
-   std::mt19937 random(1);
-   std::list<Watcher> some;
-   for (; come < 1000; ++come) {
-      bool const notifyReady = random() % 2 == 0;
-      some.emplace_back(*client, random() % 4 == 0 ? "none" : "a", notifyReady);
-      if (notifyReady && random() % 3 != 0) some.back().next();
-      while (some.size() > random() % 10) {
-         some.front().vanish();
-         some.pop_front();
-      }
-   }
-   for (auto& watcher : some) watcher.vanish();
-   over = true;
-   storm.join();
-   EXPECT_TRUE(server.settles(1));
-   service().publish("last", "word");
-   EXPECT_EQ(lasting.next(), "last word");
-   EXPECT_EQ(subscribers(), 1);
-   EXPECT_EQ(service().starts, 1);
-   lasting.vanish();
 }
 
 TEST_F(WatchTest, AStopUnderAStormEndsAllOfThem) {

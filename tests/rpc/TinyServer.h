@@ -5,23 +5,12 @@
 #include <chrono>
 #include <memory>
 #include <string>
-#include <thread>
 
 #include "tests/rpc/TinyService.h"
+#include "tests/support/Eventually.h"
 #include "tests/support/ServiceServer.h"
 
 namespace VelmSdkRpc::Test {
-
-/// Whether the condition comes true within ten seconds.
-template <class Condition>
-bool eventually(Condition condition) {
-   auto const deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-   while (!condition()) {
-      if (std::chrono::steady_clock::now() > deadline) return false;
-      std::this_thread::yield();
-   }
-   return true;
-}
 
 /// A server of one TinyService.
 class TinyServer : public ServiceServer<TinyService> {

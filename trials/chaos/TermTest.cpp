@@ -26,7 +26,6 @@ TEST_F(TermTest, AClientThatIsStoppedWhileItIsWrittenToHoldsNoEndUp) {
 TEST_F(TermTest, EndsInOrderAndLosesNothingWhateverGoesOn) {
    auto const& scale = Scale::get();
    int turn = 0;
-   double longest = 0;
    for (unsigned round = 0; round < scale.many(5, 50) && !HasFailure(); ++round) {
       SCOPED_TRACE(fmt::format("round {}", round));
       prepareEvents(console(), newChannel());
@@ -36,7 +35,6 @@ TEST_F(TermTest, EndsInOrderAndLosesNothingWhateverGoesOn) {
       for (auto& reader : readers) EXPECT_TRUE(reader.says("ready", scale.seconds(30)));
       if (!readers.empty() && oneIn(2)) readers.front().signal(SIGSTOP);
       ASSERT_TRUE(oneIn(2) || controller().resync(pb::RESYNC_START));
-      std::chrono::steady_clock::time_point begin;
       {
          auto const events = again([&] {
             try {
@@ -52,12 +50,9 @@ TEST_F(TermTest, EndsInOrderAndLosesNothingWhateverGoesOn) {
          });
          whileAllProgram(oneIn(3) ? 500 : 20, true, [&] {
             awaitAnswers(1 + upTo(100));
-            begin = std::chrono::steady_clock::now();
             EXPECT_EQ(end(oneIn(4) ? SIGINT : SIGTERM, scale.seconds(2)), 0);
          });
       }
-      auto const took = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - begin);
-      longest = std::max(longest, took.count());
       EXPECT_EQ(trials::alarmIn(agent().stderrText()), std::string::npos) << agent().stderrText();
       readers.clear();
       restart();
@@ -65,7 +60,6 @@ TEST_F(TermTest, EndsInOrderAndLosesNothingWhateverGoesOn) {
       ASSERT_TRUE(resync());
       expectExact();
    }
-   fmt::print("ended within {:.0f} ms\n", longest);
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
-#include <stdexcept>
+#include <fstream>
 #include <unistd.h>
 
 #include "clients/support/Percentiles.h"
@@ -47,20 +47,12 @@ std::uint64_t longestQueue(std::span<Sample const> samples) {
 }  // namespace
 
 Samples::Samples(AgentProcess const& agent, SwitchConsole const& console, Probe& probe, Controller& controller,
-                 trials::Tally const& tally, std::string const& csv)
-   : agent_(agent), console_(console), probe_(probe), controller_(controller), tally_(tally), csv_(csv) {
-   if (!csv_) throw std::runtime_error("cannot write " + csv);
-   csv_ << "seconds,resident_mib,descriptors,threads,queued,cpu_seconds,calls,routes_programmed";
-   for (auto const* kind : kinds) csv_ << fmt::format(",{0}_p50_ms,{0}_p99_ms,{0}_max_ms", kind);
-   csv_ << '\n';
-}
+                 trials::Tally const& tally)
+   : agent_(agent), console_(console), probe_(probe), controller_(controller), tally_(tally) {}
 
 void Samples::run(std::stop_token const& stop) {
    constexpr auto period = std::chrono::seconds(10);
-   for (auto next = Clock::now() + period; trials::awaitTime(stop, next); next += period) {
-      samples_.push_back(take());
-      write(samples_.back());
-   }
+   for (auto next = Clock::now() + period; trials::awaitTime(stop, next); next += period) samples_.push_back(take());
 }
 
 Sample Samples::take() {
@@ -77,16 +69,6 @@ Sample Samples::take() {
                      {"description", probe_.descriptions().take()},
                      {"event", probe_.events().take()},
                      {"bulk", controller_.bulks().take()}}};
-}
-
-void Samples::write(Sample const& sample) {
-   csv_ << fmt::format("{:.0f},{:.1f},{},{},{},{:.1f},{},{}", sample.seconds, sample.mib, sample.descriptors,
-                       sample.threads, sample.queued, sample.cpuSeconds, sample.calls, sample.programmed);
-   for (auto const* kind : kinds) {
-      auto const [p50, p99, max] = timesOf({&sample, 1}, kind);
-      csv_ << fmt::format(",{:.3f},{:.3f},{:.3f}", p50, p99, max);
-   }
-   csv_ << '\n' << std::flush;
 }
 
 std::span<Sample const> Samples::quarter(std::size_t index) const {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <cstdint>
-#include <fstream>
 #include <map>
 #include <span>
 #include <string>
@@ -27,11 +26,11 @@ struct Sample {
    std::map<std::string, std::vector<double>> times;  // in milliseconds
 };
 
-/// Takes a sample every ten seconds, and writes each as a line of a CSV file.
+/// Takes a sample every ten seconds.
 class Samples {
  public:
    Samples(AgentProcess const& agent, SwitchConsole const& console, Probe& probe, Controller& controller,
-           trials::Tally const& tally, std::string const& csv);
+           trials::Tally const& tally);
 
    /// Until the stop. Throws std::runtime_error if the agent does not answer.
    void run(std::stop_token const& stop);
@@ -46,7 +45,6 @@ class Samples {
 
  private:
    Sample take();
-   void write(Sample const& sample);
    std::span<Sample const> quarter(std::size_t index) const;
 
    AgentProcess const& agent_;
@@ -55,7 +53,6 @@ class Samples {
    Controller& controller_;
    trials::Tally const& tally_;
    Clock::time_point const begin_ = Clock::now();
-   std::ofstream csv_;
    std::vector<Sample> samples_;
 };
 

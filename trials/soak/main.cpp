@@ -3,11 +3,10 @@
 
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
-#include <sys/wait.h>
 
-#include <csignal>
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
 #include <list>
 #include <random>
 #include <thread>
@@ -38,7 +37,7 @@ Options parse(int argc, char** argv) {
    app.add_option("--routes", options.routes, "The controller's table, in whole thousands")->capture_default_str();
    app.add_option("--session", options.sessionMinutes, "Minutes between resyncs")->capture_default_str();
    app.add_option("--calls", options.callsPerSecond, "Random calls a second")->capture_default_str();
-   app.add_option("--out", options.out, "Folder for soak.csv and soak.json")->capture_default_str();
+   app.add_option("--out", options.out, "Folder for soak.json")->capture_default_str();
    app.add_option("--most-slope", options.mostSlope, "MiB an hour that the second half may gain")
       ->capture_default_str();
    app.add_option("--seed", options.seed, "Of the random calls");
@@ -109,7 +108,7 @@ class Soak {
       soak();
       guarded("the last resync", [this] { controller_.clear(); });
       findings_.add(trials::excessOfClients(agent_, console_, before));
-      end();
+      findings_.add(trials::faultOfEnd(agent_));
       return tell();
    }
 
@@ -150,12 +149,6 @@ class Soak {
       for (auto& thread : threads) thread.request_stop();  // all at once; their ends are awaited one by one
    }
 
-   void end() {
-      agent_.signal(SIGTERM);
-      auto const status = agent_.waitForEnd(std::chrono::seconds(60));
-      if (!status || !WIFEXITED(*status) || WEXITSTATUS(*status) != 0) findings_.add("the agent does not end in order");
-   }
-
    bool tell() {
       if (samples_.all().empty()) {
          findings_.add("too short for a sample");
@@ -168,10 +161,7 @@ class Soak {
       }
       for (auto const& finding : findings_.texts()) fmt::print("found: {}\n", finding);
       bool const good = findings_.count() == 0;
-      if (auto const words = agent_.stderrText(); !good) {
-         fmt::print(stderr, "the agent wrote last: {}\n",
-                    words.substr(words.size() - std::min<std::size_t>(words.size(), 2000)));
-      }
+      if (!good) fmt::print(stderr, "the agent wrote: {}\n", trials::lastWords(agent_));
       fmt::print("{}, seed {}\n", good ? "passed" : "FAILED", options_.seed);
       return good;
    }
@@ -189,7 +179,7 @@ class Soak {
                              std::chrono::duration<double, std::ratio<60>>(options_.sessionMinutes))};
    Probe probe_{probing_, console_};
    World world_{console_};
-   Samples samples_{agent_, console_, probe_, controller_, tally_, options_.out + "/soak.csv"};
+   Samples samples_{agent_, console_, probe_, controller_, tally_};
    std::list<trials::Caller> callers_;
 };
 

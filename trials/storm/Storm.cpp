@@ -1,11 +1,9 @@
 #include "trials/storm/Storm.h"
 
 #include <fmt/format.h>
-#include <sys/wait.h>
 
 #include <algorithm>
 #include <atomic>
-#include <csignal>
 #include <list>
 #include <memory>
 #include <thread>
@@ -46,7 +44,7 @@ class Storm {
          findings_.add(e.what());
       }
       Verdict verdict{findings_.texts(), findings_.count(), secondsSince(begin_), {}};
-      if (verdict.count > 0) verdict.words = lastWords();
+      if (verdict.count > 0) verdict.words = trials::lastWords(agent_);
       return verdict;
    }
 
@@ -70,7 +68,7 @@ class Storm {
       }
       resync(false);  // sessions may follow interfaces, which are watched then
       findings_.add(trials::excessOfClients(agent_, console_, before));
-      end();
+      findings_.add(trials::faultOfEnd(agent_));
    }
 
    void rage(Weather weather, double share) {
@@ -115,28 +113,6 @@ class Storm {
       auto found = tablesOf([&](std::string const& command) { return console_.show(command); });
       std::erase_if(found, [](auto const& row) { return !orderly().own(row.first); });
       findings_.add(differenceOf(found, controller_.model.tables()));
-   }
-
-   void end() {
-      agent_.signal(SIGTERM);
-      auto const status = agent_.waitForEnd(std::chrono::seconds(60));
-      if (!status) {
-         findings_.add("the agent has not ended");
-      } else if (!WIFEXITED(*status) || WEXITSTATUS(*status) != 0) {
-         findings_.add(fmt::format("the agent has ended with {:#x}", *status));
-      }
-      if (auto const alarm = trials::alarmIn(agent_.stderrText()); alarm != std::string::npos) {
-         findings_.add("the agent wrote: " + agent_.stderrText().substr(alarm, 200));
-      }
-   }
-
-   /// The agent's words from its first alarm on, or its last ones.
-   std::string lastWords() const {
-      constexpr std::size_t most = 20000;
-      auto const words = agent_.stderrText();
-      auto const alarm = trials::alarmIn(words);
-      if (alarm != std::string::npos) return words.substr(alarm - std::min<std::size_t>(alarm, 1000), most);
-      return words.substr(words.size() - std::min<std::size_t>(words.size(), 2000));
    }
 
    std::uint32_t seed() { return options_.seed * 1000 + seeds_++; }

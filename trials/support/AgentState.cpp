@@ -1,8 +1,10 @@
 #include "trials/support/AgentState.h"
 
 #include <fmt/format.h>
+#include <sys/wait.h>
 
 #include <algorithm>
+#include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -73,6 +75,14 @@ std::string excessOfClients(AgentProcess const& agent, SwitchConsole const& cons
    return excess;
 }
 
+std::string faultOfEnd(AgentProcess& agent) {
+   agent.signal(SIGTERM);
+   auto const status = agent.waitForEnd(std::chrono::seconds(60));
+   if (!status) return "the agent has not ended";
+   if (!WIFEXITED(*status) || WEXITSTATUS(*status) != 0) return fmt::format("the agent has ended with {:#x}", *status);
+   return alarmIn(agent.stderrText()) == std::string::npos ? "" : "the agent wrote: " + lastWords(agent);
+}
+
 double memoryOf(AgentProcess const& agent) {
    std::ifstream status(fmt::format("/proc/{}/status", agent.pid()));
    for (std::string word; status >> word;) {
@@ -87,6 +97,14 @@ std::size_t alarmIn(std::string const& words) {
       first = std::min(first, words.find(alarm));
    }
    return first;
+}
+
+std::string lastWords(AgentProcess const& agent) {
+   constexpr std::size_t most = 20000;
+   auto const words = agent.stderrText();
+   auto const alarm = alarmIn(words);
+   if (alarm != std::string::npos) return words.substr(alarm - std::min<std::size_t>(alarm, 1000), most);
+   return words.substr(words.size() - std::min<std::size_t>(words.size(), 2000));
 }
 
 }  // namespace VelmSdkRpc::trials

@@ -24,6 +24,9 @@ struct AgentState {
 /// Tells what an agent still holds of clients that have gone, after some time to forget them; empty if nothing.
 std::string excessOfClients(AgentProcess const& agent, SwitchConsole const& console, AgentState const& before);
 
+/// Ends an agent by SIGTERM. Tells of what is not in order then; empty if all is.
+std::string faultOfEnd(AgentProcess& agent);
+
 /// Private memory of the agent in MiB, without the state folder's file, which the kernel maps for it. Throws
 /// std::runtime_error if the agent has gone.
 double memoryOf(AgentProcess const& agent);
@@ -31,5 +34,7 @@ double memoryOf(AgentProcess const& agent);
 /// Where the agent has written what only a bug brings about, a sanitizer's report or a failed assertion; npos if it has
 /// not.
 std::size_t alarmIn(std::string const& words);
+/// Its words from its first alarm on, or its last ones.
+std::string lastWords(AgentProcess const& agent);
 
 }  // namespace VelmSdkRpc::trials
