@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "rpc/EventSource.h"
+#include "rpc/ProcessTrace.h"
 #include "rpc/Tracing.h"
 
 namespace VelmSdkRpc::Test {
