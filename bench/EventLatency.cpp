@@ -20,6 +20,7 @@
 #include "bench/Load.h"
 #include "bench/Program.h"
 #include "clients/support/TempFolder.h"
+#include "platform/switch/SimulatedDataplane.h"
 #include "platform/switch/Switch.h"
 
 namespace VelmSdkRpc::Bench {
@@ -83,7 +84,7 @@ class RunningSwitch {
    RunningSwitch(RunningSwitch const&) = delete;
    RunningSwitch& operator=(RunningSwitch const&) = delete;
 
-   velm::embedded::Switch device;
+   velm::embedded::Switch device{velm::embedded::makeSimulatedDataplane};
 
  private:
    Obedient obedient_{device.agent};

@@ -5,6 +5,7 @@
 #include <optional>
 #include <tuple>
 
+#include "platform/switch/Dataplane.h"
 #include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/acl.h"
@@ -25,6 +26,8 @@ class AclMgr : public acl_mgr {
  public:
    explicit AclMgr(CallLedger& ledger);
 
+   /// The dataplane carries what is committed out. Once, before the first operation; it must outlive the last one.
+   void dataplaneIs(Dataplane& dataplane) { committed_.carrierIs(dataplane.acls()); }
    /// Brings the folder's ACLs back and keeps every commit in it. What is staged is not kept.
    void storeIs(Store& store);
    AclTable const& committed() const { return committed_; }

@@ -11,36 +11,18 @@
 //    sbfd_echo_session_set, _interval_is, _rtt_enabled_is, _del
 //         |  the row in table_, stored
 //         v
-//    the table's notice ---> Dataplane::sbfdIs, sbfdDel: queued
+//    the table's carrier, Dataplane::sbfdSessions
 //                                 |  later, on the main loop
 //                                 v
 //    events to handlers <--- sbfdStatus: kept in statuses_, and told if it is new
 //                       <--- sbfdRtt: told if the session is up, and kept nowhere
 //
-// The dataplane follows the table's notices rather than the operations, so that sessions that come back from the folder
-// reach it in the same way. A status is an observation: it is not stored, and it ends with its session.
+// The dataplane follows the table rather than the operations, so that sessions that come back from the folder reach it
+// in the same way. The event of a set is queued before it learns of the session, so before all that it reports. A
+// status is an observation: it is not stored, and it ends with its session.
 namespace velm::embedded {
-namespace {
-
-// The interval that is carried out: the one asked for, with the default's part where that is 0.
-sbfd_interval_t effective(sbfd_interval_t asked) {
-   return {asked.min_tx() == 0 ? defaultSbfdInterval.min_tx() : asked.min_tx(),
-           asked.multiplier() == 0 ? defaultSbfdInterval.multiplier() : asked.multiplier()};
-}
-
-}  // namespace
 
 BfdSessionMgr::BfdSessionMgr(CallLedger& ledger, MainLoop& loop) : loop_(loop), operations_(ledger) {}
-
-void BfdSessionMgr::dataplaneIs(Dataplane& dataplane) {
-   table_.onChange([&](sbfd_echo_session_key_t const& key, SbfdSession const* now) {
-      if (now == nullptr) {
-         dataplane.sbfdDel(key);
-      } else {
-         dataplane.sbfdIs(key, effective(now->interval), now->rttEnabled);
-      }
-   });
-}
 
 // Whoever is told of a session is told its nexthop.
 static void decode(StoredBytes& in, sbfd_echo_session_key_t& key) {
@@ -78,8 +60,11 @@ void BfdSessionMgr::sbfd_echo_session_set(sbfd_echo_session_key_t const& key) {
    if (key.nexthop().af() == af_t::none)
       throw invalid_argument_error(fmt::format("sBFD session {} names no nexthop", key.to_string()));
    if (table_.contains(key)) return;
-   table_.set(call, key, {});
-   raise([key](bfd_session_handler& handler) { handler.on_sbfd_echo_session_set(key); });
+   Transaction transaction(call);
+   transaction.onCommit(
+      [this, key] { raise([key](bfd_session_handler& handler) { handler.on_sbfd_echo_session_set(key); }); });
+   table_.set(transaction, key, {});
+   transaction.commit();
 }
 
 void BfdSessionMgr::sbfd_echo_session_del(sbfd_echo_session_key_t const& key) {

@@ -18,6 +18,12 @@ struct SbfdSession {
    sbfd_interval_t interval = defaultSbfdInterval;
    bool rttEnabled = false;
 
+   /// The interval that is carried out: the one asked for, with the default's part where that is 0.
+   sbfd_interval_t effectiveInterval() const {
+      return {interval.min_tx() == 0 ? defaultSbfdInterval.min_tx() : interval.min_tx(),
+              interval.multiplier() == 0 ? defaultSbfdInterval.multiplier() : interval.multiplier()};
+   }
+
    static constexpr auto attributes() {
       return std::tuple{attribute{"interval", &SbfdSession::interval},
                         attribute{"rtt_enabled", &SbfdSession::rttEnabled}};
@@ -30,8 +36,8 @@ class BfdSessionMgr : public bfd_session_mgr, public SbfdReports {
  public:
    BfdSessionMgr(CallLedger& ledger, MainLoop& loop);
 
-   /// The dataplane learns of every change from now on.
-   void dataplaneIs(Dataplane& dataplane);
+   /// The dataplane carries the sessions out. Once, before the first operation; it must outlive the last one.
+   void dataplaneIs(Dataplane& dataplane) { table_.carrierIs(dataplane.sbfdSessions()); }
    /// Sessions come back and are carried out anew; statuses do not.
    void storeIs(Store& store);
    SbfdSessionTable const& table() const { return table_; }

@@ -3,7 +3,7 @@
 #include <fmt/format.h>
 
 // A class map does nothing by itself: policy maps name it, and whoever needs a policy map's classes reads them then. So
-// the dataplane is told nothing here and no event is raised. A class map that is deleted may still be named.
+// no event is raised here. A class map that is deleted may still be named.
 namespace velm::embedded {
 namespace {
 

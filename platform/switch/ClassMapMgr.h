@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/switch/Dataplane.h"
 #include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/class_map.h"
@@ -13,6 +14,8 @@ class ClassMapMgr : public class_map_mgr {
  public:
    explicit ClassMapMgr(CallLedger& ledger);
 
+   /// The dataplane carries the class maps out. Once, before the first operation; it must outlive the last one.
+   void dataplaneIs(Dataplane& dataplane) { table_.carrierIs(dataplane.classMaps()); }
    /// Brings the folder's class maps back and keeps every change in it.
    void storeIs(Store& store);
    ClassMapTable const& table() const { return table_; }

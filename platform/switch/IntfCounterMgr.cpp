@@ -1,6 +1,6 @@
 #include "platform/switch/IntfCounterMgr.h"
 
-// Counters are written by the command line alone, since no packets pass. They follow the interfaces for one reason: a
+// Where no packets pass, counters are written by the command line alone. They follow the interfaces for one reason: a
 // new interface of an old name must begin at zero.
 namespace velm::embedded {
 
@@ -9,6 +9,7 @@ IntfCounterMgr::IntfCounterMgr(CallLedger& ledger, IntfMgr& intfs) : intfs_(intf
 }
 
 IntfTraffic IntfCounterMgr::traffic(intf_id_t intf) const {
+   if (auto const real = dataplane_->traffic(intf)) return *real;
    IntfTraffic const* const row = table_.find(intf);
    return row == nullptr ? IntfTraffic() : *row;
 }

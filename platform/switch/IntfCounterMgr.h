@@ -13,11 +13,14 @@ struct IntfTraffic {
    intf_traffic_rates_t rates;
 };
 
-/// Counters and rates; they go with their interface.
+/// Counters and rates: the dataplane's, where it counts, or those that the command line sets; these go with their
+/// interface.
 class IntfCounterMgr : public intf_counter_mgr, public IntfFollower {
  public:
    IntfCounterMgr(CallLedger& ledger, IntfMgr& intfs);
 
+   /// The dataplane is asked for the traffic. Once, before the first operation; it must outlive the last one.
+   void dataplaneIs(Dataplane& dataplane) { dataplane_ = &dataplane; }
    /// All zero for an interface that has seen nothing or does not exist.
    IntfTraffic traffic(intf_id_t intf) const;
    /// The world outside: throws configuration_error for an interface that does not exist.
@@ -30,6 +33,7 @@ class IntfCounterMgr : public intf_counter_mgr, public IntfFollower {
 
  private:
    IntfMgr& intfs_;
+   Dataplane* dataplane_ = nullptr;  // set before the first operation
    Table<intf_id_t, IntfTraffic> table_;
    Operations<"intf_counter_mgr", "intf_counters", "intf_traffic_rates"> operations_;
 };

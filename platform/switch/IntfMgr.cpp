@@ -24,11 +24,17 @@
 // interface after all that hung on it.
 namespace velm::embedded {
 
-IntfMgr::IntfMgr(CallLedger& ledger, MainLoop& loop) : loop_(loop), operations_(ledger) {
+IntfMgr::IntfMgr(CallLedger& ledger, MainLoop& loop) : loop_(loop), operations_(ledger) {}
+
+void IntfMgr::dataplaneIs(Dataplane& dataplane) {
+   dataplane_ = &dataplane;
+   table_.carrierIs(dataplane.intfs());
+   if (dataplane.simulation() == nullptr) return;
    Inside const inside(operations_.ledger());
    constexpr int ports = 32;
    for (int port = 1; port <= ports; ++port) table_.set(inside, intf_id_t(fmt::format("Ethernet{}", port)), {});
    table_.set(inside, intf_id_t("Management1"), {});
+   table_.each([&](intf_id_t const& intf, Intf const&) { tellDataplane(intf); });
 }
 
 void IntfMgr::storeIs(Store& store) {
@@ -39,14 +45,7 @@ void IntfMgr::storeIs(Store& store) {
    table_.each([&](intf_id_t const& intf, Intf const&) { tellDataplane(intf); });
 }
 
-void IntfMgr::dataplaneIs(Dataplane& dataplane) {
-   dataplane_ = &dataplane;
-   table_.each([&](intf_id_t const& intf, Intf const&) { tellDataplane(intf); });
-}
-
-void IntfMgr::tellDataplane(intf_id_t intf) {
-   if (dataplane_ != nullptr) dataplane_->intfIs(intf, operStatus(intf));
-}
+void IntfMgr::tellDataplane(intf_id_t intf) { dataplane_->intfIs(intf, operStatus(intf)); }
 
 oper_status_t IntfMgr::operStatus(intf_id_t intf) const {
    Intf const* const row = table_.find(intf);
@@ -94,10 +93,14 @@ void IntfMgr::amend(intf_id_t intf, Fn&& fn) {
    demand(intf);
    Inside const inside(operations_.ledger());
    Transaction transaction(inside);
-   watch(transaction, intf);
-   for (auto* follower : followers_) follower->intfChanged(transaction, intf);
+   change(transaction, intf);
    table_.update(transaction, intf, fn);
    transaction.commit();
+}
+
+void IntfMgr::change(Transaction& transaction, intf_id_t intf) {
+   watch(transaction, intf);
+   for (auto* follower : followers_) follower->intfChanged(transaction, intf);
 }
 
 void IntfMgr::create(intf_id_t intf) {
@@ -106,6 +109,11 @@ void IntfMgr::create(intf_id_t intf) {
    Inside const inside(operations_.ledger());
    Transaction transaction(inside);
    table_.set(transaction, intf, {});
+   created(transaction, intf);
+   transaction.commit();
+}
+
+void IntfMgr::created(Transaction& transaction, intf_id_t intf) {
    transaction.then([this, intf] {
       tellDataplane(intf);
       raise(intf, [intf](intf_handler& handler) { handler.on_intf_create(intf); });
@@ -115,20 +123,42 @@ void IntfMgr::create(intf_id_t intf) {
    transaction.then([this, intf] {
       if (operStatus(intf) == oper_status_t::up) raiseStatus(intf, oper_status_t::up);
    });
-   transaction.commit();
 }
 
 void IntfMgr::remove(intf_id_t intf) {
    if (!table_.contains(intf)) return;
    Inside const inside(operations_.ledger());
    Transaction transaction(inside);
+   remove(transaction, intf);
+   transaction.commit();
+}
+
+void IntfMgr::remove(Transaction& transaction, intf_id_t intf) {
    for (auto* follower : followers_) follower->intfRemoved(transaction, intf);
    table_.del(transaction, intf);
    transaction.then([this, intf] {
       tellDataplane(intf);
       raise(intf, [intf](intf_handler& handler) { handler.on_intf_delete(intf); });
    });
-   transaction.commit();
+}
+
+void IntfMgr::portIs(intf_id_t intf, Intf const& intfNow) {
+   Intf const* const present = table_.find(intf);
+   if (present != nullptr && *present == intfNow) return;
+   Inside const inside(operations_.ledger());
+   Transaction transaction(inside);
+   if (present != nullptr) change(transaction, intf);
+   table_.setReported(transaction, intf, intfNow);
+   if (present == nullptr) created(transaction, intf);
+   transaction.commitReported();
+}
+
+void IntfMgr::portGone(intf_id_t intf) {
+   if (!table_.contains(intf)) return;
+   Inside const inside(operations_.ledger());
+   Transaction transaction(inside);
+   remove(transaction, intf);
+   transaction.commitReported();
 }
 
 void IntfMgr::linkIs(intf_id_t intf, oper_status_t link) {
@@ -147,12 +177,12 @@ bool IntfMgr::exists(intf_id_t intf) const {
 
 std::string IntfMgr::kernel_intf_name(intf_id_t intf) const {
    Call const call(operations_);
-   return table_.contains(intf) ? kernel_name(intf) : std::string();
+   return table_.contains(intf) ? kernelName(intf) : std::string();
 }
 
 intf_id_t IntfMgr::velm_intf_name(std::string const& kernel_name) const {
    Call const call(operations_);
-   auto const intf = intf_of_kernel_name(kernel_name);
+   auto const intf = dataplane_->intfOfKernelName(kernel_name);
    return table_.contains(intf) ? intf : intf_id_t();
 }
 

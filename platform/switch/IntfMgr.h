@@ -17,6 +17,7 @@ struct Intf {
    oper_status_t link = oper_status_t::up;
    std::string description;
 
+   bool operator==(Intf const&) const = default;
    static constexpr auto attributes() {
       return std::tuple{attribute{"admin_enabled", &Intf::adminEnabled}, attribute{"link", &Intf::link},
                         attribute{"description", &Intf::description}};
@@ -39,16 +40,18 @@ class IntfFollower {
    virtual bool holdsDown(intf_id_t) const { return false; }
 };
 
-/// Interfaces: 32 Ethernet ports and a management port at first, all enabled and up.
-class IntfMgr : public intf_mgr {
+/// Interfaces. Where the dataplane is simulated, there are 32 Ethernet ports and a management port at first, all
+/// enabled and up; else those that the machine has.
+class IntfMgr : public intf_mgr, public PortReports {
  public:
    IntfMgr(CallLedger& ledger, MainLoop& loop);
 
-   /// Brings the folder's interfaces back and keeps every change in it. No event is raised; a dataplane that is there
-   /// learns of what came back, and of ports that are gone.
-   void storeIs(Store& store);
-   /// The dataplane learns of every interface there is, and from then on of every change.
+   /// The dataplane carries the interfaces out, and learns of every change of a state. Once, before the first
+   /// operation; it must outlive the last one.
    void dataplaneIs(Dataplane& dataplane);
+   /// Brings the folder's interfaces back and keeps every change in it. No event is raised; the dataplane learns of
+   /// what came back, and of ports that are gone.
+   void storeIs(Store& store);
    /// Tells the dataplane the state of the interface. For managers that have brought back rows from which it follows.
    void tellDataplane(intf_id_t intf);
    /// Followers are asked in the order in which they came. They are not owned and stay.
@@ -57,6 +60,8 @@ class IntfMgr : public intf_mgr {
    IntfTable const& table() const { return table_; }
    /// Unknown for an interface that does not exist.
    oper_status_t operStatus(intf_id_t intf) const;
+   /// The interface's name in the kernel, whether it exists or not.
+   std::string kernelName(intf_id_t intf) const { return dataplane_->kernelName(intf); }
    /// Throws configuration_error for an interface that does not exist.
    void demand(intf_id_t intf) const;
 
@@ -77,12 +82,20 @@ class IntfMgr : public intf_mgr {
    void description_is(intf_id_t intf, std::string const& description) override;
    oper_status_t oper_status(intf_id_t intf) const override;
 
+   void portIs(intf_id_t intf, Intf const& intfNow) override;
+   void portGone(intf_id_t intf) override;
+
    /// The world outside, under the SDK lock: throws configuration_error for an interface that does not exist.
    void linkIs(intf_id_t intf, oper_status_t link);
 
  private:
    template <class Fn>
    void amend(intf_id_t intf, Fn&& fn);
+   // What comes with a change of an interface's row beside the row, which the caller stages last.
+   void change(Transaction& transaction, intf_id_t intf);
+   void remove(Transaction& transaction, intf_id_t intf);
+   /// The same of a new one, whose row the caller has staged.
+   void created(Transaction& transaction, intf_id_t intf);
    void raiseDifferences(intf_id_t intf, Intf const& before, oper_status_t statusBefore);
    template <class Fn>
    void raise(intf_id_t intf, Fn fn);
@@ -90,7 +103,7 @@ class IntfMgr : public intf_mgr {
 
    IntfTable table_;
    MainLoop& loop_;
-   Dataplane* dataplane_ = nullptr;
+   Dataplane* dataplane_ = nullptr;  // set before the first operation
    std::vector<IntfFollower*> followers_;
 
    Operations<"intf_mgr", "intf_iter", "exists", "kernel_intf_name", "velm_intf_name", "admin_enabled",

@@ -74,6 +74,18 @@ void IpIntfMgr::internalVlanIs(intf_id_t intf, unsigned short vlan) {
    rowIs(intf, std::move(next));
 }
 
+void IpIntfMgr::addressesAre(intf_id_t intf, std::set<ip_addr_mask_t> const& addrs) {
+   auto const before = row(intf);
+   if (!intfs_.table().contains(intf) || before.addrs == addrs) return;
+   Inside const inside(operations_.ledger());
+   Transaction transaction(inside);
+   auto next = before;
+   next.addrs = addrs;
+   watch(transaction, intf, before, next);
+   table_.setReported(transaction, intf, std::move(next));
+   transaction.commitReported();
+}
+
 void IpIntfMgr::intfRemoved(Transaction& transaction, intf_id_t intf) {
    watch(transaction, intf, row(intf), {});
    table_.del(transaction, intf);

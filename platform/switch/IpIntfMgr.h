@@ -30,10 +30,12 @@ struct IpIntfSettings {
 };
 
 /// Addresses of interfaces; they go with their interface. A row is there when something in it was set.
-class IpIntfMgr : public ip_intf_mgr, public IntfFollower {
+class IpIntfMgr : public ip_intf_mgr, public IntfFollower, public AddressReports {
  public:
    IpIntfMgr(CallLedger& ledger, MainLoop& loop, IntfMgr& intfs);
 
+   /// The dataplane carries the addresses out. Once, before the first operation; it must outlive the last one.
+   void dataplaneIs(Dataplane& dataplane) { table_.carrierIs(dataplane.ipIntfs()); }
    /// Brings the folder's addresses and settings back, without events, and keeps every change in it.
    void storeIs(Store& store);
    /// The world outside: throws configuration_error for an interface that does not exist.
@@ -49,6 +51,7 @@ class IpIntfMgr : public ip_intf_mgr, public IntfFollower {
    unsigned short internal_vlan_id(intf_id_t intf) const override;
 
    void intfRemoved(Transaction& transaction, intf_id_t intf) override;
+   void addressesAre(intf_id_t intf, std::set<ip_addr_mask_t> const& addrs) override;
 
  private:
    IpIntf row(intf_id_t intf) const;

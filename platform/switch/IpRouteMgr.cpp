@@ -61,6 +61,11 @@ IpRouteTable const& IpRouteMgr::table(std::string const& vrf) const {
    return it == vrfs_.end() ? noVrf_ : it->second;
 }
 
+void IpRouteMgr::dataplaneIs(Dataplane& dataplane) {
+   dataplane_ = &dataplane;
+   defaultVrf_.carrierIs(dataplane.routes(""));
+}
+
 void IpRouteMgr::storeIs(Store& store) {
    store_ = &store;
    for (auto& [vrf, table] : vrfs_) bindTable(table, store, vrf);
@@ -83,7 +88,10 @@ void IpRouteMgr::storeIs(Store& store) {
 
 IpRouteTable& IpRouteMgr::made(std::string const& vrf) {
    auto const [it, isNew] = vrfs_.try_emplace(vrf);
-   if (isNew && store_ != nullptr) bindTable(it->second, *store_, vrf);
+   if (isNew) {
+      it->second.carrierIs(dataplane_->routes(vrf));
+      if (store_ != nullptr) bindTable(it->second, *store_, vrf);
+   }
    return it->second;
 }
 
@@ -119,6 +127,7 @@ void IpRouteMgr::resync_complete() {
 void IpRouteMgr::prefetch(std::span<ip_route_key_t const> keys, std::string const& vrf) const {
    sdk_scoped_lock const lock;
    table(vrf).prefetch(keys);
+   dataplane_->prefetch(keys, vrf);
 }
 
 ip_route_iter_t IpRouteMgr::ip_route_iter() const {

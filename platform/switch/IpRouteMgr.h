@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/hints/Prefetcher.h"
+#include "platform/switch/Dataplane.h"
 #include "platform/switch/IpRouteVias.h"
 #include "platform/switch/NamePool.h"
 #include "platform/switch/Operations.h"
@@ -33,6 +34,8 @@ class IpRouteMgr : public ip_route_mgr, public Hints::Prefetcher<ip_route_key_t,
  public:
    explicit IpRouteMgr(CallLedger& ledger);
 
+   /// The dataplane carries the routes out. Once, before the first operation; it must outlive the last one.
+   void dataplaneIs(Dataplane& dataplane);
    /// Brings the folder's routes back and keeps every change in it.
    void storeIs(Store& store);
 
@@ -74,7 +77,8 @@ class IpRouteMgr : public ip_route_mgr, public Hints::Prefetcher<ip_route_key_t,
    NamePool names_;                                         // before the tables, whose rows refer to it
    std::map<std::string, IpRouteTable, std::less<>> vrfs_;  // tables never go, so that iterators stay good
    IpRouteTable& defaultVrf_;
-   IpRouteTable noVrf_;  // stands in for a VRF that was never set; nothing is ever put into it
+   IpRouteTable noVrf_;              // stands in for a VRF that was never set; nothing is ever put into it
+   Dataplane* dataplane_ = nullptr;  // set before the first operation
    Store* store_ = nullptr;
    std::uint32_t tag_ = 0;
    bool resyncing_ = false;

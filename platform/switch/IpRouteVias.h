@@ -26,6 +26,9 @@ class IpRouteVias {
    bool anyMarked() const;
    void dropMarked();
 
+   /// The group that the one via names, if it names a group and says nothing else; null for any other vias. The name
+   /// stays where it is for as long as a route has it.
+   std::string const* group() const { return group_ ? &*group_ : nullptr; }
    /// The vias in the order in which they were set, each with the key as its route's.
    std::vector<ip_route_via_t> list(ip_route_key_t const& key) const;
 

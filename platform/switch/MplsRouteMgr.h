@@ -3,6 +3,7 @@
 #include <absl/container/flat_hash_map.h>
 
 #include "platform/hints/Prefetcher.h"
+#include "platform/switch/Dataplane.h"
 #include "platform/switch/MainLoop.h"
 #include "platform/switch/MplsRouteVias.h"
 #include "platform/switch/MplsRowKey.h"
@@ -26,11 +27,13 @@ void encode(std::string& out, MplsRowKey const& key, MplsRoute const& route);
 using MplsRouteTable = Table<MplsRowKey, MplsRoute>;
 using MplsVrfLabelTable = Table<mpls_label_t, mpls_vrf_label_t>;
 
-/// MPLS routes. The dataplane can program every one, so what is programmed is what is asked for.
+/// MPLS routes. The dataplane programs every one that it does not refuse, so what is programmed is what is asked for.
 class MplsRouteMgr : public mpls_route_mgr, public Hints::Prefetcher<mpls_route_key_t> {
  public:
    MplsRouteMgr(CallLedger& ledger, MainLoop& loop);
 
+   /// The dataplane carries the routes out. Once, before the first operation; it must outlive the last one.
+   void dataplaneIs(Dataplane& dataplane) { table_.carrierIs(dataplane.mplsRoutes()); }
    /// Brings the folder's routes back, with the ids of their FECs, and keeps every change in it.
    void storeIs(Store& store);
 
@@ -88,6 +91,8 @@ class MplsVrfLabelMgr : public mpls_vrf_label_mgr, public Hints::Prefetcher<mpls
  public:
    explicit MplsVrfLabelMgr(CallLedger& ledger);
 
+   /// The dataplane carries the labels out. Once, before the first operation; it must outlive the last one.
+   void dataplaneIs(Dataplane& dataplane) { table_.carrierIs(dataplane.vrfLabels()); }
    /// Brings the folder's labels back and keeps every change in it.
    void storeIs(Store& store);
    MplsVrfLabelTable const& table() const { return table_; }

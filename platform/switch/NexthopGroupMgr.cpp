@@ -7,26 +7,20 @@
 // Three tables, which change at different times: the groups as asked for change inside the call, their state when the
 // dataplane reports, their counters when traffic is simulated. The second and third follow the first.
 //
-//    nexthop_group_set ---> row, stored ---> Dataplane::groupIs, queued ---> groupProgrammed: version, event
-//                                                                       ---> groupActive: state, event
-//    nexthop_group_del ---> row gone, counters gone ---> groupDel, queued -> groupActive(false), groupGone
+//    nexthop_group_set ---> row, stored ---> Dataplane::groups carries it out ---> groupProgrammed: version, event
+//                                                                             ---> groupActive: state, event
+//    nexthop_group_del ---> row and counters gone ---> carried out ---> groupActive(false), groupGone
 //
 // Between a deletion and its report a group has a status and no row; then programmed_nexthop_group_iter still names it,
 // and reports about it reach the handlers without changing the status. The purge of a resync goes the way of
-// nexthop_group_del, since the dataplane follows the table's notices.
+// nexthop_group_del, since the dataplane follows the table and not the operations.
 namespace velm::embedded {
 
 NexthopGroupMgr::NexthopGroupMgr(CallLedger& ledger) : operations_(ledger) {}
 
 void NexthopGroupMgr::dataplaneIs(Dataplane& dataplane) {
-   table_.onChange([&](std::string const& name, nexthop_group_t const* now) {
-      if (now == nullptr) {
-         counters_.del(Inside(operations_.ledger()), name);
-         dataplane.groupDel(name);
-      } else {
-         dataplane.groupIs(*now);
-      }
-   });
+   dataplane_ = &dataplane;
+   table_.carrierIs(dataplane.groups());
 }
 
 void NexthopGroupMgr::storeIs(Store& store) { table_.storeIs(store, StoredTable::nexthopGroups); }
@@ -39,6 +33,8 @@ void NexthopGroupMgr::resync_init() {
 void NexthopGroupMgr::resync_complete() {
    Call const call(operations_);
    table_.purge(call);
+   counters_.mark(call, [&](std::string const& name, auto const&) { return !table_.contains(name); });
+   counters_.purge(call);
 }
 
 nexthop_group_iter_t NexthopGroupMgr::nexthop_group_iter() const {
@@ -81,6 +77,7 @@ nexthop_group_entry_counter_t NexthopGroupMgr::counter(std::string const& name, 
    Call const call(operations_);
    nexthop_group_t const* group = table_.find(name);
    if (group == nullptr || !group->nexthops().contains(entry)) return {};
+   if (auto const real = dataplane_->counter(name, entry)) return *real;
    if (auto const* counters = counters_.find(name)) {
       if (auto const it = counters->find(entry); it != counters->end()) return it->second;
    }
@@ -101,7 +98,7 @@ void NexthopGroupMgr::nexthop_group_set(nexthop_group_t const& group) {
 
 void NexthopGroupMgr::nexthop_group_del(std::string const& name) {
    Call const call(operations_);
-   table_.del(call, name);
+   if (table_.del(call, name)) counters_.del(call, name);
 }
 
 template <class Fn>

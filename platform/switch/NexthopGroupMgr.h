@@ -20,11 +20,11 @@ struct NexthopGroupStatus {
 using NexthopGroupStatusTable = Table<std::string, NexthopGroupStatus>;
 
 /// Nexthop groups: what was asked for, and beside it what the dataplane reported.
-class NexthopGroupMgr : public nexthop_group_mgr, public DataplaneReports {
+class NexthopGroupMgr : public nexthop_group_mgr, public GroupReports {
  public:
    explicit NexthopGroupMgr(CallLedger& ledger);
 
-   /// The dataplane learns of every change from now on. Once; it must outlive the manager's last change.
+   /// The dataplane carries the groups out. Once, before the first operation; it must outlive the last one.
    void dataplaneIs(Dataplane& dataplane);
    /// Brings the folder's groups back, to be programmed anew, and keeps every change in it.
    void storeIs(Store& store);
@@ -55,9 +55,10 @@ class NexthopGroupMgr : public nexthop_group_mgr, public DataplaneReports {
    template <class Fn>
    void changeStatus(std::string const& name, Fn fn);
 
+   Dataplane* dataplane_ = nullptr;  // set before the first operation
    NexthopGroupTable table_;
    NexthopGroupStatusTable statuses_;
-   // By group, then by entry; entries without traffic are left out.
+   // By group, then by entry; entries without traffic are left out. Where the dataplane counts, this is empty.
    Table<std::string, std::map<unsigned short, nexthop_group_entry_counter_t>> counters_;
 
    Operations<"nexthop_group_mgr", "resync_init", "resync_complete", "nexthop_group_iter",

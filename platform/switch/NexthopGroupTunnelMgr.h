@@ -1,6 +1,7 @@
 #pragma once
 
 #include "platform/hints/Prefetcher.h"
+#include "platform/switch/Dataplane.h"
 #include "platform/switch/Operations.h"
 #include "platform/switch/Table.h"
 #include "platform/velm/nexthop_group_tunnel.h"
@@ -13,6 +14,8 @@ using NexthopGroupTunnelTable = Table<ip_prefix_t, nexthop_group_tunnel_t>;
 class NexthopGroupTunnelMgr : public nexthop_group_tunnel_mgr, public Hints::Prefetcher<ip_prefix_t> {
  public:
    explicit NexthopGroupTunnelMgr(CallLedger& ledger);
+   /// The dataplane carries the tunnels out. Once, before the first operation; it must outlive the last one.
+   void dataplaneIs(Dataplane& dataplane) { table_.carrierIs(dataplane.tunnels()); }
    /// Brings the folder's tunnels back and keeps every change in it.
    void storeIs(Store& store);
    NexthopGroupTunnelTable const& table() const { return table_; }

@@ -16,8 +16,8 @@
 
 // The agent has taken its own options by now; whatever else is left belongs to the switch, and what the switch does not
 // know ends the process before anything has begun. Then, in this order: the traces, so that they show what follows; the
-// state folder; the configuration, which so adds to what was brought back. A failure at any point ends the
-// process, for an agent on half a configuration would program the wrong switch.
+// dataplane, which so hears of all the rest; the state folder; the configuration, which so adds to what was brought
+// back. A failure at any point ends the process, for an agent on half a configuration would program the wrong switch.
 namespace velm::embedded {
 namespace {
 
@@ -28,11 +28,6 @@ Options of the agent, each with its value in the next argument:
   --grpc-trace TRACERS        sets GRPC_TRACE
   --grpc-verbosity LEVEL      sets GRPC_VERBOSITY
 )";
-
-[[noreturn]] void refuse(std::string const& message) {
-   fmt::print(stderr, "{}: {}\n", agentName, message);
-   std::exit(2);
-}
 
 // The configuration's commands with their line numbers, for a message that a person can act on.
 struct Line {
@@ -56,11 +51,19 @@ std::vector<Line> readLines(std::string const& path) {
 
 }  // namespace
 
+void refuse(std::string const& message) {
+   fmt::print(stderr, "{}: {}\n", agentName, message);
+   std::exit(2);
+}
+
 Options readOptions(int argc, char** argv) {
    Options options;
    CLI::App app(description, std::string(agentName));
    app.add_option("--switch-config", options.configFile, "Configuration commands to carry out before the agent starts")
       ->type_name("FILE");
+   app.add_option("--switch-dataplane", options.dataplane, "What carries the tables out: a simulation, or the machine")
+      ->type_name("NAME")
+      ->check(CLI::IsMember({"simulated", "linux"}));
    app.add_option("--switch-state", options.stateFolder, "Folder of the switch's state, which outlives the agent")
       ->type_name("DIR");
    app.add_option("--trace", options.traces, "Trace levels of a facility, for example VelmSdkRpc/0-3,6; repeatable")
@@ -80,13 +83,18 @@ Options readOptions(int argc, char** argv) {
    return options;
 }
 
-void applyOptions(Options const& options, Switch& device) {
+void applyOptions(Options const& options, DataplaneFactory const& make, Switch& device) {
    for (auto const& spec : options.traces) {
       try {
          Pesko::Platform::setupPeskoDebug(spec);
       } catch (std::invalid_argument const& e) {
          refuse(fmt::format("--trace: {}", e.what()));
       }
+   }
+   try {
+      device.dataplaneIs(make);
+   } catch (error const& e) {
+      refuse(e.msg());
    }
    if (!options.stateFolder.empty()) {
       // The folder's name is shown to clients.

@@ -7,31 +7,18 @@
 // The dataplane has two things to say of a policy map: whether it could be carried out, which follows each set, and its
 // status in each place, which follows each application.
 //
-//    policy_map_is -----> row ---> event "config set" ---> dataplane ---> policyMapSynced or policyMapSyncFailed: event
-//    policy_map_apply --> row's places ------------------> dataplane ---> policyMapStatus: kept by place, no event
-//    policy_map_del ----> row gone ----------------------> dataplane ---> policyMapGone: statuses go
+//    policy_map_is -----> event "config set", row ---> dataplane ---> policyMapSynced or policyMapSyncFailed: event
+//    policy_map_apply --> row's places --------------> dataplane ---> policyMapStatus: kept by place, no event
+//    policy_map_del ----> row gone ------------------> dataplane ---> policyMapGone: statuses go
 //
 // The main loop keeps the order: the event of a set is posted before the dataplane is told, so a handler never hears of
-// the sync first. A restart applies all maps anew and sets none, since nobody waits for an answer.
+// the sync first. A restart applies all maps anew and sets none, since nobody waits for an answer. An answer is owed
+// even where the row stays as it was; so the row says what was asked.
 namespace velm::embedded {
 
 PolicyMapMgr::PolicyMapMgr(CallLedger& ledger, MainLoop& loop) : loop_(loop), operations_(ledger) {}
 
-// Only the end of a policy map is told by the table: a set is told by its operation, since the dataplane's answer must
-// come after the event of the set, and what the command line writes has no answer.
-void PolicyMapMgr::dataplaneIs(Dataplane& dataplane) {
-   dataplane_ = &dataplane;
-   table_.onChange([&](policy_map_key_t const& key, PolicyMap const* now) {
-      if (now == nullptr) dataplane.policyMapDel(key);
-   });
-}
-
-void PolicyMapMgr::storeIs(Store& store) {
-   table_.storeIs(store, StoredTable::policyMaps);
-   table_.each([&](policy_map_key_t const& key, PolicyMap const& row) {
-      for (auto const& place : row.applied) dataplane_->policyMapApply(key, place, true);
-   });
-}
+void PolicyMapMgr::storeIs(Store& store) { table_.storeIs(store, StoredTable::policyMaps); }
 
 void PolicyMapMgr::resync_init() {
    Call const call(operations_);
@@ -59,9 +46,13 @@ void PolicyMapMgr::policy_map_is(policy_map_t const& policy_map) {
    Call const call(operations_);
    for (auto const& [sequence, rule] : policy_map.rules()) check_lengths(rule.raw_rule());
    if (policy_map.key().name().empty()) return;
-   table_.update(call, policy_map.key(), [&](PolicyMap& row) { row.map = policy_map; });
-   raiseConfigSet(policy_map.key());
-   dataplane_->policyMapIs(policy_map);
+   Transaction transaction(call);
+   transaction.onCommit([this, key = policy_map.key()] { raiseConfigSet(key); });
+   table_.update(transaction, policy_map.key(), [&](PolicyMap& row) {
+      row.map = policy_map;
+      row.asked = {.set = true};
+   });
+   transaction.commit();
 }
 
 void PolicyMapMgr::policy_map_del(policy_map_key_t const& key) {
@@ -83,16 +74,14 @@ void PolicyMapMgr::policy_map_apply(policy_map_key_t const& key, intf_id_t intf,
    if (apply && intf == intf_id_t()) {
       throw invalid_argument_error(fmt::format("policy map {} needs an interface to be applied to", key.to_string()));
    }
-   if (row != nullptr && row->applied.contains(place) != apply) {
-      table_.amend(call, key, [&](PolicyMap& next) {
-         if (apply) {
-            next.applied.insert(place);
-         } else {
-            next.applied.erase(place);
-         }
-      });
-   }
-   dataplane_->policyMapApply(key, place, apply);
+   table_.amend(call, key, [&](PolicyMap& next) {
+      if (apply) {
+         next.applied.insert(place);
+      } else {
+         next.applied.erase(place);
+      }
+      next.asked = {.place = place};
+   });
 }
 
 policy_map_hw_status_iter_t PolicyMapMgr::policy_map_hw_status_iter() const {
@@ -136,6 +125,7 @@ void PolicyMapMgr::ruleIs(policy_map_key_t const& key, std::uint32_t sequence, p
    table_.update(inside, key, [&](PolicyMap& row) {
       row.map.key_is(key);
       row.map.rule_set(sequence, rule);
+      row.asked = {};
    });
 }
 

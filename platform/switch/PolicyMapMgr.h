@@ -13,10 +13,18 @@
 
 namespace velm::embedded {
 
+/// What was asked of a policy map. The dataplane reports on the set, or on the place, even if nothing is new; on
+/// neither, as for a rule that the command line wrote, it has nothing to say.
+struct PolicyMapRequest {
+   bool set = false;
+   std::optional<policy_map_hw_status_key_t> place = std::nullopt;
+};
+
 /// A policy map as the switch keeps it.
 struct PolicyMap {
    policy_map_t map;
    std::set<policy_map_hw_status_key_t> applied;
+   PolicyMapRequest asked = {};  // what made the row what it is; not stored
 
    static constexpr auto attributes() {
       return std::tuple{attribute{"map", &PolicyMap::map}, attribute{"applied", &PolicyMap::applied}};
@@ -29,9 +37,9 @@ class PolicyMapMgr : public policy_map_mgr, public PolicyMapReports {
  public:
    PolicyMapMgr(CallLedger& ledger, MainLoop& loop);
 
-   /// The dataplane learns of every change from now on. Once, before the first operation; it must outlive the last one.
-   void dataplaneIs(Dataplane& dataplane);
-   /// Brings the folder's policy maps back, applies them where they were applied, and keeps every change in it.
+   /// The dataplane carries the policy maps out. Once, before the first operation; it must outlive the last one.
+   void dataplaneIs(Dataplane& dataplane) { table_.carrierIs(dataplane.policyMaps()); }
+   /// Brings the folder's policy maps back, which are applied where they were applied, and keeps every change in it.
    void storeIs(Store& store);
    PolicyMapTable const& table() const { return table_; }
 
@@ -64,7 +72,6 @@ class PolicyMapMgr : public policy_map_mgr, public PolicyMapReports {
    PolicyMapTable table_;
    Table<policy_map_key_t, policy_map_hw_statuses_t::intf_statuses_t> statuses_;  // no empty ones
    MainLoop& loop_;
-   Dataplane* dataplane_ = nullptr;  // set before the first operation
 
    Operations<"policy_map_mgr", "resync_init", "resync_complete", "exists", "policy_map", "policy_map_is",
               "policy_map_del", "policy_map_iter", "policy_map_apply", "policy_map_hw_status_iter", "hw_status">

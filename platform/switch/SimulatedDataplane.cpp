@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/switch/Json.h"
+
 // Every call only posts an event, so that the dataplane works in the order of the changes, on the main loop, and never
 // inside the call that changed a table: what it reports comes after that call has returned.
 //
@@ -24,20 +26,22 @@ SimulatedDataplane::Exits SimulatedDataplane::exitsOf(nexthop_group_t const& gro
    return exits;
 }
 
-void SimulatedDataplane::groupIs(nexthop_group_t const& group) {
-   loop_.post([this, name = group.name(), exits = exitsOf(group)]() mutable { program(name, std::move(exits)); });
+void SimulatedDataplane::carryOut(std::string const& name, nexthop_group_t const* now, Room /*room*/) noexcept {
+   if (now == nullptr) {
+      loop_.post([this, name] { forget(name); });
+   } else {
+      loop_.post([this, name, exits = exitsOf(*now)]() mutable { program(name, std::move(exits)); });
+   }
 }
 
-void SimulatedDataplane::groupDel(std::string const& name) {
-   loop_.post([this, name] { forget(name); });
-}
-
-void SimulatedDataplane::sbfdIs(sbfd_echo_session_key_t const& key, sbfd_interval_t interval, bool rttEnabled) {
-   loop_.post([this, key, interval, rttEnabled] { sbfd_.sessionIs(key, interval, rttEnabled); });
-}
-
-void SimulatedDataplane::sbfdDel(sbfd_echo_session_key_t const& key) {
-   loop_.post([this, key] { sbfd_.sessionDel(key); });
+void SimulatedDataplane::carryOut(sbfd_echo_session_key_t const& key, SbfdSession const* now, Room /*room*/) noexcept {
+   if (now == nullptr) {
+      loop_.post([this, key] { sbfd_.sessionDel(key); });
+   } else {
+      loop_.post([this, key, interval = now->effectiveInterval(), rttEnabled = now->rttEnabled] {
+         sbfd_.sessionIs(key, interval, rttEnabled);
+      });
+   }
 }
 
 void SimulatedDataplane::intfIs(intf_id_t intf, oper_status_t status) {
@@ -50,6 +54,10 @@ void SimulatedDataplane::intfIs(intf_id_t intf, oper_status_t status) {
       if (it == groupsByIntf_.end()) return;
       for (auto const& name : it->second) refresh(name, groups_.at(name));
    });
+}
+
+std::string SimulatedDataplane::describe() const {
+   return jsonObject([](JsonWriter& json) { writeMember(json, "dataplane", "simulated"); });
 }
 
 void SimulatedDataplane::simulateProgrammed(std::string const& name, unsigned short version) {
@@ -100,6 +108,10 @@ void SimulatedDataplane::refresh(std::string const& name, Group& group) {
    bool const active = group.exits.always ||
                        std::ranges::any_of(group.exits.intfs, [&](auto const& intf) { return up_.contains(intf); });
    if (std::exchange(group.active, active) != active) reports_.groupActive(name, active);
+}
+
+std::unique_ptr<Dataplane> makeSimulatedDataplane(DataplaneSurroundings const& around) {
+   return std::make_unique<SimulatedDataplane>(around);
 }
 
 }  // namespace velm::embedded

@@ -2,9 +2,11 @@
 
 #include <absl/container/flat_hash_map.h>
 
+#include <memory>
 #include <set>
 #include <string>
 
+#include "platform/switch/BfdSessionMgr.h"
 #include "platform/switch/Dataplane.h"
 #include "platform/switch/MainLoop.h"
 #include "platform/switch/SimulatedPolicyMaps.h"
@@ -13,26 +15,27 @@
 namespace velm::embedded {
 
 /// A dataplane without hardware: every group can be programmed, and is active when one of its entries leaves by an
-/// interface that is up, or by an address or a child group without naming an interface.
-class SimulatedDataplane : public Dataplane {
+/// interface that is up, or by an address or a child group without naming an interface. For routes, labels and all else
+/// that nothing is reported of it does nothing.
+class SimulatedDataplane : public Dataplane,
+                           private Boundless<std::string, nexthop_group_t>,
+                           private Boundless<sbfd_echo_session_key_t, SbfdSession> {
  public:
-   SimulatedDataplane(MainLoop& loop, DataplaneReports& reports, SbfdReports& sbfdReports,
-                      PolicyMapReports& policyMapReports)
-      : loop_(loop), reports_(reports), sbfd_(loop, sbfdReports), policyMaps_(loop, policyMapReports) {}
+   explicit SimulatedDataplane(DataplaneSurroundings const& around)
+      : loop_(around.loop),
+        reports_(around.groups),
+        sbfd_(around.loop, around.sbfd),
+        policyMaps_(around.loop, around.policyMaps) {}
 
-   void groupIs(nexthop_group_t const& group) override;
-   void groupDel(std::string const& name) override;
-   void sbfdIs(sbfd_echo_session_key_t const& key, sbfd_interval_t interval, bool rttEnabled) override;
-   void sbfdDel(sbfd_echo_session_key_t const& key) override;
-   void policyMapIs(policy_map_t const& map) override { policyMaps_.set(map.key()); }
-   void policyMapApply(policy_map_key_t const& key, policy_map_hw_status_key_t const& place, bool on) override {
-      policyMaps_.apply(key, place, on);
-   }
-   void policyMapDel(policy_map_key_t const& key) override { policyMaps_.del(key); }
+   Carrier<std::string, nexthop_group_t>* groups() override { return this; }
+   Carrier<sbfd_echo_session_key_t, SbfdSession>* sbfdSessions() override { return this; }
+   Carrier<policy_map_key_t, PolicyMap>* policyMaps() override { return &policyMaps_; }
    void intfIs(intf_id_t intf, oper_status_t status) override;
+   std::string describe() const override;
+   SimulatedDataplane* simulation() override { return this; }
 
    SimulatedSbfd& sbfd() { return sbfd_; }
-   SimulatedPolicyMaps& policyMaps() { return policyMaps_; }
+   SimulatedPolicyMaps& simulatedPolicyMaps() { return policyMaps_; }
    /// Report what they are told, in turn with all else, also of a group that there is not. A group's next programming
    /// or change of state goes on from there.
    void simulateProgrammed(std::string const& name, unsigned short version);
@@ -50,6 +53,9 @@ class SimulatedDataplane : public Dataplane {
       bool active = false;
    };
 
+   void carryOut(std::string const& name, nexthop_group_t const* now, Room room) noexcept override;
+   void carryOut(sbfd_echo_session_key_t const& key, SbfdSession const* now, Room room) noexcept override;
+
    static Exits exitsOf(nexthop_group_t const& group);
    void program(std::string const& name, Exits exits);
    void forget(std::string const& name);
@@ -57,7 +63,7 @@ class SimulatedDataplane : public Dataplane {
    void refresh(std::string const& name, Group& group);
 
    MainLoop& loop_;
-   DataplaneReports& reports_;
+   GroupReports& reports_;
    // Touched on the main loop only, under the SDK lock.
    absl::flat_hash_map<std::string, Group> groups_;
    absl::flat_hash_map<intf_id_t, std::set<std::string>> groupsByIntf_;
@@ -65,5 +71,7 @@ class SimulatedDataplane : public Dataplane {
    SimulatedSbfd sbfd_;
    SimulatedPolicyMaps policyMaps_;
 };
+
+std::unique_ptr<Dataplane> makeSimulatedDataplane(DataplaneSurroundings const& around);
 
 }  // namespace velm::embedded

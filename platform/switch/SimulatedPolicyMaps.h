@@ -5,19 +5,18 @@
 
 #include "platform/switch/Dataplane.h"
 #include "platform/switch/MainLoop.h"
+#include "platform/switch/PolicyMapMgr.h"
 
 namespace velm::embedded {
 
 /// The simulated dataplane's part for policy maps: every one can be carried out, everywhere. It has nothing to
 /// remember.
-class SimulatedPolicyMaps {
+class SimulatedPolicyMaps : public Boundless<policy_map_key_t, PolicyMap> {
  public:
    SimulatedPolicyMaps(MainLoop& loop, PolicyMapReports& reports) : loop_(loop), reports_(reports) {}
 
-   // The dataplane's calls of these names.
-   void set(policy_map_key_t const& key) { simulateSync(key); }
-   void apply(policy_map_key_t const& key, policy_map_hw_status_key_t const& place, bool on);
-   void del(policy_map_key_t const& key);
+   void carryOut(policy_map_key_t const& key, PolicyMap const* now, Room room) noexcept override;
+   void restore(policy_map_key_t const& key, PolicyMap const& row) override;
 
    // Report what they are told, in turn with all else, also of a policy map that there is not.
 

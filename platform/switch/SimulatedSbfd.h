@@ -26,7 +26,7 @@ class SimulatedSbfd {
  public:
    SimulatedSbfd(MainLoop& loop, SbfdReports& reports) : loop_(loop), reports_(reports) {}
 
-   // On the main loop, in the order of the changes.
+   // On the main loop, in the order of the changes. The interval has no 0 in it.
    void sessionIs(sbfd_echo_session_key_t const& key, sbfd_interval_t interval, bool rttEnabled);
    void sessionDel(sbfd_echo_session_key_t const& key);
    /// The interface came up or ceased to be up.

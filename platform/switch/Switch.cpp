@@ -6,7 +6,7 @@
 // before their followers, then the dataplane, which reports to managers. So the dataplane cannot be a manager's
 // constructor argument: it is handed to them afterwards, before anything can change a table.
 //
-// The order of a start: stateIs, configure, run. Each adds to what the one before has left.
+// The order of a start: dataplaneIs, stateIs, configure, run. Each adds to what the one before has left.
 namespace velm::embedded {
 
 Switch::Switch()
@@ -27,17 +27,34 @@ Switch::Switch()
      acls(ledger),
      classMaps(ledger),
      policyMaps(ledger, loop),
-     dataplane(loop, nexthopGroups, bfdSessions, policyMaps),
      vapi(ledger, *this) {
    std::signal(SIGPIPE, SIG_IGN);  // a reader of the trace that went away must not take the agent along
    std::signal(SIGXFSZ, SIG_IGN);  // nor a limit to the state's file: that is an error like a full disk
-   intfs.dataplaneIs(dataplane);
-   nexthopGroups.dataplaneIs(dataplane);
-   bfdSessions.dataplaneIs(dataplane);
-   policyMaps.dataplaneIs(dataplane);
 }
 
 Switch::~Switch() = default;
+
+void Switch::dataplaneIs(DataplaneFactory const& make) {
+   sdk_scoped_lock const lock;
+   dataplane = make({.loop = loop,
+                     .groups = nexthopGroups,
+                     .sbfd = bfdSessions,
+                     .policyMaps = policyMaps,
+                     .ports = intfs,
+                     .addresses = ipIntfs});
+   intfs.dataplaneIs(*dataplane);
+   intfCounters.dataplaneIs(*dataplane);
+   ipIntfs.dataplaneIs(*dataplane);
+   ipRoutes.dataplaneIs(*dataplane);
+   mplsRoutes.dataplaneIs(*dataplane);
+   mplsVrfLabels.dataplaneIs(*dataplane);
+   nexthopGroups.dataplaneIs(*dataplane);
+   nexthopGroupTunnels.dataplaneIs(*dataplane);
+   bfdSessions.dataplaneIs(*dataplane);
+   acls.dataplaneIs(*dataplane);
+   classMaps.dataplaneIs(*dataplane);
+   policyMaps.dataplaneIs(*dataplane);
+}
 
 std::optional<Switch::Failure> Switch::configure(std::vector<std::string> const& commands) {
    Inside const inside(ledger);
@@ -73,8 +90,13 @@ void Switch::storeIs(Store& folder) {
 }
 
 void Switch::run() {
+   {
+      sdk_scoped_lock const lock;
+      dataplane->start();
+   }
    loop.post([this] { agent.initialize(); });
    loop.run([this] { agent.disable(); });
+   dataplane->stop();
 }
 
 }  // namespace velm::embedded

@@ -11,6 +11,7 @@
 #include "platform/switch/BgpPathMgr.h"
 #include "platform/switch/CallLedger.h"
 #include "platform/switch/ClassMapMgr.h"
+#include "platform/switch/Dataplane.h"
 #include "platform/switch/EthLagIntfMgr.h"
 #include "platform/switch/IntfCounterMgr.h"
 #include "platform/switch/IntfMgr.h"
@@ -22,14 +23,14 @@
 #include "platform/switch/NexthopGroupMgr.h"
 #include "platform/switch/NexthopGroupTunnelMgr.h"
 #include "platform/switch/PolicyMapMgr.h"
-#include "platform/switch/SimulatedDataplane.h"
 #include "platform/switch/Store.h"
 #include "platform/switch/VapiMgr.h"
 
 namespace velm::embedded {
 
 /// The switch in the process: its managers, its dataplane and the loop that turns them. Members stand in the order in
-/// which they need each other.
+/// which they need each other. The managers are there at once; what carries out their tables is chosen later, for an
+/// option says which it is.
 ///
 /// The SDK's operations of a manager may be called by any thread: each takes the SDK lock. What a manager offers beside
 /// them, for the command line, the dataplane and this class, needs the lock held by the caller, unless it says
@@ -37,9 +38,13 @@ namespace velm::embedded {
 class Switch {
  public:
    Switch();
+   explicit Switch(DataplaneFactory const& make) : Switch() { dataplaneIs(make); }
    ~Switch();  // out of line: what goes with it is half of all tables' code
    Switch(Switch const&) = delete;
    Switch& operator=(Switch const&) = delete;
+
+   /// Makes the dataplane. Once, before all that follows. Throws what the factory throws.
+   void dataplaneIs(DataplaneFactory const& make);
 
    /// Why a list of commands stopped, and how many were carried out before.
    struct Failure {
@@ -53,7 +58,8 @@ class Switch {
    void stateIs(std::string const& folder);
    /// Where the state is kept; empty without a folder.
    std::string stateFolder() const { return store ? store->path() : std::string(); }
-   /// Calls on_initialized and turns the loop until the agent has stopped.
+   /// Starts the dataplane, calls on_initialized and turns the loop until the agent has stopped. Throws what the start
+   /// of the dataplane throws, and nothing else.
    void run();
 
    std::unique_ptr<Store> store;  // null without a state folder
@@ -75,7 +81,7 @@ class Switch {
    AclMgr acls;
    ClassMapMgr classMaps;
    PolicyMapMgr policyMaps;
-   SimulatedDataplane dataplane;
+   std::unique_ptr<Dataplane> dataplane;
    VapiMgr vapi;
 
  private:

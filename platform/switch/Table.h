@@ -1,13 +1,12 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <span>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 #include "platform/switch/CallLedger.h"
+#include "platform/switch/Carrier.h"
 #include "platform/switch/Rows.h"
 #include "platform/switch/StoredRows.h"
 #include "platform/switch/Transaction.h"
@@ -23,15 +22,17 @@ concept HasMarkedParts = requires(Value value, Value const& constant) {
    constant.prunable();
 };
 
-/// The container behind every manager: values by key, in order, with resync marks, notices of change and, where the
-/// switch has a state folder, every change in it before it stands here. A value never moves. The SDK lock guards it,
-/// for reads as well: a lookup remembers the row that it found.
+/// The container behind every manager: values by key, in order, with resync marks. Where a dataplane carries the rows
+/// out, it agrees to every change before it is made and learns of it after (see Carrier), and where the switch has a
+/// state folder, every change is in it before it stands here. A value never moves. The SDK lock guards it, for reads as
+/// well: a lookup remembers the row that it found.
 ///
 /// A resync marks all that is there, has clients set again what they still want, which clears the marks of that, and
 /// purges the rest. amend() leaves the mark alone: a via that is set again says nothing about its route.
 ///
-/// A change throws velm::error if the folder refuses it, and whatever fn throws; nothing has changed then. The forms
-/// that are shown an Inside are one step each; those with a transaction happen when it is committed.
+/// A change throws what the carrier throws that refuses it, velm::error if the folder does, and whatever fn throws;
+/// nothing has changed then. No carrier refuses to delete, to clear and to purge. The forms that are shown an Inside
+/// are one step each; those with a transaction happen when it is committed.
 template <class Key, class Value>
 class Table {
    struct Row {
@@ -40,9 +41,6 @@ class Table {
    };
 
  public:
-   /// Called after every change with the value as it now is, null when it is gone. Must not throw.
-   using Notice = std::function<void(Key const&, Value const* now)>;
-
    Table() = default;
    Table(Table const&) = delete;
    Table& operator=(Table const&) = delete;
@@ -77,12 +75,11 @@ class Table {
       }
    }
 
-   /// Has the notice called after every change from now on, rows that are brought back included, for as long as the
-   /// table lives. Notices are called in the order in which they came.
-   void onChange(Notice notice) { notices_.push_back(std::move(notice)); }
+   /// Who carries the rows out, as long as the table changes; null for nobody. Before the first row.
+   void carrierIs(Carrier<Key, Value>* carrier) { carrier_ = carrier; }
 
-   /// Keeps every change in the folder from now on. Rows that the folder has replace those that stand here; one that is
-   /// fresh takes what stands here. Throws StateRefused.
+   /// Keeps every change in the folder from now on. Rows that the folder has replace those that stand here, which go;
+   /// one that is fresh takes what stands here. Throws StateRefused.
    void storeIs(Store& store, StoredTable id) {
       storeIs(store, id, [](StoredBytes& in, Value& value) { decode(in, value); });
    }
@@ -94,7 +91,7 @@ class Table {
          each([this](Key const& key, Value const& value) { stored_->put(key, value); });
          return;
       }
-      rows_.take();
+      drop();
       store.load(id, [&](std::string_view storedKey, std::string_view storedValue) {
          StoredBytes keyBytes(storedKey);
          StoredBytes valueBytes(storedValue);
@@ -112,7 +109,11 @@ class Table {
       stored_ = std::make_unique<StoredRows<Key, Value>>(store, id, keyFront);
    }
    /// Puts back what was stored.
-   void restore(Key const& key, Value value) { insert(key, std::move(value)); }
+   void restore(Key const& key, Value value) {
+      Row& row = rows_.add(key);
+      row.value = std::move(value);
+      if (carrier_ != nullptr) carrier_->restore(key, row.value);
+   }
 
    /// Sets a value: fn works on the present one, or on a new default one. Clears the resync mark.
    template <class Fn>
@@ -124,8 +125,7 @@ class Table {
       }
       Value fresh{};
       fn(fresh);
-      if (stored_) stored_->put(key, fresh);
-      insert(key, std::move(fresh));
+      replace(key, nullptr, std::move(fresh));
    }
    template <class Fn>
    void update(Transaction& transaction, Key const& key, Fn&& fn) {
@@ -135,20 +135,15 @@ class Table {
       fn(next);
       set(transaction, key, std::move(next));
    }
-   void set(Inside const& inside, Key const& key, Value value) {
-      update(inside, key, [&](Value& present) { present = std::move(value); });
+   void set(Inside const& /*inside*/, Key const& key, Value value) {
+      replace(key, rows_.find(key), std::move(value)).marked = false;
    }
    void set(Transaction& transaction, Key const& key, Value value) {
-      if (stored_) stored_->put(transaction, key, value);
-      transaction.onCommit([this, key, next = std::move(value)]() mutable {
-         if (Row* row = rows_.find(key)) {
-            row->value = std::move(next);
-            row->marked = false;
-            tell(key, &row->value);
-         } else {
-            insert(key, std::move(next));
-         }
-      });
+      stage(transaction, key, std::move(value), carrier_);
+   }
+   /// Sets what the dataplane has reported: it knows, so it is neither asked nor told.
+   void setReported(Transaction& transaction, Key const& key, Value value) {
+      stage(transaction, key, std::move(value), nullptr);
    }
    /// Changes a part of a value that exists; its mark stays. False if there is none.
    template <class Fn>
@@ -176,10 +171,7 @@ class Table {
       if (stored_) {
          each([&](Key const& key, Value const&) { stored_->del(transaction, key); });
       }
-      transaction.onCommit([this] {
-         auto const gone = rows_.take();
-         for (auto it = gone.begin(); it != gone.end(); ++it) tell(it.key(), nullptr);
-      });
+      transaction.onCommit([this] { drop(); });
    }
 
    /// Marks what wanted(key, value) picks, its parts with it, and clears every other mark.
@@ -213,15 +205,29 @@ class Table {
  private:
    template <class Fn>
    void change(Key const& key, Row& row, Fn& fn) {
-      if (stored_) {
+      if (stored_ || carrier_ != nullptr) {
          auto next = row.value;
          fn(next);
-         stored_->put(key, next);
-         row.value = std::move(next);
+         replace(key, &row, std::move(next));
       } else {
          fn(row.value);
       }
-      tell(key, &row.value);
+   }
+   /// The present row, null for a new one, becomes the next.
+   Row& replace(Key const& key, Row* row, Value&& next) {
+      Room room = prepared(carrier_, key, row, next);
+      if (stored_) stored_->put(key, next);
+      return become(carrier_, key, row, std::move(next), std::move(room));
+   }
+   void stage(Transaction& transaction, Key const& key, Value&& value, Carrier<Key, Value>* carrier) {
+      Room room = prepared(carrier, key, rows_.find(key), value);
+      if (stored_) stored_->put(transaction, key, value);
+      transaction.onCommit([this, carrier, key, next = std::move(value), room = std::move(room)]() mutable {
+         become(carrier, key, rows_.find(key), std::move(next), std::move(room)).marked = false;
+      });
+   }
+   static Room prepared(Carrier<Key, Value>* carrier, Key const& key, Row const* row, Value const& next) {
+      return carrier == nullptr ? Room() : carrier->prepare(key, row == nullptr ? nullptr : &row->value, next);
    }
    void stagePurge(Transaction& transaction, Key const& key, Row const& row) {
       if (row.marked) {
@@ -254,22 +260,28 @@ class Table {
    }
 
    // Done once the folder has accepted the change; these cannot fail any more.
-   void insert(Key const& key, Value&& value) {
-      Row& row = rows_.add(key);
-      row.value = std::move(value);
-      tell(key, &row.value);
+   Row& become(Carrier<Key, Value>* carrier, Key const& key, Row* row, Value&& next, Room&& room) {
+      if (row == nullptr) row = &rows_.add(key);
+      row->value = std::move(next);
+      if (carrier != nullptr) carrier->carryOut(key, &row->value, std::move(room));
+      return *row;
    }
    void erase(Key const& key) {
       rows_.erase(key);
       tell(key, nullptr);
    }
-   /// The one place from which whoever follows the table learns of a row's change.
-   void tell(Key const& key, Value const* now) const {
-      for (auto const& notice : notices_) notice(key, now);
+   /// Deletes every row, in memory.
+   void drop() {
+      auto const gone = rows_.take();
+      for (auto it = gone.begin(); it != gone.end(); ++it) tell(it.key(), nullptr);
+   }
+   /// Of a change that could not be refused.
+   void tell(Key const& key, Value const* now) {
+      if (carrier_ != nullptr) carrier_->carryOut(key, now, {});
    }
 
    Rows<Key, Row> rows_;
-   std::vector<Notice> notices_;
+   Carrier<Key, Value>* carrier_ = nullptr;          // null where nobody carries out
    std::unique_ptr<StoredRows<Key, Value>> stored_;  // null without a state folder
 };
 

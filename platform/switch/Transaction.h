@@ -30,14 +30,19 @@ class Transaction {
 
    /// Throws velm::error if the folder takes no more; nothing has changed then, and nothing follows. Once at most.
    void commit();
+   /// The same for what has happened outside and cannot be refused: a folder that takes no more is left behind.
+   void commitReported();
 
    // For tables.
    void put(Store& store, std::string_view key, std::string_view value);
    void del(Store& store, std::string_view key);
-   /// Keeps what is to be done in memory, in order. It must not throw, nor commit a transaction of its own.
+   /// Keeps what is to be done in memory, in order. It must not throw, nor commit a transaction of its own. Also for
+   /// events that must be queued before what the dataplane posts when it carries out a row that is staged later.
    void onCommit(Event apply) { applies_.push_back(std::move(apply)); }
 
  private:
+   void apply();
+
    Store* store_ = nullptr;  // null while nothing has to be stored
    std::string log_;         // what is to be stored, as Store::write() reads it
    std::vector<Event> applies_;

@@ -3,6 +3,8 @@
 #include <atomic>
 #include <chrono>
 
+#include "platform/velm/sdk_lock_gate.h"
+
 namespace velm {
 namespace {
 
@@ -45,12 +47,17 @@ class TicketLock {
 };
 
 TicketLock ticketLock;
+std::atomic<sdk_lock_gate*> lockGate{nullptr};
 thread_local int depth = 0;  // how often this thread holds the lock
 
 }  // namespace
 
 sdk_scoped_lock::sdk_scoped_lock() {
-   if (depth++ == 0) ticketLock.lock();
+   if (depth == 0) {
+      if (auto* const gate = lockGate.load(std::memory_order_acquire)) gate->pass();
+      ticketLock.lock();
+   }
+   ++depth;
 }
 
 sdk_scoped_lock::~sdk_scoped_lock() {
@@ -58,5 +65,7 @@ sdk_scoped_lock::~sdk_scoped_lock() {
 }
 
 bool sdk_scoped_lock::held() { return depth > 0; }
+
+void sdk_lock_gate_is(sdk_lock_gate* gate) { lockGate.store(gate, std::memory_order_release); }
 
 }  // namespace velm

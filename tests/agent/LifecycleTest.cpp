@@ -52,6 +52,7 @@ TEST(StartTest, WhatIsNoOptionIsRefusedWithStatusTwo) {
                                      {{"--trace", "VelmSdkRpc/x"}, "'x'"},
                                      {{"--trace", "VelmSdkRpc"}, "'VelmSdkRpc'"},
                                      {{"--switch-config", "/does/not/exist"}, "/does/not/exist"},
+                                     {{"--switch-dataplane", "none"}, "simulated"},
                                      {{"--switch-state", "/tmp/f\xfcr"}, "its name is not UTF-8"}};
    for (auto const& row : rows) {
       Start start(row.arguments);

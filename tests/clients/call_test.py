@@ -100,7 +100,8 @@ class CallTest(VelmctlTest):
                          "STATUS_NOT_FOUND")
         self.refused("config", "interface Ethernet1", "nonsense", status=1,
                      error="command 2 of 2 'nonsense' failed: invalid command, expected agent, channel-group, "
-                           "description, exit, interface, ip, mac, no, shutdown or simulate at 'nonsense'")
+                           "description, device, exit, interface, ip, mac, no, shutdown, simulate or vrf at "
+                           "'nonsense'")
         failed = self.refused("call", "IpRouteMgrService.ip_route", "key.prefix=10.0.0.0/8", status=64 + 3,
                               error="INVALID_ARGUMENT: no such route 10.0.0.0/8")
         self.assertEqual(failed["error"], {"kind": "call", "code": 3, "status": "INVALID_ARGUMENT",

@@ -251,7 +251,7 @@ TEST_F(SbfdTest, WhatLiesAheadIsOfSessionsThatExistHoweverOftenTheyChanged) {
    constexpr int count = 10000;
    auto const ahead = [&] {
       deliver();
-      return std::pair(device.dataplane.sbfd().planned(), device.loop.waiting());
+      return std::pair(device.dataplane->simulation()->sbfd().planned(), device.loop.waiting());
    };
    auto const flap = [&] {
       sdk_scoped_lock const lock;

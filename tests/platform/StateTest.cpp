@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 
+#include "platform/switch/SimulatedDataplane.h"
 #include "platform/switch/Switch.h"
 #include "platform/velm/errors.h"
 
@@ -217,7 +218,7 @@ std::string refusalOf(std::string const& folder, StoredTable table, std::string 
    }
    std::string why;
    try {
-      Switch device;
+      Switch device(makeSimulatedDataplane);
       device.stateIs(folder);
    } catch (StateRefused const& e) {
       why = e.what();

@@ -11,6 +11,7 @@
 #include <type_traits>
 #include <vector>
 
+#include "platform/switch/SimulatedDataplane.h"
 #include "platform/switch/Switch.h"
 
 namespace velm::embedded {
@@ -53,7 +54,7 @@ class SwitchTest : public ::testing::Test {
       std::string pattern = std::filesystem::temp_directory_path() / "switch-XXXXXX";
       std::string const top = mkdtemp(pattern.data());
       {
-         Switch before;
+         Switch before(makeSimulatedDataplane);
          before.stateIs(top + "/state");
          life(before);
       }
@@ -97,7 +98,7 @@ class SwitchTest : public ::testing::Test {
       return texts;
    }
 
-   Switch device;
+   Switch device{makeSimulatedDataplane};
 };
 
 }  // namespace velm::embedded

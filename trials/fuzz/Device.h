@@ -7,6 +7,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/switch/SimulatedDataplane.h"
 #include "platform/switch/Switch.h"
 
 namespace VelmSdkRpc::fuzz {
@@ -17,6 +18,8 @@ std::span<std::string_view const> storedTables();
 /// A switch whose loop turns when it is asked to.
 class Device : public velm::embedded::Switch {
  public:
+   Device() : Switch(velm::embedded::makeSimulatedDataplane) {}
+
    /// Delivers what is queued, and what that queues in turn, a few turns long.
    void turn();
 

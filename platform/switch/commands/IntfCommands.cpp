@@ -8,6 +8,7 @@
 #include "platform/switch/commands/Commands.h"
 #include "platform/switch/commands/Narrow.h"
 #include "platform/switch/commands/SetAttribute.h"
+#include "platform/switch/commands/Simulation.h"
 
 // Configuration works on the interface that `interface` chose before, for the rest of the list of commands; what plays
 // the world outside names its interface itself. A port belongs to the chassis: it comes and goes by `simulate
@@ -22,7 +23,7 @@ void writeIntf(JsonWriter& json, Switch& device, intf_id_t const& intf, Intf con
    writeMember(json, "admin_enabled", row.adminEnabled);
    writeMember(json, "oper_status", device.intfs.operStatus(intf));
    writeMember(json, "description", row.description);
-   writeMember(json, "kernel_intf_name", kernel_name(intf));
+   writeMember(json, "kernel_intf_name", device.intfs.kernelName(intf));
    writeMember(json, "ip_addrs", device.ipIntfs.ip_addrs(intf));
    writeMember(json, "internal_vlan_id", device.ipIntfs.internal_vlan_id(intf));
    writeMember(json, "counters", traffic.counters);
@@ -85,20 +86,40 @@ std::string removeAddress(Session& session, Arguments const& arguments) {
    return done;
 }
 
+std::string nameDevice(Session& session, Arguments const& arguments) {
+   session.device.dataplane->deviceIs(chosenIntf(session), arguments.text("NAME"));
+   return done;
+}
+
+// Without a name, as in `no vrf`, it is the default VRF.
+std::string chooseVrf(Session& session, Arguments const& arguments) {
+   session.device.dataplane->vrfIs(chosenIntf(session), arguments.text("NAME"));
+   return done;
+}
+
+// The interface of a command that plays what is outside of it.
+intf_id_t simulatedIntf(Session& session, Arguments const& arguments, std::string_view instead) {
+   auto const intf = arguments.intf("INTF");
+   simulation(session.device, fmt::format("interface {}", intf.to_string()), instead);
+   return intf;
+}
+
 std::string simulatePort(Session& session, Arguments const& arguments) {
+   auto const intf = simulatedIntf(session, arguments, "add or remove the machine's device");
    if (arguments.text("create|delete") == "create") {
-      session.device.intfs.create(arguments.intf("INTF"));
+      session.device.intfs.create(intf);
    } else {
-      session.device.intfs.remove(arguments.intf("INTF"));
+      session.device.intfs.remove(intf);
    }
    return done;
 }
 
 std::string simulateLink(Session& session, Arguments const& arguments) {
+   auto const intf = simulatedIntf(session, arguments, "change the machine's link");
    auto const& state = arguments.text("up|down|unknown");
-   session.device.intfs.linkIs(arguments.intf("INTF"), state == "up"     ? oper_status_t::up
-                                                       : state == "down" ? oper_status_t::down
-                                                                         : oper_status_t::unknown);
+   session.device.intfs.linkIs(intf, state == "up"     ? oper_status_t::up
+                                     : state == "down" ? oper_status_t::down
+                                                       : oper_status_t::unknown);
    return done;
 }
 
@@ -113,7 +134,7 @@ bool setSample(Sample& sample, std::string const& accessor, std::uint64_t number
 }
 
 std::string simulateCounter(Session& session, Arguments const& arguments) {
-   auto const intf = arguments.intf("INTF");
+   auto const intf = simulatedIntf(session, arguments, "its traffic is counted");
    auto const& accessor = arguments.text("ACCESSOR");
    auto const number = arguments.number("N");
    auto traffic = session.device.intfCounters.traffic(intf);
@@ -144,6 +165,9 @@ std::vector<Command> intfConfigurationCommands() {
            {"no description", describeIntf},
            {"ip address A/L", addAddress},
            {"no ip address [A/L]", removeAddress},
+           {"device NAME", nameDevice},
+           {"vrf NAME", chooseVrf},
+           {"no vrf", chooseVrf},
            {"simulate interface INTF create|delete", simulatePort},
            {"simulate interface INTF oper up|down|unknown", simulateLink},
            {"simulate interface INTF counter ACCESSOR N", simulateCounter},

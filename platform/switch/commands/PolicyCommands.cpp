@@ -3,6 +3,7 @@
 #include "platform/switch/commands/Answers.h"
 #include "platform/switch/commands/Commands.h"
 #include "platform/switch/commands/Narrow.h"
+#include "platform/switch/commands/Simulation.h"
 
 // Reports of the dataplane are simulated through the dataplane and not through the manager, so that it takes its
 // turn among the reports that are under way.
@@ -33,6 +34,10 @@ policy_map_key_t policyMapKey(Arguments const& arguments) {
    return {arguments.text("NAME"), enumOf<policy_feature_t>(arguments.number("N:feature"), "feature")};
 }
 
+SimulatedPolicyMaps& policyMapSimulation(Session& session, policy_map_key_t const& key) {
+   return simulation(session.device, fmt::format("policy map {}", key.name()), "set or apply it").simulatedPolicyMaps();
+}
+
 std::uint32_t sequence(Arguments const& arguments) {
    return narrowed<std::uint32_t>(arguments.number("N:sequence"), "rule");
 }
@@ -40,7 +45,7 @@ std::uint32_t sequence(Arguments const& arguments) {
 std::string simulateEvent(Session& session, Arguments const& arguments) {
    auto const key = policyMapKey(arguments);
    if (arguments.text("sync|config-set") == "sync") {
-      session.device.dataplane.policyMaps().simulateSync(key);
+      policyMapSimulation(session, key).simulateSync(key);
    } else {
       session.device.policyMaps.raiseConfigSet(key);
    }
@@ -48,7 +53,8 @@ std::string simulateEvent(Session& session, Arguments const& arguments) {
 }
 
 std::string simulateSyncFail(Session& session, Arguments const& arguments) {
-   session.device.dataplane.policyMaps().simulateSyncFail(policyMapKey(arguments), arguments.text("TEXT"));
+   auto const key = policyMapKey(arguments);
+   policyMapSimulation(session, key).simulateSyncFail(key, arguments.text("TEXT"));
    return done;
 }
 
@@ -59,9 +65,10 @@ acl_direction_t direction(Arguments const& arguments) {
 }
 
 std::string simulateHwStatus(Session& session, Arguments const& arguments) {
-   session.device.dataplane.policyMaps().simulateStatus(
-      policyMapKey(arguments), {arguments.intf("INTF"), direction(arguments)},
-      enumOf<policy_map_status_t>(arguments.number("N:status"), "hw-status"));
+   auto const key = policyMapKey(arguments);
+   policyMapSimulation(session, key)
+      .simulateStatus(key, {arguments.intf("INTF"), direction(arguments)},
+                      enumOf<policy_map_status_t>(arguments.number("N:status"), "hw-status"));
    return done;
 }
 

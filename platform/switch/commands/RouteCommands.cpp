@@ -5,6 +5,7 @@
 #include "platform/switch/commands/Answers.h"
 #include "platform/switch/commands/Commands.h"
 #include "platform/switch/commands/Narrow.h"
+#include "platform/switch/commands/Simulation.h"
 
 // Answers are streamed as JSON from the tables, row by row: a table of a million routes is one text and never a
 // document in memory, and `limit` ends the walk. Groups' states are simulated through the dataplane, so that they take
@@ -102,18 +103,24 @@ std::string showNexthopGroupTunnel(Session& session, Arguments const&) {
    });
 }
 
+SimulatedDataplane& groupSimulation(Session& session, Arguments const& arguments, std::string_view instead) {
+   return simulation(session.device, "nexthop group " + arguments.text("NAME"), instead);
+}
+
 std::string simulateGroupActive(Session& session, Arguments const& arguments) {
-   session.device.dataplane.simulateActive(arguments.text("NAME"), arguments.text("true|false") == "true");
+   groupSimulation(session, arguments, "change the links and neighbours of its members")
+      .simulateActive(arguments.text("NAME"), arguments.text("true|false") == "true");
    return done;
 }
 
 std::string simulateGroupProgrammed(Session& session, Arguments const& arguments) {
-   session.device.dataplane.simulateProgrammed(arguments.text("NAME"),
-                                               narrowed<unsigned short>(arguments.number("N:version"), "version"));
+   groupSimulation(session, arguments, "set it")
+      .simulateProgrammed(arguments.text("NAME"), narrowed<unsigned short>(arguments.number("N:version"), "version"));
    return done;
 }
 
 std::string simulateGroupCounter(Session& session, Arguments const& arguments) {
+   groupSimulation(session, arguments, "its traffic is counted");
    session.device.nexthopGroups.counterIs(arguments.text("NAME"),
                                           narrowed<unsigned short>(arguments.number("N:entry"), "entry"),
                                           {arguments.number("N:packets"), arguments.number("N:bytes")});

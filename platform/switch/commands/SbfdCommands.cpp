@@ -2,6 +2,7 @@
 #include "platform/switch/commands/Answers.h"
 #include "platform/switch/commands/Commands.h"
 #include "platform/switch/commands/Narrow.h"
+#include "platform/switch/commands/Simulation.h"
 
 // A simulated status or round trip goes to the manager and not through the dataplane: it stands for a report of any
 // session, also of one that does not exist. `simulate sbfd auto off` keeps the dataplane from answering to it.
@@ -22,6 +23,10 @@ std::string showSbfdEcho(Session& session, Arguments const&) {
    });
 }
 
+SimulatedDataplane& sbfdSimulation(Session& session) {
+   return simulation(session.device, "sBFD", "change the links and paths of its sessions");
+}
+
 sbfd_echo_session_key_t keyOf(Arguments const& arguments) {
    std::forward_list<mpls_label_t> labels;
    auto last = labels.before_begin();
@@ -34,12 +39,14 @@ sbfd_echo_session_key_t keyOf(Arguments const& arguments) {
 }
 
 std::string simulateStatus(Session& session, Arguments const& arguments) {
+   sbfdSimulation(session);
    session.device.bfdSessions.simulateStatus(keyOf(arguments),
                                              enumOf<bfd_session_status_t>(arguments.number("N:status"), "status"));
    return done;
 }
 
 std::string simulateRtt(Session& session, Arguments const& arguments) {
+   sbfdSimulation(session);
    auto const rtt = [&](std::string_view name) { return narrowed<std::uint32_t>(arguments.number(name), "rtt"); };
    session.device.bfdSessions.simulateRtt(
       keyOf(arguments),
@@ -49,7 +56,7 @@ std::string simulateRtt(Session& session, Arguments const& arguments) {
 }
 
 std::string simulateAutomatic(Session& session, Arguments const& arguments) {
-   session.device.dataplane.sbfd().automaticIs(arguments.text("on|off") == "on");
+   sbfdSimulation(session).sbfd().automaticIs(arguments.text("on|off") == "on");
    return done;
 }
 

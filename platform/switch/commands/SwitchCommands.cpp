@@ -37,6 +37,8 @@ std::string showAgent(Session& session, Arguments const&) {
    });
 }
 
+std::string showDataplane(Session& session, Arguments const&) { return session.device.dataplane->describe(); }
+
 std::string showSwitchCalls(Session& session, Arguments const&) {
    return jsonObject([&](JsonWriter& json) {
       writeKey(json, "calls");
@@ -138,6 +140,7 @@ std::string simulateDelay(Session& session, Arguments const& arguments) {
 std::vector<Command> switchShowCommands() {
    return {{"show version", showVersion},
            {"show agent", showAgent},
+           {"show dataplane", showDataplane},
            {"show switch calls", showSwitchCalls},
            {"show switch watches", showSwitchWatches},
            {"show switch tasks", showSwitchTasks}};

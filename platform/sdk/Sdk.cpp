@@ -1,10 +1,12 @@
 #include "platform/velm/sdk.h"
 
+#include "platform/sdk/Dataplanes.h"
 #include "platform/switch/Options.h"
 #include "platform/switch/Switch.h"
 
-// The one place where the SDK's abstract surface meets the switch that carries it out. Managers live as long as the sdk
-// object, so pointers to them never need to be checked or given back.
+// The one place where the SDK's abstract surface meets the switch that carries it out, and the switch its dataplane.
+// Managers live as long as the sdk object, so pointers to them never need to be checked or given back; the dataplane
+// comes with the options.
 namespace velm {
 
 sdk::sdk() : switch_(std::make_unique<embedded::Switch>()) {}
@@ -30,8 +32,12 @@ policy_map_mgr* sdk::get_policy_map_mgr() { return &switch_->policyMaps; }
 
 void sdk::main_loop(int argc, char** argv) {
    auto const options = embedded::readOptions(argc, argv);
-   embedded::applyOptions(options, *switch_);
-   switch_->run();
+   embedded::applyOptions(options, embedded::dataplaneOf(options), *switch_);
+   try {
+      switch_->run();
+   } catch (error const& e) {
+      embedded::refuse(e.msg());
+   }
 }
 
 }  // namespace velm
