@@ -154,6 +154,13 @@ class Dataplane {
    virtual SimulatedDataplane* simulation() { return nullptr; }
 };
 
+/// How much a dataplane of the machine has room for, which it takes when it is made. The simulated one has no limits.
+struct DataplaneCapacity {
+   std::uint32_t ipv4Routes = 1'000'000;
+   std::uint32_t ipv6Routes = 200'000;
+   std::uint32_t groups = 65'535;  // names that anything bears or leads to
+};
+
 /// What a dataplane is made with; all of it outlives the dataplane.
 struct DataplaneSurroundings {
    MainLoop& loop;

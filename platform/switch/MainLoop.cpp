@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <csignal>
+#include <list>
 #include <mutex>
 #include <optional>
 #include <utility>
@@ -77,6 +78,7 @@ struct MainLoop::Impl {
       uv_close(reinterpret_cast<uv_handle_t*>(&wakeUp), nullptr);
       uv_close(reinterpret_cast<uv_handle_t*>(&timer), nullptr);
       for (auto& signal : signals) uv_close(reinterpret_cast<uv_handle_t*>(&signal), nullptr);
+      for (auto& watch : watches) uv_close(reinterpret_cast<uv_handle_t*>(&watch.poll), nullptr);
       uv_run(&loop, UV_RUN_DEFAULT);
       uv_loop_close(&loop);
    }
@@ -86,6 +88,24 @@ struct MainLoop::Impl {
    }
 
    void wake() { uv_async_send(&wakeUp); }
+
+   struct Watch {
+      uv_poll_t poll;
+      Impl* impl;
+      std::function<void()> readable;
+   };
+
+   // Until the event has run the descriptor stays readable, and would be told again and again.
+   static void onReadable(uv_poll_t* handle, int /*status*/, int /*events*/) {
+      auto* const watch = static_cast<Watch*>(handle->data);
+      uv_poll_stop(handle);
+      std::lock_guard const lock(watch->impl->mutex);
+      if (!watch->impl->events.ready()) watch->impl->wake();
+      watch->impl->events.add([watch] {
+         watch->readable();
+         uv_poll_start(&watch->poll, UV_READABLE, onReadable);
+      });
+   }
 
    void onSignal() {
       for (auto& signal : signals) uv_signal_stop(&signal);
@@ -167,6 +187,7 @@ struct MainLoop::Impl {
    uv_async_t wakeUp;
    uv_timer_t timer;
    std::array<uv_signal_t, 2> signals;
+   std::list<Watch> watches;  // which libuv knows by their addresses
    std::function<void()> onDisable;
    std::vector<Event> batch;  // what the present turn delivers
 
@@ -201,6 +222,15 @@ void MainLoop::takeBack(Waiting const& event) {
 std::size_t MainLoop::waiting() const {
    std::lock_guard const lock(impl_->mutex);
    return impl_->events.later();
+}
+
+void MainLoop::watch(int fd, std::function<void()> readable) {
+   auto& watch = impl_->watches.emplace_back();
+   watch.impl = impl_.get();
+   watch.readable = std::move(readable);
+   Impl::must(uv_poll_init(&impl_->loop, &watch.poll, fd));
+   watch.poll.data = &watch;
+   uv_poll_start(&watch.poll, UV_READABLE, Impl::onReadable);
 }
 
 void MainLoop::disable() {

@@ -64,6 +64,16 @@ Options readOptions(int argc, char** argv) {
    app.add_option("--switch-dataplane", options.dataplane, "What carries the tables out: a simulation, or the machine")
       ->type_name("NAME")
       ->check(CLI::IsMember({"simulated", "linux"}));
+   // At most what the memory that a packet's lookup can reach has room for.
+   app.add_option("--switch-ipv4-routes", options.capacity.ipv4Routes, "IPv4 routes that the machine has room for")
+      ->type_name("N")
+      ->check(CLI::Range(1, 3'000'000));
+   app.add_option("--switch-ipv6-routes", options.capacity.ipv6Routes, "IPv6 routes that the machine has room for")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1'000'000));
+   app.add_option("--switch-groups", options.capacity.groups, "Nexthop groups that the machine has room for")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1'000'000));
    app.add_option("--switch-state", options.stateFolder, "Folder of the switch's state, which outlives the agent")
       ->type_name("DIR");
    app.add_option("--trace", options.traces, "Trace levels of a facility, for example VelmSdkRpc/0-3,6; repeatable")

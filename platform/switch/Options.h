@@ -12,6 +12,7 @@ class Switch;
 /// The options that reach the main loop.
 struct Options {
    std::string dataplane = "simulated";
+   DataplaneCapacity capacity;
    std::string configFile;           // empty for none
    std::string stateFolder;          // empty for none
    std::vector<std::string> traces;  // "facility/levels"

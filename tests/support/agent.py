@@ -27,11 +27,12 @@ def accepts(path):
 class Agent:
     """Serves from the constructor on."""
 
-    def __init__(self, program, folder, *options, output=None):
+    def __init__(self, program, folder, *options, output=None, through=()):
+        """`through`: a command that runs the program, which takes its place."""
         self.socket = os.path.join(folder, "agent.socket")
         self.address = f"unix:{self.socket}"
         self.process = subprocess.Popen(
-            [program, "--listen", self.address, *options], stdout=output, stderr=output, stdin=subprocess.DEVNULL)
+            [*through, program, "--listen", self.address, *options], stdout=output, stderr=output, stdin=subprocess.DEVNULL)
         eventually(self._serves, "the agent listens")
 
     def _serves(self):

@@ -1,23 +1,30 @@
-/* The memory that the agent and its BPF programs share, described once for both: C for the programs, C++ for the agent.
- * The agent writes, the programs read.
+/* The one description of the memory that the agent and its XDP program share, read by both: C for the program, C++ for
+ * the agent. The agent writes, the program reads; counters alone go the other way.
+ *
+ *   port_of --> ports --> vrfs --> trie nodes  --> leaf --> groups --> buckets --> exits --> tx_ports
+ *  (ifindex,   (VRF,     (roots)   (the tries)      word    (choice)  (by hash)   (what to  (redirect)
+ *   VLAN id)    MAC...)                                                             write)
  *
  * Every array is BPF_F_MMAPABLE and written in place, so a change is what the next packet sees. What is published, a
- * leaf or the word that names a node, is one aligned store with release order; what it names is complete before and
- * stays as it is until no running program can still read it.
+ * leaf, a node, a group, is one aligned store of 4 or 8 bytes with release order; what it points at is complete
+ * before and stays as it is until no running program can still read it.
  *
- * Numbers are in host order. */
+ * Numbers are in host order; addresses, labels on the wire and MACs as bytes in network order. */
 #ifndef VELM_PLATFORM_LINUX_BPF_LAYOUT_H
 #define VELM_PLATFORM_LINUX_BPF_LAYOUT_H
 
 #include <linux/types.h>
+
+/* Raised with every change of this page: an agent takes over pinned maps of its own layout only. */
+#define LAYOUT_VERSION 1
 
 /* ---- Leaves ------------------------------------------------------------------------------------------------------ */
 
 /* A leaf word says what becomes of a packet: a kind in the upper four bits and an index of 28. Zero is no route. */
 enum leaf_kind {
    LEAF_NONE = 0,   /* no route */
-   LEAF_GROUP = 1,  /* through the group of that index */
-   LEAF_EXIT = 2,   /* through the exit of that index: a host that the kernel has resolved on a connected prefix */
+   LEAF_GROUP = 1,  /* through groups[index] */
+   LEAF_EXIT = 2,   /* through exits[index]: a host that the kernel has resolved on a connected prefix */
    LEAF_DROP = 3,   /* a route that drops */
    LEAF_KERNEL = 4, /* an address of ours, or a connected prefix: the kernel's stack takes it */
    /* Inside tries only; the index is that of a unit of their memory. */
@@ -70,6 +77,118 @@ struct trie_node {
 struct trie_root {
    __u32 top; /* a word as in a node */
    __u32 fallback;
+};
+
+/* ---- Ports: where frames come in --------------------------------------------------------------------------------- */
+
+#define MAX_PORTS 1024
+#define MAX_VRFS 256
+
+/* A frame belongs to the port of the device on which it came and of its VLAN tag; 0 is no tag. */
+struct port_key {
+   __u32 ifindex;
+   __u16 vlan;
+   __u16 unused;
+};
+
+/* A MAC as a word: its six bytes as on the wire, then two of zero. No MAC is 0. */
+typedef __u64 mac_word;
+
+struct port {
+   mac_word mac; /* frames to others are the kernel's */
+   __u32 vrf;    /* index of vrfs */
+   __u32 ipv4;   /* what ICMP errors are sent from, as on the wire; 0 sends none */
+   __u8 ipv6[16];
+};
+
+struct vrf {
+   struct trie_root ipv4;
+   struct trie_root ipv6;
+};
+
+/* ---- Ways out ---------------------------------------------------------------------------------------------------- */
+
+/* A group is one word: where its buckets lie, and how many, as a power of two. Zero is a name that is known and no
+ * group; one whose members are all unusable exists and has no buckets. */
+typedef __u64 group_word;
+#define GROUP_EXISTS (1ull << 63)
+#define GROUP_ALIVE (1ull << 62)
+#define GROUP_SIZE_SHIFT 32 /* log2 of the number of buckets, in six bits; the first one's index is below */
+
+static inline group_word group_of(__u32 first, __u32 log2size) {
+   return GROUP_EXISTS | GROUP_ALIVE | (__u64)log2size << GROUP_SIZE_SHIFT | first;
+}
+static inline __u32 group_first(group_word group) { return (__u32)group; }
+static inline __u32 group_size(group_word group) { return 1u << (group >> GROUP_SIZE_SHIFT & 0x1f); }
+
+/* A bucket is an exit and, above it, whose counter it raises. */
+typedef __u64 bucket_word;
+static inline bucket_word bucket_of(__u32 exit, __u32 counter) { return (__u64)counter << 32 | exit; }
+static inline __u32 bucket_exit(bucket_word bucket) { return (__u32)bucket; }
+static inline __u32 bucket_counter(bucket_word bucket) { return bucket >> 32; }
+
+/* A neighbour as frames reach it. Its MAC changes by one store. */
+struct hop {
+   mac_word to; /* 0: not resolved */
+   mac_word from;
+   __u32 port; /* index of ports and of tx_ports */
+   __u16 mtu;  /* of what follows the Ethernet header */
+   __u16 vlan; /* tag as on the wire, 0 for none */
+};
+
+enum exit_kind {
+   EXIT_PLAIN = 0,
+   EXIT_LABELS = 1, /* push is labels, as the words of the wire without EXP and TTL, which the packet gives */
+   EXIT_IPV4 = 2,   /* push is an IPv4 header as for an IPv4 packet, a GRE or UDP header if one follows, and labels */
+   EXIT_IPV6 = 3,   /* likewise */
+};
+#define MAX_LABELS 16
+#define MAX_PUSH 120 /* an IPv6 and a GRE header with key, and sixteen labels, fit */
+
+/* What is written before the packet. Never changed once a bucket or leaf names it, but for its hop's words. */
+struct exit_row {
+   __u32 hop;
+   __u8 kind;
+   __u8 length; /* of push, a multiple of four */
+   __u8 labels; /* how many words of it, at its end, are labels */
+   __u8 ttl;    /* of the outer header; 0 takes the packet's */
+   __u8 push[MAX_PUSH];
+};
+
+/* ---- Counters: a slice for each possible CPU, so that counting is a plain add ------------------------------------ */
+
+enum drop_reason {
+   DROP_SHORT_FRAME,
+   DROP_BAD_HEADER,
+   DROP_BAD_CHECKSUM,
+   DROP_NO_ROUTE,
+   DROP_BY_ROUTE,
+   DROP_NO_GROUP,
+   DROP_INACTIVE_GROUP,
+   DROP_UNRESOLVED,
+   DROP_TTL_EXPIRED,
+   DROP_TOO_BIG,
+   DROP_NO_HEADROOM,
+   DROP_UNKNOWN_LABEL,
+   DROP_REASONS, /* how many there are */
+};
+#define MAX_DROP_REASONS 32
+
+struct traffic {
+   __u64 packets;
+   __u64 octets;
+};
+
+/* Since when errors were sent, as a time that moves on by a step for each. */
+struct error_allowance {
+   __u64 clock; /* ns */
+};
+
+/* What a port's frames came to, beside what its device counts itself. */
+struct port_traffic {
+   struct traffic forwarded;
+   __u64 dropped;
+   __u64 errors_sent; /* ICMP */
 };
 
 #endif

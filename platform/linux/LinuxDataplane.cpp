@@ -1,0 +1,290 @@
+#include "platform/linux/LinuxDataplane.h"
+
+#include <fmt/format.h>
+
+#include <map>
+#include <random>
+#include <set>
+#include <source_location>
+#include <string>
+#include <utility>
+
+#include "platform/linux/GroupCarrier.h"
+#include "platform/linux/InstanceLock.h"
+#include "platform/linux/IntfCarriers.h"
+#include "platform/linux/PolicyMapCarrier.h"
+#include "platform/linux/Ports.h"
+#include "platform/linux/Refusals.h"
+#include "platform/linux/RouteCarrier.h"
+#include "platform/linux/RouteRoom.h"
+#include "platform/linux/Show.h"
+#include "platform/linux/grace/GracePeriods.h"
+#include "platform/linux/grace/KernelGrace.h"
+#include "platform/linux/netlink/NeighbourRequests.h"
+#include "platform/pesko/Trace.h"
+#include "platform/switch/IntfCounterMgr.h"
+#include "platform/switch/MainLoop.h"
+#include "platform/velm/errors.h"
+
+// Who rests on whom, from what packets read up to what clients say:
+//
+//   RouteCarrier --> Leaves --> Groups --> Exits --> Hops <-- Ports <-- the kernel's notices
+//        |                        ^                   ^         |
+//        v                        |                   |         v
+//     VrfRoutes <-------------- GroupCarrier        Connected <-+
+//
+// Two roads lead in: a client's change, under the SDK lock, by a carrier; and a notice of the kernel, on the main loop,
+// by Ports. Both end in stores to shared memory before they return, and what they have to report is posted.
+namespace velm::machine {
+namespace {
+
+using embedded::Carrier;
+
+std::uint64_t randomSeed() {
+   std::random_device device;
+   return std::uint64_t{device()} << 32 | device();
+}
+
+Sizes sizesFor(embedded::DataplaneCapacity const& capacity) {
+   // What a route takes at most where a million of them lie at random, and a quarter for what waits for its grace
+   // period.
+   constexpr std::size_t ipv4Route = 80;
+   constexpr std::size_t ipv6Route = 200;
+   constexpr std::size_t least = 8 << 20;
+   auto const nodes = capacity.ipv4Routes * ipv4Route + capacity.ipv6Routes * ipv6Route + least;
+   // Index 0 is nobody's. Groups of a few members are the rule; one of 65,536 has a quarter of these buckets.
+   return {.trieBytes = trie::Memory::bytesFor(Vrfs::tables, nodes),
+           .groups = capacity.groups + 1,
+           .buckets = 1U << 21,
+           .exits = 1U << 16,
+           .hops = 1U << 14};
+}
+
+class LinuxDataplane final : public embedded::Dataplane {
+ public:
+   LinuxDataplane(embedded::DataplaneSurroundings const& surroundings, embedded::DataplaneCapacity const& capacity)
+      : outside_(surroundings),
+        program_(sizesFor(capacity), randomSeed()),
+        periods_([this] { grace_.wait(); }),
+        gate_(periods_),
+        memory_(program_.arrays().trie, Vrfs::tables, periods_),
+        room_(memory_, gate_),
+        vrfs_(memory_, program_.arrays().vrfs),
+        hops_(program_.arrays().hops, periods_, hopCallbacks()),
+        exits_(program_.arrays().exits, hops_, periods_),
+        buckets_(program_.arrays().buckets, periods_),
+        connected_(
+           vrfs_, exits_, memory_,
+           {.networksChanged = [this] { networksChanged(); }, .left = [this](auto const& what) { warn(what); }}),
+        groups_(program_.arrays().groups, exits_, buckets_, periods_, view(), groupCallbacks()),
+        leaves_(groups_, exits_, view()),
+        groupCarrier_(groups_, [this](auto const& what) { warn(what); }),
+        policyMapCarrier_(outside_.loop, outside_.policyMaps),
+        intfCarrier_([this] { return ports_.get(); }),
+        ipIntfCarrier_([this] { return ports_.get(); }) {}
+
+   Carrier<std::string, nexthop_group_t>* groups() override { return &groupCarrier_; }
+   Carrier<ip_route_key_t, embedded::IpRoute>* routes(std::string const& vrf) override {
+      auto const [it, isNew] = routeCarriers_.try_emplace(vrf);
+      if (isNew) {
+         auto& routes = vrfs_.of(vrf).routes;
+         it->second = std::make_unique<RouteCarrier>(routes, leaves_, room_, [this](auto const& what) { warn(what); });
+      }
+      return it->second.get();
+   }
+   Carrier<embedded::MplsRowKey, embedded::MplsRoute>* mplsRoutes() override { return &noMplsRoutes_; }
+   Carrier<mpls_label_t, mpls_vrf_label_t>* vrfLabels() override { return &noVrfLabels_; }
+   Carrier<ip_prefix_t, nexthop_group_tunnel_t>* tunnels() override { return &noTunnels_; }
+   Carrier<sbfd_echo_session_key_t, embedded::SbfdSession>* sbfdSessions() override { return &noSbfd_; }
+   Carrier<policy_map_key_t, embedded::PolicyMap>* policyMaps() override { return &policyMapCarrier_; }
+   Carrier<intf_id_t, embedded::Intf>* intfs() override { return &intfCarrier_; }
+   Carrier<intf_id_t, embedded::IpIntf>* ipIntfs() override { return &ipIntfCarrier_; }
+
+   void prefetch(std::span<ip_route_key_t const> keys, std::string const& vrf) override {
+      if (auto const found = routeCarriers_.find(vrf); found != routeCarriers_.end()) found->second->prefetch(keys);
+   }
+   std::optional<embedded::IntfTraffic> traffic(intf_id_t intf) override {
+      auto const* const link = ports_ == nullptr ? nullptr : ports_->link(intf);
+      return link == nullptr ? std::nullopt : std::optional(trafficOf(*ports_, *link));
+   }
+   std::string kernelName(intf_id_t intf) const override {
+      auto const* const link = ports_ == nullptr ? nullptr : ports_->link(intf);
+      return link == nullptr ? std::string() : link->name;
+   }
+   intf_id_t intfOfKernelName(std::string const& name) const override {
+      return netlink::Adoption(settings_.devices).intf(name);
+   }
+   void deviceIs(intf_id_t intf, std::string const& device) override { settings_.devices[intf] = device; }
+   void vrfIs(intf_id_t intf, std::string const& vrf) override { settings_.vrfs[intf] = vrf; }
+
+   void start() override;
+   void stop() override { ports_.reset(); }
+   std::string describe() const override;
+
+ private:
+   Hops::Callbacks hopCallbacks();
+   Groups::Callbacks groupCallbacks();
+   Ports::Callbacks portCallbacks();
+   Surroundings view() {
+      return {.intfTowards = [this](ip_addr_t const& address) { return connected_.towards(address); },
+              .addressOf = [this](intf_id_t intf, af_t af) { return connected_.addressOf(intf, af); }};
+   }
+   void networksChanged();
+   void keepResolved(Hops::Key const& neighbour);
+   void letGo(Hops::Key const& neighbour);
+   void follow();
+   void warn(std::string const& what, std::source_location where = std::source_location::current()) const {
+      Pesko::fmtrace(*tracer_, 0, where.file_name(), where.function_name(), where.line(), "LinuxDataplane", "{}", what);
+   }
+   /// In start() reports are made at once, later by the loop.
+   template <class Report>
+   void report(Report&& report) {
+      if (starting_) {
+         report();
+      } else {
+         outside_.loop.post(std::forward<Report>(report));
+      }
+   }
+
+   std::shared_ptr<Pesko::Platform::DebugHandler> const tracer_ = Pesko::Platform::getDebugHandler("Dataplane", false);
+   embedded::DataplaneSurroundings const outside_;
+   PortSettings settings_;
+   InstanceLock instance_;
+   Program program_;
+   KernelGrace grace_;
+   GracePeriods periods_;
+   GraceGate gate_;
+   trie::Memory memory_;
+   RouteRoom room_;
+   Vrfs vrfs_;
+   Hops hops_;
+   Exits exits_;
+   BucketPool buckets_;
+   Connected connected_;
+   Groups groups_;
+   Leaves leaves_;
+   GroupCarrier groupCarrier_;
+   std::map<std::string, std::unique_ptr<RouteCarrier>, std::less<>> routeCarriers_;
+   PolicyMapCarrier policyMapCarrier_;
+   IntfCarrier intfCarrier_;
+   IpIntfCarrier ipIntfCarrier_;
+   Refusing<embedded::MplsRowKey, embedded::MplsRoute> noMplsRoutes_{"MPLS routes"};
+   Refusing<mpls_label_t, mpls_vrf_label_t> noVrfLabels_{"MPLS VRF labels"};
+   Refusing<ip_prefix_t, nexthop_group_tunnel_t> noTunnels_{"nexthop group tunnels"};
+   Refusing<sbfd_echo_session_key_t, embedded::SbfdSession> noSbfd_{"sBFD sessions"};
+   bool starting_ = false;
+   std::unique_ptr<Ports> ports_;  // from start() to stop()
+};
+
+Hops::Callbacks LinuxDataplane::hopCallbacks() {
+   return {.wanted = [this](auto const& neighbour) { keepResolved(neighbour); },
+           .unwanted = [this](auto const& neighbour) { letGo(neighbour); },
+           .macOf = [this](auto const& neighbour) { return ports_ ? ports_->macOf(neighbour) : eth_addr_t(); },
+           .usableChanged = [this](auto hop) { groups_.hopChanged(hop); }};
+}
+
+Groups::Callbacks LinuxDataplane::groupCallbacks() {
+   auto& reports = outside_.groups;
+   return {
+      .programmed =
+         [this, &reports](auto const& name, unsigned short version) {
+            outside_.loop.post([&reports, name, version] { reports.groupProgrammed(name, version); });
+         },
+      .active =
+         [this, &reports](auto const& name, bool active) {
+            outside_.loop.post([&reports, name, active] { reports.groupActive(name, active); });
+         },
+      .gone = [this, &reports](auto const& name) { outside_.loop.post([&reports, name] { reports.groupGone(name); }); },
+      .stuck = [this](auto const& name,
+                      auto const& why) { warn(fmt::format("nexthop group {} stays as it was: {}", name, why)); }};
+}
+
+Ports::Callbacks LinuxDataplane::portCallbacks() {
+   auto& ports = outside_.ports;
+   auto& addresses = outside_.addresses;
+   return {.is =
+              [this, &ports](intf_id_t intf, netlink::Link const& link) {
+                 embedded::Intf now{.adminEnabled = link.adminUp,
+                                    .link = link.operational ? oper_status_t::up : oper_status_t::down,
+                                    .description = link.alias};
+                 report([&ports, intf, now = std::move(now)] { ports.portIs(intf, now); });
+              },
+           .gone = [this, &ports](intf_id_t intf) { report([&ports, intf] { ports.portGone(intf); }); },
+           .addresses =
+              [this, &addresses](intf_id_t intf, Connected::Addresses const& now) {
+                 report([&addresses, intf, all = std::set<ip_addr_mask_t>(now.begin(), now.end())] {
+                    addresses.addressesAre(intf, all);
+                 });
+              },
+           .forgotten =
+              [this](auto const& neighbour) {
+                 if (hops_.wanted(neighbour)) keepResolved(neighbour);
+              },
+           .warn = [this](auto const& what) { warn(what); }};
+}
+
+void LinuxDataplane::networksChanged() {
+   groups_.networksChanged();
+   for (auto const& [vrf, carrier] : routeCarriers_) carrier->networksChanged();
+}
+
+// While the link is down there is nothing to resolve; when it comes up its hops are wanted anew.
+void LinuxDataplane::keepResolved(Hops::Key const& neighbour) {
+   auto const* const link = ports_ == nullptr ? nullptr : ports_->link(neighbour.first);
+   if (link == nullptr || !link->operational) return;
+   try {
+      netlink::NeighbourRequests(ports_->machine()).install(link->ifindex, neighbour.second);
+   } catch (error const& e) {
+      warn(e.msg());
+   }
+}
+
+void LinuxDataplane::letGo(Hops::Key const& neighbour) {
+   auto const* const link = ports_ == nullptr ? nullptr : ports_->link(neighbour.first);
+   if (link == nullptr) return;
+   try {
+      netlink::NeighbourRequests(ports_->machine()).remove(link->ifindex, neighbour.second);
+   } catch (error const& e) {
+      warn(e.msg());
+   }
+}
+
+void LinuxDataplane::start() {
+   starting_ = true;
+   ports_ = std::make_unique<Ports>(program_, hops_, connected_, vrfs_, settings_, portCallbacks());
+   ports_->follow();
+   for (auto const& intf : intfCarrier_.restored()) {
+      if (ports_->link(intf) == nullptr) outside_.ports.portGone(intf);
+   }
+   starting_ = false;
+   outside_.loop.watch(ports_->machine().fd(), [this] { follow(); });
+}
+
+std::string LinuxDataplane::describe() const {
+   std::size_t refusedRoutes = 0;
+   for (auto const& [vrf, carrier] : routeCarriers_) refusedRoutes += carrier->refusedRoutes();
+   return show({.program = program_,
+                .memory = memory_,
+                .vrfs = vrfs_,
+                .groups = groups_,
+                .ports = ports_.get(),
+                .refusedRoutes = refusedRoutes,
+                .refusedGroups = groupCarrier_.refusedGroups()});
+}
+
+void LinuxDataplane::follow() {
+   try {
+      if (ports_ != nullptr) ports_->follow();
+   } catch (error const& e) {
+      warn(e.msg());
+   }
+}
+
+}  // namespace
+
+std::unique_ptr<embedded::Dataplane> makeLinuxDataplane(embedded::DataplaneSurroundings const& surroundings,
+                                                        embedded::DataplaneCapacity const& capacity) {
+   return std::make_unique<LinuxDataplane>(surroundings, capacity);
+}
+
+}  // namespace velm::machine

@@ -1,0 +1,85 @@
+/* What the program knows of the frame at hand, and how one ends. */
+#ifndef VELM_PLATFORM_LINUX_BPF_FRAME_H
+#define VELM_PLATFORM_LINUX_BPF_FRAME_H
+
+#include <linux/if_ether.h>
+
+#include <bpf/bpf_endian.h>
+
+#include "maps.h"
+
+struct vlan_tag {
+   __be16 tci;
+   __be16 protocol;
+};
+
+/* What the sender of a dropped packet is told. */
+enum icmp_error {
+   TELL_NOTHING = 0,
+   TELL_TTL_EXPIRED,
+   TELL_TOO_BIG,
+   TELL_NO_ROUTE,
+   TELL_PROHIBITED,
+};
+
+/* Beside the verdicts of XDP: nothing has ended the frame's road so far. */
+#define GO_ON 0x100
+
+struct frame {
+   __u32 port;   /* on which it came */
+   __u32 vrf;
+   __u32 l3;     /* offset of the IP header */
+   __u32 length; /* of the IP packet, which may be less than what is left of the frame */
+   __u32 hash;   /* of the flow */
+   __u8 ttl;     /* as it came */
+   __u8 tos;     /* DSCP and ECN */
+   __u8 ipv6;
+   __u8 dont_fragment;
+   __u8 error; /* enum icmp_error */
+   __u16 mtu;  /* that it told of, if it is too big */
+};
+
+static __always_inline void* frame_begin(struct xdp_md* ctx) { return (void*)(long)ctx->data; }
+static __always_inline void* frame_end(struct xdp_md* ctx) { return (void*)(long)ctx->data_end; }
+
+/* Where the IP packet begins: after an Ethernet header and perhaps a tag. Masked, so that the verifier sees that too. */
+static __always_inline void* l3_of(struct xdp_md* ctx, struct frame const* frame) {
+   return frame_begin(ctx) + (frame->l3 & 31);
+}
+
+/* In 64 bits, since the verifier subtracts pointers in no fewer. */
+static __always_inline __u32 frame_size(struct xdp_md* ctx) {
+   __u64 size = frame_end(ctx) - frame_begin(ctx);
+   barrier_var(size);
+   return size;
+}
+
+static __always_inline struct port_traffic* traffic_of(__u32 port) {
+   __u32 index = bpf_get_smp_processor_id() * MAX_PORTS + port;
+   return bpf_map_lookup_elem(&port_traffic, &index);
+}
+
+/* The frame goes no further, for this reason. */
+static __always_inline int drop(struct frame const* frame, enum drop_reason reason) {
+   __u32 index = bpf_get_smp_processor_id() * MAX_DROP_REASONS + reason;
+   __u64* const count = bpf_map_lookup_elem(&drops, &index);
+   if (count) ++*count;
+   struct port_traffic* const traffic = traffic_of(frame->port);
+   if (traffic) ++traffic->dropped;
+   return XDP_DROP;
+}
+
+static __always_inline int drop_and_tell(struct frame* frame, enum drop_reason reason, enum icmp_error error) {
+   frame->error = error;
+   return drop(frame, reason);
+}
+
+/* The sum of what is to be a header's checksum, folded to 16 bits. */
+static __always_inline __u16 fold(__u64 sum) {
+   sum = (sum & 0xffffffff) + (sum >> 32);
+   sum = (sum & 0xffff) + (sum >> 16);
+   sum = (sum & 0xffff) + (sum >> 16);
+   return (sum & 0xffff) + (sum >> 16);
+}
+
+#endif

@@ -1,0 +1,136 @@
+#include "platform/linux/forwarding/Connected.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <optional>
+
+#include "platform/velm/errors.h"
+
+// Interfaces may share a network, so each entry for the kernel is counted. A host has an entry while the kernel has
+// resolved it on a network of the interface; it is not kept resolved for that. When the kernel forgets it, packets for
+// it are the kernel's again, which asks anew.
+namespace velm::machine {
+namespace {
+
+unsigned char bitsOf(af_t af) { return static_cast<unsigned char>(address_size(af) * 8); }
+
+ip_prefix_t hostPrefix(ip_addr_t const& address) { return {address, bitsOf(address.af())}; }
+ip_prefix_t networkOf(ip_addr_mask_t const& address) { return {address.addr(), address.mask_length()}; }
+
+bool isIn(ip_addr_t const& address, ip_addr_mask_t const& network) {
+   return address.af() == network.af() && ip_prefix_t(address, network.mask_length()) == networkOf(network);
+}
+
+// Addresses of the link never reach the lookup: the program leaves them to the kernel.
+bool isOfLink(ip_addr_t const& address) {
+   return address.af() == af_t::ipv6 && address.addr()[0] == 0xfe && (address.addr()[1] & 0xc0) == 0x80;
+}
+
+}  // namespace
+
+bool Connected::enter(Place const& place, std::uint32_t leaf) {
+   auto const& [vrf, prefix, rank] = place;
+   try {
+      auto& routes = vrfs_.of(vrf).routes;
+      if (!memory_.reserve(1)) throw error("the table of routes is full");
+      routes.set(prefix, rank, leaf);
+      memory_.giveBack(1);
+      return true;
+   } catch (error const& e) {
+      callbacks_.left(fmt::format("{} is not known to the fast path: {}", prefix.to_string(), e.what()));
+      return false;
+   }
+}
+
+void Connected::countKernel(Place const& place, bool on) {
+   if (on) {
+      if (kernels_[place]++ == 0 && !enter(place, leaf_word(LEAF_KERNEL, 0))) kernels_.erase(place);
+      return;
+   }
+   auto const found = kernels_.find(place);
+   if (found == kernels_.end() || --found->second > 0) return;
+   kernels_.erase(found);
+   vrfs_.of(std::get<0>(place)).routes.del(std::get<1>(place), std::get<2>(place));
+}
+
+void Connected::kernelHas(std::string const& vrf, ip_addr_mask_t const& address, bool on) {
+   if (isOfLink(address.addr())) return;
+   countKernel({vrf, hostPrefix(address.addr()), Rank::own}, on);
+   if (address.mask_length() < bitsOf(address.af())) countKernel({vrf, networkOf(address), Rank::connected}, on);
+}
+
+void Connected::portIs(intf_id_t intf, std::string const& vrf, Addresses addresses) {
+   auto& port = ports_[intf];
+   if (port.vrf == vrf && port.addresses == addresses) return;
+   for (auto const& host : port.resolved) dropHost(port.vrf, intf, host);
+   for (auto const& address : addresses) {
+      if (port.vrf != vrf || !port.addresses.contains(address)) kernelHas(vrf, address, true);
+   }
+   for (auto const& address : port.addresses) {
+      if (port.vrf != vrf || !addresses.contains(address)) kernelHas(port.vrf, address, false);
+   }
+   port.vrf = vrf;
+   port.addresses = std::move(addresses);
+   refreshHosts(intf, port);
+   callbacks_.networksChanged();
+}
+
+void Connected::refreshHosts(intf_id_t intf, Port const& port) {
+   for (auto const& host : port.resolved) addHost(intf, port, host);
+}
+
+void Connected::hostIs(intf_id_t intf, ip_addr_t const& address, bool resolved) {
+   auto& port = ports_[intf];
+   if (resolved) {
+      if (port.resolved.insert(address).second) addHost(intf, port, address);
+   } else if (port.resolved.erase(address) > 0) {
+      dropHost(port.vrf, intf, address);
+   }
+}
+
+void Connected::addHost(intf_id_t intf, Port const& port, ip_addr_t const& address) {
+   auto const isHere = [&](ip_addr_mask_t const& network) { return isIn(address, network); };
+   if (isOfLink(address) || std::ranges::none_of(port.addresses, isHere)) return;
+   std::pair const key(port.vrf, address);
+   if (hosts_.contains(key)) return;  // another interface says so too, and was first
+   Exits::Id exit = 0;
+   try {
+      exit = exits_.take({intf, address}, {}, Interest::passing);
+   } catch (error const& e) {
+      return callbacks_.left(fmt::format("host {} is not known to the fast path: {}", address.to_string(), e.what()));
+   }
+   if (enter({port.vrf, hostPrefix(address), Rank::host}, leaf_word(LEAF_EXIT, exit))) {
+      hosts_.emplace(key, Host{intf, exit});
+   } else {
+      exits_.release(exit, Interest::passing);
+   }
+}
+
+void Connected::dropHost(std::string const& vrf, intf_id_t intf, ip_addr_t const& address) {
+   auto const found = hosts_.find({vrf, address});
+   if (found == hosts_.end() || found->second.intf != intf) return;
+   vrfs_.of(vrf).routes.del(hostPrefix(address), Rank::host);
+   exits_.release(found->second.exit, Interest::passing);
+   hosts_.erase(found);
+}
+
+intf_id_t Connected::towards(ip_addr_t const& address) const {
+   std::pair<int, intf_id_t> best{-1, {}};
+   for (auto const& [intf, port] : ports_) {
+      for (auto const& network : port.addresses) {
+         if (network.mask_length() > best.first && isIn(address, network)) best = {network.mask_length(), intf};
+      }
+   }
+   return best.second;
+}
+
+ip_addr_t Connected::addressOf(intf_id_t intf, af_t af) const {
+   auto const found = ports_.find(intf);
+   if (found == ports_.end()) return {};
+   auto const fits = [&](ip_addr_mask_t const& address) { return address.af() == af && !isOfLink(address.addr()); };
+   auto const address = std::ranges::find_if(found->second.addresses, fits);
+   return address == found->second.addresses.end() ? ip_addr_t() : address->addr();
+}
+
+}  // namespace velm::machine

@@ -1,0 +1,75 @@
+#pragma once
+
+#include <absl/container/btree_map.h>
+#include <absl/container/btree_set.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <tuple>
+#include <utility>
+
+#include "platform/linux/forwarding/Exits.h"
+#include "platform/linux/forwarding/Vrfs.h"
+#include "platform/velm/intf_id.h"
+#include "platform/velm/ip.h"
+
+namespace velm::machine {
+
+/// What the machine itself has to say of addresses, beside the programmed routes: its own addresses and the networks
+/// that it is on are the kernel's; a host on one of these that the kernel has resolved is reached without it. The SDK
+/// lock guards it.
+class Connected {
+ public:
+   struct Callbacks {
+      /// The networks of the switch have changed.
+      std::function<void()> networksChanged;
+      /// Something could not be entered, since a table is full: such packets find what else there is.
+      std::function<void(std::string const& what)> left;
+   };
+
+   Connected(Vrfs& vrfs, Exits& exits, trie::Memory& memory, Callbacks callbacks)
+      : vrfs_(vrfs), exits_(exits), memory_(memory), callbacks_(std::move(callbacks)) {}
+   Connected(Connected const&) = delete;
+   Connected& operator=(Connected const&) = delete;
+
+   using Addresses = absl::btree_set<ip_addr_mask_t>;
+   /// The interface is in that VRF and has these addresses, none when it has gone.
+   void portIs(intf_id_t intf, std::string const& vrf, Addresses addresses);
+   /// The kernel has resolved the host, or does not know it any more.
+   void hostIs(intf_id_t intf, ip_addr_t const& address, bool resolved);
+
+   /// The interface on whose networks the address lies, by the longest of them; none if there is none.
+   intf_id_t towards(ip_addr_t const& address) const;
+   /// An address of the interface, of the family; null if it has none.
+   ip_addr_t addressOf(intf_id_t intf, af_t af) const;
+
+ private:
+   struct Port {
+      std::string vrf;
+      Addresses addresses;
+      absl::btree_set<ip_addr_t> resolved;
+   };
+   using Place = std::tuple<std::string, ip_prefix_t, Rank>;
+   struct Host {
+      intf_id_t intf;
+      Exits::Id exit;
+   };
+
+   void kernelHas(std::string const& vrf, ip_addr_mask_t const& address, bool on);
+   void countKernel(Place const& place, bool on);
+   void refreshHosts(intf_id_t intf, Port const& port);
+   void addHost(intf_id_t intf, Port const& port, ip_addr_t const& address);
+   void dropHost(std::string const& vrf, intf_id_t intf, ip_addr_t const& address);
+   bool enter(Place const& place, std::uint32_t leaf);
+
+   Vrfs& vrfs_;
+   Exits& exits_;
+   trie::Memory& memory_;
+   Callbacks const callbacks_;
+   absl::btree_map<intf_id_t, Port> ports_;
+   absl::btree_map<Place, std::uint32_t> kernels_;  // how many interfaces say so
+   absl::btree_map<std::pair<std::string, ip_addr_t>, Host> hosts_;
+};
+
+}  // namespace velm::machine

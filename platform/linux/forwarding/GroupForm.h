@@ -1,0 +1,34 @@
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/linux/forwarding/Exits.h"
+#include "platform/velm/nexthop_group.h"
+
+namespace velm::machine {
+
+/// An entry of a group as the dataplane has it: a way out, or the way through another group with labels within that
+/// one's.
+struct EntryForm {
+   std::string child;  // empty for a way out
+   Hops::Key neighbour;
+   ExitForm form;  // form.hop says nothing; of an entry with a child only its labels count
+};
+
+/// What of the machine the reading of a group asks for.
+struct Surroundings {
+   /// The interface on whose networks the address lies; none if there is none.
+   std::function<intf_id_t(ip_addr_t const&)> intfTowards;
+   /// An address of the interface, of the family; null if it has none.
+   std::function<ip_addr_t(intf_id_t, af_t)> addressOf;
+};
+
+/// The entries of a group, without those that lead nowhere now: by an address alone that lies on no network of the
+/// switch. `complete`, if given, is set false if there were such. Throws unsupported_error for what the dataplane
+/// cannot do, configuration_error for what contradicts itself, each with the group's name and the entry.
+std::vector<EntryForm> entriesOf(nexthop_group_t const& group, Surroundings const& surroundings, bool& complete);
+
+}  // namespace velm::machine

@@ -1,0 +1,295 @@
+#include "platform/linux/forwarding/Groups.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <atomic>
+
+#include "platform/velm/errors.h"
+
+namespace velm::machine {
+namespace {
+
+// A member's share is cut into parts of this, so that an entry that leads through a group weighs what others do.
+constexpr std::uint32_t wholeWeight = 1U << 16;
+
+std::vector<std::pair<Exits::Id, std::uint32_t>> keyOf(std::span<Member const> members) {
+   std::vector<std::pair<Exits::Id, std::uint32_t>> key;
+   for (auto const& member : members) key.emplace_back(member.exit, member.weight);
+   std::ranges::sort(key);
+   return key;
+}
+
+}  // namespace
+
+/// Buckets by group, the one that is set first, and each parent after its children.
+class Groups::Draft {
+ public:
+   nexthop_group_t form;
+   std::vector<EntryForm> entries;
+   std::vector<std::pair<Id, std::unique_ptr<GroupBuckets>>> buckets;
+   Id id = 0;
+   Groups* owner = nullptr;
+
+   Draft() = default;
+   Draft(Draft const&) = delete;
+   Draft& operator=(Draft const&) = delete;
+   ~Draft() {
+      if (owner != nullptr) owner->release(id);
+   }
+   bool has(Id group) const {
+      return std::ranges::any_of(buckets, [&](auto const& drafted) { return drafted.first == group; });
+   }
+};
+
+Groups::Groups(std::span<group_word> shared, Exits& exits, BucketPool& buckets, GracePeriods& periods,
+               Surroundings surroundings, Callbacks callbacks)
+   : shared_(shared),
+     exits_(exits),
+     pool_(buckets),
+     surroundings_(std::move(surroundings)),
+     callbacks_(std::move(callbacks)),
+     ids_(static_cast<std::uint32_t>(shared.size()), periods) {}
+
+Groups::~Groups() = default;
+
+Groups::Id Groups::make(std::string name) {
+   auto const id = ids_.take();
+   if (!id) throw error(fmt::format("the dataplane has no room for more than {} nexthop groups", ids_.size()));
+   if (groups_.size() <= *id) groups_.resize(*id + 1);
+   groups_[*id] = std::make_unique<Group>();
+   groups_[*id]->name = std::move(name);
+   groups_[*id]->users = 1;
+   std::atomic_ref(shared_[*id]).store(0, std::memory_order_release);
+   return *id;
+}
+
+Groups::Id Groups::take(std::string const& name) {
+   if (auto const found = byName_.find(name); found != byName_.end()) {
+      retain(found->second);
+      return found->second;
+   }
+   auto const id = make(name);
+   byName_.emplace(name, id);
+   return id;
+}
+
+Groups::Id Groups::takeWays(std::vector<Member> members) {
+   auto key = keyOf(members);
+   auto buckets = std::make_unique<GroupBuckets>(std::move(members), nullptr, exits_, pool_);
+   if (auto const found = byMembers_.find(key); found != byMembers_.end()) {
+      retain(found->second);
+      return found->second;
+   }
+   auto const id = make({});
+   byMembers_.emplace(std::move(key), id);
+   bucketsAre(id, std::move(buckets));
+   return id;
+}
+
+void Groups::release(Id id) {
+   auto& group = *groups_[id];
+   if (--group.users > 0) return;
+   if (group.name.empty()) {
+      byMembers_.erase(keyOf(group.buckets->members()));
+      bucketsAre(id, nullptr);
+   } else {
+      byName_.erase(group.name);
+   }
+   groups_[id].reset();
+   ids_.retire(id);
+}
+
+Groups::Group const* Groups::find(std::string const& name) const {
+   auto const found = byName_.find(name);
+   return found == byName_.end() ? nullptr : groups_[found->second].get();
+}
+
+// Depth first; `path` has the names on the way, so that a way that comes back to one of them is seen.
+void Groups::addWays(std::vector<EntryForm> const& entries, Draft const& draft, std::uint32_t weight,
+                     std::vector<std::string_view>& path, std::vector<Way>& ways) const {
+   if (entries.empty()) return;
+   auto const each = std::max<std::uint32_t>(1, weight / static_cast<std::uint32_t>(entries.size()));
+   for (auto const& entry : entries) {
+      if (entry.child.empty()) {
+         ways.push_back({entry.neighbour, entry.form, each});
+         continue;
+      }
+      if (std::ranges::find(path, entry.child) != path.end()) {
+         throw configuration_error(
+            fmt::format("nexthop group {} leads through {} to itself", entry.child, path.back()));
+      }
+      auto const* const child = find(entry.child);
+      auto const& childEntries = entry.child == draft.form.name() ? draft.entries
+                                 : child == nullptr               ? std::vector<EntryForm>()
+                                                                  : child->entries;
+      auto const first = ways.size();
+      path.push_back(entry.child);
+      addWays(childEntries, draft, each, path, ways);
+      path.pop_back();
+      // The child's labels are the outer ones.
+      for (auto way = ways.begin() + static_cast<std::ptrdiff_t>(first); way != ways.end(); ++way) {
+         auto& form = way->form;
+         if (form.kind == EXIT_PLAIN && !entry.form.labels.empty()) form.kind = EXIT_LABELS;
+         form.labels.insert(form.labels.end(), entry.form.labels.begin(), entry.form.labels.end());
+      }
+   }
+}
+
+std::vector<Member> Groups::membersOf(std::string const& name, std::vector<EntryForm> const& entries,
+                                      Draft const& draft) {
+   std::vector<Way> ways;
+   std::vector<std::string_view> path{name};
+   // Each entry of the group itself weighs a whole.
+   addWays(entries, draft, static_cast<std::uint32_t>(entries.size()) * wholeWeight, path, ways);
+   std::vector<Member> members;
+   try {
+      for (auto& way : ways) members.push_back({exits_.take(way.neighbour, std::move(way.form)), way.weight});
+   } catch (error const&) {
+      for (auto const& member : members) exits_.release(member.exit);
+      throw;
+   }
+   return members;
+}
+
+Groups::Draft* Groups::prepare(nexthop_group_t const& group) { return drafted(group).release(); }
+
+void Groups::abandon(Draft* draft) { delete draft; }
+
+std::unique_ptr<Groups::Draft> Groups::drafted(nexthop_group_t const& group) {
+   auto draft = std::make_unique<Draft>();
+   bool complete = true;
+   draft->form = group;
+   draft->entries = entriesOf(group, surroundings_, complete);
+   auto members = membersOf(group.name(), draft->entries, *draft);
+   auto const* const before = find(group.name());
+   auto buckets = std::make_unique<GroupBuckets>(std::move(members),
+                                                 before == nullptr ? nullptr : before->buckets.get(), exits_, pool_);
+   draft->id = take(group.name());
+   draft->owner = this;
+   draft->buckets.emplace_back(draft->id, std::move(buckets));
+   prepareParents(group.name(), *draft);
+   return draft;
+}
+
+void Groups::prepareParents(std::string const& child, Draft& draft) {
+   auto const found = byChild_.find(child);
+   if (found == byChild_.end()) return;
+   for (auto const id : found->second) {
+      if (draft.has(id)) continue;
+      auto const& parent = *groups_[id];
+      draft.buckets.emplace_back(id, std::make_unique<GroupBuckets>(membersOf(parent.name, parent.entries, draft),
+                                                                    parent.buckets.get(), exits_, pool_));
+      prepareParents(parent.name, draft);
+   }
+}
+
+void Groups::set(Draft* prepared) {
+   std::unique_ptr<Draft> const draft(prepared);
+   auto& group = *groups_[draft->id];
+   if (!group.form) retain(draft->id);  // by itself, until it is deleted
+   group.form = std::move(draft->form);
+   ++group.version;
+   callbacks_.programmed(group.name, group.version);
+   install(*draft);
+}
+
+void Groups::install(Draft& draft) {
+   childrenAre(draft.id, draft.entries);
+   groups_[draft.id]->entries = std::move(draft.entries);
+   for (auto& [id, buckets] : draft.buckets) bucketsAre(id, std::move(buckets));
+}
+
+void Groups::del(std::string const& name) {
+   auto const found = byName_.find(name);
+   if (found == byName_.end() || !groups_[found->second]->form) return;
+   auto const id = found->second;
+   auto& group = *groups_[id];
+   childrenAre(id, {});
+   group.form.reset();
+   group.entries.clear();
+   group.version = 0;
+   bucketsAre(id, nullptr);
+   callbacks_.gone(name);
+   thinParents(name);
+   release(id);
+}
+
+// What leads through a deleted group has fewer members now. That needs no room: all their exits are there.
+void Groups::thinParents(std::string const& child) {
+   auto const found = byChild_.find(child);
+   if (found == byChild_.end()) return;
+   for (auto const id : found->second) {
+      auto const& parent = *groups_[id];
+      auto const staying = membersOf(parent.name, parent.entries, Draft());
+      parent.buckets->keepOnly(staying);
+      for (auto const& member : staying) exits_.release(member.exit);
+      publish(id);
+      thinParents(parent.name);
+   }
+}
+
+void Groups::childrenAre(Id id, std::vector<EntryForm> const& entries) {
+   for (auto const& entry : groups_[id]->entries) {
+      auto const found = entry.child.empty() ? byChild_.end() : byChild_.find(entry.child);
+      if (found == byChild_.end()) continue;
+      found->second.erase(id);
+      if (found->second.empty()) byChild_.erase(found);
+   }
+   for (auto const& entry : entries) {
+      if (!entry.child.empty()) byChild_[entry.child].insert(id);
+   }
+}
+
+void Groups::bucketsAre(Id id, std::unique_ptr<GroupBuckets> buckets) {
+   auto& group = *groups_[id];
+   auto const old = std::exchange(group.buckets, std::move(buckets));
+   if (old != nullptr) {
+      for (auto const& member : old->members()) {
+         auto const found = byHop_.find(exits_.hop(member.exit));
+         if (found == byHop_.end()) continue;
+         found->second.erase(id);
+         if (found->second.empty()) byHop_.erase(found);
+      }
+   }
+   if (group.buckets != nullptr) {
+      for (auto const& member : group.buckets->members()) byHop_[exits_.hop(member.exit)].insert(id);
+      group.buckets->refresh();
+   }
+   publish(id);
+}
+
+void Groups::publish(Id id) {
+   auto& group = *groups_[id];
+   group_word const word = group.buckets == nullptr ? 0 : group.buckets->word();
+   std::atomic_ref(shared_[id]).store(word, std::memory_order_release);
+   bool const active = (word & GROUP_ALIVE) != 0;
+   if (std::exchange(group.active, active) != active && !group.name.empty()) callbacks_.active(group.name, active);
+}
+
+void Groups::hopChanged(Hops::Id hop) {
+   auto const found = byHop_.find(hop);
+   if (found == byHop_.end()) return;
+   for (auto const id : found->second) {
+      groups_[id]->buckets->refresh();
+      publish(id);
+   }
+}
+
+void Groups::networksChanged() {
+   auto const namesNoIntf = [](auto const& indexed) {
+      return indexed.second.intf() == intf_id_t() && indexed.second.child_nexthop_group().empty();
+   };
+   for (std::size_t id = 0; id < groups_.size(); ++id) {
+      if (groups_[id] == nullptr || !groups_[id]->form) continue;
+      auto const form = *groups_[id]->form;
+      if (std::ranges::none_of(form.nexthops(), namesNoIntf)) continue;
+      try {
+         install(*drafted(form));
+      } catch (error const& e) {
+         callbacks_.stuck(form.name(), e.what());
+      }
+   }
+}
+
+}  // namespace velm::machine

@@ -1,0 +1,66 @@
+#include "platform/linux/forwarding/VrfRoutes.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace velm::machine {
+
+std::uint32_t VrfRoutes::set(ip_prefix_t const& prefix, Rank rank, std::uint32_t leaf) {
+   auto& trie = trieOf(prefix);
+   auto const key = trie::prefixOf(prefix);
+   auto found = others_.find(prefix);
+   if (found == others_.end()) {
+      auto const present = trie.at(key);
+      if (rank == usual) {
+         if (present != leaf) trie.set(key, leaf);
+         return present;
+      }
+      found = others_.try_emplace(prefix).first;
+      if (present != 0) found->second.push_back({usual, present});
+   }
+   auto& candidates = found->second;
+   auto const place = std::ranges::lower_bound(candidates, rank, {}, &Candidate::rank);
+   std::uint32_t before = 0;
+   if (place != candidates.end() && place->rank == rank) {
+      before = std::exchange(place->leaf, leaf);
+   } else {
+      candidates.insert(place, {rank, leaf});
+   }
+   trie.set(key, candidates.front().leaf);
+   return before;
+}
+
+std::uint32_t VrfRoutes::del(ip_prefix_t const& prefix, Rank rank) {
+   auto& trie = trieOf(prefix);
+   auto const key = trie::prefixOf(prefix);
+   auto const found = others_.find(prefix);
+   if (found == others_.end()) {
+      if (rank != usual) return 0;
+      auto const present = trie.at(key);
+      if (present != 0) trie.del(key);
+      return present;
+   }
+   auto& candidates = found->second;
+   auto const place = std::ranges::find(candidates, rank, &Candidate::rank);
+   if (place == candidates.end()) return 0;
+   auto const before = place->leaf;
+   candidates.erase(place);
+   if (candidates.empty()) {
+      trie.del(key);
+   } else {
+      trie.set(key, candidates.front().leaf);
+   }
+   if (candidates.empty() || (candidates.size() == 1 && candidates.front().rank == usual)) others_.erase(found);
+   return before;
+}
+
+void VrfRoutes::prefetch(std::span<ip_prefix_t const> prefixes) const {
+   constexpr std::size_t most = 16;
+   absl::InlinedVector<trie::Prefix, most> keys4;
+   absl::InlinedVector<trie::Prefix, most> keys6;
+   for (auto const& prefix : prefixes) (prefix.af() == af_t::ipv6 ? keys6 : keys4).push_back(trie::prefixOf(prefix));
+   ipv4_.prefetch(keys4);
+   ipv6_.prefetch(keys6);
+}
+
+}  // namespace velm::machine

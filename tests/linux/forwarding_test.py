@@ -1,0 +1,224 @@
+"""Packets through a switch that is programmed by a client, judged by Scapy and by the kernels of the hosts."""
+import sys
+import unittest
+
+from scapy.all import GRE, ICMP, IP, UDP, Dot1Q, Ether, ICMPv6DestUnreach, ICMPv6PacketTooBig, ICMPv6TimeExceeded, IPv6, Raw
+from scapy.contrib.mpls import MPLS
+
+import lab as labs
+from support.agent import eventually
+
+AGENT, VELMCTL = sys.argv[1:3]
+FAR4, FAR6 = "198.51.100.7", "2001:db8:100::7"
+
+
+def setUpModule():
+    if why := labs.why_not():
+        if labs.required():
+            raise AssertionError(why)
+        raise unittest.SkipTest(why)
+
+
+def is_error(frame):
+    return ICMP in frame and frame[ICMP].type not in (0, 8)
+
+
+class ForwardingTest(unittest.TestCase):
+    """One lab of three hosts for all tests; each programs what it needs under names of its own."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.lab = labs.Lab(AGENT, VELMCTL, hosts=3)
+        cls.addClassCleanup(cls.lab.close)
+        cls.lab.start()
+        cls.wires = {number: cls.lab.wire(number) for number in cls.lab.hosts}
+
+    def frame4(self, **ip):
+        return Ether(src=self.lab.host_mac(1), dst=self.lab.mac(1)) / IP(
+            src="10.0.1.2", dst=ip.pop("dst", FAR4), ttl=ip.pop("ttl", 64), id=7, **ip)
+
+    def frame6(self, **ip):
+        return Ether(src=self.lab.host_mac(1), dst=self.lab.mac(1)) / IPv6(
+            src="2001:db8:1::2", dst=ip.pop("dst", FAR6), hlim=ip.pop("hlim", 64), **ip)
+
+    def payload(self, size=40):
+        return UDP(sport=4000, dport=5000) / Raw(bytes(i % 251 for i in range(size)))
+
+    def group(self, name, *nexthops, active=True):
+        self.lab.velmctl("nhg", "add", name, *nexthops)
+        if active:
+            self.lab.until_active(name)
+
+    def route(self, prefix, group):
+        self.lab.velmctl("route", "add", prefix, group)
+        self.addCleanup(lambda: self.lab.velmctl("route", "del", prefix, check=False))
+
+    def passes(self, sent, number, expected):
+        """The frame that the host sends reaches the other as exactly that."""
+        wanted = bytes(expected)
+        self.wires[1].send(sent)
+        got = self.wires[number].receive(lambda frame: bytes(frame)[:len(wanted)] == wanted or
+                                         bytes(frame)[12:14] == wanted[12:14] and len(frame) == len(wanted))
+        self.assertIsNotNone(got, "nothing came")
+        self.assertEqual(bytes(got).hex(), wanted.hex(), got.show(dump=True))
+
+    def out(self, number):
+        return Ether(src=self.lab.mac(number), dst=self.lab.host_mac(number))
+
+    def told(self, sent, is_error):
+        """What the sender of the frame is told of it."""
+        self.wires[1].send(sent)
+        got = self.wires[1].receive(is_error)
+        self.assertIsNotNone(got, "no error came")
+        return got
+
+    def test_hosts_reach_each_other(self):
+        for far in ("10.0.2.2", "2001:db8:2::2"):
+            self.lab.hosts[1].run("ping", "-c", "3", "-i", "0.2", "-W", "5", far)
+
+    def test_a_route_through_a_group_forwards_both_families(self):
+        self.group("plain", "10.0.2.2@Ethernet2")
+        self.route("198.51.100.0/24", "plain")
+        self.route("2001:db8:100::/48", "plain")
+        self.passes(self.frame4() / self.payload(), 2, self.out(2) / self.frame4(ttl=63)[IP] / self.payload())
+        # IPv6 leaves by an IPv4 neighbour.
+        self.passes(self.frame6() / self.payload(), 2, self.out(2) / self.frame6(hlim=63)[IPv6] / self.payload())
+
+    def test_labels_are_pushed(self):
+        # A client lists labels from the bottom of the stack.
+        self.group("labels", "10.0.2.2@Ethernet2,push=16002/16001")
+        self.route("198.51.100.0/24", "labels")
+        inner = self.frame4(ttl=63, tos=0xb8)[IP] / self.payload()
+        self.passes(self.frame4(tos=0xb8) / self.payload(), 2,
+                    self.out(2) / MPLS(label=16001, cos=5, s=0, ttl=63) / MPLS(label=16002, cos=5, s=1, ttl=63) / inner)
+
+    def test_sixteen_labels_are_pushed(self):
+        labels = range(17, 33)
+        self.group("deep", "10.0.2.2@Ethernet2,push=" + "/".join(map(str, reversed(labels))))
+        self.route("198.51.100.0/24", "deep")
+        expected = self.out(2)
+        for label in labels:
+            expected /= MPLS(label=label, s=int(label == 32), ttl=63)
+        self.passes(self.frame4() / self.payload(), 2, expected / self.frame4(ttl=63)[IP] / self.payload())
+
+    def test_tunnels_are_written(self):
+        inner = self.frame4(ttl=63)[IP] / self.payload()
+        for kind, within in (("IP_IN_IP", inner), ("GRE", GRE(proto=0x0800) / inner)):
+            self.lab.tunnel_group(kind, kind, "10.0.2.2", "Ethernet2", "10.0.2.1", "192.0.2.9", ttl=33)
+            self.lab.until_active(kind)
+            self.route("198.51.100.0/24", kind)
+            outer = IP(src="10.0.2.1", dst="192.0.2.9", ttl=33, id=0, flags="DF")
+            self.passes(self.frame4() / self.payload(), 2, self.out(2) / outer / within)
+
+    def test_a_replaced_group_holds_for_the_next_packet(self):
+        self.group("moving", "10.0.2.2@Ethernet2")
+        self.group("warm", "10.0.3.2@Ethernet3")
+        self.route("198.51.100.0/24", "moving")
+        for number in (3, 2, 3, 2):
+            self.lab.velmctl("nhg", "add", "moving", f"10.0.{number}.2@Ethernet{number}")
+            self.passes(self.frame4() / self.payload(), number, self.out(number) / self.frame4(ttl=63)[IP] / self.payload())
+
+    def test_the_longest_prefix_holds_and_what_is_behind_it_when_it_goes(self):
+        self.group("two", "10.0.2.2@Ethernet2")
+        self.group("three", "10.0.3.2@Ethernet3")
+        self.route("0.0.0.0/0", "two")
+        expected = lambda number: self.out(number) / self.frame4(ttl=63)[IP] / self.payload()
+        self.passes(self.frame4() / self.payload(), 2, expected(2))
+        self.route(f"{FAR4}/32", "three")
+        self.passes(self.frame4() / self.payload(), 3, expected(3))
+        self.lab.velmctl("route", "del", f"{FAR4}/32")
+        self.passes(self.frame4() / self.payload(), 2, expected(2))
+
+    def test_of_two_preferences_the_lower_holds(self):
+        self.group("two", "10.0.2.2@Ethernet2")
+        self.group("three", "10.0.3.2@Ethernet3")
+        for preference, group in ((5, "two"), (9, "three")):
+            key = {"prefix": "198.51.100.0/24", "preference": preference}
+            self.lab.call("IpRouteMgrService.ip_route_set", ip_route={"key": key})
+            self.lab.call("IpRouteMgrService.ip_route_via_set", via={"route_key": key, "nexthop_group": group})
+            self.addCleanup(lambda key=key: self.lab.call("IpRouteMgrService.ip_route_del", key=key))
+        self.passes(self.frame4() / self.payload(), 2, self.out(2) / self.frame4(ttl=63)[IP] / self.payload())
+        self.lab.call("IpRouteMgrService.ip_route_del", key={"prefix": "198.51.100.0/24", "preference": 5})
+        self.passes(self.frame4() / self.payload(), 3, self.out(3) / self.frame4(ttl=63)[IP] / self.payload())
+
+    def test_a_via_with_a_hop_forwards(self):
+        key = {"prefix": "198.51.100.0/24", "preference": 1}
+        self.lab.call("IpRouteMgrService.ip_route_set", ip_route={"key": key})
+        self.lab.call("IpRouteMgrService.ip_route_via_set", via={"route_key": key, "hop": "10.0.3.2"})
+        self.addCleanup(lambda: self.lab.call("IpRouteMgrService.ip_route_del", key=key))
+        eventually(lambda: self.lab.hosts[1].run("ping", "-c", "1", "-W", "1", "10.0.3.2"), "the hop answers")
+        self.passes(self.frame4() / self.payload(), 3, self.out(3) / self.frame4(ttl=63)[IP] / self.payload())
+
+    def test_errors_are_told(self):
+        self.group("narrow", "10.0.2.2@Ethernet2,push=100")
+        self.route("198.51.100.0/24", "narrow")
+        self.route("2001:db8:100::/48", "narrow")
+        for sent, kind, code, mtu in ((self.frame4(ttl=1) / self.payload(), 11, 0, 0),
+                                      (self.frame4(dst="203.0.113.1") / self.payload(), 3, 0, 0),
+                                      (self.frame4(flags="DF") / self.payload(1472), 3, 4, 1496)):
+            got = self.told(sent, is_error)
+            self.assertEqual((got[IP].src, got[ICMP].type, got[ICMP].code), ("10.0.1.1", kind, code))
+            self.assertEqual(bytes(got[ICMP].payload)[:20].hex(), bytes(sent[IP])[:20].hex())
+            if mtu:
+                self.assertEqual(got[ICMP].nexthopmtu, mtu)
+            self.assert_sums_hold(got)
+        for sent, kind in ((self.frame6(hlim=1) / self.payload(), ICMPv6TimeExceeded),
+                           (self.frame6(dst="2001:db8:ffff::1") / self.payload(), ICMPv6DestUnreach),
+                           (self.frame6() / self.payload(1452), ICMPv6PacketTooBig)):
+            got = self.told(sent, lambda frame, kind=kind: kind in frame)
+            self.assertEqual(got[IPv6].src, "2001:db8:1::1")
+            self.assert_sums_hold(got)
+
+    def assert_sums_hold(self, frame):
+        """Scapy's sums are the frame's."""
+        anew = frame.copy()
+        for layer in (IP, ICMP):
+            if layer in anew:
+                del anew[layer].chksum
+        for layer in (ICMPv6TimeExceeded, ICMPv6DestUnreach, ICMPv6PacketTooBig):
+            if layer in anew:
+                del anew[layer].cksum
+        self.assertEqual(bytes(anew.__class__(bytes(anew))).hex(), bytes(frame).hex())
+
+    def test_a_dropping_route_drops_and_tells(self):
+        key = {"prefix": "198.51.100.0/24", "preference": 1}
+        self.lab.call("IpRouteMgrService.ip_route_set", ip_route={"key": key}, action="IP_ROUTE_ACTIONS_DROP")
+        self.addCleanup(lambda: self.lab.call("IpRouteMgrService.ip_route_del", key=key))
+        got = self.told(self.frame4() / self.payload(), is_error)
+        self.assertEqual((got[ICMP].type, got[ICMP].code), (3, 13))
+
+    def test_malformed_packets_are_dropped_and_counted(self):
+        self.group("plain", "10.0.2.2@Ethernet2")
+        self.route("198.51.100.0/24", "plain")
+        cases = (("bad_checksum", self.frame4(chksum=1) / self.payload()),
+                 ("bad_header", self.frame4(len=4000) / self.payload()),
+                 ("short_frame", Ether(bytes(self.frame4() / self.payload())[:30])))
+        for reason, frame in cases:
+            before = self.lab.dropped(reason)
+            self.wires[1].send(frame)
+            eventually(lambda: self.lab.dropped(reason) == before + 1, reason)
+
+    def test_a_link_that_goes_takes_its_members_along(self):
+        self.group("both", "10.0.2.2@Ethernet2", "10.0.3.2@Ethernet3")
+        self.route("198.51.100.0/24", "both")
+        self.lab.hosts[2].ip("link set eth0 down")
+        self.addCleanup(lambda: self.lab.up(2))
+        flows = [self.frame4() / UDP(sport=port, dport=9) / Raw(b"x" * 18) for port in range(1000, 1032)]
+        eventually(lambda: self.lab.call("IntfMgrService.oper_status", intf_id="Ethernet2")["oper_status"] ==
+                   "OPER_STATUS_DOWN", "the link is down")
+        for flow in flows:
+            self.wires[1].send(flow)
+        for _ in flows:
+            self.assertIsNotNone(self.wires[3].receive(lambda frame: UDP in frame and frame[UDP].dport == 9))
+        self.assertTrue(self.lab.active("both"))
+
+    def test_tcp_and_traceroute_pass(self):
+        self.lab.hosts[2].ip("addr add 198.51.100.7/32 dev lo")
+        self.group("plain", "10.0.2.2@Ethernet2")
+        self.route("198.51.100.0/24", "plain")
+        hops = self.lab.hosts[1].run("traceroute", "-n", "-q", "1", "-w", "2", FAR4)
+        self.assertRegex(hops, r"1  10\.0\.1\.1 .*\n 2  198\.51\.100\.7 ")
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
