@@ -36,8 +36,8 @@ class MainLoop {
    void takeBack(Waiting const& event);
    /// How many events wait for their time. Any thread.
    std::size_t waiting() const;
-   /// Runs `readable`, as an event is run, whenever the descriptor is readable, which it should read empty. On the loop's
-   /// thread, or before run(); once for a descriptor, which stays open as long as the loop turns.
+   /// Runs `readable`, as an event is run, whenever the descriptor is readable, which it should read empty. On the
+   /// loop's thread, or before run(); once for a descriptor, which stays open as long as the loop turns.
    void watch(int fd, std::function<void()> readable);
    /// Asks for the disabling of the agent, after what is queued. Any thread; once is enough.
    void disable();

@@ -1,8 +1,8 @@
-/* The switch's fast path. A frame that is not ours to forward, or odd in any way, goes to the kernel's stack untouched; a
- * frame that is forwarded is written once and leaves by a redirect. See Layout.h for what is read on the way. */
-#include "icmp.h"
-#include "ip.h"
-#include "send.h"
+/* The switch's fast path. A frame that is not ours to forward, or odd in any way, goes to the kernel's stack untouched;
+ * a frame that is forwarded is written once and leaves by a redirect. See Layout.h for what is read on the way. */
+#include "platform/linux/bpf/icmp.h"
+#include "platform/linux/bpf/ip.h"
+#include "platform/linux/bpf/send.h"
 
 /* Finds the port and the protocol of a frame for us. */
 static __always_inline int arrive(struct xdp_md* ctx, struct frame* frame, __be16* protocol) {

@@ -2,11 +2,10 @@
 #ifndef VELM_PLATFORM_LINUX_BPF_FRAME_H
 #define VELM_PLATFORM_LINUX_BPF_FRAME_H
 
+#include <bpf/bpf_endian.h>
 #include <linux/if_ether.h>
 
-#include <bpf/bpf_endian.h>
-
-#include "maps.h"
+#include "platform/linux/bpf/maps.h"
 
 struct vlan_tag {
    __be16 tci;
@@ -26,7 +25,7 @@ enum icmp_error {
 #define GO_ON 0x100
 
 struct frame {
-   __u32 port;   /* on which it came */
+   __u32 port; /* on which it came */
    __u32 vrf;
    __u32 l3;     /* offset of the IP header */
    __u32 length; /* of the IP packet, which may be less than what is left of the frame */
@@ -42,7 +41,8 @@ struct frame {
 static __always_inline void* frame_begin(struct xdp_md* ctx) { return (void*)(long)ctx->data; }
 static __always_inline void* frame_end(struct xdp_md* ctx) { return (void*)(long)ctx->data_end; }
 
-/* Where the IP packet begins: after an Ethernet header and perhaps a tag. Masked, so that the verifier sees that too. */
+/* Where the IP packet begins: after an Ethernet header and perhaps a tag. Masked, so that the verifier sees that too.
+ */
 static __always_inline void* l3_of(struct xdp_md* ctx, struct frame const* frame) {
    return frame_begin(ctx) + (frame->l3 & 31);
 }

@@ -1,5 +1,5 @@
-/* The errors that a router owes (RFC 1812, RFC 4443): back to where the packet came from, from the port's address, no more
- * of them than the allowance. They say something of a packet that is dropped, so telling ends it. */
+/* The errors that a router owes (RFC 1812, RFC 4443): back to where the packet came from, from the port's address, no
+ * more of them than the allowance. They say something of a packet that is dropped, so telling ends it. */
 #ifndef VELM_PLATFORM_LINUX_BPF_ICMP_H
 #define VELM_PLATFORM_LINUX_BPF_ICMP_H
 
@@ -7,7 +7,7 @@
 #include <linux/ip.h>
 #include <linux/ipv6.h>
 
-#include "frame.h"
+#include "platform/linux/bpf/frame.h"
 
 /* Alike in both families; what the word at the end means depends on the type. */
 struct icmp_header {
@@ -23,8 +23,8 @@ enum icmp_ipv6_type { UNREACHABLE6 = 1, TOO_BIG6 = 2, TIME_EXCEEDED6 = 3, FIRST_
 enum icmp_ipv6_unreachable { NO_ROUTE6 = 0, PROHIBITED6 = 1 };
 
 /* How much of the packet an error quotes at most. */
-#define QUOTE_IPV4 548  /* the error has at most 576 bytes */
-#define QUOTE_IPV6 1232 /* 1280 */
+#define QUOTE_IPV4 548                    /* the error has at most 576 bytes */
+#define QUOTE_IPV6 1232                   /* 1280 */
 #define SUM_AT_MOST (32 + 8 + QUOTE_IPV6) /* two addresses and a message */
 
 #define ERRORS_PER_SECOND 1000 /* of each CPU */
@@ -127,7 +127,7 @@ static __noinline int tell_ipv4(struct xdp_md* ctx, struct frame const* frame, _
    struct error_ipv4 {
       struct iphdr ip;
       struct icmp_header icmp;
-   }* error;
+   } * error;
    __u32 const quote = frame->length < QUOTE_IPV4 ? frame->length : QUOTE_IPV4;
    error = make_error(ctx, frame, sizeof *error, quote);
    if (!error || (void*)(error + 1) > frame_end(ctx)) return XDP_DROP;
@@ -163,7 +163,7 @@ static __noinline int tell_ipv6(struct xdp_md* ctx, struct frame const* frame, _
    struct error_ipv6 {
       struct ipv6hdr ip;
       struct icmp_header icmp;
-   }* error;
+   } * error;
    __u32 const quote = frame->length < QUOTE_IPV6 ? frame->length : QUOTE_IPV6;
    error = make_error(ctx, frame, sizeof *error, quote);
    if (!error || (void*)(error + 1) > frame_end(ctx)) return XDP_DROP;
@@ -187,9 +187,9 @@ static __always_inline int tell(struct xdp_md* ctx, struct frame const* frame) {
    __u8 const error = frame->error;
    if (frame->ipv6) {
       return error == TELL_TTL_EXPIRED ? tell_ipv6(ctx, frame, TIME_EXCEEDED6, 0)
-             : error == TELL_TOO_BIG   ? tell_ipv6(ctx, frame, TOO_BIG6, 0)
-                                       : tell_ipv6(ctx, frame, UNREACHABLE6,
-                                                   error == TELL_NO_ROUTE ? NO_ROUTE6 : PROHIBITED6);
+             : error == TELL_TOO_BIG
+                ? tell_ipv6(ctx, frame, TOO_BIG6, 0)
+                : tell_ipv6(ctx, frame, UNREACHABLE6, error == TELL_NO_ROUTE ? NO_ROUTE6 : PROHIBITED6);
    }
    return error == TELL_TTL_EXPIRED ? tell_ipv4(ctx, frame, TIME_EXCEEDED, 0)
                                     : tell_ipv4(ctx, frame, UNREACHABLE,

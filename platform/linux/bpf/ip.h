@@ -6,9 +6,9 @@
 #include <linux/ip.h>
 #include <linux/ipv6.h>
 
-#include "hash.h"
-#include "lookup.h"
-#include "frame.h"
+#include "platform/linux/bpf/frame.h"
+#include "platform/linux/bpf/hash.h"
+#include "platform/linux/bpf/lookup.h"
 
 /* Source and destination port, where the protocol has them there, else 0. */
 static __always_inline __u32 transport_ports(__u8 protocol, void const* transport, void const* end) {
@@ -56,8 +56,8 @@ static __always_inline int look_up_ipv4(struct xdp_md* ctx, struct frame* frame,
 
 static __always_inline int odd_ipv6(struct in6_addr const* address) {
    __be32 const first = address->in6_u.u6_addr32[0];
-   if ((first & bpf_htonl(0xff000000)) == bpf_htonl(0xff000000)) return 1;     /* multicast */
-   if ((first & bpf_htonl(0xffc00000)) == bpf_htonl(0xfe800000)) return 1;     /* of the link */
+   if ((first & bpf_htonl(0xff000000)) == bpf_htonl(0xff000000)) return 1;      /* multicast */
+   if ((first & bpf_htonl(0xffc00000)) == bpf_htonl(0xfe800000)) return 1;      /* of the link */
    return !(first | address->in6_u.u6_addr32[1] | address->in6_u.u6_addr32[2]); /* none, loopback, mapped IPv4 */
 }
 
@@ -78,8 +78,8 @@ static __always_inline int look_up_ipv6(struct xdp_md* ctx, struct frame* frame,
    hash = hash_more(hash, addresses[1]);
    hash = hash_more(hash, addresses[2]);
    hash = hash_more(hash, addresses[3]);
-   hash = hash_more(hash, (__u64)(first & 0xfffff) << 40 | (__u64)ip->nexthdr << 32 |
-                             transport_ports(ip->nexthdr, ip + 1, end));
+   hash = hash_more(
+      hash, (__u64)(first & 0xfffff) << 40 | (__u64)ip->nexthdr << 32 | transport_ports(ip->nexthdr, ip + 1, end));
    frame->hash = hash_end(hash);
 
    struct vrf const* const vrf = vrf_at(frame->vrf);

@@ -4,12 +4,11 @@
 #ifndef VELM_PLATFORM_LINUX_BPF_MAPS_H
 #define VELM_PLATFORM_LINUX_BPF_MAPS_H
 
+#include <bpf/bpf_helpers.h>
 #include <linux/bpf.h>
 
-#include <bpf/bpf_helpers.h>
-
-#include "Layout.h"
-#include "tries.h"
+#include "platform/linux/bpf/Layout.h"
+#include "platform/linux/bpf/tries.h"
 
 struct {
    __uint(type, BPF_MAP_TYPE_ARRAY);

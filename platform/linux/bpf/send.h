@@ -6,7 +6,7 @@
 #include <linux/ipv6.h>
 #include <linux/udp.h>
 
-#include "frame.h"
+#include "platform/linux/bpf/frame.h"
 
 #ifndef ETH_P_MPLS_UC
 #define ETH_P_MPLS_UC 0x8847
@@ -17,14 +17,14 @@ static __always_inline struct exit_row* choose(__u32 leaf, __u32 hash, enum drop
    __u32 index = leaf_index_of(leaf);
    if (leaf_kind_of(leaf) == LEAF_EXIT) return exit_at(index);
    group_word* const word = bpf_map_lookup_elem(&groups, &index);
-   group_word const group = word ? *(volatile group_word*)word : 0;
+   group_word const group = word ? *(group_word volatile*)word : 0;
    if (!(group & GROUP_ALIVE)) {
       *reason = group & GROUP_EXISTS ? DROP_INACTIVE_GROUP : DROP_NO_GROUP;
       return 0;
    }
    __u32 place = group_first(group) + (hash & (group_size(group) - 1));
    bucket_word* const bucket = bpf_map_lookup_elem(&buckets, &place);
-   return bucket ? exit_at(bucket_exit(*(volatile bucket_word*)bucket)) : 0;
+   return bucket ? exit_at(bucket_exit(*(bucket_word volatile*)bucket)) : 0;
 }
 
 /* Lowers what the packet may still travel, and mends the checksum that covers it. The header is within the frame. */
