@@ -1,76 +1,12 @@
 """Packets through a switch that is programmed by a client, judged by Scapy and by the kernels of the hosts."""
-import sys
-import unittest
-
 from scapy.all import GRE, ICMP, IP, UDP, Dot1Q, Ether, ICMPv6DestUnreach, ICMPv6PacketTooBig, ICMPv6TimeExceeded, IPv6, Raw
 from scapy.contrib.mpls import MPLS
 
-import lab as labs
 from support.agent import eventually
-
-AGENT, VELMCTL = sys.argv[1:3]
-FAR4, FAR6 = "198.51.100.7", "2001:db8:100::7"
+from traffic import FAR4, FAR6, TrafficTest, is_error, main, setUpModule  # pylint: disable=unused-import
 
 
-def setUpModule():
-    if why := labs.why_not():
-        if labs.required():
-            raise AssertionError(why)
-        raise unittest.SkipTest(why)
-
-
-def is_error(frame):
-    return ICMP in frame and frame[ICMP].type not in (0, 8)
-
-
-class ForwardingTest(unittest.TestCase):
-    """One lab of three hosts for all tests; each programs what it needs under names of its own."""
-
-    @classmethod
-    def setUpClass(cls):
-        cls.lab = labs.Lab(AGENT, VELMCTL, hosts=3)
-        cls.addClassCleanup(cls.lab.close)
-        cls.lab.start()
-        cls.wires = {number: cls.lab.wire(number) for number in cls.lab.hosts}
-
-    def frame4(self, **ip):
-        return Ether(src=self.lab.host_mac(1), dst=self.lab.mac(1)) / IP(
-            src="10.0.1.2", dst=ip.pop("dst", FAR4), ttl=ip.pop("ttl", 64), id=7, **ip)
-
-    def frame6(self, **ip):
-        return Ether(src=self.lab.host_mac(1), dst=self.lab.mac(1)) / IPv6(
-            src="2001:db8:1::2", dst=ip.pop("dst", FAR6), hlim=ip.pop("hlim", 64), **ip)
-
-    def payload(self, size=40):
-        return UDP(sport=4000, dport=5000) / Raw(bytes(i % 251 for i in range(size)))
-
-    def group(self, name, *nexthops, active=True):
-        self.lab.velmctl("nhg", "add", name, *nexthops)
-        if active:
-            self.lab.until_active(name)
-
-    def route(self, prefix, group):
-        self.lab.velmctl("route", "add", prefix, group)
-        self.addCleanup(lambda: self.lab.velmctl("route", "del", prefix, check=False))
-
-    def passes(self, sent, number, expected):
-        """The frame that the host sends reaches the other as exactly that."""
-        wanted = bytes(expected)
-        self.wires[1].send(sent)
-        got = self.wires[number].receive(lambda frame: bytes(frame)[:len(wanted)] == wanted or
-                                         bytes(frame)[12:14] == wanted[12:14] and len(frame) == len(wanted))
-        self.assertIsNotNone(got, "nothing came")
-        self.assertEqual(bytes(got).hex(), wanted.hex(), got.show(dump=True))
-
-    def out(self, number):
-        return Ether(src=self.lab.mac(number), dst=self.lab.host_mac(number))
-
-    def told(self, sent, is_error):
-        """What the sender of the frame is told of it."""
-        self.wires[1].send(sent)
-        got = self.wires[1].receive(is_error)
-        self.assertIsNotNone(got, "no error came")
-        return got
+class ForwardingTest(TrafficTest):
 
     def test_hosts_reach_each_other(self):
         for far in ("10.0.2.2", "2001:db8:2::2"):
@@ -221,4 +157,4 @@ class ForwardingTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    unittest.main(argv=sys.argv[:1])
+    main()

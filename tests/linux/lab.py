@@ -68,10 +68,21 @@ class Wire:
     def __init__(self, namespace, device):
         with namespace:
             self.socket = socket.socket(socket.AF_PACKET, socket.SOCK_RAW, socket.htons(0x0003))
+            self.socket.setsockopt(socket.SOL_SOCKET, 33, 64 << 20)  # SO_RCVBUFFORCE
             self.socket.bind((device, 0x0003))
 
     def send(self, frame):
         self.socket.send(bytes(frame))
+
+    def read(self):
+        """The bytes of a frame that has come in; None if there is none, or the device was down."""
+        try:
+            data, where = self.socket.recvfrom(65536)
+        except OSError as error:
+            if error.errno != errno.ENETDOWN:
+                raise
+            return None
+        return None if where[2] == socket.PACKET_OUTGOING else data
 
     def receive(self, wanted, within=DEADLINE):
         """The next frame, as Scapy reads it, for which wanted() holds; None if none comes in that time."""
@@ -79,16 +90,8 @@ class Wire:
         while (left := end - time.monotonic()) > 0:
             if not select.select([self.socket], [], [], left)[0]:
                 break
-            try:
-                data, where = self.socket.recvfrom(65536)
-            except OSError as error:
-                if error.errno != errno.ENETDOWN:  # that it was down once
-                    raise
-                continue
-            if where[2] == socket.PACKET_OUTGOING:
-                continue
-            frame = Ether(data)
-            if wanted(frame):
+            data = self.read()
+            if data is not None and wanted(frame := Ether(data)):
                 return frame
         return None
 
@@ -110,11 +113,11 @@ class Lab:
             self.plug(number)
         self.agent = None
 
-    def plug(self, number):
+    def plug(self, number, index=None):
         """Connects host number to Ethernet<number>."""
         host = self.hosts.setdefault(number, Namespace())
         # Devices of two ends with one index are told of carriers a second late.
-        self.switch.ip(f"link add Ethernet{number} index {1000 + number} type veth peer name eth0 netns {host.path}")
+        self.switch.ip(f"link add Ethernet{number} index {index or 1000 + number} type veth peer name eth0 netns {host.path}")
         host.run("ethtool", "-K", "eth0", "tx", "off", "txvlan", "off", "gro", "on")
         host.sysctl("ipv6/conf/eth0/accept_dad", 0)
         self.switch.sysctl(f"ipv6/conf/Ethernet{number}/accept_dad", 0)
@@ -139,15 +142,23 @@ class Lab:
                            through=self.switch.command())
         self.velmctl("init")
 
-    def velmctl(self, *words, check=True):
+    def velmctl(self, *words, check=True, text=None):
+        """What it answers; unless it must succeed, what it says instead. `text` is its standard input."""
         done = subprocess.run([self.programs[1], "--address", self.agent.address, "-o", "json", *words],
-                              capture_output=True, text=True, timeout=DEADLINE, check=False)
+                              capture_output=True, text=True, timeout=DEADLINE, check=False, input=text)
         if check and done.returncode != 0:
             raise AssertionError(f"{' '.join(words)}: {done.stdout}{done.stderr}")
         return json.loads(done.stdout) if done.stdout else done.stderr
 
     def call(self, method, check=True, **request):
-        return self.velmctl("call", method, json.dumps(request), check=check)
+        answers = self.velmctl("call", "--timeout", str(DEADLINE), method, "-", check=check, text=json.dumps(request))
+        return answers[0] if isinstance(answers, list) and answers else answers
+
+    def refused(self, method, **request):
+        """What the refusal of the request says."""
+        said = self.call(method, check=False, **request)
+        assert "error" in said, f"not refused: {said}"
+        return said["error"]["message"]
 
     def show(self):
         return self.velmctl("show", "dataplane")
@@ -179,7 +190,9 @@ class Lab:
         return json.loads(self.hosts[number].run("ip", "-j", "link", "show", "eth0"))[0]["address"]
 
     def wire(self, number):
-        return Wire(self.hosts[number], "eth0")
+        wire = Wire(self.hosts[number], "eth0")
+        self.stack.callback(wire.socket.close)
+        return wire
 
     def close(self):
         if self.agent:
