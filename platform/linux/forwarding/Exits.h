@@ -20,6 +20,7 @@ struct ExitForm {
    exit_kind kind = EXIT_PLAIN;
    std::uint8_t ttl = 0;                          // of the outer header; 0 takes the packet's
    absl::InlinedVector<std::uint32_t, 4> labels;  // outermost first
+   bool carriesLabels = true;                     // labels may be added: what is outside announces them
    std::vector<unsigned char> outer;              // header and what follows it before the labels, as on the wire
 
    bool operator==(ExitForm const&) const = default;

@@ -31,6 +31,7 @@ class Reader {
    EntryForm read(unsigned short index, nexthop_group_entry_t const& entry) const {
       EntryForm form;
       form.form.labels = labelsOf(index, entry.mpls_action());
+      form.form.carriesLabels = carriesLabels();
       if (!entry.child_nexthop_group().empty()) {
          if (tunnels()) refuse<unsupported_error>(index, "a tunnel leads into no other group");
          form.child = entry.child_nexthop_group();

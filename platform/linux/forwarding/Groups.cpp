@@ -10,9 +10,6 @@
 namespace velm::machine {
 namespace {
 
-// A member's share is cut into parts of this, so that an entry that leads through a group weighs what others do.
-constexpr std::uint32_t wholeWeight = 1U << 16;
-
 std::vector<std::pair<Exits::Id, std::uint32_t>> keyOf(std::span<Member const> members) {
    std::vector<std::pair<Exits::Id, std::uint32_t>> key;
    for (auto const& member : members) key.emplace_back(member.exit, member.weight);
@@ -105,43 +102,13 @@ Groups::Group const* Groups::find(std::string const& name) const {
    return found == byName_.end() ? nullptr : groups_[found->second].get();
 }
 
-// Depth first; `path` has the names on the way, so that a way that comes back to one of them is seen.
-void Groups::addWays(std::vector<EntryForm> const& entries, Draft const& draft, std::uint32_t weight,
-                     std::vector<std::string_view>& path, std::vector<Way>& ways) const {
-   if (entries.empty()) return;
-   auto const each = std::max<std::uint32_t>(1, weight / static_cast<std::uint32_t>(entries.size()));
-   for (auto const& entry : entries) {
-      if (entry.child.empty()) {
-         ways.push_back({entry.neighbour, entry.form, each});
-         continue;
-      }
-      if (std::ranges::find(path, entry.child) != path.end()) {
-         throw configuration_error(
-            fmt::format("nexthop group {} leads through {} to itself", entry.child, path.back()));
-      }
-      auto const* const child = find(entry.child);
-      auto const& childEntries = entry.child == draft.form.name() ? draft.entries
-                                 : child == nullptr               ? std::vector<EntryForm>()
-                                                                  : child->entries;
-      auto const first = ways.size();
-      path.push_back(entry.child);
-      addWays(childEntries, draft, each, path, ways);
-      path.pop_back();
-      // The child's labels are the outer ones.
-      for (auto way = ways.begin() + static_cast<std::ptrdiff_t>(first); way != ways.end(); ++way) {
-         auto& form = way->form;
-         if (form.kind == EXIT_PLAIN && !entry.form.labels.empty()) form.kind = EXIT_LABELS;
-         form.labels.insert(form.labels.end(), entry.form.labels.begin(), entry.form.labels.end());
-      }
-   }
-}
-
 std::vector<Member> Groups::membersOf(std::string const& name, std::vector<EntryForm> const& entries,
                                       Draft const& draft) {
-   std::vector<Way> ways;
-   std::vector<std::string_view> path{name};
-   // Each entry of the group itself weighs a whole.
-   addWays(entries, draft, static_cast<std::uint32_t>(entries.size()) * wholeWeight, path, ways);
+   auto ways = waysOf(name, entries, [&](std::string const& child) -> std::vector<EntryForm> const* {
+      if (child == draft.form.name()) return &draft.entries;
+      auto const* const group = find(child);
+      return group == nullptr ? nullptr : &group->entries;
+   });
    std::vector<Member> members;
    try {
       for (auto& way : ways) members.push_back({exits_.take(way.neighbour, std::move(way.form)), way.weight});

@@ -16,7 +16,7 @@
 
 #include "platform/linux/bpf/Layout.h"
 #include "platform/linux/forwarding/GroupBuckets.h"
-#include "platform/linux/forwarding/GroupForm.h"
+#include "platform/linux/forwarding/GroupWays.h"
 #include "platform/linux/forwarding/Ids.h"
 
 namespace velm::machine {
@@ -78,17 +78,10 @@ class Groups {
       unsigned short version = 0;
       bool active = false;
    };
-   struct Way {
-      Hops::Key neighbour;
-      ExitForm form;
-      std::uint32_t weight = 0;
-   };
    using Members = std::vector<std::pair<Exits::Id, std::uint32_t>>;
 
    Id make(std::string name);
    Group const* find(std::string const& name) const;
-   void addWays(std::vector<EntryForm> const& entries, Draft const& draft, std::uint32_t weight,
-                std::vector<std::string_view>& path, std::vector<Way>& ways) const;
    std::vector<Member> membersOf(std::string const& name, std::vector<EntryForm> const& entries, Draft const& draft);
    void prepareParents(std::string const& child, Draft& draft);
    std::unique_ptr<Draft> drafted(nexthop_group_t const& group);
