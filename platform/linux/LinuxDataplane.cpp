@@ -114,8 +114,8 @@ class LinuxDataplane final : public embedded::Dataplane {
    intf_id_t intfOfKernelName(std::string const& name) const override {
       return netlink::Adoption(settings_.devices).intf(name);
    }
-   void deviceIs(intf_id_t intf, std::string const& device) override { settings_.devices[intf] = device; }
-   void vrfIs(intf_id_t intf, std::string const& vrf) override { settings_.vrfs[intf] = vrf; }
+   void deviceIs(intf_id_t intf, std::string const& device) override;
+   void vrfIs(intf_id_t intf, std::string const& vrf) override;
 
    void start() override;
    void stop() override { ports_.reset(); }
@@ -129,6 +129,7 @@ class LinuxDataplane final : public embedded::Dataplane {
       return {.intfTowards = [this](ip_addr_t const& address) { return connected_.towards(address); },
               .addressOf = [this](intf_id_t intf, af_t af) { return connected_.addressOf(intf, af); }};
    }
+   void demandNotStarted(intf_id_t intf) const;
    void networksChanged();
    void keepResolved(Hops::Key const& neighbour);
    void letGo(Hops::Key const& neighbour);
@@ -221,6 +222,25 @@ Ports::Callbacks LinuxDataplane::portCallbacks() {
                  if (hops_.wanted(neighbour)) keepResolved(neighbour);
               },
            .warn = [this](auto const& what) { warn(what); }};
+}
+
+void LinuxDataplane::demandNotStarted(intf_id_t intf) const {
+   if (ports_ == nullptr) return;
+   throw unsupported_error(fmt::format(
+      "{} is at work: its device and VRF are for the configuration with which the agent starts", intf.to_string()));
+}
+
+void LinuxDataplane::deviceIs(intf_id_t intf, std::string const& device) {
+   demandNotStarted(intf);
+   auto devices = settings_.devices;
+   devices[intf] = device;
+   netlink::Adoption const judged(devices);
+   settings_.devices = std::move(devices);
+}
+
+void LinuxDataplane::vrfIs(intf_id_t intf, std::string const& vrf) {
+   demandNotStarted(intf);
+   settings_.vrfs[intf] = vrf;
 }
 
 void LinuxDataplane::networksChanged() {

@@ -38,8 +38,9 @@ std::string showInterfaces(Session& session, Arguments const& arguments) {
    });
 }
 
+// What is real comes by itself.
 std::string chooseIntf(Session& session, Arguments const& arguments) {
-   session.device.intfs.create(arguments.intf("INTF"));
+   if (session.device.dataplane->simulation() != nullptr) session.device.intfs.create(arguments.intf("INTF"));
    session.intf = arguments.intf("INTF");
    return done;
 }
