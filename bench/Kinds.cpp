@@ -24,7 +24,6 @@ constexpr auto native = "/VelmSdkRpc.pb.velmsdk_service/";
 constexpr auto routeService = "/velm.remote.IpRouteMgrService/";
 constexpr auto agentService = "/velm.remote.AgentService/";
 
-constexpr std::uint32_t tag = 7;
 constexpr auto groupName = "group-1";
 constexpr auto policyMap = "policy-map-1";
 constexpr std::size_t hosts = std::size_t{1} << 31U;
@@ -66,7 +65,7 @@ void setHost(pb::ip_prefix_msg& prefix, Place place, Family family = Family::ipv
 }
 
 void setRoute(pb::ip_route_msg& route, Place place, Family family, bool deleted) {
-   route.set_tag(tag);
+   route.set_tag(routeTag);
    setHost(*route.mutable_prefix(), place, family);
    if (!deleted) route.set_nexthop_group(groupName);
 }
@@ -79,7 +78,7 @@ void setKey(remote::IpRouteKey& key, Place place) {
 
 void setRoute(remote::IpRoute& route, Place place) {
    setKey(*route.mutable_key(), place);
-   route.set_tag(tag);
+   route.set_tag(routeTag);
 }
 
 void setSession(pb::sbfd_echo_session_msg& session, Place place, bool deleted) {
@@ -256,7 +255,7 @@ std::string simulateLink(bool up) {
 
 pb::rpc_server_init_status_msg initSession(Server const& agent, std::string const& policyMap) {
    pb::rpc_server_config_msg config;
-   config.set_ip_route_tag(tag);
+   config.set_ip_route_tag(routeTag);
    config.set_cbf_nexthop_group_redirect_policy_map_name(policyMap);
    auto const stub = pb::velmsdk_service::NewStub(agent.channel());
    auto opened = call(*stub, &pb::velmsdk_service::Stub::rpc_server_init, config);

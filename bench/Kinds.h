@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -17,6 +18,8 @@ namespace VelmSdkRpc::Bench {
 
 /// Elements of a bulk request, unless it is said otherwise.
 inline constexpr std::size_t bulkSize = 1000;
+/// Of all routes of a session.
+inline constexpr std::uint32_t routeTag = 7;
 
 /// How entries of one kind are added and deleted in bulk. All of them name one nexthop group.
 struct Kind {

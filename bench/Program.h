@@ -32,11 +32,15 @@ CLI::App& addBenchmark(CLI::App& program, std::string const& name, std::string c
 /// Each adds one benchmark.
 void addCalls(CLI::App& program);
 void addIterator(CLI::App& program);
-void addLookup(CLI::App& program);  // of the Linux dataplane, where that is built
 void addWatchLatency(CLI::App& program);
 void addSbfdUpdates(CLI::App& program);
 void addState(CLI::App& program);
 void addVelmctl(CLI::App& program);
 void addEventLatency(CLI::App& program);
+/// Of the Linux dataplane, where that is built.
+void addLookup(CLI::App& program);
+void addLinuxChanges(CLI::App& program);
+void addLinuxPackets(CLI::App& program);
+void addLinuxRoutes(CLI::App& program);
 
 }  // namespace VelmSdkRpc::Bench
