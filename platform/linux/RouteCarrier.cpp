@@ -12,6 +12,14 @@ namespace velm::machine {
 using embedded::IpRoute;
 using embedded::Room;
 
+namespace {
+
+// What a room is made of where the change is none here: the row is new and has no leaf, as one has whose vias are yet
+// to come. So that it costs no look at the lookup.
+constexpr auto noChange = ~std::uint64_t{0};
+
+}  // namespace
+
 std::uint32_t RouteCarrier::takeLeaf(ip_route_key_t const& key, IpRoute const& row, bool& lasting) {
    if (row.action == ip_route_action_t::drop) return leaf_word(LEAF_DROP, 0);
    if (auto const* const group = row.vias.group()) return leaves_.takeGroup(*group);
@@ -21,10 +29,10 @@ std::uint32_t RouteCarrier::takeLeaf(ip_route_key_t const& key, IpRoute const& r
    return first.nexthop_group().empty() ? leaves_.takeVias(vias, lasting) : leaves_.takeGroup(first.nexthop_group());
 }
 
-Room RouteCarrier::prepare(ip_route_key_t const& key, IpRoute const* /*now*/, IpRoute const& next) {
+Room RouteCarrier::prepare(ip_route_key_t const& key, IpRoute const* now, IpRoute const& next) {
    bool lasting = true;
    auto const leaf = takeLeaf(key, next, lasting);
-   if (leaf == 0) return {};
+   if (leaf == 0) return now == nullptr ? Room(*this, noChange) : Room();
    if (!room_.take()) {
       leaves_.release(leaf);
       throw error(fmt::format("the dataplane has no room for route {}", key.prefix().to_string()));
@@ -33,13 +41,16 @@ Room RouteCarrier::prepare(ip_route_key_t const& key, IpRoute const* /*now*/, Ip
 }
 
 void RouteCarrier::giveBack(std::uint64_t leaf) noexcept {
+   if (leaf == noChange) return;
    room_.giveBack();
    leaves_.release(static_cast<std::uint32_t>(leaf));
 }
 
 void RouteCarrier::carryOut(ip_route_key_t const& key, IpRoute const* now, Room room) noexcept {
    if (now != nullptr && !room) room = roomAfterPurge(key, *now);
-   auto const leaf = static_cast<std::uint32_t>(room.use());
+   auto const what = room.use();
+   if (what == noChange) return;
+   auto const leaf = static_cast<std::uint32_t>(what);
    leafIs(key, leaf);
    if (leaf != 0) room_.giveBack();
    bool adrift = false;
@@ -54,7 +65,7 @@ void RouteCarrier::carryOut(ip_route_key_t const& key, IpRoute const* now, Room 
 // A purge takes vias away without asking first. What is left of a full table is then missing from the lookup.
 Room RouteCarrier::roomAfterPurge(ip_route_key_t const& key, IpRoute const& row) {
    try {
-      return prepare(key, nullptr, row);
+      return prepare(key, &row, row);
    } catch (error const& e) {
       warn_(e.msg());
       return {};

@@ -10,13 +10,9 @@ std::uint32_t VrfRoutes::set(ip_prefix_t const& prefix, Rank rank, std::uint32_t
    auto const key = trie::prefixOf(prefix);
    auto found = others_.find(prefix);
    if (found == others_.end()) {
-      auto const present = trie.at(key);
-      if (rank == usual) {
-         if (present != leaf) trie.set(key, leaf);
-         return present;
-      }
+      if (rank == usual) return trie.set(key, leaf);
       found = others_.try_emplace(prefix).first;
-      if (present != 0) found->second.push_back({usual, present});
+      if (auto const present = trie.at(key); present != 0) found->second.push_back({usual, present});
    }
    auto& candidates = found->second;
    auto const place = std::ranges::lower_bound(candidates, rank, {}, &Candidate::rank);
@@ -34,12 +30,7 @@ std::uint32_t VrfRoutes::del(ip_prefix_t const& prefix, Rank rank) {
    auto& trie = trieOf(prefix);
    auto const key = trie::prefixOf(prefix);
    auto const found = others_.find(prefix);
-   if (found == others_.end()) {
-      if (rank != usual) return 0;
-      auto const present = trie.at(key);
-      if (present != 0) trie.del(key);
-      return present;
-   }
+   if (found == others_.end()) return rank == usual ? trie.del(key) : 0;
    auto& candidates = found->second;
    auto const place = std::ranges::find(candidates, rank, &Candidate::rank);
    if (place == candidates.end()) return 0;

@@ -88,11 +88,17 @@ std::uint32_t Trie::found(Descent const& descent) const {
    return 0;
 }
 
-void Trie::set(Prefix const& prefix, std::uint32_t leaf) {
-   if (prefix.length == 0) return publish(root_.fallback, leaf);
-   if (table_ && Table::holds(prefix)) return table_->set(prefix, leaf);
+std::uint32_t Trie::set(Prefix const& prefix, std::uint32_t leaf) {
+   if (prefix.length == 0) return replaceFallback(leaf);
+   if (table_ && Table::holds(prefix)) {
+      auto const before = table_->at(prefix);
+      table_->set(prefix, leaf);
+      return before;
+   }
    Descent descent;
    descend(prefix, descent);
+   auto const before = found(descent);
+   if (before == leaf) return before;
    bool done = false;
    switch (descent.end) {
       case Descent::End::leaf: done = hang(descent, leaf); break;
@@ -100,6 +106,13 @@ void Trie::set(Prefix const& prefix, std::uint32_t leaf) {
       case Descent::End::branch: done = extend(descent, leaf); break;
    }
    if (!done) throw std::logic_error("no room was reserved for a route");
+   return before;
+}
+
+std::uint32_t Trie::replaceFallback(std::uint32_t leaf) {
+   auto const before = root_.fallback;
+   publish(root_.fallback, leaf);
+   return before;
 }
 
 // Where nothing was: a way of its own, from a run of its own.

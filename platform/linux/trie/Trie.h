@@ -39,12 +39,13 @@ class Trie : private Tenant {
    Trie& operator=(Trie const&) = delete;
 
    /// Adds a prefix, for which the caller holds room for one change (Memory::reserve), or replaces its leaf, for which
-   /// none is needed. Throws std::logic_error if room was needed that was not held; nothing has changed then.
-   void set(Prefix const& prefix, std::uint32_t leaf);
+   /// none is needed. The leaf that was there, or 0. Throws std::logic_error if room was needed that was not held;
+   /// nothing has changed then.
+   std::uint32_t set(Prefix const& prefix, std::uint32_t leaf);
    /// The leaf of exactly this prefix, 0 if there is none, whatever shorter and longer ones say.
    std::uint32_t at(Prefix const& prefix) const;
-   /// Deletes a prefix, if there is one.
-   void del(Prefix const& prefix);
+   /// Deletes a prefix, if there is one. The leaf that was there, or 0.
+   std::uint32_t del(Prefix const& prefix);
    /// Deletes all.
    void clear();
 
@@ -75,6 +76,7 @@ class Trie : private Tenant {
    Branch last(Descent const& descent) const { return {memory_, *descent.passed[descent.depth - 1].link}; }
    /// The leaf of the prefix that was gone down for, 0 if it is not there.
    std::uint32_t found(Descent const& descent) const;
+   std::uint32_t replaceFallback(std::uint32_t leaf);
    bool hang(Descent const& descent, std::uint32_t leaf);
    bool split(Descent const& descent, std::uint32_t leaf);
    bool extend(Descent const& descent, std::uint32_t leaf);

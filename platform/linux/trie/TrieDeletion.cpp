@@ -25,12 +25,17 @@ Children childrenOf(Branch const& branch) {
 
 }  // namespace
 
-void Trie::del(Prefix const& prefix) {
-   if (prefix.length == 0) return publish(root_.fallback, 0);
-   if (table_ && Table::holds(prefix)) return table_->del(prefix);
+std::uint32_t Trie::del(Prefix const& prefix) {
+   if (prefix.length == 0) return replaceFallback(0);
+   if (table_ && Table::holds(prefix)) {
+      auto const before = table_->at(prefix);
+      table_->del(prefix);
+      return before;
+   }
    Descent descent;
    descend(prefix, descent);
-   if (found(descent) == 0) return;
+   auto const before = found(descent);
+   if (before == 0) return 0;
    if (descent.end == Descent::End::skip) {
       publish(*descent.entry, descent.way.otherwise);
       retire(memory_, descent.way);
@@ -38,6 +43,7 @@ void Trie::del(Prefix const& prefix) {
       last(descent).remove(placeOf(descent.bits, descent.length));
    }
    tidy(descent);
+   return before;
 }
 
 // A branch from which nothing goes is none; one with a single way is a skip; one with few has less memory.
