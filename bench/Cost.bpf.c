@@ -1,7 +1,6 @@
 /* The switch's program on one frame after the other, without devices: its own source, with the tables of an agent. */
-#include "platform/linux/bpf/forward.bpf.c"
-
 #include "MadeFrame.h"
+#include "platform/linux/bpf/forward.bpf.c"
 
 SEC("xdp")
 int make_only(struct xdp_md* ctx) { return make_frame(ctx) ? XDP_DROP : XDP_ABORTED; }

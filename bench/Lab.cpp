@@ -1,7 +1,6 @@
 #include "bench/Lab.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <cerrno>
 #include <chrono>
@@ -11,6 +10,7 @@
 #include <stdexcept>
 #include <system_error>
 #include <thread>
+#include <unistd.h>
 
 #include "clients/support/Call.h"
 #include "proto/remote/nexthop_group.grpc.pb.h"

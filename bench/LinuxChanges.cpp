@@ -3,9 +3,9 @@
 //    host 1 --probe--> switch --> host 2        the group moves from one host to the other, time and again;
 //                        `------> host 3        then it has both, and the link of host 3 goes and comes back
 //
-// Of a replacement it is told which packets were sent after the answer, and where they went. Of a link's loss it is told
-// between which two packets, the first and the last that were lost, flows were without a way: that is the same whenever
-// the link is taken to have gone.
+// Of a replacement it is told which packets were sent after the answer, and where they went. Of a link's loss it is
+// told between which two packets, the first and the last that were lost, flows were without a way: that is the same
+// whenever the link is taken to have gone.
 
 #include <fmt/format.h>
 
@@ -71,8 +71,8 @@ std::vector<Probe::Packet> gather(Probe& probe, Enough const& enough) {
 }
 
 struct Replacements {
-   Times call;    // from the call to its answer
-   Times follow;  // from the answer to the first packet that has gone the new way
+   Times call;            // from the call to its answer
+   Times follow;          // from the answer to the first packet that has gone the new way
    std::size_t late = 0;  // packets sent after the answer that went the old way
 };
 
@@ -87,7 +87,8 @@ Replacements replaceTimeAndAgain(Server const& agent, Probe& probe, std::size_t 
       groups.set(group, {to});
       auto const answered = Clock::now();
       auto const packets = gather(probe, [&](auto const& all) {
-         return std::ranges::count_if(all, [&](auto const& packet) { return packet.sent > answered; }) >= std::ptrdiff_t{behind};
+         return std::ranges::count_if(all, [&](auto const& packet) { return packet.sent > answered; }) >=
+                std::ptrdiff_t{behind};
       });
       auto const first = std::ranges::find(packets, to, &Probe::Packet::host);
       if (first == packets.end()) throw std::runtime_error("a replaced group does not lead the new way");
@@ -100,8 +101,8 @@ Replacements replaceTimeAndAgain(Server const& agent, Probe& probe, std::size_t 
 }
 
 struct Failures {
-   Times without;            // a way, of flows that had the link
-   std::size_t others = 0;   // packets lost of flows that had not
+   Times without;           // a way, of flows that had the link
+   std::size_t others = 0;  // packets lost of flows that had not
 };
 
 /// Which host each flow's packets come to.
@@ -132,18 +133,20 @@ Failures failTimeAndAgain(Lab const& lab, Probe& probe, std::size_t count) {
    Failures failures;
    auto const bothWays = [](auto const& all) {
       auto const ways = waysOf(all);
-      return all.size() > 20 * flows && std::ranges::count(ways, std::size_t{3}) > flows / 8 && std::ranges::count(ways, std::size_t{2}) > flows / 8;
+      return all.size() > 20 * flows && std::ranges::count(ways, std::size_t{3}) > flows / 8 &&
+             std::ranges::count(ways, std::size_t{2}) > flows / 8;
    };
    for (std::size_t i = 0; i < count; ++i) {
       auto const before = waysOf(gather(probe, bothWays));
       lab.host(3).run("ip link set eth0 down");
       auto const downAt = Clock::now();
-      auto const packets = gather(probe, [&](auto const& all) {
-         return !all.empty() && all.back().sent > downAt + 50ms;
-      });
+      auto const packets =
+         gather(probe, [&](auto const& all) { return !all.empty() && all.back().sent > downAt + 50ms; });
       tell(packets, before, failures);
       lab.host(3).run("ip link set eth0 up");
-      gather(probe, [&](auto const& all) { return std::ranges::find(all, std::size_t{3}, &Probe::Packet::host) != all.end(); });
+      gather(probe, [&](auto const& all) {
+         return std::ranges::find(all, std::size_t{3}, &Probe::Packet::host) != all.end();
+      });
       probe.take();
    }
    return failures;
@@ -186,8 +189,8 @@ Report run(Options const& options) {
 
 void addLinuxChanges(CLI::App& program) {
    auto const options = std::make_shared<Options>();
-   auto& command = addBenchmark(program, "linux_changes", "How soon packets follow a change",
-                                [=] { return run(*options); });
+   auto& command =
+      addBenchmark(program, "linux_changes", "How soon packets follow a change", [=] { return run(*options); });
    command.add_option("--agent", options->agent, "The agent's program")->required();
    addCount(command, "--routes", options->routes, "Routes");
    addCount(command, "--replacements", options->replacements, "Replacements of their group");

@@ -7,6 +7,7 @@
 // since it would else do the switch's work itself, between its own frames. Destinations lie in all of the routes; the
 // kernel has one route, a default, which is the least that it can have.
 
+#include <arpa/inet.h>
 #include <fmt/format.h>
 
 #include <array>
@@ -23,8 +24,6 @@
 #include "bench/Program.h"
 #include "bench/ProgramCost.h"
 #include "platform/linux/trie/Memory.h"
-
-#include <arpa/inet.h>
 
 namespace VelmSdkRpc::Bench {
 namespace {
@@ -49,7 +48,8 @@ struct Contender {
 
 void serveByThread(Lab const& lab) {
    // The namespace's devices are seen in a sysfs that is mounted from within.
-   lab.network().run("unshare --mount sh -c 'mount -t sysfs sysfs /sys && echo 1 >/sys/class/net/Ethernet1/threaded'\n");
+   lab.network().run(
+      "unshare --mount sh -c 'mount -t sysfs sysfs /sys && echo 1 >/sys/class/net/Ethernet1/threaded'\n");
 }
 
 class SwitchContender {
@@ -176,8 +176,8 @@ Report run(Options const& options) {
 
 void addLinuxPackets(CLI::App& program) {
    auto const options = std::make_shared<Options>();
-   auto& command = addBenchmark(program, "linux_packets", "Packets through the Linux dataplane",
-                                [=] { return run(*options); });
+   auto& command =
+      addBenchmark(program, "linux_packets", "Packets through the Linux dataplane", [=] { return run(*options); });
    command.add_option("--agent", options->agent, "The agent's program")->required();
    addCount(command, "--routes", options->routes, "Routes");
    addCount(command, "--rounds", options->rounds, "Rounds");

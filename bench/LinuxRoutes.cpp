@@ -3,10 +3,11 @@
 //
 //    for each order, for each round, in turns:
 //       an agent on each dataplane    bulks of all routes, timed | the same deleted
-//       a namespace of its own        ip -batch of some of them, timed | their nexthop objects deleted, and they with it
+//       a namespace of its own        ip -batch of some of them, timed | their nexthop objects deleted, and they with
+//       it
 //
-// Routes go into empty tables. Those of `ip` are fewer, since it takes the kernel microseconds for each; so its table is
-// the smaller one, to its advantage.
+// Routes go into empty tables. Those of `ip` are fewer, since it takes the kernel microseconds for each; so its table
+// is the smaller one, to its advantage.
 
 #include <fmt/format.h>
 
@@ -89,8 +90,10 @@ class KernelTable {
  private:
    void writeNexthops() const {
       std::ofstream file(folder_.path() + "/nexthops");
-      file << "link add far type veth peer name near\nlink set near up\nlink set far up\naddr add 10.0.1.1/24 dev far\n";
-      for (std::size_t i = 0; i < groupCount; ++i) file << fmt::format("nexthop add id {} via 10.0.1.2 dev far\n", i + 1);
+      file
+         << "link add far type veth peer name near\nlink set near up\nlink set far up\naddr add 10.0.1.1/24 dev far\n";
+      for (std::size_t i = 0; i < groupCount; ++i)
+         file << fmt::format("nexthop add id {} via 10.0.1.2 dev far\n", i + 1);
    }
 
    Namespace space_;
@@ -104,19 +107,22 @@ void compare(Options const& options, Report& report) {
    auto const ascending = randomNetworks(options.routes);
    for (auto const order : {Order::ascending, Order::shuffled}) {
       auto const networks = order == Order::ascending ? ascending : shuffled(ascending);
-      Networks const some(networks.begin(), networks.begin() + std::ptrdiff_t(std::min(networks.size(), options.kernelRoutes)));
+      Networks const some(networks.begin(),
+                          networks.begin() + std::ptrdiff_t(std::min(networks.size(), options.kernelRoutes)));
       auto const samples = interleave(3, options.rounds, [&](std::size_t which, std::size_t) {
-         return which == 0 ? linux_.program(networks) : which == 1 ? simulated.program(networks) : KernelTable().program(some);
+         return which == 0   ? linux_.program(networks)
+                : which == 1 ? simulated.program(networks)
+                             : KernelTable().program(some);
       });
       auto const beside = [&](std::size_t other, std::string const& name, double least) {
          auto const rate = [&](std::size_t which) { return 1 / median(each(samples[which], &Sample::seconds)); };
-         Report::Row row{.what = fmt::format("{} adds into an empty table", nameOf(order)),
-                         .figure = rate(0),
-                         .unit = "adds/s",
-                         .ratio = {{ratioOfPairs(samples[other], samples[0], &Sample::seconds), name}},
-                         .leastRatio = least,
-                         .beside = {{"CPU us", median(each(samples[0], &Sample::cpuSeconds)) * 1e6},
-                                    {"other's /s", rate(other)}}};
+         Report::Row row{
+            .what = fmt::format("{} adds into an empty table", nameOf(order)),
+            .figure = rate(0),
+            .unit = "adds/s",
+            .ratio = {{ratioOfPairs(samples[other], samples[0], &Sample::seconds), name}},
+            .leastRatio = least,
+            .beside = {{"CPU us", median(each(samples[0], &Sample::cpuSeconds)) * 1e6}, {"other's /s", rate(other)}}};
          if (other == 1) row.beside.emplace_back("other's CPU us", median(each(samples[1], &Sample::cpuSeconds)) * 1e6);
          report.row(std::move(row));
       };

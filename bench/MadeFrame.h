@@ -1,16 +1,15 @@
-/* Frames that BPF programs of benchmarks make: the smallest of UDP, each written anew, since frames come round with what
- * the last one has left in them. */
+/* Frames that BPF programs of benchmarks make: the smallest of UDP, each written anew, since frames come round with
+ * what the last one has left in them. */
 #ifndef VELM_BENCH_MADE_FRAME_H
 #define VELM_BENCH_MADE_FRAME_H
 
+#include <bpf/bpf_endian.h>
+#include <bpf/bpf_helpers.h>
 #include <linux/bpf.h>
 #include <linux/if_ether.h>
 #include <linux/in.h>
 #include <linux/ip.h>
 #include <linux/udp.h>
-
-#include <bpf/bpf_endian.h>
-#include <bpf/bpf_helpers.h>
 
 #define DESTINATIONS (1 << 20)
 #define MADE_FLOWS 4096

@@ -19,13 +19,14 @@ bool isForRoutes(std::uint32_t network) {
 
 template <class Fill>
 Requests bulks(Networks const& networks, Fill fill) {
-   return inBulk(method, Requests::Answer::statuses, &pb::ip_route_bulk_msg::add_ip_route, networks, bulkSize,
-                 [&](pb::ip_route_msg& route, std::uint32_t network) {
-                    route.mutable_prefix()->set_addr({static_cast<char>(network >> 24), static_cast<char>(network >> 16),
-                                                      static_cast<char>(network >> 8), 0});
-                    route.mutable_prefix()->set_prefix_length(length);
-                    fill(route);
-                 });
+   return inBulk(
+      method, Requests::Answer::statuses, &pb::ip_route_bulk_msg::add_ip_route, networks, bulkSize,
+      [&](pb::ip_route_msg& route, std::uint32_t network) {
+         route.mutable_prefix()->set_addr(
+            {static_cast<char>(network >> 24), static_cast<char>(network >> 16), static_cast<char>(network >> 8), 0});
+         route.mutable_prefix()->set_prefix_length(length);
+         fill(route);
+      });
 }
 
 }  // namespace

@@ -95,7 +95,9 @@ Probe::Clock::time_point timeOf(msghdr& message) {
 }  // namespace
 
 Probe::Probe(Lab const& lab, Options options)
-   : options_(std::move(options)), out_(socketOf(lab.host(1), 0)), in_([&] {
+   : options_(std::move(options)),
+     out_(socketOf(lab.host(1), 0)),
+     in_([&] {
         std::map<std::size_t, int> sockets;
         for (auto const host : options_.listening) sockets[host] = receiving(lab.host(host));
         return sockets;

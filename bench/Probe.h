@@ -17,8 +17,8 @@ class Probe {
  public:
    using Clock = std::chrono::system_clock;  // which the kernel stamps arrivals by
    struct Options {
-      std::uint32_t destination;             // host order
-      std::vector<std::size_t> listening;    // hosts
+      std::uint32_t destination;           // host order
+      std::vector<std::size_t> listening;  // hosts
       std::uint16_t flows = 1;
       std::chrono::nanoseconds gap = std::chrono::microseconds(20);
    };
@@ -44,8 +44,8 @@ class Probe {
    Options const options_;
    int const out_;
    std::map<std::size_t, int> in_;
-   std::uint64_t next_ = 0;           // the thread's
-   Clock::time_point due_{};          // the thread's
+   std::uint64_t next_ = 0;   // the thread's
+   Clock::time_point due_{};  // the thread's
    Load load_;
 };
 

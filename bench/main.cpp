@@ -38,7 +38,8 @@ int main(int argc, char** argv) {
       add(program);
    }
 #ifdef VELM_LINUX
-   for (auto const add : {Bench::addLookup, Bench::addLinuxRoutes, Bench::addLinuxChanges, Bench::addLinuxPackets}) add(program);
+   for (auto const add : {Bench::addLookup, Bench::addLinuxRoutes, Bench::addLinuxChanges, Bench::addLinuxPackets})
+      add(program);
 #endif
    try {
       program.parse(argc, argv);
