@@ -1,5 +1,5 @@
 /* The switch's program on one frame after the other, without devices: its own source, with the tables of an agent. */
-#include "MadeFrame.h"
+#include "bench/MadeFrame.h"
 #include "platform/linux/bpf/forward.bpf.c"
 
 SEC("xdp")

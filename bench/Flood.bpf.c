@@ -1,5 +1,5 @@
 /* Frames at a rate that no switch takes, and where those that it took end. */
-#include "MadeFrame.h"
+#include "bench/MadeFrame.h"
 
 #define MAX_CPUS 256
 

@@ -3,8 +3,10 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <span>
 
+#include "bench/TestRun.h"
 #include "platform/linux/bpf/Layout.h"
 
 struct Lookup;
@@ -28,10 +30,10 @@ class LookupProgram {
    LookupProgram(LookupProgram const&) = delete;
    LookupProgram& operator=(LookupProgram const&) = delete;
 
-   std::span<std::byte> tries() const { return tries_; }
-   std::span<LookupAddress> addresses() const { return addresses_; }
+   std::span<std::byte> tries() const;
+   std::span<LookupAddress> addresses() const;
    /// 128 MiB of words, each of which names the next, in one way through all of them.
-   std::span<std::uint32_t> reads() const { return reads_; }
+   std::span<std::uint32_t> reads() const;
    trie_root& root() const;
 
    /// Looks up all addresses, or reads as many words, each when the one before is known. Returns ns for one.
@@ -46,9 +48,9 @@ class LookupProgram {
    };
 
    std::unique_ptr<Lookup, Close> skeleton_;
-   std::span<std::byte> tries_;
-   std::span<LookupAddress> addresses_;
-   std::span<std::uint32_t> reads_;
+   std::optional<MappedArray> tries_;
+   std::optional<MappedArray> addresses_;
+   std::optional<MappedArray> reads_;
 };
 
 }  // namespace VelmSdkRpc::Bench

@@ -3,13 +3,17 @@
 #ifndef VELM_BENCH_MADE_FRAME_H
 #define VELM_BENCH_MADE_FRAME_H
 
-#include <bpf/bpf_endian.h>
-#include <bpf/bpf_helpers.h>
+/* The headers of libbpf need the kernel's types before them. */
+/* clang-format off */
 #include <linux/bpf.h>
 #include <linux/if_ether.h>
 #include <linux/in.h>
 #include <linux/ip.h>
 #include <linux/udp.h>
+
+#include <bpf/bpf_endian.h>
+#include <bpf/bpf_helpers.h>
+/* clang-format on */
 
 #define DESTINATIONS (1 << 20)
 #define MADE_FLOWS 4096
