@@ -41,9 +41,8 @@ class Finder {
             fmt::format("nexthop group {} leads through {} to itself", entry.child, path_.back()));
       }
       if (path_.size() == deepestGroup) {
-         throw unsupported_error(
-            fmt::format("nexthop group {} leads through more than {} others, one behind the other", path_.front(),
-                        deepestGroup - 1));
+         throw unsupported_error(fmt::format("nexthop group {} leads through more than {} others, one behind the other",
+                                             path_.front(), deepestGroup - 1));
       }
       auto const first = ways_.size();
       path_.push_back(entry.child);
@@ -67,8 +66,7 @@ class Finder {
    // Ways that end in a group without any count as well: they take time.
    void count() {
       if (++found_ > mostWays) {
-         throw unsupported_error(
-            fmt::format("nexthop group {} has more than {} ways out", path_.front(), mostWays));
+         throw unsupported_error(fmt::format("nexthop group {} has more than {} ways out", path_.front(), mostWays));
       }
    }
 
