@@ -136,10 +136,10 @@ class Lab:
         host.ip(f"route add default via 10.0.{number}.1")
         host.ip(f"route add default via 2001:db8:{number}::1")
 
-    def start(self):
-        """The agent, in the switch's namespace; it serves when this returns."""
+    def start(self, through=()):
+        """The agent, in the switch's namespace, run by that command; it serves when this returns."""
         self.agent = Agent(self.programs[0], self.folder, "--switch-dataplane", "linux", *self.options,
-                           through=self.switch.command())
+                           through=self.switch.command(*through))
         self.velmctl("init")
 
     def velmctl(self, *words, check=True, text=None):
