@@ -1,9 +1,10 @@
 """Packets through a switch that is programmed by a client, judged by Scapy and by the kernels of the hosts."""
-from scapy.all import GRE, ICMP, IP, UDP, Dot1Q, Ether, ICMPv6DestUnreach, ICMPv6PacketTooBig, ICMPv6TimeExceeded, IPv6, Raw
+from scapy.all import (GRE, ICMP, IP, UDP, Ether, ICMPv6DestUnreach, ICMPv6PacketTooBig, ICMPv6TimeExceeded, IPv6,
+                       Raw)
 from scapy.contrib.mpls import MPLS
 
 from support.agent import eventually
-from traffic import FAR4, FAR6, TrafficTest, is_error, main, setUpModule  # pylint: disable=unused-import
+from traffic import FAR4, TrafficTest, is_error, main, setUpModule  # pylint: disable=unused-import
 
 
 class ForwardingTest(TrafficTest):
@@ -52,7 +53,8 @@ class ForwardingTest(TrafficTest):
         self.route("198.51.100.0/24", "moving")
         for number in (3, 2, 3, 2):
             self.lab.velmctl("nhg", "add", "moving", f"10.0.{number}.2@Ethernet{number}")
-            self.passes(self.frame4() / self.payload(), number, self.out(number) / self.frame4(ttl=63)[IP] / self.payload())
+            self.passes(self.frame4() / self.payload(), number,
+                        self.out(number) / self.frame4(ttl=63)[IP] / self.payload())
 
     def test_the_longest_prefix_holds_and_what_is_behind_it_when_it_goes(self):
         self.group("two", "10.0.2.2@Ethernet2")

@@ -20,7 +20,8 @@ class Model:
 
     def ways(self, address):
         """None if it is dropped."""
-        for network in (ipaddress.ip_network((address, bits), strict=False) for bits in range(address.max_prefixlen, -1, -1)):
+        for bits in range(address.max_prefixlen, -1, -1):
+            network = ipaddress.ip_network((address, bits), strict=False)
             vias = {preference: name for preference, name in self.routes.get(network, {}).items() if name}
             if vias:
                 return self.groups.get(vias[min(vias)])
@@ -38,7 +39,7 @@ class ModelTest(TrafficTest):
         where = self.random
         if where.random() < 0.5:
             base, bits = int(ipaddress.ip_address("198.18.0.0")), where.choice((0, 15, *range(16, 33)))
-            value = base | where.choice((0x1111, 0x1200, 0x8001)) ^ where.getrandbits(17) & where.getrandbits(17) & 7 << where.randrange(15)
+            value = base | where.choice((0x1111, 0x1200, 0x8001)) ^ (where.getrandbits(3) << where.randrange(15))
             return ipaddress.ip_network((value, bits), strict=False)
         base, bits = int(ipaddress.ip_address("2001:db8:100::")), where.choice((0, 48, *range(41, 129)))
         value = base | where.choice((0, 0x1234 << 64, 0xffff)) ^ 1 << where.randrange(88)
@@ -56,8 +57,8 @@ class ModelTest(TrafficTest):
         names = self.random.sample([f"g{index}" for index in range(12)], 4)
         forms = []
         for name in names[1:]:
-            ways = {(self.random.choice((2, 3)), tuple(self.random.sample(range(16, 99), self.random.choice((0, 1, 3)))))
-                    for _ in range(self.random.randint(1, 3))}
+            stack = lambda: tuple(self.random.sample(range(16, 99), self.random.choice((0, 1, 3))))
+            ways = {(self.random.choice((2, 3)), stack()) for _ in range(self.random.randint(1, 3))}
             self.model.groups[name] = ways
             forms.append({"nexthop_group": self.form(name, *[self.entry(number, *labels) for number, labels in ways])})
         self.lab.call(GROUPS + "set", requests=forms)

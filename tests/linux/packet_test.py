@@ -49,7 +49,8 @@ class PacketTest(TrafficTest):
         self.group("both", "10.0.2.2@Ethernet2", "10.0.3.2@Ethernet3")
         self.route("198.51.100.0/24", "both")
         for port in range(8):
-            pieces = fragment(self.frame4(tos=3) / UDP(sport=port, dport=7, chksum=0x1234) / Raw(b"y" * 90), fragsize=40)
+            whole = self.frame4(tos=3) / UDP(sport=port, dport=7, chksum=0x1234) / Raw(b"y" * 90)
+            pieces = fragment(whole, fragsize=40)
             self.assertEqual(len(pieces), 3)
             for piece in pieces:
                 self.wires[1].send(piece)

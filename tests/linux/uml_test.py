@@ -1,0 +1,79 @@
+"""The whole on a kernel of another kind: Linux 6.1 in user mode, on this machine's file system. It has no JIT, so its
+verifier asks more of the program; and it is another machine to forward on."""
+import glob
+import os
+import shlex
+import subprocess
+import sys
+import tempfile
+import unittest
+
+import lab as labs
+
+LINUX = "/usr/bin/linux.uml"
+SECONDS = 120
+HERE = os.path.dirname(os.path.abspath(__file__))
+MODULES = ("ipv6", "veth")
+TESTS = ("test_hosts_reach_each_other", "test_labels_are_pushed", "test_errors_are_told", "test_tunnels_are_written",
+         "test_tcp_and_traceroute_pass")
+
+
+def with_needs(folder, name, done):
+    """Files of a module and of what it needs, each after what it needs."""
+    with open(f"{folder}/modules.dep", encoding="ascii") as file:
+        needs = dict(line.rstrip("\n").split(":") for line in file)
+    wanted = next(path for path in needs if os.path.basename(path) == f"{name}.ko")
+    for path in [*reversed(needs[wanted].split()), wanted]:
+        if path not in done:
+            done.append(path)
+
+
+def init_script():
+    """What runs there as the first process."""
+    folder = max(glob.glob("/usr/lib/uml/modules/6.1.*"))
+    modules = []
+    for name in MODULES:
+        with_needs(folder, name, modules)
+    load = "import ctypes, os, sys\nfor path in sys.argv[1:]:\n" \
+           "    ctypes.CDLL(None).syscall(313, os.open(path, os.O_RDONLY), b'', 0)"  # finit_module
+    python = "/usr/bin/python3"
+    return "\n".join((
+        "#!/bin/sh", "mount -t proc proc /proc", "mount -t sysfs sysfs /sys",
+        "mount -t tmpfs tmpfs /run", "export TMPDIR=/run",
+        "export PATH=/usr/sbin:/usr/bin:/sbin:/bin", f"export PYTHONPATH={shlex.quote(os.path.dirname(HERE))}",
+        "export PYTHONDONTWRITEBYTECODE=1 VELM_LINUX_TESTS=required", f"cd {shlex.quote(HERE)}",
+        shlex.join([python, "-c", load, *[f"{folder}/{module}" for module in modules]]),
+        "uname -r",
+        shlex.join([python, "forwarding_test.py", *map(os.path.abspath, sys.argv[1:3]),
+                    *[f"ForwardingTest.{test}" for test in TESTS]]) + " 2>&1 && echo all is well",
+        "echo o > /proc/sysrq-trigger", "sleep 60", ""))
+
+
+class OtherKernelTest(unittest.TestCase):
+    def test_the_switch_forwards_there(self):
+        if not os.access(LINUX, os.X_OK):
+            if labs.required():
+                self.fail(f"{LINUX} is missing: Debian's package user-mode-linux")
+            self.skipTest(f"{LINUX} is missing")
+        with tempfile.TemporaryDirectory(dir="/var/tmp") as folder:
+            init = f"{folder}/init"
+            with open(init, "w", encoding="utf-8") as file:
+                file.write(init_script())
+            os.chmod(init, 0o755)
+            environment = {**os.environ, "TMPDIR": folder, "HOME": folder}
+            process = subprocess.Popen(
+                [LINUX, "mem=1500M", "root=/dev/root", "rootfstype=hostfs", "rootflags=/", "rw", "quiet",
+                 f"init={init}", "con=null", "con0=null,fd:1", f"uml_dir={folder}"],
+                stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, env=environment,
+                start_new_session=True)
+            try:
+                said = process.communicate(timeout=SECONDS)[0].decode(errors="replace")
+            except subprocess.TimeoutExpired:
+                os.killpg(process.pid, 9)
+                said = process.communicate()[0].decode(errors="replace") + "\nand did not end"
+        self.assertRegex(said, r"(?m)^6\.1\.")
+        self.assertIn("all is well", said, said)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1], verbosity=2)
