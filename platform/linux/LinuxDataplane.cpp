@@ -88,7 +88,8 @@ class LinuxDataplane final : public embedded::Dataplane {
       auto const [it, isNew] = routeCarriers_.try_emplace(vrf);
       if (isNew) {
          auto& routes = vrfs_.of(vrf).routes;
-         it->second = std::make_unique<RouteCarrier>(routes, leaves_, room_, [this](auto const& what) { warn(what); });
+         it->second =
+            std::make_unique<RouteCarrier>(vrf, routes, leaves_, room_, [this](auto const& what) { warn(what); });
       }
       return it->second.get();
    }
@@ -126,7 +127,7 @@ class LinuxDataplane final : public embedded::Dataplane {
    Groups::Callbacks groupCallbacks();
    Ports::Callbacks portCallbacks();
    Surroundings view() {
-      return {.intfTowards = [this](ip_addr_t const& address) { return connected_.towards(address); },
+      return {.intfTowards = [this](auto const& vrf, auto const& address) { return connected_.towards(vrf, address); },
               .addressOf = [this](intf_id_t intf, af_t af) { return connected_.addressOf(intf, af); }};
    }
    void demandNotStarted(intf_id_t intf) const;

@@ -26,7 +26,8 @@ std::uint32_t RouteCarrier::takeLeaf(ip_route_key_t const& key, IpRoute const& r
    auto const vias = row.vias.list(key);
    if (vias.empty()) return 0;
    auto const& first = vias.front();
-   return first.nexthop_group().empty() ? leaves_.takeVias(vias, lasting) : leaves_.takeGroup(first.nexthop_group());
+   return first.nexthop_group().empty() ? leaves_.takeVias(vrf_, vias, lasting)
+                                        : leaves_.takeGroup(first.nexthop_group());
 }
 
 Room RouteCarrier::prepare(ip_route_key_t const& key, IpRoute const* now, IpRoute const& next) {
@@ -90,7 +91,7 @@ void RouteCarrier::networksChanged() {
    for (auto const& [key, vias] : adrift_) {
       try {
          bool lasting = true;
-         auto const leaf = leaves_.takeVias(vias, lasting);
+         auto const leaf = leaves_.takeVias(vrf_, vias, lasting);
          if (room_.take()) {
             leafIs(key, leaf);
             room_.giveBack();

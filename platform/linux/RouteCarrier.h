@@ -22,8 +22,8 @@ class RouteCarrier : public embedded::Carrier<ip_route_key_t, embedded::IpRoute>
    /// Something could not be carried out that was not to be refused.
    using Warn = std::function<void(std::string const&)>;
 
-   RouteCarrier(VrfRoutes& routes, Leaves& leaves, RouteRoom& room, Warn warn)
-      : routes_(routes), leaves_(leaves), room_(room), warn_(std::move(warn)) {}
+   RouteCarrier(std::string vrf, VrfRoutes& routes, Leaves& leaves, RouteRoom& room, Warn warn)
+      : vrf_(std::move(vrf)), routes_(routes), leaves_(leaves), room_(room), warn_(std::move(warn)) {}
 
    embedded::Room prepare(ip_route_key_t const& key, embedded::IpRoute const* now,
                           embedded::IpRoute const& next) override;
@@ -42,6 +42,7 @@ class RouteCarrier : public embedded::Carrier<ip_route_key_t, embedded::IpRoute>
    embedded::Room roomAfterPurge(ip_route_key_t const& key, embedded::IpRoute const& row);
    void leafIs(ip_route_key_t const& key, std::uint32_t leaf);
 
+   std::string const vrf_;
    VrfRoutes& routes_;
    Leaves& leaves_;
    RouteRoom& room_;

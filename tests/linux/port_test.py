@@ -45,7 +45,7 @@ class PortTest(TrafficTest):
         self.lab.call("IpRouteMgrService.ip_route_via_set", via={"route_key": key, "nexthop_group": "red"},
                       vrf_name="red")
         self.assertEqual(set(self.flows(5).values()), {(2, ())})
-        self.lab.hosts[4].ip("addr add 198.51.100.7/32 dev lo")
+        self.lab.hosts[4].ip("addr replace 198.51.100.7/32 dev lo")
         self.lab.hosts[3].run("ping", "-c", "2", "-i", "0.2", "-W", "5", FAR4)
         for far in ("10.0.4.2", "2001:db8:4::2"):
             self.lab.hosts[3].run("ping", "-c", "2", "-i", "0.2", "-W", "5", far)
@@ -55,6 +55,22 @@ class PortTest(TrafficTest):
         self.lab.call("IpRouteMgrService.ip_route_del", key=key, vrf_name="red")
         self.assertIn("100% packet loss", self.lab.hosts[3].run("ping", "-c", "2", "-i", "0.2", "-W", "1", FAR4,
                                                                 check=False))
+
+    def test_a_hop_is_sought_in_the_vrf_of_its_route(self):
+        key = {"prefix": "198.51.100.0/24", "preference": 1}
+        for number, vrf in ((4, "red"), (2, "")):
+            self.lab.switch.ip(f"addr add 10.9.0.1/24 dev Ethernet{number}")
+            self.lab.hosts[number].ip("addr add 10.9.0.2/24 dev eth0")
+            eventually(lambda: "10.9.0.1/24" in self.shown(f"Ethernet{number}")["ip_addrs"], "the address is seen")
+            self.lab.call("IpRouteMgrService.ip_route_set", ip_route={"key": key}, vrf_name=vrf)
+            self.lab.call("IpRouteMgrService.ip_route_via_set", via={"route_key": key, "hop": "10.9.0.2"},
+                          vrf_name=vrf)
+            self.addCleanup(lambda vrf=vrf: self.lab.call("IpRouteMgrService.ip_route_del", key=key, vrf_name=vrf))
+        self.lab.hosts[4].ip("addr replace 198.51.100.7/32 dev lo")
+        eventually(lambda: self.lab.hosts[3].run("ping", "-c", "1", "-W", "1", FAR4, check=False).count(" 0% packet"),
+                   "the way in VRF red")
+        eventually(lambda: self.flows(3, within=1), "the hop is resolved")
+        self.assertEqual(set(self.flows(3).values()), {(2, ())})
 
     def test_a_vrf_cannot_change_under_way(self):
         for line in ("vrf green", "device other"):

@@ -115,9 +115,10 @@ void Connected::dropHost(std::string const& vrf, intf_id_t intf, ip_addr_t const
    hosts_.erase(found);
 }
 
-intf_id_t Connected::towards(ip_addr_t const& address) const {
+intf_id_t Connected::towards(std::string const& vrf, ip_addr_t const& address) const {
    std::pair<int, intf_id_t> best{-1, {}};
    for (auto const& [intf, port] : ports_) {
+      if (port.vrf != vrf) continue;
       for (auto const& network : port.addresses) {
          if (network.mask_length() > best.first && isIn(address, network)) best = {network.mask_length(), intf};
       }

@@ -39,8 +39,8 @@ class Connected {
    /// The kernel has resolved the host, or does not know it any more.
    void hostIs(intf_id_t intf, ip_addr_t const& address, bool resolved);
 
-   /// The interface on whose networks the address lies, by the longest of them; none if there is none.
-   intf_id_t towards(ip_addr_t const& address) const;
+   /// The interface of the VRF on whose networks the address lies, by the longest of them; none if there is none.
+   intf_id_t towards(std::string const& vrf, ip_addr_t const& address) const;
    /// An address of the interface, of the family; null if it has none.
    ip_addr_t addressOf(intf_id_t intf, af_t af) const;
 

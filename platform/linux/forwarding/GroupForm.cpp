@@ -38,7 +38,7 @@ class Reader {
          return form;
       }
       if (entry.nexthop().af() == af_t::none) refuse<unsupported_error>(index, "it names no address");
-      auto const intf = entry.intf() == intf_id_t() ? surroundings_.intfTowards(entry.nexthop()) : entry.intf();
+      auto const intf = entry.intf() == intf_id_t() ? surroundings_.intfTowards({}, entry.nexthop()) : entry.intf();
       form.neighbour = {intf, entry.nexthop()};
       if (tunnels()) {
          addOuter(index, form.form);

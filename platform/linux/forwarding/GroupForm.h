@@ -20,15 +20,16 @@ struct EntryForm {
 
 /// What of the machine the reading of a group asks for.
 struct Surroundings {
-   /// The interface on whose networks the address lies; none if there is none.
-   std::function<intf_id_t(ip_addr_t const&)> intfTowards;
+   /// The interface of the VRF on whose networks the address lies; none if there is none.
+   std::function<intf_id_t(std::string const& vrf, ip_addr_t const&)> intfTowards;
    /// An address of the interface, of the family; null if it has none.
    std::function<ip_addr_t(intf_id_t, af_t)> addressOf;
 };
 
-/// The entries of a group, without those that lead nowhere now: by an address alone that lies on no network of the
-/// switch. `complete`, if given, is set false if there were such. Throws unsupported_error for what the dataplane
-/// cannot do, configuration_error for what contradicts itself, each with the group's name and the entry.
+/// The entries of a group; addresses alone are those of the default VRF. Without those that lead nowhere now: by an
+/// address alone that lies on no network of the switch. `complete`, if given, is set false if there were such. Throws
+/// unsupported_error for what the dataplane cannot do, configuration_error for what contradicts itself, each with the
+/// group's name and the entry.
 std::vector<EntryForm> entriesOf(nexthop_group_t const& group, Surroundings const& surroundings, bool& complete);
 
 }  // namespace velm::machine

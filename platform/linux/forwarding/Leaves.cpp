@@ -29,13 +29,13 @@ Exits::Id Leaves::takeExit(ip_route_via_t const& via, intf_id_t intf) {
    return exits_.take({intf, via.hop()}, std::move(form));
 }
 
-std::vector<Member> Leaves::takeMembers(std::span<ip_route_via_t const> vias, bool& lasting) {
+std::vector<Member> Leaves::takeMembers(std::string const& vrf, std::span<ip_route_via_t const> vias, bool& lasting) {
    std::vector<Member> members;
    try {
       for (auto const& via : vias) {
          demandPlain(via);
          auto const named = via.intf() != intf_id_t();
-         auto const intf = named ? via.intf() : surroundings_.intfTowards(via.hop());
+         auto const intf = named ? via.intf() : surroundings_.intfTowards(vrf, via.hop());
          lasting = lasting && named;
          if (intf != intf_id_t()) members.push_back({takeExit(via, intf), 1});
       }
@@ -46,8 +46,8 @@ std::vector<Member> Leaves::takeMembers(std::span<ip_route_via_t const> vias, bo
    return members;
 }
 
-std::uint32_t Leaves::takeVias(std::span<ip_route_via_t const> vias, bool& lasting) {
-   auto members = takeMembers(vias, lasting);
+std::uint32_t Leaves::takeVias(std::string const& vrf, std::span<ip_route_via_t const> vias, bool& lasting) {
+   auto members = takeMembers(vrf, vias, lasting);
    if (members.empty()) return 0;
    if (members.size() == 1) return leaf_word(LEAF_EXIT, members.front().exit);
    return leaf_word(LEAF_GROUP, groups_.takeWays(std::move(members)));
