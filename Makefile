@@ -5,7 +5,8 @@ JOBS  ?= $(shell nproc)
 CMAKE_FLAGS ?=
 LISTEN ?= 127.0.0.1:9543
 
-.PHONY: all setup setup-package setup-bench setup-coverage setup-fuzz setup-linux-tests configure build demo run test \
+.PHONY: all setup setup-package setup-bench setup-coverage setup-fuzz setup-linux-tests setup-demo-linux configure build \
+  demo demo-linux run test \
   bench package package-test format format-check lint sanitize sanitize-thread storm chaos storm-sanitize \
   storm-sanitize-thread soak coverage fuzz clean
 
@@ -14,7 +15,7 @@ all: build
 setup:
 	@scripts/setup.sh
 
-setup-package setup-bench setup-coverage setup-fuzz setup-linux-tests: setup-%:
+setup-package setup-bench setup-coverage setup-fuzz setup-linux-tests setup-demo-linux: setup-%:
 	@scripts/setup.sh $*
 
 configure: setup
@@ -28,6 +29,10 @@ build: configure
 demo: configure  ## a controller against the agent, played to the end
 	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc demo
 	@$(BUILD)/clients/demo/demo $(BUILD)/agent/VelmSdkRpc
+
+demo-linux: setup-demo-linux configure  ## packets through the switch in a lab of network namespaces; needs root
+	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc velmctl
+	@clients/demo/linux.py $(BUILD)/agent/VelmSdkRpc $(BUILD)/clients/velmctl/velmctl
 
 run: configure  ## the agent, until it is interrupted
 	@ninja -C $(BUILD) -j $(JOBS) --quiet VelmSdkRpc

@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages that the project needs and the machine lacks. Quiet when there is nothing to do. What only
-# some targets need comes with their names: `package`, `clean-debian`, `bench`, `coverage`, `fuzz`, `linux-tests`.
+# some targets need comes with their names: `package`, `clean-debian`, `bench`, `coverage`, `fuzz`, `linux-tests`,
+# `demo-linux`.
 set -euo pipefail
 
 packages=(
@@ -19,6 +20,7 @@ for purpose in "$@"; do
     bench) packages+=(python3-matplotlib) ;;
     fuzz) packages+=(libclang-rt-16-dev llvm) ;;
     linux-tests) packages+=(iproute2 ethtool iputils-ping traceroute python3-scapy user-mode-linux) ;;
+    demo-linux) packages+=(iproute2 ethtool iputils-ping traceroute tcpdump python3-scapy) ;;
     coverage) packages+=(gcovr) ;;
     clean-debian) packages+=(mmdebstrap) ;;
     *) echo "setup: nothing is known of $purpose" >&2; exit 2 ;;
