@@ -3,9 +3,10 @@
 //    host 1 --probe--> switch --> host 2        the group moves from one host to the other, time and again;
 //                        `------> host 3        then it has both, and the link of host 3 goes and comes back
 //
-// Of a replacement it is told which packets were sent after the answer, and where they went. Of a link's loss it is
-// told between which two packets, the first and the last that were lost, flows were without a way: that is the same
-// whenever the link is taken to have gone.
+// Of a replacement it is told which packets were sent after the answer, and where they went; the clock begins with the
+// first of them, as the probe may have to wait for a processor. Of a link's loss it is told between which two packets,
+// the first and the last that were lost, flows were without a way: that is the same whenever the link is taken to have
+// gone.
 
 #include <fmt/format.h>
 
@@ -64,7 +65,10 @@ std::vector<Probe::Packet> gather(Probe& probe, Enough const& enough) {
    for (auto const deadline = Clock::now() + patience; Clock::now() < deadline;) {
       auto const more = probe.take();
       all.insert(all.end(), more.begin(), more.end());
-      if (enough(all)) return all;
+      if (enough(all)) {
+         std::ranges::sort(all, {}, &Probe::Packet::number);  // the hosts are asked one after the other
+         return all;
+      }
       std::this_thread::sleep_for(1ms);
    }
    throw std::runtime_error("the probe's packets do not come where they should");
@@ -72,7 +76,7 @@ std::vector<Probe::Packet> gather(Probe& probe, Enough const& enough) {
 
 struct Replacements {
    Times call;            // from the call to its answer
-   Times follow;          // from the answer to the first packet that has gone the new way
+   Times follow;          // from the first packet sent after the answer to the first that has come the new way
    std::size_t late = 0;  // packets sent after the answer that went the old way
 };
 
@@ -90,10 +94,11 @@ Replacements replaceTimeAndAgain(Server const& agent, Probe& probe, std::size_t 
          return std::ranges::count_if(all, [&](auto const& packet) { return packet.sent > answered; }) >=
                 std::ptrdiff_t{behind};
       });
+      auto const after = std::ranges::find_if(packets, [&](auto const& packet) { return packet.sent > answered; });
       auto const first = std::ranges::find(packets, to, &Probe::Packet::host);
       if (first == packets.end()) throw std::runtime_error("a replaced group does not lead the new way");
       times.call.push_back(Milliseconds(answered - called).count());
-      times.follow.push_back(std::max(0.0, Milliseconds(first->arrived - answered).count()));
+      times.follow.push_back(std::max(0.0, Milliseconds(first->arrived - after->sent).count()));
       times.late += static_cast<std::size_t>(std::ranges::count_if(
          packets, [&](auto const& packet) { return packet.sent > answered && packet.host != to; }));
    }
@@ -168,7 +173,7 @@ Report run(Options const& options) {
       Probe probe(lab, {.destination = far, .listening = {2, 3}});
       auto const times = replaceTimeAndAgain(agent, probe, options.replacements);
       addLatency(report, "the call that replaces a group", {times.call}, {}, {});
-      addLatency(report, "from its answer to a packet the new way", {times.follow}, {}, {.most = mostAfterAnswer});
+      addLatency(report, "from the next packet to one the new way", {times.follow}, {}, {.most = mostAfterAnswer});
       report.row({.what = "packets sent after an answer that went the old way",
                   .figure = static_cast<double>(times.late),
                   .unit = "packets",

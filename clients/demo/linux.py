@@ -48,8 +48,8 @@ class Stage:
 
     def started(self, number, *words):
         """A command that goes on meanwhile; communicate() waits for its end."""
-        return subprocess.Popen(self.lab.hosts[number].command(*words), stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                                text=True)
+        return subprocess.Popen(self.lab.hosts[number].command(*words), text=True,
+                                stdout=subprocess.PIPE, stderr=subprocess.STDOUT)
 
     def velmctl(self, *words):
         done = subprocess.run([self.lab.programs[1], "--address", self.lab.agent.address, *words], text=True,
@@ -105,8 +105,8 @@ def labels(stage):
 
 def move(stage):
     chapter(2, "Nothing is lost")
-    say("""A neighbour that a group names is kept known, so that packets can go there at once. Two groups see to that here,
-        whatever becomes of the first. Then host 1 sends a packet every two milliseconds, and meanwhile a controller
+    say("""A neighbour that a group names is kept known, so that packets can go there at once. Two groups see to that
+        here, whatever becomes of the first. Then host 1 sends a packet every two milliseconds, and meanwhile a controller
         replaces the group a hundred times: by a way to host 3, to host 2, and so on.""")
     for number in (2, 3):
         stage.velmctl("nhg", "add", f"to-host{number}", f"10.0.{number}.2@Ethernet{number}")
