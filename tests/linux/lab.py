@@ -84,6 +84,11 @@ class Wire:
             return None
         return None if where[2] == socket.PACKET_OUTGOING else data
 
+    def drain(self):
+        """Forgets what has come in so far."""
+        while select.select([self.socket], [], [], 0)[0]:
+            self.read()
+
     def receive(self, wanted, within=DEADLINE):
         """The next frame, as Scapy reads it, for which wanted() holds; None if none comes in that time."""
         end = time.monotonic() + within
@@ -117,7 +122,8 @@ class Lab:
         """Connects host number to Ethernet<number>."""
         host = self.hosts.setdefault(number, Namespace())
         # Devices of two ends with one index are told of carriers a second late.
-        self.switch.ip(f"link add Ethernet{number} index {index or 1000 + number} type veth peer name eth0 netns {host.path}")
+        self.switch.ip(f"link add Ethernet{number} index {index or 1000 + number} type veth "
+                       f"peer name eth0 netns {host.path}")
         host.run("ethtool", "-K", "eth0", "tx", "off", "txvlan", "off", "gro", "on")
         host.sysctl("ipv6/conf/eth0/accept_dad", 0)
         self.switch.sysctl(f"ipv6/conf/Ethernet{number}/accept_dad", 0)

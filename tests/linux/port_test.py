@@ -1,6 +1,7 @@
 """The machine's devices as interfaces: what clients and `ip` do to them, VRFs, names, counters."""
 import json
 
+from lab import Wire
 from support.agent import eventually
 from traffic import FAR4, TrafficTest, main, setUpModule  # pylint: disable=unused-import
 
@@ -118,6 +119,49 @@ class PortTest(TrafficTest):
                                          (1, "out_ucast_pkts", 300), (1, "out_octets", 300 * 59)):
             with self.subTest(counter):
                 self.assertAlmostEqual(after[place][counter] - before[place][counter], expected, delta=expected // 15)
+
+    def add(self, namespace, line):
+        """A device that not every kernel has."""
+        try:
+            namespace.ip(f"link add {line}")
+        except AssertionError as error:
+            self.skipTest(str(error))
+
+    def test_a_vlan_is_an_interface(self):
+        switch, host = self.lab.switch, self.lab.hosts[2]
+        self.add(switch, "link Ethernet2 name Vlan10 type vlan id 10")
+        self.addCleanup(lambda: switch.ip("link del Vlan10"))
+        switch.ip("addr add 10.10.0.1/24 dev Vlan10")
+        switch.ip("link set Vlan10 up")
+        host.ip("link add link eth0 name vlan10 type vlan id 10")
+        host.ip("addr add 10.10.0.2/24 dev vlan10")
+        host.ip("link set vlan10 up")
+        host.ip("route add 10.0.1.0/24 via 10.10.0.1")
+        self.group("tagged", "10.10.0.2@Vlan10,push=55")
+        self.assertEqual(self.lab.show()["interfaces"]["Vlan10"]["mode"], "native")
+        host.run("ping", "-c", "2", "-i", "0.2", "-W", "5", "10.0.1.2")
+        self.route("198.51.100.0/24", "tagged")
+        untagged, self.wires[2] = self.wires[2], Wire(host, "vlan10")
+        self.addCleanup(lambda: self.wires.update({2: untagged}))
+        self.addCleanup(self.wires[2].socket.close)
+        self.assertEqual(self.flows(5), {number: (2, (55,)) for number in range(5)})
+
+    def test_a_vrf_device_places_its_members(self):
+        switch = self.lab.switch
+        self.add(switch, "green type vrf table 10")
+        self.addCleanup(lambda: switch.ip("link del green"))
+        switch.ip("link set green up")
+        key = {"prefix": "198.51.100.0/24", "preference": 1}
+        self.group("placed", "10.0.2.2@Ethernet2")
+        self.lab.call("IpRouteMgrService.ip_route_set", ip_route={"key": key}, vrf_name="green")
+        self.lab.call("IpRouteMgrService.ip_route_via_set", via={"route_key": key, "nexthop_group": "placed"},
+                      vrf_name="green")
+        self.assertEqual(self.flows(3, within=0.3), {})
+        switch.ip("link set Ethernet1 master green")
+        eventually(lambda: self.flows(3, within=0.3), "Ethernet1 is in VRF green")
+        switch.ip("link set Ethernet1 nomaster")
+        switch.ip("addr add 2001:db8:1::1/64 dev Ethernet1 nodad")
+        eventually(lambda: not self.flows(3, within=0.3), "Ethernet1 is in the default VRF")
 
     def test_a_device_may_come_and_go_by_renaming(self):
         self.group("renamed", "10.0.2.2@Ethernet2")

@@ -137,6 +137,8 @@ class TrafficTest(unittest.TestCase):
     def trace(self, packets, within=DEADLINE, expected=None):
         """Sends probes by their numbers, and tells of each (host, labels) where it came out, once as many as are
         expected have, or the time is up; what was dropped is not there. One that comes twice fails."""
+        for wire in self.wires.values():
+            wire.drain()
         ethernet = self.ethernet()
         came = {}
         left = list(packets.items())
