@@ -15,8 +15,16 @@ class Model:
     """What clients have programmed, and where a packet for an address may come out."""
 
     def __init__(self):
-        self.groups = {}  # name: the ways out
+        self.groups = {}  # name: its entries, each with its labels a host's number or the name of another group
         self.routes = {}  # network: {preference: a group's name, or None for a route without a via}
+
+    def ways_of(self, group):
+        """Hosts and labels; the labels of a group within another are the outer ones."""
+        ways = set()
+        for into, labels in self.groups.get(group, ()):
+            ways |= {(into, labels)} if isinstance(into, int) else {
+                (number, (*outer, *labels)) for number, outer in self.ways_of(into)}
+        return ways
 
     def ways(self, address):
         """None if it is dropped."""
@@ -24,7 +32,7 @@ class Model:
             network = ipaddress.ip_network((address, bits), strict=False)
             vias = {preference: name for preference, name in self.routes.get(network, {}).items() if name}
             if vias:
-                return self.groups.get(vias[min(vias)])
+                return self.ways_of(vias[min(vias)]) or None
         return None
 
 
@@ -58,9 +66,13 @@ class ModelTest(TrafficTest):
         forms = []
         for name in names[1:]:
             stack = lambda: tuple(self.random.sample(range(16, 99), self.random.choice((0, 1, 3))))
-            ways = {(self.random.choice((2, 3)), stack()) for _ in range(self.random.randint(1, 3))}
-            self.model.groups[name] = ways
-            forms.append({"nexthop_group": self.form(name, *[self.entry(number, *labels) for number, labels in ways])})
+            # Through others of smaller numbers, so that none comes back to itself.
+            others = [f"g{index}" for index in range(min(4, int(name[1:])))]
+            entries = [(self.random.choice([2, 3, *others]), stack()) for _ in range(self.random.randint(1, 3))]
+            self.model.groups[name] = entries
+            forms.append({"nexthop_group": self.form(name, *[
+                self.entry(into, *labels) if isinstance(into, int) else
+                {"child_nexthop_group": into, **self.pushing(*labels)} for into, labels in entries])})
         self.lab.call(GROUPS + "set", requests=forms)
         self.model.groups.pop(names[0], None)
         self.lab.call(GROUPS + "del", requests=[{"name": names[0]}])
