@@ -18,6 +18,7 @@
 #include "platform/linux/RouteCarrier.h"
 #include "platform/linux/RouteRoom.h"
 #include "platform/linux/Show.h"
+#include "platform/linux/Sizes.h"
 #include "platform/linux/grace/GracePeriods.h"
 #include "platform/linux/grace/KernelGrace.h"
 #include "platform/linux/netlink/NeighbourRequests.h"
@@ -43,21 +44,6 @@ using embedded::Carrier;
 std::uint64_t randomSeed() {
    std::random_device device;
    return std::uint64_t{device()} << 32 | device();
-}
-
-Sizes sizesFor(embedded::DataplaneCapacity const& capacity) {
-   // What a route takes at most where a million of them lie at random, and a quarter for what waits for its grace
-   // period.
-   constexpr std::size_t ipv4Route = 80;
-   constexpr std::size_t ipv6Route = 200;
-   constexpr std::size_t least = 8 << 20;
-   auto const nodes = capacity.ipv4Routes * ipv4Route + capacity.ipv6Routes * ipv6Route + least;
-   // Index 0 is nobody's. Groups of a few members are the rule; one of 65,536 has a quarter of these buckets.
-   return {.trieBytes = trie::Memory::bytesFor(Vrfs::tables, nodes),
-           .groups = capacity.groups + 1,
-           .buckets = 1U << 21,
-           .exits = 1U << 16,
-           .hops = 1U << 14};
 }
 
 class LinuxDataplane final : public embedded::Dataplane {
@@ -119,7 +105,7 @@ class LinuxDataplane final : public embedded::Dataplane {
    void vrfIs(intf_id_t intf, std::string const& vrf) override;
 
    void start() override;
-   void stop() override { ports_.reset(); }
+   void stop() override;
    std::string describe() const override;
 
  private:
@@ -279,6 +265,12 @@ void LinuxDataplane::start() {
    }
    starting_ = false;
    outside_.loop.watch(ports_->machine().fd(), [this] { follow(); });
+}
+
+// The kernel is not to go on asking for neighbours that nobody needs any more.
+void LinuxDataplane::stop() {
+   hops_.eachWanted([this](Hops::Key const& neighbour) { letGo(neighbour); });
+   ports_.reset();
 }
 
 std::string LinuxDataplane::describe() const {

@@ -6,20 +6,12 @@
 #include <span>
 #include <string>
 
+#include "platform/linux/Sizes.h"
 #include "platform/linux/bpf/Layout.h"
 
 struct bpf_link;
 
 namespace velm::machine {
-
-/// How many rows the shared arrays have. All is allocated when the program is loaded.
-struct Sizes {
-   std::size_t trieBytes = 0;
-   std::uint32_t groups = 0;
-   std::uint32_t buckets = 0;
-   std::uint32_t exits = 0;
-   std::uint32_t hops = 0;
-};
 
 /// The shared arrays, which live as long as their Program.
 struct SharedArrays {
