@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <functional>
 #include <map>
 #include <random>
 #include <set>
@@ -41,16 +42,11 @@ namespace {
 
 using embedded::Carrier;
 
-std::uint64_t randomSeed() {
-   std::random_device device;
-   return std::uint64_t{device()} << 32 | device();
-}
-
 class LinuxDataplane final : public embedded::Dataplane {
  public:
    LinuxDataplane(embedded::DataplaneSurroundings const& surroundings, embedded::DataplaneCapacity const& capacity)
       : outside_(surroundings),
-        program_(sizesFor(capacity), randomSeed()),
+        program_(sizesFor(capacity), std::random_device()()),
         periods_([this] { grace_.wait(); }),
         gate_(periods_),
         memory_(program_.arrays().trie, Vrfs::tables, periods_),
@@ -59,25 +55,19 @@ class LinuxDataplane final : public embedded::Dataplane {
         hops_(program_.arrays().hops, periods_, hopCallbacks()),
         exits_(program_.arrays().exits, hops_, periods_),
         buckets_(program_.arrays().buckets, periods_),
-        connected_(
-           vrfs_, exits_, memory_,
-           {.networksChanged = [this] { networksChanged(); }, .left = [this](auto const& what) { warn(what); }}),
+        connected_(vrfs_, exits_, memory_, {.networksChanged = [this] { networksChanged(); }, .left = warning()}),
         groups_(program_.arrays().groups, exits_, buckets_, periods_, view(), groupCallbacks()),
         leaves_(groups_, exits_, view()),
-        groupCarrier_(groups_, [this](auto const& what) { warn(what); }),
+        groupCarrier_(groups_, warning()),
         policyMapCarrier_(outside_.loop, outside_.policyMaps),
         intfCarrier_([this] { return ports_.get(); }),
         ipIntfCarrier_([this] { return ports_.get(); }) {}
 
    Carrier<std::string, nexthop_group_t>* groups() override { return &groupCarrier_; }
    Carrier<ip_route_key_t, embedded::IpRoute>* routes(std::string const& vrf) override {
-      auto const [it, isNew] = routeCarriers_.try_emplace(vrf);
-      if (isNew) {
-         auto& routes = vrfs_.of(vrf).routes;
-         it->second =
-            std::make_unique<RouteCarrier>(vrf, routes, leaves_, room_, [this](auto const& what) { warn(what); });
-      }
-      return it->second.get();
+      if (auto const known = routeCarriers_.find(vrf); known != routeCarriers_.end()) return known->second.get();
+      auto made = std::make_unique<RouteCarrier>(vrf, vrfs_.of(vrf).routes, leaves_, room_, warning());
+      return routeCarriers_.emplace(vrf, std::move(made)).first->second.get();
    }
    Carrier<embedded::MplsRowKey, embedded::MplsRoute>* mplsRoutes() override { return &noMplsRoutes_; }
    Carrier<mpls_label_t, mpls_vrf_label_t>* vrfLabels() override { return &noVrfLabels_; }
@@ -91,11 +81,11 @@ class LinuxDataplane final : public embedded::Dataplane {
       if (auto const found = routeCarriers_.find(vrf); found != routeCarriers_.end()) found->second->prefetch(keys);
    }
    std::optional<embedded::IntfTraffic> traffic(intf_id_t intf) override {
-      auto const* const link = ports_ == nullptr ? nullptr : ports_->link(intf);
+      auto const* const link = linkOf(intf);
       return link == nullptr ? std::nullopt : std::optional(trafficOf(*ports_, *link));
    }
    std::string kernelName(intf_id_t intf) const override {
-      auto const* const link = ports_ == nullptr ? nullptr : ports_->link(intf);
+      auto const* const link = linkOf(intf);
       return link == nullptr ? std::string() : link->name;
    }
    intf_id_t intfOfKernelName(std::string const& name) const override {
@@ -116,6 +106,8 @@ class LinuxDataplane final : public embedded::Dataplane {
       return {.intfTowards = [this](auto const& vrf, auto const& address) { return connected_.towards(vrf, address); },
               .addressOf = [this](intf_id_t intf, af_t af) { return connected_.addressOf(intf, af); }};
    }
+   /// Null where there is none now.
+   netlink::Link const* linkOf(intf_id_t intf) const { return ports_ == nullptr ? nullptr : ports_->link(intf); }
    void demandNotStarted(intf_id_t intf) const;
    void networksChanged();
    void keepResolved(Hops::Key const& neighbour);
@@ -123,6 +115,9 @@ class LinuxDataplane final : public embedded::Dataplane {
    void follow();
    void warn(std::string const& what, std::source_location where = std::source_location::current()) const {
       Pesko::fmtrace(*tracer_, 0, where.file_name(), where.function_name(), where.line(), "LinuxDataplane", "{}", what);
+   }
+   std::function<void(std::string const&)> warning() {
+      return [this](std::string const& what) { warn(what); };
    }
    /// In start() reports are made at once, later by the loop.
    template <class Report>
@@ -208,7 +203,7 @@ Ports::Callbacks LinuxDataplane::portCallbacks() {
               [this](auto const& neighbour) {
                  if (hops_.wanted(neighbour)) keepResolved(neighbour);
               },
-           .warn = [this](auto const& what) { warn(what); }};
+           .warn = warning()};
 }
 
 void LinuxDataplane::demandNotStarted(intf_id_t intf) const {
@@ -237,7 +232,7 @@ void LinuxDataplane::networksChanged() {
 
 // While the link is down there is nothing to resolve; when it comes up its hops are wanted anew.
 void LinuxDataplane::keepResolved(Hops::Key const& neighbour) {
-   auto const* const link = ports_ == nullptr ? nullptr : ports_->link(neighbour.first);
+   auto const* const link = linkOf(neighbour.first);
    if (link == nullptr || !link->operational) return;
    try {
       netlink::NeighbourRequests(ports_->machine()).install(link->ifindex, neighbour.second);
@@ -247,7 +242,7 @@ void LinuxDataplane::keepResolved(Hops::Key const& neighbour) {
 }
 
 void LinuxDataplane::letGo(Hops::Key const& neighbour) {
-   auto const* const link = ports_ == nullptr ? nullptr : ports_->link(neighbour.first);
+   auto const* const link = linkOf(neighbour.first);
    if (link == nullptr) return;
    try {
       netlink::NeighbourRequests(ports_->machine()).remove(link->ifindex, neighbour.second);

@@ -87,12 +87,12 @@ void IpRouteMgr::storeIs(Store& store) {
 }
 
 IpRouteTable& IpRouteMgr::made(std::string const& vrf) {
-   auto const [it, isNew] = vrfs_.try_emplace(vrf);
-   if (isNew) {
-      it->second.carrierIs(dataplane_->routes(vrf));
-      if (store_ != nullptr) bindTable(it->second, *store_, vrf);
-   }
-   return it->second;
+   if (auto const it = vrfs_.find(vrf); it != vrfs_.end()) return it->second;
+   auto* const carrier = dataplane_->routes(vrf);  // may refuse one VRF more
+   auto& table = vrfs_[vrf];
+   table.carrierIs(carrier);
+   if (store_ != nullptr) bindTable(table, *store_, vrf);
+   return table;
 }
 
 IpRouteTable& IpRouteMgr::known(std::string const& vrf) { return const_cast<IpRouteTable&>(table(vrf)); }
