@@ -16,13 +16,13 @@
 #include "platform/linux/PolicyMapCarrier.h"
 #include "platform/linux/Ports.h"
 #include "platform/linux/Refusals.h"
+#include "platform/linux/Resolver.h"
 #include "platform/linux/RouteCarrier.h"
 #include "platform/linux/RouteRoom.h"
 #include "platform/linux/Show.h"
 #include "platform/linux/Sizes.h"
 #include "platform/linux/grace/GracePeriods.h"
 #include "platform/linux/grace/KernelGrace.h"
-#include "platform/linux/netlink/NeighbourRequests.h"
 #include "platform/pesko/Trace.h"
 #include "platform/switch/IntfCounterMgr.h"
 #include "platform/switch/MainLoop.h"
@@ -52,6 +52,9 @@ class LinuxDataplane final : public embedded::Dataplane {
         memory_(program_.arrays().trie, Vrfs::tables, periods_),
         room_(memory_, gate_),
         vrfs_(memory_, program_.arrays().vrfs),
+        resolver_(outside_.loop, {.ports = [this] { return ports_.get(); },
+                                  .wanted = [this](auto const& neighbour) { return hops_.wanted(neighbour); },
+                                  .warn = warning()}),
         hops_(program_.arrays().hops, periods_, hopCallbacks()),
         exits_(program_.arrays().exits, hops_, periods_),
         buckets_(program_.arrays().buckets, periods_),
@@ -110,8 +113,6 @@ class LinuxDataplane final : public embedded::Dataplane {
    netlink::Link const* linkOf(intf_id_t intf) const { return ports_ == nullptr ? nullptr : ports_->link(intf); }
    void demandNotStarted(intf_id_t intf) const;
    void networksChanged();
-   void keepResolved(Hops::Key const& neighbour);
-   void letGo(Hops::Key const& neighbour);
    void follow();
    void warn(std::string const& what, std::source_location where = std::source_location::current()) const {
       Pesko::fmtrace(*tracer_, 0, where.file_name(), where.function_name(), where.line(), "LinuxDataplane", "{}", what);
@@ -140,6 +141,7 @@ class LinuxDataplane final : public embedded::Dataplane {
    trie::Memory memory_;
    RouteRoom room_;
    Vrfs vrfs_;
+   Resolver resolver_;
    Hops hops_;
    Exits exits_;
    BucketPool buckets_;
@@ -160,8 +162,8 @@ class LinuxDataplane final : public embedded::Dataplane {
 };
 
 Hops::Callbacks LinuxDataplane::hopCallbacks() {
-   return {.wanted = [this](auto const& neighbour) { keepResolved(neighbour); },
-           .unwanted = [this](auto const& neighbour) { letGo(neighbour); },
+   return {.wanted = [this](auto const& neighbour) { resolver_.keep(neighbour); },
+           .unwanted = [this](auto const& neighbour) { resolver_.release(neighbour); },
            .macOf = [this](auto const& neighbour) { return ports_ ? ports_->macOf(neighbour) : eth_addr_t(); },
            .usableChanged = [this](auto hop) { groups_.hopChanged(hop); }};
 }
@@ -199,10 +201,7 @@ Ports::Callbacks LinuxDataplane::portCallbacks() {
                     addresses.addressesAre(intf, all);
                  });
               },
-           .forgotten =
-              [this](auto const& neighbour) {
-                 if (hops_.wanted(neighbour)) keepResolved(neighbour);
-              },
+           .forgotten = [this](auto const& neighbour) { resolver_.forgotten(neighbour); },
            .warn = warning()};
 }
 
@@ -230,27 +229,6 @@ void LinuxDataplane::networksChanged() {
    for (auto const& [vrf, carrier] : routeCarriers_) carrier->networksChanged();
 }
 
-// While the link is down there is nothing to resolve; when it comes up its hops are wanted anew.
-void LinuxDataplane::keepResolved(Hops::Key const& neighbour) {
-   auto const* const link = linkOf(neighbour.first);
-   if (link == nullptr || !link->operational) return;
-   try {
-      netlink::NeighbourRequests(ports_->machine()).install(link->ifindex, neighbour.second);
-   } catch (error const& e) {
-      warn(e.msg());
-   }
-}
-
-void LinuxDataplane::letGo(Hops::Key const& neighbour) {
-   auto const* const link = linkOf(neighbour.first);
-   if (link == nullptr) return;
-   try {
-      netlink::NeighbourRequests(ports_->machine()).remove(link->ifindex, neighbour.second);
-   } catch (error const& e) {
-      warn(e.msg());
-   }
-}
-
 void LinuxDataplane::start() {
    starting_ = true;
    ports_ = std::make_unique<Ports>(program_, hops_, connected_, vrfs_, settings_, portCallbacks());
@@ -262,9 +240,8 @@ void LinuxDataplane::start() {
    outside_.loop.watch(ports_->machine().fd(), [this] { follow(); });
 }
 
-// The kernel is not to go on asking for neighbours that nobody needs any more.
 void LinuxDataplane::stop() {
-   hops_.eachWanted([this](Hops::Key const& neighbour) { letGo(neighbour); });
+   resolver_.releaseAll();
    ports_.reset();
 }
 

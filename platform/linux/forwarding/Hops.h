@@ -60,13 +60,6 @@ class Hops {
    void want(Id id);
    void unwant(Id id);
 
-   /// Calls fn(key) for each neighbour that somebody wants kept resolved.
-   template <class Fn>
-   void eachWanted(Fn&& fn) const {
-      for (auto const& [key, hop] : hops_) {
-         if (hop.wanting > 0) fn(key);
-      }
-   }
    bool wanted(Key const& key) const {
       auto const found = hops_.find(key);
       return found != hops_.end() && found->second.wanting > 0;
