@@ -100,8 +100,8 @@ class Dataplane {
    // has rows. The dataplane keeps them for as long as it lives.
 
    virtual Carrier<std::string, nexthop_group_t>* groups() { return nullptr; }
-   /// A carrier for each VRF's table, asked for with the VRF's first route; "" is the default VRF. Throws velm::error if
-   /// there are too many VRFs.
+   /// A carrier for each VRF's table, asked for with the VRF's first route; "" is the default VRF. Throws velm::error
+   /// if there are too many VRFs.
    virtual Carrier<ip_route_key_t, IpRoute>* routes(std::string const& /*vrf*/) { return nullptr; }
    virtual Carrier<MplsRowKey, MplsRoute>* mplsRoutes() { return nullptr; }
    virtual Carrier<mpls_label_t, mpls_vrf_label_t>* vrfLabels() { return nullptr; }
