@@ -2,41 +2,18 @@
 
 #include <fmt/format.h>
 
-#include <cerrno>
 #include <chrono>
 #include <cstdlib>
-#include <fcntl.h>
-#include <sched.h>
 #include <stdexcept>
-#include <system_error>
 #include <thread>
-#include <unistd.h>
 
 #include "clients/support/Call.h"
 #include "proto/remote/nexthop_group.grpc.pb.h"
 #include "proto/velmsdk.grpc.pb.h"
 
-// A thread is in a namespace by itself, and a process that it starts begins there: so this program reaches every agent
-// by its Unix socket, whatever namespace that is in.
+// This program reaches every agent by its Unix socket, whatever namespace that is in.
 namespace VelmSdkRpc::Bench {
 namespace {
-
-int must(int result, char const* what) {
-   if (result < 0) throw std::system_error(errno, std::generic_category(), what);
-   return result;
-}
-
-int here() { return must(open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC), "the network namespace"); }
-
-int newNamespace() {
-   int const before = here();
-   int const failure = unshare(CLONE_NEWNET) == 0 ? 0 : errno;
-   int const made = failure == 0 ? here() : -1;
-   setns(before, CLONE_NEWNET);
-   close(before);
-   if (failure != 0) throw std::system_error(failure, std::generic_category(), "a new network namespace");
-   return made;
-}
 
 // Devices of two ends with one index are told of carriers a second late. A device that goes up takes redirected frames
 // only if its other end has GRO by then.
@@ -60,26 +37,13 @@ void plug(std::size_t number, Namespace const& network, Namespace const& host) {
 
 }  // namespace
 
-Namespace::Namespace() : space_(newNamespace()) {
-   run("echo 1 >/proc/sys/net/ipv6/conf/default/disable_ipv6\nip link set lo up\n");
-}
-Namespace::~Namespace() { close(space_); }
-
-std::string Namespace::path() const { return fmt::format("/proc/{}/fd/{}", getpid(), space_); }
+Namespace::Namespace() { run("echo 1 >/proc/sys/net/ipv6/conf/default/disable_ipv6\nip link set lo up\n"); }
 
 void Namespace::run(std::string const& lines) const {
    Inside const inside(*this);
    if (std::system(("PATH=$PATH:/usr/sbin:/sbin; set -e\n" + lines).c_str()) != 0) {
       throw std::runtime_error("in a namespace failed: " + lines.substr(0, 1000));
    }
-}
-
-Namespace::Inside::Inside(Namespace const& space) : before_(here()) {
-   must(setns(space.space_, CLONE_NEWNET), "a network namespace");
-}
-Namespace::Inside::~Inside() {
-   setns(before_, CLONE_NEWNET);
-   close(before_);
 }
 
 Lab::Lab(std::size_t hosts) : hosts_(hosts) {

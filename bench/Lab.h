@@ -6,37 +6,16 @@
 #include <vector>
 
 #include "bench/Server.h"
+#include "clients/support/NetworkNamespace.h"
 
 namespace VelmSdkRpc::Bench {
 
-/// A network namespace of the benchmark's own, which goes with this object and what is open in it. Throws
-/// std::system_error without the rights.
-class Namespace {
+/// A network namespace of the benchmark's own, without IPv6.
+class Namespace : public NetworkNamespace {
  public:
    Namespace();
-   ~Namespace();
-   Namespace(Namespace const&) = delete;
-   Namespace& operator=(Namespace const&) = delete;
-
-   /// Its path for `ip link ... netns`, while this object lives.
-   std::string path() const;
    /// Runs lines of a shell in it. Throws std::runtime_error if one of them fails.
    void run(std::string const& lines) const;
-
-   /// The thread is in the namespace while this lives, and so is what it opens and starts.
-   class Inside {
-    public:
-      explicit Inside(Namespace const& space);
-      ~Inside();
-      Inside(Inside const&) = delete;
-      Inside& operator=(Inside const&) = delete;
-
-    private:
-      int const before_;
-   };
-
- private:
-   int const space_;
 };
 
 /// A switch with hosts 1, 2, ... at its devices Ethernet1, Ethernet2, ..., each in a namespace. The switch has

@@ -3,54 +3,12 @@
 #include <arpa/inet.h>
 #include <sys/socket.h>
 
-#include <cerrno>
 #include <cstdio>
-#include <cstdlib>
-#include <fcntl.h>
 #include <fstream>
-#include <sched.h>
 #include <system_error>
 #include <unistd.h>
 
 namespace velm {
-namespace {
-
-int must(int result, char const* what) {
-   if (result < 0) throw std::system_error(errno, std::generic_category(), what);
-   return result;
-}
-
-int here() { return must(open("/proc/thread-self/ns/net", O_RDONLY | O_CLOEXEC), "the network namespace"); }
-
-int newNamespace() {
-   int const before = here();
-   if (unshare(CLONE_NEWNET) != 0) {
-      int const failure = errno;
-      close(before);
-      throw std::system_error(failure, std::generic_category(), "a new network namespace");
-   }
-   int const made = here();
-   must(setns(before, CLONE_NEWNET), "the way back");
-   close(before);
-   return made;
-}
-
-}  // namespace
-
-Namespace::Namespace() : space_(newNamespace()) {}
-Namespace::~Namespace() { close(space_); }
-
-std::string Namespace::path() const { return "/proc/" + std::to_string(getpid()) + "/fd/" + std::to_string(space_); }
-
-Namespace::Inside::Inside(Namespace const& space) : before_(here()) {
-   must(setns(space.space_, CLONE_NEWNET), "the test's network namespace");
-}
-
-Namespace::Inside::~Inside() {
-   setns(before_, CLONE_NEWNET);
-   close(before_);
-}
-
 bool Namespace::tryIp(std::string const& lines) const {
    Inside const inside(*this);
    std::FILE* const program = popen("PATH=$PATH:/usr/sbin:/sbin ip -batch - >/dev/null", "w");
