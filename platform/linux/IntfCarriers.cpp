@@ -2,12 +2,13 @@
 
 #include <fmt/format.h>
 
-#include <chrono>
 #include <string_view>
 
 #include "platform/linux/netlink/AddressRequests.h"
 #include "platform/linux/netlink/LinkRequests.h"
 #include "platform/switch/IntfCounterMgr.h"
+#include "platform/switch/SetAttribute.h"
+#include "platform/switch/Timestamp.h"
 #include "platform/velm/errors.h"
 
 namespace velm::machine {
@@ -52,11 +53,7 @@ Room IpIntfCarrier::prepare(intf_id_t const& intf, IpIntf const* /*now*/, IpIntf
 embedded::IntfTraffic trafficOf(Ports& ports, netlink::Link const& link) {
    auto const counted = netlink::LinkRequests(ports.machine()).counters(link.ifindex);
    embedded::IntfTraffic traffic;
-   auto const set = [&](std::string_view wanted, auto value) {
-      for_each_attribute(traffic.counters, [&](char const* name, auto& member) {
-         if (name == wanted) member = static_cast<std::remove_reference_t<decltype(member)>>(value);
-      });
-   };
+   auto const set = [&](std::string_view name, auto value) { embedded::setAttribute(traffic.counters, name, value); };
    set("in_ucast_pkts", counted.inPackets - counted.inMulticasts);
    set("in_multicast_pkts", counted.inMulticasts);
    set("in_octets", counted.inOctets);
@@ -66,7 +63,7 @@ embedded::IntfTraffic trafficOf(Ports& ports, netlink::Link const& link) {
    set("out_octets", counted.outOctets);
    set("out_errors", counted.outErrors);
    set("out_discards", counted.outDiscards);
-   set("sample_time", std::chrono::duration<double>(std::chrono::system_clock::now().time_since_epoch()).count());
+   set("sample_time", embedded::timestamp());
    return traffic;
 }
 

@@ -4,7 +4,7 @@
 
 #include <map>
 
-#include "platform/switch/commands/SetAttribute.h"
+#include "platform/switch/SetAttribute.h"
 #include "platform/velm/sdk_lock_gate.h"
 #include "tests/platform/IntfSwitchTest.h"
 
@@ -23,7 +23,7 @@ class Machine : public Dataplane, private Carrier<ip_route_key_t, IpRoute> {
    Carrier<ip_route_key_t, IpRoute>* routes(std::string const& vrf) override { return vrf == "red" ? nullptr : this; }
    std::optional<IntfTraffic> traffic(intf_id_t) override {
       IntfTraffic traffic;
-      commands::setAttribute(traffic.counters, "in_octets", 7);
+      setAttribute(traffic.counters, "in_octets", 7);
       return traffic;
    }
    std::optional<nexthop_group_entry_counter_t> counter(std::string const&, unsigned short entry) override {

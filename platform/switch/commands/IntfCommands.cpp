@@ -1,13 +1,13 @@
 #include <fmt/format.h>
 
 #include "platform/switch/Json.h"
+#include "platform/switch/SetAttribute.h"
 #include "platform/switch/Switch.h"
 #include "platform/switch/Timestamp.h"
 #include "platform/switch/commands/Answers.h"
 #include "platform/switch/commands/ChosenIntf.h"
 #include "platform/switch/commands/Commands.h"
 #include "platform/switch/commands/Narrow.h"
-#include "platform/switch/commands/SetAttribute.h"
 #include "platform/switch/commands/Simulation.h"
 
 // Configuration works on the interface that `interface` chose before, for the rest of the list of commands; what plays

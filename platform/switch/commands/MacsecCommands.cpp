@@ -1,12 +1,12 @@
 #include <fmt/format.h>
 
 #include "platform/switch/Json.h"
+#include "platform/switch/SetAttribute.h"
 #include "platform/switch/Switch.h"
 #include "platform/switch/commands/Answers.h"
 #include "platform/switch/commands/ChosenIntf.h"
 #include "platform/switch/commands/Commands.h"
 #include "platform/switch/commands/Narrow.h"
-#include "platform/switch/commands/SetAttribute.h"
 
 // Profiles themselves are the SDK's to set. Here an interface is given one, and the world outside reports what became
 // of it.

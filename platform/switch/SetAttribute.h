@@ -5,7 +5,7 @@
 
 #include "platform/velm/attribute.h"
 
-namespace velm::embedded::commands {
+namespace velm::embedded {
 
 /// Sets the attribute of that name in a value made of numbers. False if the value has none.
 template <has_attributes T, class Number>
@@ -19,4 +19,4 @@ bool setAttribute(T& value, std::string_view name, Number number) {
    return known;
 }
 
-}  // namespace velm::embedded::commands
+}  // namespace velm::embedded
