@@ -89,6 +89,13 @@ struct MainLoop::Impl {
 
    void wake() { uv_async_send(&wakeUp); }
 
+   void post(Event event) {
+      std::lock_guard const lock(mutex);
+      // Where events are ready, whoever added the first has woken the loop, which looks again before it sleeps.
+      if (!events.ready()) wake();
+      events.add(std::move(event));
+   }
+
    struct Watch {
       uv_poll_t poll;
       Impl* impl;
@@ -99,9 +106,7 @@ struct MainLoop::Impl {
    static void onReadable(uv_poll_t* handle, int /*status*/, int /*events*/) {
       auto* const watch = static_cast<Watch*>(handle->data);
       uv_poll_stop(handle);
-      std::lock_guard const lock(watch->impl->mutex);
-      if (!watch->impl->events.ready()) watch->impl->wake();
-      watch->impl->events.add([watch] {
+      watch->impl->post([watch] {
          watch->readable();
          uv_poll_start(&watch->poll, UV_READABLE, onReadable);
       });
@@ -200,12 +205,7 @@ struct MainLoop::Impl {
 MainLoop::MainLoop(Qor::Ptr<Loom::TaskScheduler> const& scheduler) : impl_(std::make_unique<Impl>(scheduler)) {}
 MainLoop::~MainLoop() = default;
 
-void MainLoop::post(Event event) {
-   std::lock_guard const lock(impl_->mutex);
-   // Where events are ready, whoever added the first has woken the loop, which looks again before it sleeps.
-   if (!impl_->events.ready()) impl_->wake();
-   impl_->events.add(std::move(event));
-}
+void MainLoop::post(Event event) { impl_->post(std::move(event)); }
 
 MainLoop::Waiting MainLoop::postAfter(std::chrono::nanoseconds delay, Event event) {
    auto const due = EventQueue::Clock::now() + std::min<std::chrono::nanoseconds>(delay, std::chrono::years(1));
