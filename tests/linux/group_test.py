@@ -42,6 +42,7 @@ class GroupTest(TrafficTest):
                    "OPER_STATUS_DOWN", "the link is down")
         half = self.flows(500)
         self.assertEqual(self.shares(half), {3: 500})
+        self.assertTrue(self.lab.active("four"))
         for number, place in whole.items():
             if place[0] == 3:
                 self.assertEqual(half[number], place)

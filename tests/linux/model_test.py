@@ -140,10 +140,9 @@ class ModelTest(TrafficTest):
         ethernet = self.ethernet() + b"\x08\x00"
 
         def send():
-            while not stop.is_set():
+            while not stop.wait(0.0002):
                 self.wires[1].send(ethernet + probe("198.51.100.7", len(sent)))
                 sent.append(True)
-                time.sleep(0.0002)
 
         sender = threading.Thread(target=send)
         sender.start()
