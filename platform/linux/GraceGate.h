@@ -1,7 +1,5 @@
 #pragma once
 
-#include <atomic>
-
 #include "platform/linux/grace/GracePeriods.h"
 #include "platform/velm/sdk_lock_gate.h"
 
@@ -15,16 +13,12 @@ class GraceGate : sdk_lock_gate {
    /// No other thread may be inside the SDK any more.
    ~GraceGate() override { sdk_lock_gate_is(nullptr); }
 
-   /// Any thread.
-   void closeUntil(GracePeriods::Period period) { until_.store(period, std::memory_order_relaxed); }
-
  private:
    void pass() noexcept override {
-      if (auto const until = until_.load(std::memory_order_relaxed); !periods_.over(until)) periods_.await(until);
+      if (auto const until = periods_.scarceUntil(); !periods_.over(until)) periods_.await(until);
    }
 
    GracePeriods& periods_;
-   std::atomic<GracePeriods::Period> until_ = 0;
 };
 
 }  // namespace velm::machine

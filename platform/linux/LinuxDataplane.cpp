@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <chrono>
 #include <functional>
 #include <map>
 #include <random>
@@ -10,6 +11,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/linux/GraceGate.h"
 #include "platform/linux/GroupCarrier.h"
 #include "platform/linux/InstanceLock.h"
 #include "platform/linux/IntfCarriers.h"
@@ -18,9 +20,9 @@
 #include "platform/linux/Refusals.h"
 #include "platform/linux/Resolver.h"
 #include "platform/linux/RouteCarrier.h"
-#include "platform/linux/RouteRoom.h"
 #include "platform/linux/Show.h"
 #include "platform/linux/Sizes.h"
+#include "platform/linux/forwarding/RouteRoom.h"
 #include "platform/linux/grace/GracePeriods.h"
 #include "platform/linux/grace/KernelGrace.h"
 #include "platform/pesko/Trace.h"
@@ -50,7 +52,7 @@ class LinuxDataplane final : public embedded::Dataplane {
         periods_([this] { grace_.wait(); }),
         gate_(periods_),
         memory_(program_.arrays().trie, Vrfs::tables, periods_),
-        room_(memory_, gate_),
+        room_(memory_, periods_),
         vrfs_(memory_, program_.arrays().vrfs),
         resolver_(outside_.loop, {.ports = [this] { return ports_.get(); },
                                   .wanted = [this](auto const& neighbour) { return hops_.wanted(neighbour); },
@@ -58,7 +60,7 @@ class LinuxDataplane final : public embedded::Dataplane {
         hops_(program_.arrays().hops, periods_, hopCallbacks()),
         exits_(program_.arrays().exits, hops_, periods_),
         buckets_(program_.arrays().buckets, periods_),
-        connected_(vrfs_, exits_, memory_, {.networksChanged = [this] { networksChanged(); }, .left = warning()}),
+        connected_(vrfs_, exits_, room_, {.networksChanged = [this] { networksChanged(); }, .left = warning()}),
         groups_(program_.arrays().groups, exits_, buckets_, periods_, view(), groupCallbacks()),
         leaves_(groups_, exits_, view()),
         groupCarrier_(groups_, warning()),
@@ -91,9 +93,7 @@ class LinuxDataplane final : public embedded::Dataplane {
       auto const* const link = linkOf(intf);
       return link == nullptr ? std::string() : link->name;
    }
-   intf_id_t intfOfKernelName(std::string const& name) const override {
-      return netlink::Adoption(settings_.devices).intf(name);
-   }
+   intf_id_t intfOfKernelName(std::string const& name) const override { return settings_.adoption.intf(name); }
    void deviceIs(intf_id_t intf, std::string const& device) override;
    void vrfIs(intf_id_t intf, std::string const& vrf) override;
 
@@ -132,6 +132,7 @@ class LinuxDataplane final : public embedded::Dataplane {
 
    std::shared_ptr<Pesko::Platform::DebugHandler> const tracer_ = Pesko::Platform::getDebugHandler("Dataplane", false);
    embedded::DataplaneSurroundings const outside_;
+   std::map<intf_id_t, std::string> devices_;  // given to interfaces whose device has another name
    PortSettings settings_;
    InstanceLock instance_;
    Program program_;
@@ -213,10 +214,10 @@ void LinuxDataplane::demandNotStarted(intf_id_t intf) const {
 
 void LinuxDataplane::deviceIs(intf_id_t intf, std::string const& device) {
    demandNotStarted(intf);
-   auto devices = settings_.devices;
+   auto devices = devices_;
    devices[intf] = device;
-   netlink::Adoption const judged(devices);
-   settings_.devices = std::move(devices);
+   settings_.adoption = netlink::Adoption(devices);
+   devices_ = std::move(devices);
 }
 
 void LinuxDataplane::vrfIs(intf_id_t intf, std::string const& vrf) {
@@ -261,7 +262,10 @@ void LinuxDataplane::follow() {
    try {
       if (ports_ != nullptr) ports_->follow();
    } catch (error const& e) {
+      // There may be no notice more to bring us back here.
+      constexpr std::chrono::seconds patience{1};
       warn(e.msg());
+      outside_.loop.postAfter(patience, [this] { follow(); });
    }
 }
 

@@ -39,21 +39,11 @@ Ports::Ports(Program& program, Hops& hops, Connected& connected, Vrfs& vrfs, Por
      vrfs_(vrfs),
      settings_(std::move(settings)),
      callbacks_(std::move(callbacks)),
-     adoption_(settings_.devices),
      machine_(*this, *this, *this) {
    for (std::uint32_t index = MAX_PORTS; index-- > 1;) freeIndexes_.push_back(index);
 }
 
 Ports::~Ports() = default;
-
-// Those that somebody gave to the interface.
-Connected::Addresses Ports::ownOf(int ifindex) const {
-   Connected::Addresses addresses;
-   for (auto const& address : machine_.addresses().of(ifindex)) {
-      if (!address.automatic) addresses.insert(address.address);
-   }
-   return addresses;
-}
 
 intf_id_t Ports::intfOf(int ifindex) const {
    auto const found = byIfindex_.find(ifindex);
@@ -88,7 +78,7 @@ std::vector<std::pair<intf_id_t, Ports::Road>> Ports::roads() const {
 
 void Ports::came(netlink::Link const& now) {
    if (now.kind == vrfKind) refreshMembersOf(now.ifindex);
-   if (auto const intf = adoption_.intf(now.name); intf != intf_id_t()) add(intf, now);
+   if (auto const intf = settings_.adoption.intf(now.name); intf != intf_id_t()) add(intf, now);
 }
 
 void Ports::changed(netlink::Link const& /*before*/, netlink::Link const& now) {
@@ -102,8 +92,8 @@ void Ports::gone(netlink::Link const& before) {
    if (found == ports_.end()) return;
    auto const port = found->second;
    program_.portDel(port.key);
-   program_.deviceDel(port.index);
    hops_.portIs(intf, std::nullopt);
+   program_.deviceDel(port.index);
    connected_.portIs(intf, port.vrf, {});
    detach(static_cast<int>(port.key.ifindex));
    freeIndexes_.push_back(port.index);
@@ -120,8 +110,8 @@ void Ports::add(intf_id_t intf, netlink::Link const& link) {
    freeIndexes_.pop_back();
    ports_.insert_or_assign(intf, port);
    byIfindex_[link.ifindex] = intf;
+   program_.deviceIs(port.index, static_cast<int>(port.key.ifindex));  // before hops lead there
    refresh(intf, link);
-   program_.deviceIs(port.index, static_cast<int>(port.key.ifindex));
    program_.portIs(port.key, port.index);
    if (!isInternal(link)) attach(static_cast<int>(port.key.ifindex), link.name);
    for (auto const& neighbour : machine_.neighbours().of(link.ifindex)) {
@@ -129,19 +119,27 @@ void Ports::add(intf_id_t intf, netlink::Link const& link) {
    }
 }
 
+template <class Wanted>
+Connected::Addresses Ports::addressesOf(int ifindex, Wanted&& wanted) const {
+   Connected::Addresses addresses;
+   for (auto const& address : machine_.addresses().of(ifindex)) {
+      if (wanted(address)) addresses.insert(address.address);
+   }
+   return addresses;
+}
+
 void Ports::refresh(intf_id_t intf, netlink::Link const& link) {
    auto& port = ports_.at(intf);
-   auto const addresses = addressesOf(link.ifindex);
    port.vrf = vrfOf(intf, link);
-   share(port, link, addresses);
+   connected_.portIs(intf, port.vrf, addressesOf(link.ifindex, [](auto const&) { return true; }));
+   share(intf, port, link);
    hops_.portIs(intf, PortForm{.index = port.index,
                                .mac = link.mac,
                                .mtu = static_cast<std::uint16_t>(std::min<std::uint32_t>(link.mtu, 0xffff)),
                                .vlan = port.key.vlan,
                                .up = link.operational && !isInternal(link)});
-   connected_.portIs(intf, port.vrf, addresses);
    callbacks_.is(intf, link);
-   callbacks_.addresses(intf, ownOf(link.ifindex));
+   callbacks_.addresses(intf, addressesOf(link.ifindex, [](auto const& address) { return !address.automatic; }));
 }
 
 void Ports::refreshMembersOf(int master) {
@@ -152,17 +150,10 @@ void Ports::refreshMembersOf(int master) {
 }
 
 // Frames find the row by its index, which they learn after this.
-void Ports::share(Port& port, netlink::Link const& link, Connected::Addresses const& addresses) {
+void Ports::share(intf_id_t intf, Port const& port, netlink::Link const& link) {
    auto& row = program_.arrays().ports[port.index];
-   row.ipv4 = 0;
-   std::memset(row.ipv6, 0, sizeof row.ipv6);
-   for (auto const& address : addresses) {
-      if (address.af() == af_t::ipv4 && row.ipv4 == 0) std::memcpy(&row.ipv4, address.addr().addr(), sizeof row.ipv4);
-      bool const ofLink = address.addr().addr()[0] == 0xfe;
-      if (address.af() == af_t::ipv6 && row.ipv6[0] == 0 && !ofLink) {
-         std::memcpy(row.ipv6, address.addr().addr(), sizeof row.ipv6);
-      }
-   }
+   std::memcpy(&row.ipv4, connected_.addressOf(intf, af_t::ipv4).addr(), sizeof row.ipv4);
+   std::memcpy(row.ipv6, connected_.addressOf(intf, af_t::ipv6).addr(), sizeof row.ipv6);
    try {
       row.vrf = vrfs_.of(port.vrf).index;
       row.mac = macWordOf(link.mac);
@@ -177,12 +168,6 @@ std::string Ports::vrfOf(intf_id_t intf, netlink::Link const& link) const {
    if (master != nullptr && master->kind == vrfKind) return master->name;
    auto const found = settings_.vrfs.find(intf);
    return found == settings_.vrfs.end() ? std::string() : found->second;
-}
-
-Connected::Addresses Ports::addressesOf(int ifindex) const {
-   Connected::Addresses addresses;
-   for (auto const& address : machine_.addresses().of(ifindex)) addresses.insert(address.address);
-   return addresses;
 }
 
 void Ports::addressChanged(int ifindex) {

@@ -21,8 +21,8 @@ namespace velm::machine {
 
 /// What the configuration says of interfaces beside what the machine does.
 struct PortSettings {
-   std::map<intf_id_t, std::string> devices;  // for those whose device has another name
-   std::map<intf_id_t, std::string> vrfs;     // for those that no device of kind "vrf" places
+   netlink::Adoption adoption;
+   std::map<intf_id_t, std::string> vrfs;  // for those that no device of kind "vrf" places
 };
 
 /// The machine's devices as the switch's interfaces: follows links, addresses and neighbours, and has the program at
@@ -98,10 +98,10 @@ class Ports : netlink::Observer<netlink::Link>,
    void add(intf_id_t intf, netlink::Link const& link);
    void refresh(intf_id_t intf, netlink::Link const& link);
    void refreshMembersOf(int master);
-   void share(Port& port, netlink::Link const& link, Connected::Addresses const& addresses);
+   void share(intf_id_t intf, Port const& port, netlink::Link const& link);
    std::string vrfOf(intf_id_t intf, netlink::Link const& link) const;
-   Connected::Addresses addressesOf(int ifindex) const;
-   Connected::Addresses ownOf(int ifindex) const;
+   template <class Wanted>
+   Connected::Addresses addressesOf(int ifindex, Wanted&& wanted) const;
    intf_id_t intfOf(int ifindex) const;
    void attach(int device, std::string const& name);
    void detach(int device);
@@ -112,7 +112,6 @@ class Ports : netlink::Observer<netlink::Link>,
    Vrfs& vrfs_;
    PortSettings const settings_;
    Callbacks const callbacks_;
-   netlink::Adoption const adoption_;
    absl::btree_map<intf_id_t, Port> ports_;
    absl::flat_hash_map<int, intf_id_t> byIfindex_;
    absl::btree_map<int, Device> devices_;  // where frames arrive

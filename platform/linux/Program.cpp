@@ -7,9 +7,10 @@
 #include <sys/mman.h>
 
 #include <cerrno>
-#include <cstdarg>
 #include <cstring>
+#include <string>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/bpf/forward.skel.h"

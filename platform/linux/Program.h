@@ -4,12 +4,9 @@
 #include <cstdint>
 #include <memory>
 #include <span>
-#include <string>
 
 #include "platform/linux/Sizes.h"
 #include "platform/linux/bpf/Layout.h"
-
-struct bpf_link;
 
 namespace velm::machine {
 

@@ -25,9 +25,12 @@ void Resolver::keep(Hops::Key const& neighbour) {
    }
 }
 
-// Each release has its time. A neighbour that is wanted again by then, or was let go of, is left alone.
+// One look for each neighbour, however often a group leads there and away meanwhile: one that is wanted then is left
+// alone until it is released again.
 void Resolver::release(Hops::Key const& neighbour) {
+   if (!released_.insert(neighbour).second) return;
    loop_.postAfter(lingering, [this, neighbour] {
+      released_.erase(neighbour);
       if (!view_.wanted(neighbour) && kept_.erase(neighbour) > 0) remove(neighbour);
    });
 }

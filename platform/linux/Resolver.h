@@ -44,6 +44,7 @@ class Resolver {
    embedded::MainLoop& loop_;
    View const view_;
    absl::btree_set<Hops::Key> kept_;
+   absl::btree_set<Hops::Key> released_;  // those that will be looked at when their time is over
 };
 
 }  // namespace velm::machine

@@ -20,19 +20,17 @@ constexpr auto noChange = ~std::uint64_t{0};
 
 }  // namespace
 
-std::uint32_t RouteCarrier::takeLeaf(ip_route_key_t const& key, IpRoute const& row, bool& lasting) {
+std::uint32_t RouteCarrier::takeLeaf(ip_route_key_t const& key, IpRoute const& row) {
    if (row.action == ip_route_action_t::drop) return leaf_word(LEAF_DROP, 0);
    if (auto const* const group = row.vias.group()) return leaves_.takeGroup(*group);
    auto const vias = row.vias.list(key);
    if (vias.empty()) return 0;
    auto const& first = vias.front();
-   return first.nexthop_group().empty() ? leaves_.takeVias(vrf_, vias, lasting)
-                                        : leaves_.takeGroup(first.nexthop_group());
+   return first.nexthop_group().empty() ? leaves_.takeVias(vrf_, vias) : leaves_.takeGroup(first.nexthop_group());
 }
 
 Room RouteCarrier::prepare(ip_route_key_t const& key, IpRoute const* now, IpRoute const& next) {
-   bool lasting = true;
-   auto const leaf = takeLeaf(key, next, lasting);
+   auto const leaf = takeLeaf(key, next);
    if (leaf == 0) return now == nullptr ? Room(*this, noChange) : Room();
    if (!room_.take()) {
       leaves_.release(leaf);
@@ -49,11 +47,16 @@ void RouteCarrier::giveBack(std::uint64_t leaf) noexcept {
 
 void RouteCarrier::carryOut(ip_route_key_t const& key, IpRoute const* now, Room room) noexcept {
    if (now != nullptr && !room) room = roomAfterPurge(key, *now);
-   auto const what = room.use();
-   if (what == noChange) return;
-   auto const leaf = static_cast<std::uint32_t>(what);
-   leafIs(key, leaf);
-   if (leaf != 0) room_.giveBack();
+   if (auto const what = room.use(); what != noChange) {
+      auto const leaf = static_cast<std::uint32_t>(what);
+      leafIs(key, leaf);
+      if (leaf != 0) room_.giveBack();
+   }
+   noteAdrift(key, now);
+}
+
+// A row may come with vias that lead nowhere yet: those of a folder come before the networks are known.
+void RouteCarrier::noteAdrift(ip_route_key_t const& key, IpRoute const* now) {
    bool adrift = false;
    if (now != nullptr && now->vias.group() == nullptr) {
       auto vias = now->vias.list(key);
@@ -90,8 +93,7 @@ void RouteCarrier::refused(ip_route_key_t const& key, IpRoute const& /*row*/, st
 void RouteCarrier::networksChanged() {
    for (auto const& [key, vias] : adrift_) {
       try {
-         bool lasting = true;
-         auto const leaf = leaves_.takeVias(vrf_, vias, lasting);
+         auto const leaf = leaves_.takeVias(vrf_, vias);
          if (room_.take()) {
             leafIs(key, leaf);
             room_.giveBack();

@@ -7,8 +7,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/linux/RouteRoom.h"
 #include "platform/linux/forwarding/Leaves.h"
+#include "platform/linux/forwarding/RouteRoom.h"
 #include "platform/linux/forwarding/VrfRoutes.h"
 #include "platform/switch/Carrier.h"
 #include "platform/switch/IpRouteMgr.h"
@@ -38,8 +38,9 @@ class RouteCarrier : public embedded::Carrier<ip_route_key_t, embedded::IpRoute>
 
  private:
    void giveBack(std::uint64_t leaf) noexcept override;
-   std::uint32_t takeLeaf(ip_route_key_t const& key, embedded::IpRoute const& row, bool& lasting);
+   std::uint32_t takeLeaf(ip_route_key_t const& key, embedded::IpRoute const& row);
    embedded::Room roomAfterPurge(ip_route_key_t const& key, embedded::IpRoute const& row);
+   void noteAdrift(ip_route_key_t const& key, embedded::IpRoute const* now);
    void leafIs(ip_route_key_t const& key, std::uint32_t leaf);
 
    std::string const vrf_;

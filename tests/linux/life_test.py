@@ -7,7 +7,7 @@ import sys
 import unittest
 
 import lab as labs
-from support.agent import DEADLINE
+from support.agent import DEADLINE, eventually
 from traffic import TrafficTest, main, setUpModule  # pylint: disable=unused-import
 
 CAPABILITIES = "net_admin,bpf,perfmon,net_raw"
@@ -106,6 +106,9 @@ class LifeTest(TrafficTest):
     def test_it_ends_under_traffic_and_begins_again_with_its_tables(self):
         self.group("plain", "10.0.2.2@Ethernet2,push=99")
         self.route("198.51.100.0/24", "plain")
+        hop = {"prefix": "203.0.113.0/24", "preference": 1}  # its interface follows from networks that are known later
+        self.lab.call("IpRouteMgrService.ip_route_set", ip_route={"key": hop})
+        self.lab.call("IpRouteMgrService.ip_route_via_set", via={"route_key": hop, "hop": "10.0.2.2"})
         for end in (lambda: self.lab.agent.stop(), lambda: self.lab.agent.kill()):
             ping = subprocess.Popen(self.lab.hosts[1].command("ping", "-f", "-w", "3", "10.0.2.2"),
                                     stdout=subprocess.DEVNULL)
@@ -117,6 +120,7 @@ class LifeTest(TrafficTest):
             self.lab.start()
             self.lab.until_active("plain")
             self.assertEqual(self.flows(20), {number: (2, (99,)) for number in range(20)})
+            eventually(lambda: self.flows(1, "203.0.113.1", within=0.5) == {0: (2, ())}, "the hop is found")
 
 
 if __name__ == "__main__":

@@ -16,6 +16,15 @@ static __always_inline __u32 transport_ports(__u8 protocol, void const* transpor
    return transport + 4 > end ? 0 : *(__u32 const*)transport;
 }
 
+/* What the VRF of the frame says of an address; an IPv4 one is the upper 32 bits. */
+static __always_inline int look_up(struct frame const* frame, __u64 high, __u64 low, __u32* leaf) {
+   struct vrf const* const vrf = vrf_at(frame->vrf);
+   void const* const memory = trie_memory();
+   if (!vrf || !memory) return XDP_PASS;
+   *leaf = trie_lookup(memory, frame->ipv6 ? &vrf->ipv6 : &vrf->ipv4, high, low);
+   return GO_ON;
+}
+
 /* Of this host, of this network, multicast, reserved: nothing that a router forwards. */
 static __always_inline int odd_ipv4(__u32 address) {
    return address >> 24 == 0 || address >> 24 == 127 || address >> 28 >= 0xe;
@@ -46,12 +55,7 @@ static __always_inline int look_up_ipv4(struct xdp_md* ctx, struct frame* frame,
    hash = hash_more(hash, (__u64)ip->protocol << 32 | (fragment ? 0 : transport_ports(ip->protocol, ip + 1, end)));
    frame->hash = hash_end(hash);
 
-   struct vrf const* const vrf = vrf_at(frame->vrf);
-   if (!vrf) return XDP_PASS;
-   void const* const memory = trie_memory();
-   if (!memory) return XDP_PASS;
-   *leaf = trie_lookup(memory, &vrf->ipv4, (__u64)destination << 32, 0);
-   return GO_ON;
+   return look_up(frame, (__u64)destination << 32, 0, leaf);
 }
 
 static __always_inline int odd_ipv6(struct in6_addr const* address) {
@@ -82,12 +86,7 @@ static __always_inline int look_up_ipv6(struct xdp_md* ctx, struct frame* frame,
       hash, (__u64)(first & 0xfffff) << 40 | (__u64)ip->nexthdr << 32 | transport_ports(ip->nexthdr, ip + 1, end));
    frame->hash = hash_end(hash);
 
-   struct vrf const* const vrf = vrf_at(frame->vrf);
-   if (!vrf) return XDP_PASS;
-   void const* const memory = trie_memory();
-   if (!memory) return XDP_PASS;
-   *leaf = trie_lookup(memory, &vrf->ipv6, bpf_be64_to_cpu(addresses[2]), bpf_be64_to_cpu(addresses[3]));
-   return GO_ON;
+   return look_up(frame, bpf_be64_to_cpu(addresses[2]), bpf_be64_to_cpu(addresses[3]), leaf);
 }
 
 #endif

@@ -7,8 +7,21 @@ BucketPool::BucketPool(std::span<bucket_word> shared, GracePeriods& periods) : s
    for (std::uint32_t first = 0; first + whole <= shared.size(); first += whole) free_[largest].insert(first);
 }
 
+void BucketPool::retire(Block block) {
+   retired_.emplace_back(periods_.next(), block);
+   tellIfScarce();
+}
+
+void BucketPool::tellIfScarce() const {
+   constexpr std::size_t spareShare = 8;
+   if (!retired_.empty() && shared_.size() - used_ < shared_.size() / spareShare) {
+      periods_.scarceUntil(retired_.back().first);
+   }
+}
+
 std::optional<BucketPool::Block> BucketPool::take(unsigned log2size) {
    collect();
+   tellIfScarce();
    auto from = log2size;
    while (from <= largest && free_[from].empty()) ++from;
    if (from > largest) return std::nullopt;

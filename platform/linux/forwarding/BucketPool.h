@@ -29,16 +29,15 @@ class BucketPool {
    /// Nothing if there is no such block; those in their grace period do not count.
    std::optional<Block> take(unsigned log2size);
    /// Gives back one that no group names, or no longer.
-   void retire(Block block) { retired_.emplace_back(periods_.next(), block); }
+   void retire(Block block);
 
    std::span<bucket_word> buckets(Block block) const {
       return shared_.subspan(block.first, std::size_t{1} << block.log2size);
    }
-   std::size_t size() const { return shared_.size(); }
-   std::size_t used() const { return used_; }
 
  private:
    void collect();
+   void tellIfScarce() const;
    void put(Block block);
 
    std::span<bucket_word> const shared_;

@@ -33,9 +33,9 @@ bool Connected::enter(Place const& place, std::uint32_t leaf) {
    auto const& [vrf, prefix, rank] = place;
    try {
       auto& routes = vrfs_.of(vrf).routes;
-      if (!memory_.reserve(1)) throw error("the table of routes is full");
+      if (!room_.take()) throw error("the table of routes is full");
       routes.set(prefix, rank, leaf);
-      memory_.giveBack(1);
+      room_.giveBack();
       return true;
    } catch (error const& e) {
       callbacks_.left(fmt::format("{} is not known to the fast path: {}", prefix.to_string(), e.what()));
@@ -63,7 +63,9 @@ void Connected::kernelHas(std::string const& vrf, ip_addr_mask_t const& address,
 void Connected::portIs(intf_id_t intf, std::string const& vrf, Addresses addresses) {
    auto& port = ports_[intf];
    if (port.vrf == vrf && port.addresses == addresses) return;
-   for (auto const& host : port.resolved) dropHost(port.vrf, intf, host);
+   if (port.vrf != vrf) {
+      for (auto const& host : port.resolved) dropHost(port.vrf, intf, host);
+   }
    for (auto const& address : addresses) {
       if (port.vrf != vrf || !port.addresses.contains(address)) kernelHas(vrf, address, true);
    }
@@ -72,12 +74,14 @@ void Connected::portIs(intf_id_t intf, std::string const& vrf, Addresses address
    }
    port.vrf = vrf;
    port.addresses = std::move(addresses);
-   refreshHosts(intf, port);
+   for (auto const& host : port.resolved) {
+      if (isOn(port, host)) {
+         addHost(intf, port, host);
+      } else {
+         dropHost(vrf, intf, host);
+      }
+   }
    callbacks_.networksChanged();
-}
-
-void Connected::refreshHosts(intf_id_t intf, Port const& port) {
-   for (auto const& host : port.resolved) addHost(intf, port, host);
 }
 
 void Connected::hostIs(intf_id_t intf, ip_addr_t const& address, bool resolved) {
@@ -89,11 +93,14 @@ void Connected::hostIs(intf_id_t intf, ip_addr_t const& address, bool resolved) 
    }
 }
 
+bool Connected::isOn(Port const& port, ip_addr_t const& address) {
+   auto const has = [&](ip_addr_mask_t const& network) { return isIn(address, network); };
+   return !isOfLink(address) && std::ranges::any_of(port.addresses, has);
+}
+
 void Connected::addHost(intf_id_t intf, Port const& port, ip_addr_t const& address) {
-   auto const isHere = [&](ip_addr_mask_t const& network) { return isIn(address, network); };
-   if (isOfLink(address) || std::ranges::none_of(port.addresses, isHere)) return;
    std::pair const key(port.vrf, address);
-   if (hosts_.contains(key)) return;  // another interface says so too, and was first
+   if (!isOn(port, address) || hosts_.contains(key)) return;  // known, or another interface says so too, and was first
    Exits::Id exit = 0;
    try {
       exit = exits_.take({intf, address}, {}, Interest::passing);

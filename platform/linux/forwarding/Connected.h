@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "platform/linux/forwarding/Exits.h"
+#include "platform/linux/forwarding/RouteRoom.h"
 #include "platform/linux/forwarding/Vrfs.h"
 #include "platform/velm/intf_id.h"
 #include "platform/velm/ip.h"
@@ -28,8 +29,8 @@ class Connected {
       std::function<void(std::string const& what)> left;
    };
 
-   Connected(Vrfs& vrfs, Exits& exits, trie::Memory& memory, Callbacks callbacks)
-      : vrfs_(vrfs), exits_(exits), memory_(memory), callbacks_(std::move(callbacks)) {}
+   Connected(Vrfs& vrfs, Exits& exits, RouteRoom& room, Callbacks callbacks)
+      : vrfs_(vrfs), exits_(exits), room_(room), callbacks_(std::move(callbacks)) {}
    Connected(Connected const&) = delete;
    Connected& operator=(Connected const&) = delete;
 
@@ -58,14 +59,14 @@ class Connected {
 
    void kernelHas(std::string const& vrf, ip_addr_mask_t const& address, bool on);
    void countKernel(Place const& place, bool on);
-   void refreshHosts(intf_id_t intf, Port const& port);
+   static bool isOn(Port const& port, ip_addr_t const& address);
    void addHost(intf_id_t intf, Port const& port, ip_addr_t const& address);
    void dropHost(std::string const& vrf, intf_id_t intf, ip_addr_t const& address);
    bool enter(Place const& place, std::uint32_t leaf);
 
    Vrfs& vrfs_;
    Exits& exits_;
-   trie::Memory& memory_;
+   RouteRoom& room_;
    Callbacks const callbacks_;
    absl::btree_map<intf_id_t, Port> ports_;
    absl::btree_map<Place, std::uint32_t> kernels_;  // how many interfaces say so

@@ -154,17 +154,13 @@ class Reader {
 
 }  // namespace
 
-std::vector<EntryForm> entriesOf(nexthop_group_t const& group, Surroundings const& surroundings, bool& complete) {
+std::vector<EntryForm> entriesOf(nexthop_group_t const& group, Surroundings const& surroundings) {
    Reader const reader(group, surroundings);
    std::vector<EntryForm> entries;
-   complete = true;
    for (auto const& [index, entry] : group.nexthops()) {
       auto form = reader.read(index, entry);
-      if (form.child.empty() && form.neighbour.first == intf_id_t()) {
-         complete = false;
-      } else {
-         entries.push_back(std::move(form));
-      }
+      bool const leadsSomewhere = !form.child.empty() || form.neighbour.first != intf_id_t();
+      if (leadsSomewhere) entries.push_back(std::move(form));
    }
    return entries;
 }

@@ -27,9 +27,8 @@ struct Surroundings {
 };
 
 /// The entries of a group; addresses alone are those of the default VRF. Without those that lead nowhere now: by an
-/// address alone that lies on no network of the switch. `complete`, if given, is set false if there were such. Throws
-/// unsupported_error for what the dataplane cannot do, configuration_error for what contradicts itself, each with the
-/// group's name and the entry.
-std::vector<EntryForm> entriesOf(nexthop_group_t const& group, Surroundings const& surroundings, bool& complete);
+/// address alone that lies on no network of the switch. Throws unsupported_error for what the dataplane cannot do,
+/// configuration_error for what contradicts itself, each with the group's name and the entry.
+std::vector<EntryForm> entriesOf(nexthop_group_t const& group, Surroundings const& surroundings);
 
 }  // namespace velm::machine

@@ -125,9 +125,8 @@ void Groups::abandon(Draft* draft) { delete draft; }
 
 std::unique_ptr<Groups::Draft> Groups::drafted(nexthop_group_t const& group) {
    auto draft = std::make_unique<Draft>();
-   bool complete = true;
    draft->form = group;
-   draft->entries = entriesOf(group, surroundings_, complete);
+   draft->entries = entriesOf(group, surroundings_);
    auto members = membersOf(group.name(), draft->entries, *draft);
    auto const* const before = find(group.name());
    auto buckets = std::make_unique<GroupBuckets>(std::move(members),
@@ -221,7 +220,6 @@ void Groups::bucketsAre(Id id, std::unique_ptr<GroupBuckets> buckets) {
    }
    if (group.buckets != nullptr) {
       for (auto const& member : group.buckets->members()) byHop_[exits_.hop(member.exit)].insert(id);
-      group.buckets->refresh();
    }
    publish(id);
 }
@@ -249,8 +247,8 @@ void Groups::networksChanged() {
    };
    for (std::size_t id = 0; id < groups_.size(); ++id) {
       if (groups_[id] == nullptr || !groups_[id]->form) continue;
+      if (std::ranges::none_of(groups_[id]->form->nexthops(), namesNoIntf)) continue;
       auto const form = *groups_[id]->form;
-      if (std::ranges::none_of(form.nexthops(), namesNoIntf)) continue;
       try {
          install(*drafted(form));
       } catch (error const& e) {

@@ -11,7 +11,8 @@
 namespace velm::machine {
 
 /// The indexes of a shared array that are free. One that is given back is handed out again after a grace period, so
-/// that no program which still reads it finds another's row there. The SDK lock guards it.
+/// that no program which still reads it finds another's row there; where few are left, that is called scarce. The SDK
+/// lock guards it.
 class Ids {
  public:
    /// Index 0 is nobody's.
@@ -20,6 +21,7 @@ class Ids {
    /// Nothing if none is left; those in their grace period do not count.
    std::optional<std::uint32_t> take() {
       collect();
+      tellIfScarce();
       if (!free_.empty()) {
          auto const id = free_.back();
          free_.pop_back();
@@ -29,16 +31,19 @@ class Ids {
       return next_++;
    }
    /// After the last word that names it has been replaced.
-   void retire(std::uint32_t id) { retired_.emplace_back(periods_.next(), id); }
-
-   std::uint32_t size() const { return size_ - 1; }
-   std::uint32_t used() const { return next_ - 1 - static_cast<std::uint32_t>(free_.size()); }
-   /// The grace period after which all that was retired is free.
-   std::optional<GracePeriods::Period> pending() const {
-      return retired_.empty() ? std::nullopt : std::optional(retired_.back().first);
+   void retire(std::uint32_t id) {
+      retired_.emplace_back(periods_.next(), id);
+      tellIfScarce();
    }
 
+   std::uint32_t size() const { return size_ - 1; }
+
  private:
+   void tellIfScarce() const {
+      constexpr std::size_t spareShare = 8;
+      auto const left = free_.size() + (size_ - next_);
+      if (!retired_.empty() && left < size_ / spareShare) periods_.scarceUntil(retired_.back().first);
+   }
    void collect() {
       for (; !retired_.empty() && periods_.over(retired_.front().first); retired_.pop_front()) {
          free_.push_back(retired_.front().second);

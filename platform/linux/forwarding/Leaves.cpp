@@ -29,14 +29,12 @@ Exits::Id Leaves::takeExit(ip_route_via_t const& via, intf_id_t intf) {
    return exits_.take({intf, via.hop()}, std::move(form));
 }
 
-std::vector<Member> Leaves::takeMembers(std::string const& vrf, std::span<ip_route_via_t const> vias, bool& lasting) {
+std::vector<Member> Leaves::takeMembers(std::string const& vrf, std::span<ip_route_via_t const> vias) {
    std::vector<Member> members;
    try {
       for (auto const& via : vias) {
          demandPlain(via);
-         auto const named = via.intf() != intf_id_t();
-         auto const intf = named ? via.intf() : surroundings_.intfTowards(vrf, via.hop());
-         lasting = lasting && named;
+         auto const intf = via.intf() != intf_id_t() ? via.intf() : surroundings_.intfTowards(vrf, via.hop());
          if (intf != intf_id_t()) members.push_back({takeExit(via, intf), 1});
       }
    } catch (error const&) {
@@ -46,8 +44,8 @@ std::vector<Member> Leaves::takeMembers(std::string const& vrf, std::span<ip_rou
    return members;
 }
 
-std::uint32_t Leaves::takeVias(std::string const& vrf, std::span<ip_route_via_t const> vias, bool& lasting) {
-   auto members = takeMembers(vrf, vias, lasting);
+std::uint32_t Leaves::takeVias(std::string const& vrf, std::span<ip_route_via_t const> vias) {
+   auto members = takeMembers(vrf, vias);
    if (members.empty()) return 0;
    if (members.size() == 1) return leaf_word(LEAF_EXIT, members.front().exit);
    return leaf_word(LEAF_GROUP, groups_.takeWays(std::move(members)));

@@ -20,16 +20,16 @@ class Leaves {
 
    /// Of the group of that name, which need not exist yet. Throws velm::error if there is no room.
    std::uint32_t takeGroup(std::string const& name) { return leaf_word(LEAF_GROUP, groups_.take(name)); }
-   /// Of ways out of the VRF, among which flows are spread evenly; 0 if none of them leads anywhere now. `lasting`, if
-   /// given, is set false if that depends on the networks that the switch is on. Throws unsupported_error, with the
-   /// route's prefix, for what is not carried out, velm::error if there is no room.
-   std::uint32_t takeVias(std::string const& vrf, std::span<ip_route_via_t const> vias, bool& lasting);
+   /// Of ways out of the VRF, among which flows are spread evenly; 0 if none of them leads anywhere now, which
+   /// may change with the networks that the switch is on where a via names no interface. Throws unsupported_error, with
+   /// the route's prefix, for what is not carried out, velm::error if there is no room.
+   std::uint32_t takeVias(std::string const& vrf, std::span<ip_route_via_t const> vias);
    /// After the last word with it has been replaced.
    void release(std::uint32_t leaf);
 
  private:
    Exits::Id takeExit(ip_route_via_t const& via, intf_id_t intf);
-   std::vector<Member> takeMembers(std::string const& vrf, std::span<ip_route_via_t const> vias, bool& lasting);
+   std::vector<Member> takeMembers(std::string const& vrf, std::span<ip_route_via_t const> vias);
 
    Groups& groups_;
    Exits& exits_;

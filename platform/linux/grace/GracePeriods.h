@@ -36,6 +36,11 @@ class GracePeriods {
    /// Returns when it is over. Call it without a lock that whoever calls next() needs, or what Wait waits for.
    void await(Period period);
 
+   /// Little is free of something until that period is over. Who is about to use it up waits first, where that keeps
+   /// nobody else waiting.
+   void scarceUntil(Period period) { scarceUntil_.store(period, std::memory_order_relaxed); }
+   Period scarceUntil() const { return scarceUntil_.load(std::memory_order_relaxed); }
+
  private:
    void run(std::stop_token const& stop);
 
@@ -45,7 +50,8 @@ class GracePeriods {
    Period asked_ = 0;              // guarded by mutex_
    Period begun_ = 0;              // guarded by mutex_
    std::atomic<Period> over_ = 0;  // raised under mutex_
-   std::jthread thread_;           // last: it uses the rest
+   std::atomic<Period> scarceUntil_ = 0;
+   std::jthread thread_;  // last: it uses the rest
 };
 
 }  // namespace velm::machine

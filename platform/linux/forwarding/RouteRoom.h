@@ -1,14 +1,14 @@
 #pragma once
 
-#include "platform/linux/GraceGate.h"
+#include "platform/linux/grace/GracePeriods.h"
 #include "platform/linux/trie/Memory.h"
 
 namespace velm::machine {
 
-/// Room for changes of the lookup, one at a time. Keeps an eye on how much is left. The SDK lock guards it.
+/// Room for changes of the lookup, one at a time. Says when little is left and more will be. The SDK lock guards it.
 class RouteRoom {
  public:
-   RouteRoom(trie::Memory& memory, GraceGate& gate) : memory_(memory), gate_(gate) {}
+   RouteRoom(trie::Memory& memory, GracePeriods& periods) : memory_(memory), periods_(periods) {}
 
    /// False if the table is full.
    bool take() {
@@ -16,7 +16,7 @@ class RouteRoom {
          memory_.giveBack(spare);
          return true;
       }
-      if (auto const period = memory_.pending()) gate_.closeUntil(*period);
+      if (auto const period = memory_.pending()) periods_.scarceUntil(*period);
       return memory_.reserve(1);
    }
    /// After the change, or without it.
@@ -27,7 +27,7 @@ class RouteRoom {
    static constexpr std::size_t spare = 8192;
 
    trie::Memory& memory_;
-   GraceGate& gate_;
+   GracePeriods& periods_;
 };
 
 }  // namespace velm::machine
