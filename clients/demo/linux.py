@@ -5,7 +5,6 @@ hold ends it with status 1. Where no namespaces can be made it ends with status 
 import re
 import subprocess
 import sys
-import time
 from pathlib import Path
 
 sys.dont_write_bytecode = True
@@ -107,23 +106,23 @@ def move(stage):
     chapter(2, "Nothing is lost")
     say("""A neighbour that a group names is kept known, so that packets can go there at once. Two groups see to that
         here, whatever becomes of the first. Then host 1 sends a packet every two milliseconds, and meanwhile a controller
-        replaces the group a hundred times: by a way to host 3, to host 2, and so on.""")
+        replaces the group again and again: by a way to host 3, to host 2, and so on.""")
     for number in (2, 3):
         stage.velmctl("nhg", "add", f"to-host{number}", f"10.0.{number}.2@Ethernet{number}")
         stage.lab.until_active(f"to-host{number}")
     stage.group("10.0.2.2@Ethernet2")
     words = ("ping", "-q", "-i", "0.002", "-c", "1500", "-W", "2", ADDRESS)
-    pinging = stage.started(1, *words)
     replaced = 0
-    while pinging.poll() is None and replaced < 100:
-        number = 3 - replaced % 2
-        stage.lab.velmctl("nhg", "add", "far", f"10.0.{number}.2@Ethernet{number}")
-        replaced += 1
-    output = pinging.communicate()[0]
-    shown("host1", words, summary(output))
+    while replaced < 20:  # on a slow machine one ping may be over too soon to tell
+        pinging = stage.started(1, *words)
+        while pinging.poll() is None:
+            number = 3 - replaced % 2
+            stage.lab.velmctl("nhg", "add", "far", f"10.0.{number}.2@Ethernet{number}")
+            replaced += 1
+        output = pinging.communicate()[0]
+        shown("host1", words, summary(output))
+        expect(lost(output) == 0, "not one packet is lost")
     say(f"The group was replaced {replaced} times.")
-    expect(replaced >= 20, "the group was replaced often enough to tell")
-    expect(lost(output) == 0, "not one packet is lost")
 
 
 def ways(stage):
@@ -149,7 +148,8 @@ def fail(stage):
         each, and the cable to host 3 is pulled.""")
     words = ("ping", "-q", "-i", "0.01", "-c", "300", "-W", "2")
     first, second = (stage.started(1, *words, address) for address in (by2, by3))
-    time.sleep(1)
+    wire = stage.lab.wire(3)
+    expect(wire.receive(lambda frame: IP in frame and frame[IP].dst == by3), "packets go to host 3")
     stage.lab.hosts[3].ip("link set eth0 down")
     outputs = [pinging.communicate()[0] for pinging in (first, second)]
     for address, output in zip((by2, by3), outputs):
