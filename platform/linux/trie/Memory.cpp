@@ -1,9 +1,9 @@
 #include "platform/linux/trie/Memory.h"
 
 #include <fmt/format.h>
+#include <sys/mman.h>
 
 #include <algorithm>
-#include <cstdlib>
 #include <new>
 #include <stdexcept>
 
@@ -23,10 +23,12 @@ constexpr std::size_t putAtOnce = 8;
 // Nodes moved under one hold of the lock: a millisecond or so.
 constexpr std::size_t packAtOnce = 4096;
 
+// Large pages where there are such: it is read and written all over, and a million small ones would each be faulted in.
 std::byte* zeroBytes(std::size_t size) {
-   auto* const bytes = static_cast<std::byte*>(std::calloc(size, 1));
-   if (bytes == nullptr) throw std::bad_alloc();
-   return bytes;
+   auto* const bytes = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+   if (bytes == MAP_FAILED) throw std::bad_alloc();
+   madvise(bytes, size, MADV_HUGEPAGE);
+   return static_cast<std::byte*>(bytes);
 }
 
 Unit unitsOf(std::span<std::byte> shared, unsigned tables) {
@@ -44,7 +46,7 @@ Memory::Memory(std::span<std::byte> shared, unsigned tables, machine::GracePerio
      nextTable_(frontUnits),
      tablesEnd_(frontUnits + tables * tableUnits),
      pool_(tablesEnd_, unitsOf(shared, tables) - TRIE_REACH),
-     own_(zeroBytes(shared.size() * 2)) {}
+     own_(zeroBytes(shared.size() * 2), Unmap{shared.size() * 2}) {}
 
 std::size_t Memory::bytesFor(unsigned tables, std::size_t nodes) {
    std::size_t const front = frontUnits + std::size_t{tables} * tableUnits;
@@ -52,7 +54,7 @@ std::size_t Memory::bytesFor(unsigned tables, std::size_t nodes) {
    return (front + wholes * wholeUnits + TRIE_REACH) * TRIE_UNIT;
 }
 
-void Memory::Free::operator()(std::byte* bytes) const { std::free(bytes); }
+void Memory::Unmap::operator()(std::byte* bytes) const { munmap(bytes, size); }
 
 bool Memory::reserve(std::size_t changes) {
    if (!hasRoom(changes)) collect(retired_.size());

@@ -134,10 +134,11 @@ class Memory {
    std::size_t tenant_ = 0;      // to be packed next
    unsigned part_ = 0;           // of it
    std::size_t packedFree_ = 0;  // free units at the least since packing changed nothing
-   struct Free {
+   struct Unmap {
+      std::size_t size;
       void operator()(std::byte* bytes) const;
    };
-   std::unique_ptr<std::byte, Free> own_;  // of no cost where it was never written
+   std::unique_ptr<std::byte, Unmap> own_;  // of no cost where it was never written
 };
 
 }  // namespace velm::trie
