@@ -71,7 +71,7 @@ class LinuxDataplane final : public embedded::Dataplane {
    Carrier<std::string, nexthop_group_t>* groups() override { return &groupCarrier_; }
    Carrier<ip_route_key_t, embedded::IpRoute>* routes(std::string const& vrf) override {
       if (auto const known = routeCarriers_.find(vrf); known != routeCarriers_.end()) return known->second.get();
-      auto made = std::make_unique<RouteCarrier>(vrf, vrfs_.of(vrf).routes, leaves_, room_, warning());
+      auto made = std::make_unique<RouteCarrier>(vrf, vrfs_.of(vrf).routes, connected_, leaves_, room_, warning());
       return routeCarriers_.emplace(vrf, std::move(made)).first->second.get();
    }
    Carrier<embedded::MplsRowKey, embedded::MplsRoute>* mplsRoutes() override { return &noMplsRoutes_; }

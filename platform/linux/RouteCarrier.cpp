@@ -80,6 +80,7 @@ void RouteCarrier::leafIs(ip_route_key_t const& key, std::uint32_t leaf) {
    auto const rank = rankOf(key.preference());
    auto const before = leaf == 0 ? routes_.del(key.prefix(), rank) : routes_.set(key.prefix(), rank, leaf);
    leaves_.release(before);
+   if ((before == 0) != (leaf == 0)) connected_.routeChanged(vrf_, key.prefix());
 }
 
 void RouteCarrier::refused(ip_route_key_t const& key, IpRoute const& /*row*/, std::string const& why) {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/linux/forwarding/Connected.h"
 #include "platform/linux/forwarding/Leaves.h"
 #include "platform/linux/forwarding/RouteRoom.h"
 #include "platform/linux/forwarding/VrfRoutes.h"
@@ -22,8 +23,13 @@ class RouteCarrier : public embedded::Carrier<ip_route_key_t, embedded::IpRoute>
    /// Something could not be carried out that was not to be refused.
    using Warn = std::function<void(std::string const&)>;
 
-   RouteCarrier(std::string vrf, VrfRoutes& routes, Leaves& leaves, RouteRoom& room, Warn warn)
-      : vrf_(std::move(vrf)), routes_(routes), leaves_(leaves), room_(room), warn_(std::move(warn)) {}
+   RouteCarrier(std::string vrf, VrfRoutes& routes, Connected& connected, Leaves& leaves, RouteRoom& room, Warn warn)
+      : vrf_(std::move(vrf)),
+        routes_(routes),
+        connected_(connected),
+        leaves_(leaves),
+        room_(room),
+        warn_(std::move(warn)) {}
 
    embedded::Room prepare(ip_route_key_t const& key, embedded::IpRoute const* now,
                           embedded::IpRoute const& next) override;
@@ -45,6 +51,7 @@ class RouteCarrier : public embedded::Carrier<ip_route_key_t, embedded::IpRoute>
 
    std::string const vrf_;
    VrfRoutes& routes_;
+   Connected& connected_;
    Leaves& leaves_;
    RouteRoom& room_;
    Warn const warn_;

@@ -55,6 +55,16 @@ class ForwardingTest(TrafficTest):
             self.passes(self.frame4() / self.payload(), number,
                         self.out(number) / self.frame4(ttl=63)[IP] / self.payload())
 
+    def test_a_longer_prefix_goes_before_a_host_of_a_network(self):
+        self.lab.hosts[1].run("ping", "-c", "1", "-W", "5", "10.0.2.2")
+        self.group("aside", "10.0.3.2@Ethernet3")
+        sent = self.frame4(dst="10.0.2.2") / self.payload()
+        for prefix, number in (("10.0.2.0/30", 3), ("10.0.0.0/16", 2)):
+            self.route(prefix, "aside")
+            self.passes(sent, number, self.out(number) / self.frame4(dst="10.0.2.2", ttl=63)[IP] / self.payload())
+            self.lab.velmctl("route", "del", prefix)
+            self.passes(sent, 2, self.out(2) / self.frame4(dst="10.0.2.2", ttl=63)[IP] / self.payload())
+
     def test_a_via_with_a_hop_forwards(self):
         key = {"prefix": "198.51.100.0/24", "preference": 1}
         self.lab.call("IpRouteMgrService.ip_route_set", ip_route={"key": key})

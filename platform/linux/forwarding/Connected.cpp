@@ -44,14 +44,17 @@ bool Connected::enter(Place const& place, std::uint32_t leaf) {
 }
 
 void Connected::countKernel(Place const& place, bool on) {
+   auto const& [vrf, prefix, rank] = place;
    if (on) {
-      if (kernels_[place]++ == 0 && !enter(place, leaf_word(LEAF_KERNEL, 0))) kernels_.erase(place);
-      return;
+      if (kernels_[place]++ > 0) return;
+      if (!enter(place, leaf_word(LEAF_KERNEL, 0))) kernels_.erase(place);
+   } else {
+      auto const found = kernels_.find(place);
+      if (found == kernels_.end() || --found->second > 0) return;
+      kernels_.erase(found);
+      vrfs_.of(vrf).routes.del(prefix, rank);
    }
-   auto const found = kernels_.find(place);
-   if (found == kernels_.end() || --found->second > 0) return;
-   kernels_.erase(found);
-   vrfs_.of(std::get<0>(place)).routes.del(std::get<1>(place), std::get<2>(place));
+   routeChanged(vrf, prefix);
 }
 
 void Connected::kernelHas(std::string const& vrf, ip_addr_mask_t const& address, bool on) {
@@ -75,7 +78,7 @@ void Connected::portIs(intf_id_t intf, std::string const& vrf, Addresses address
    port.vrf = vrf;
    port.addresses = std::move(addresses);
    for (auto const& host : port.resolved) {
-      if (isOn(port, host)) {
+      if (networkOn(port, host)) {
          addHost(intf, port, host);
       } else {
          dropHost(vrf, intf, host);
@@ -93,31 +96,66 @@ void Connected::hostIs(intf_id_t intf, ip_addr_t const& address, bool resolved) 
    }
 }
 
-bool Connected::isOn(Port const& port, ip_addr_t const& address) {
-   auto const has = [&](ip_addr_mask_t const& network) { return isIn(address, network); };
-   return !isOfLink(address) && std::ranges::any_of(port.addresses, has);
+// The length of the longest of the interface's networks on which the address lies.
+std::optional<unsigned> Connected::networkOn(Port const& port, ip_addr_t const& address) {
+   std::optional<unsigned> longest;
+   if (isOfLink(address)) return longest;
+   for (auto const& network : port.addresses) {
+      if (isIn(address, network)) longest = std::max(longest.value_or(0), unsigned{network.mask_length()});
+   }
+   return longest;
 }
 
 void Connected::addHost(intf_id_t intf, Port const& port, ip_addr_t const& address) {
+   auto const network = networkOn(port, address);
+   if (!network) return;
    std::pair const key(port.vrf, address);
-   if (!isOn(port, address) || hosts_.contains(key)) return;  // known, or another interface says so too, and was first
-   Exits::Id exit = 0;
-   try {
-      exit = exits_.take({intf, address}, {}, Interest::passing);
-   } catch (error const& e) {
-      return callbacks_.left(fmt::format("host {} is not known to the fast path: {}", address.to_string(), e.what()));
+   auto found = hosts_.find(key);
+   if (found == hosts_.end()) {
+      try {
+         auto const exit = exits_.take({intf, address}, {}, Interest::passing);
+         found = hosts_.emplace(key, Host{intf, exit, *network}).first;
+      } catch (error const& e) {
+         return callbacks_.left(
+            fmt::format("host {} is not known to the fast path: {}", address.to_string(), e.what()));
+      }
    }
-   if (enter({port.vrf, hostPrefix(address), Rank::host}, leaf_word(LEAF_EXIT, exit))) {
-      hosts_.emplace(key, Host{intf, exit});
+   if (found->second.intf != intf) return;  // another interface says so too, and was first
+   found->second.network = *network;
+   refresh(*found);
+}
+
+// The kernel would send a packet for the host by the longest prefix, too.
+void Connected::refresh(Hosts::value_type& known) {
+   auto const& [vrf, address] = known.first;
+   auto& host = known.second;
+   auto& routes = vrfs_.of(vrf).routes;
+   bool divided = false;
+   for (auto length = host.network + 1; length < bitsOf(address.af()) && !divided; ++length) {
+      divided = routes.at({address, static_cast<unsigned char>(length)}) != 0;
+   }
+   if (host.entered == !divided) return;
+   if (divided) {
+      routes.del(hostPrefix(address), Rank::host);
+      host.entered = false;
    } else {
-      exits_.release(exit, Interest::passing);
+      host.entered = enter({vrf, hostPrefix(address), Rank::host}, leaf_word(LEAF_EXIT, host.exit));
+   }
+}
+
+void Connected::routeChanged(std::string const& vrf, ip_prefix_t const& prefix) {
+   auto const isInside = [&](auto const& key) {
+      return key.first == vrf && ip_prefix_t(key.second, prefix.prefix_length()) == prefix;
+   };
+   for (auto it = hosts_.lower_bound({vrf, prefix.network()}); it != hosts_.end() && isInside(it->first); ++it) {
+      if (prefix.prefix_length() > it->second.network) refresh(*it);
    }
 }
 
 void Connected::dropHost(std::string const& vrf, intf_id_t intf, ip_addr_t const& address) {
    auto const found = hosts_.find({vrf, address});
    if (found == hosts_.end() || found->second.intf != intf) return;
-   vrfs_.of(vrf).routes.del(hostPrefix(address), Rank::host);
+   if (found->second.entered) vrfs_.of(vrf).routes.del(hostPrefix(address), Rank::host);
    exits_.release(found->second.exit, Interest::passing);
    hosts_.erase(found);
 }

@@ -5,6 +5,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <tuple>
 #include <utility>
@@ -18,8 +19,8 @@
 namespace velm::machine {
 
 /// What the machine itself has to say of addresses, beside the programmed routes: its own addresses and the networks
-/// that it is on are the kernel's; a host on one of these that the kernel has resolved is reached without it. The SDK
-/// lock guards it.
+/// that it is on are the kernel's; a host on one of these that the kernel has resolved is reached without it, unless a
+/// prefix between the network's and its own leads elsewhere. The SDK lock guards it.
 class Connected {
  public:
    struct Callbacks {
@@ -40,6 +41,9 @@ class Connected {
    /// The kernel has resolved the host, or does not know it any more.
    void hostIs(intf_id_t intf, ip_addr_t const& address, bool resolved);
 
+   /// A route of the prefix came or went.
+   void routeChanged(std::string const& vrf, ip_prefix_t const& prefix);
+
    /// The interface of the VRF on whose networks the address lies, by the longest of them; none if there is none.
    intf_id_t towards(std::string const& vrf, ip_addr_t const& address) const;
    /// An address of the interface, of the family; null if it has none.
@@ -55,13 +59,17 @@ class Connected {
    struct Host {
       intf_id_t intf;
       Exits::Id exit;
+      unsigned network;      // the length of its prefix
+      bool entered = false;  // into the routes
    };
+   using Hosts = absl::btree_map<std::pair<std::string, ip_addr_t>, Host>;
 
    void kernelHas(std::string const& vrf, ip_addr_mask_t const& address, bool on);
    void countKernel(Place const& place, bool on);
-   static bool isOn(Port const& port, ip_addr_t const& address);
+   static std::optional<unsigned> networkOn(Port const& port, ip_addr_t const& address);
    void addHost(intf_id_t intf, Port const& port, ip_addr_t const& address);
    void dropHost(std::string const& vrf, intf_id_t intf, ip_addr_t const& address);
+   void refresh(Hosts::value_type& host);
    bool enter(Place const& place, std::uint32_t leaf);
 
    Vrfs& vrfs_;
@@ -70,7 +78,7 @@ class Connected {
    Callbacks const callbacks_;
    absl::btree_map<intf_id_t, Port> ports_;
    absl::btree_map<Place, std::uint32_t> kernels_;  // how many interfaces say so
-   absl::btree_map<std::pair<std::string, ip_addr_t>, Host> hosts_;
+   Hosts hosts_;
 };
 
 }  // namespace velm::machine

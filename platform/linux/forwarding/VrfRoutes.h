@@ -38,6 +38,8 @@ class VrfRoutes {
    std::uint32_t set(ip_prefix_t const& prefix, Rank rank, std::uint32_t leaf);
    /// The leaf that was there, or 0. Needs no room.
    std::uint32_t del(ip_prefix_t const& prefix, Rank rank);
+   /// What leads to exactly this prefix; 0 if nothing does.
+   std::uint32_t at(ip_prefix_t const& prefix) { return trieOf(prefix).at(trie::prefixOf(prefix)); }
    /// Asks for what the prefixes' changes will read.
    void prefetch(std::span<ip_prefix_t const> prefixes) const;
 
