@@ -33,11 +33,7 @@ policy_map_mgr* sdk::get_policy_map_mgr() { return &switch_->policyMaps; }
 void sdk::main_loop(int argc, char** argv) {
    auto const options = embedded::readOptions(argc, argv);
    embedded::applyOptions(options, embedded::dataplaneOf(options), *switch_);
-   try {
-      switch_->run();
-   } catch (error const& e) {
-      embedded::refuse(e.msg());
-   }
+   switch_->run();
 }
 
 }  // namespace velm

@@ -49,6 +49,20 @@ std::vector<Line> readLines(std::string const& path) {
    return lines;
 }
 
+void start(Options const& options, Switch& device) {
+   auto const lines = options.configFile.empty() ? std::vector<Line>() : readLines(options.configFile);
+   std::vector<std::string> commands;
+   commands.reserve(lines.size());
+   for (auto const& line : lines) commands.push_back(line.text);
+   try {
+      if (auto const failure = device.start(commands)) {
+         refuse(fmt::format("{}:{}: {}", options.configFile, lines[failure->done].number, failure->message));
+      }
+   } catch (error const& e) {
+      refuse(e.msg());
+   }
+}
+
 }  // namespace
 
 void refuse(std::string const& message) {
@@ -119,14 +133,7 @@ void applyOptions(Options const& options, DataplaneFactory const& make, Switch& 
          refuse(fmt::format("state folder {}: {}", options.stateFolder, e.what()));
       }
    }
-   if (options.configFile.empty()) return;
-   auto const lines = readLines(options.configFile);
-   std::vector<std::string> commands;
-   commands.reserve(lines.size());
-   for (auto const& line : lines) commands.push_back(line.text);
-   if (auto const failure = device.configure(commands)) {
-      refuse(fmt::format("{}:{}: {}", options.configFile, lines[failure->done].number, failure->message));
-   }
+   start(options, device);
 }
 
 }  // namespace velm::embedded

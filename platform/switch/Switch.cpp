@@ -6,7 +6,7 @@
 // before their followers, then the dataplane, which reports to managers. So the dataplane cannot be a manager's
 // constructor argument: it is handed to them afterwards, before anything can change a table.
 //
-// The order of a start: dataplaneIs, stateIs, configure, run. Each adds to what the one before has left.
+// The order of a start: dataplaneIs, stateIs, start, run. Each adds to what the one before has left.
 namespace velm::embedded {
 
 Switch::Switch()
@@ -56,9 +56,18 @@ void Switch::dataplaneIs(DataplaneFactory const& make) {
    policyMaps.dataplaneIs(*dataplane);
 }
 
-std::optional<Switch::Failure> Switch::configure(std::vector<std::string> const& commands) {
+std::optional<Switch::Failure> Switch::start(std::vector<std::string> const& configuration) {
+   if (auto failure = configure(configuration, commands::Stage::beforePorts)) return failure;
+   {
+      sdk_scoped_lock const lock;
+      dataplane->start();
+   }
+   return configure(configuration, commands::Stage::withPorts);
+}
+
+std::optional<Switch::Failure> Switch::configure(std::vector<std::string> const& commands, commands::Stage stage) {
    Inside const inside(ledger);
-   auto const response = vapi.run_config_cmds(commands);
+   auto const response = vapi.configure(commands, stage);
    if (response.success()) return std::nullopt;
    return Failure{response.responses().size(), response.error_message()};
 }
@@ -90,10 +99,6 @@ void Switch::storeIs(Store& folder) {
 }
 
 void Switch::run() {
-   {
-      sdk_scoped_lock const lock;
-      dataplane->start();
-   }
    loop.post([this] { agent.initialize(); });
    loop.run([this] { agent.disable(); });
    dataplane->stop();

@@ -52,14 +52,18 @@ class Switch {
       std::string message;
    };
    /// Carries configuration commands out, before the agent is initialised.
-   std::optional<Failure> configure(std::vector<std::string> const& commands);
+   std::optional<Failure> configure(std::vector<std::string> const& commands,
+                                    commands::Stage stage = commands::Stage::any);
    /// Brings back what the folder holds and keeps every change in it from now on; before the agent is initialised.
    /// Throws StateRefused; the switch is then of no use any more.
    void stateIs(std::string const& folder);
    /// Where the state is kept; empty without a folder.
    std::string stateFolder() const { return store ? store->path() : std::string(); }
-   /// Starts the dataplane, calls on_initialized and turns the loop until the agent has stopped. Throws what the start
-   /// of the dataplane throws, and nothing else.
+   /// Starts the dataplane and carries the configuration out: what it says of the machine's devices first, for with
+   /// that the dataplane starts, and all else after it, for that may need the ports that there are now. Throws what the
+   /// start of the dataplane throws.
+   std::optional<Failure> start(std::vector<std::string> const& configuration);
+   /// Calls on_initialized and turns the loop until the agent has stopped.
    void run();
 
    std::unique_ptr<Store> store;  // null without a state folder

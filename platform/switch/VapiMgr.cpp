@@ -54,7 +54,13 @@ vapi_response_t VapiMgr::run_config_cmds(std::vector<std::string> const& command
    return run(configure_, commands);
 }
 
-vapi_response_t VapiMgr::run(commands::CommandTable const& table, std::vector<std::string> const& commands) {
+vapi_response_t VapiMgr::configure(std::vector<std::string> const& lines, commands::Stage stage) {
+   sdk_scoped_lock const lock;
+   return run(configure_, lines, stage);
+}
+
+vapi_response_t VapiMgr::run(commands::CommandTable const& table, std::vector<std::string> const& commands,
+                             commands::Stage stage) {
    vapi_response_t response;
    commands::Session session{device_, {}};
    for (std::size_t i = 0; i < commands.size() && response.success(); ++i) {
@@ -63,7 +69,7 @@ vapi_response_t VapiMgr::run(commands::CommandTable const& table, std::vector<st
                            fmt::format("command {} of {} '{}' failed: {}", i + 1, commands.size(), commands[i], why));
       };
       try {
-         response.response_add(table.run(session, commands[i]));
+         response.response_add(table.run(session, commands[i], stage));
       } catch (commands::InvalidCommand const& e) {
          fail(cannotBeParsed, e.what());
       } catch (error const& e) {

@@ -33,9 +33,12 @@ class RightsTest(unittest.TestCase):
         os.chmod(lab.folder, 0o777)
         nobody = ["setpriv", "--reuid=65534", "--regid=65534", "--clear-groups", "--inh-caps=-all"]
         self.assertRegex(self.ends(lab, *nobody), "it needs CAP_NET_ADMIN, CAP_BPF, CAP_PERFMON and CAP_NET_RAW")
-        with open(f"{lab.folder}/config", "w", encoding="ascii") as file:
-            file.write("interface Ethernet3\ndevice eth9\ninterface Ethernet4\ndevice eth9\n")
-        self.assertRegex(self.ends(lab, options=("--switch-config", file.name)), "given to Ethernet3 already")
+        for lines, why in (("interface Ethernet3\ndevice eth9\ninterface Ethernet4\ndevice eth9\n",
+                            "config:4: .*given to Ethernet3 already"),
+                           ("interface Ethernet9\nshutdown\n", "config:2: .*no such interface Ethernet9")):
+            with open(f"{lab.folder}/config", "w", encoding="ascii") as file:
+                file.write(lines)
+            self.assertRegex(self.ends(lab, options=("--switch-config", file.name)), why)
         lab.start()
         self.assertRegex(self.ends(lab), "another agent")
         lab.hosts[1].run("ping", "-c", "1", "-W", "5", "10.0.2.2")

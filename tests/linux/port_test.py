@@ -12,7 +12,8 @@ class PortTest(TrafficTest):
     @classmethod
     def prepare(cls):
         with open(f"{cls.lab.folder}/config", "w", encoding="ascii") as file:
-            file.write("interface Ethernet3\ndevice uplink\nvrf red\ninterface Ethernet4\nvrf red\n")
+            file.write("interface Ethernet3\nip address 10.8.0.1/24\ndescription north\ndevice uplink\nvrf red\n"
+                       "interface Ethernet4\nvrf red\n")
         cls.lab.options += ["--switch-config", f"{cls.lab.folder}/config"]
         cls.lab.switch.ip("link set Ethernet3 down")
         cls.lab.switch.ip("link set Ethernet3 name uplink")
@@ -28,8 +29,10 @@ class PortTest(TrafficTest):
     def is_up(self, intf):
         return self.lab.call("IntfMgrService.oper_status", intf_id=intf)["oper_status"] == "OPER_STATUS_UP"
 
-    def test_a_device_line_names_the_device(self):
+    def test_the_file_gives_an_interface_its_device_and_more(self):
         self.assertEqual(self.shown("Ethernet3")["kernel_intf_name"], "uplink")
+        self.assertEqual(self.link("uplink")["ifalias"], "north")
+        self.assertIn("10.8.0.1/24", self.lab.switch.run("ip", "addr", "show", "uplink"))
         self.assertEqual(self.lab.call("IntfMgrService.velm_intf_name", kernel_name="uplink")["intf_id"],
                          "Ethernet3")
         self.assertEqual({intf: road["mode"] for intf, road in self.lab.show()["interfaces"].items()},

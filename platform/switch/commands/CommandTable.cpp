@@ -207,14 +207,16 @@ std::vector<std::string> splitWords(std::string_view command) {
 CommandTable::CommandTable(std::vector<Command> const& commands) {
    for (auto const& command : commands) {
       auto const repeated = repeatedWordsOf(command.pattern);
-      for (auto& words : formsOf(command.pattern)) forms_.push_back({std::move(words), repeated, command.run});
+      for (auto& words : formsOf(command.pattern))
+         forms_.push_back({std::move(words), repeated, command.run, command.stage});
    }
 }
 
-std::string CommandTable::run(Session& session, std::string const& command) const {
+std::string CommandTable::run(Session& session, std::string const& command, Stage stage) const {
    auto const words = splitWords(command);
    for (auto const& form : forms_) {
       if (!form.endsAt(words.size()) || form.reached(words) != words.size()) continue;
+      if (stage != Stage::any && form.stage != Stage::any && form.stage != stage) return {};
       Arguments arguments;
       for (std::size_t i = 0; i < words.size(); ++i) {
          auto const expected = form.at(i);

@@ -49,6 +49,10 @@ class Arguments {
    std::map<std::string_view, std::vector<std::string>> words_;
 };
 
+/// When a line of the configuration with which the agent starts is carried out: before the dataplane takes the
+/// machine's ports over, or with these there. Commands of a running agent are carried out at any time.
+enum class Stage { any, beforePorts, withPorts };
+
 /// A row of a command table. The pattern is what a manual would print: lower-case words stand for themselves, `a|b` is
 /// a choice that is bound under its own text, `[...]` may be left out, `[...]...` at the end may also be repeated, and
 /// a word in capitals is a placeholder: INTF an interface, ADDR an address, PREFIX a network, A/L an address with its
@@ -58,6 +62,7 @@ struct Command {
    std::string_view pattern;
    /// Carries the command out and gives its answer as JSON. Throws velm::error if the switch refuses it.
    std::string (*run)(Session& session, Arguments const& arguments);
+   Stage stage = Stage::withPorts;
 };
 
 /// Finds the row that a command matches and runs it; the first one wins.
@@ -65,8 +70,9 @@ class CommandTable {
  public:
    explicit CommandTable(std::vector<Command> const& commands);
 
-   /// Throws InvalidCommand for text that matches no row, else whatever the command throws.
-   std::string run(Session& session, std::string const& command) const;
+   /// Nothing, without a look at the switch, if the command is one of another stage. Throws InvalidCommand for text
+   /// that matches no row, else whatever the command throws.
+   std::string run(Session& session, std::string const& command, Stage stage = Stage::any) const;
 
  private:
    /// A pattern without its optional parts, or with them.
@@ -74,6 +80,7 @@ class CommandTable {
       std::vector<std::string_view> words;
       std::vector<std::string_view> repeated;  // what may follow any number of times
       std::string (*run)(Session&, Arguments const&);
+      Stage stage;
 
       /// The word at a position, which is one of the words or follows them by repetition.
       std::string_view at(std::size_t position) const;

@@ -157,8 +157,8 @@ std::string simulateVlan(Session& session, Arguments const& arguments) {
 std::vector<Command> intfShowCommands() { return {{"show interfaces [INTF]", showInterfaces}}; }
 
 std::vector<Command> intfConfigurationCommands() {
-   return {{"interface INTF", chooseIntf},
-           {"exit", exitIntf},
+   return {{"interface INTF", chooseIntf, Stage::any},
+           {"exit", exitIntf, Stage::any},
            {"no interface INTF", removeIntf},
            {"shutdown", enableIntf<false>},
            {"no shutdown", enableIntf<true>},
@@ -166,9 +166,9 @@ std::vector<Command> intfConfigurationCommands() {
            {"no description", describeIntf},
            {"ip address A/L", addAddress},
            {"no ip address [A/L]", removeAddress},
-           {"device NAME", nameDevice},
-           {"vrf NAME", chooseVrf},
-           {"no vrf", chooseVrf},
+           {"device NAME", nameDevice, Stage::beforePorts},
+           {"vrf NAME", chooseVrf, Stage::beforePorts},
+           {"no vrf", chooseVrf, Stage::beforePorts},
            {"simulate interface INTF create|delete", simulatePort},
            {"simulate interface INTF oper up|down|unknown", simulateLink},
            {"simulate interface INTF counter ACCESSOR N", simulateCounter},
