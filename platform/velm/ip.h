@@ -44,6 +44,10 @@ class ip_addr_t {
       return high != otherHigh ? high <=> otherHigh : word(8) <=> other.word(8);
    }
    bool operator==(ip_addr_t const&) const = default;
+   template <class H>
+   friend H AbslHashValue(H state, ip_addr_t const& addr) {
+      return H::combine(std::move(state), addr.af_, addr.word(0), addr.word(8));
+   }
    static constexpr auto attributes() {
       return std::tuple{attribute{"af", &ip_addr_t::af_}, attribute{"addr", &ip_addr_t::bytes_}};
    }
