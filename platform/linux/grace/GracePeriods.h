@@ -47,9 +47,10 @@ class GracePeriods {
    Wait const wait_;
    std::mutex mutex_;
    std::condition_variable_any changed_;
-   Period asked_ = 0;              // guarded by mutex_
-   Period begun_ = 0;              // guarded by mutex_
-   std::atomic<Period> over_ = 0;  // raised under mutex_
+   // All three are raised under mutex_.
+   std::atomic<Period> asked_ = 0;
+   std::atomic<Period> begun_ = 0;
+   std::atomic<Period> over_ = 0;
    std::atomic<Period> scarceUntil_ = 0;
    std::jthread thread_;  // last: it uses the rest
 };
