@@ -6,13 +6,16 @@
 namespace velm::trie {
 namespace {
 
-constexpr unsigned leastOrder = 1;  // a unit alone is a skip
 constexpr unsigned wideOrder = 4;
-constexpr std::uint64_t allRuns = ~std::uint64_t{0};
 
 constexpr std::uint64_t bit(unsigned number) { return std::uint64_t{1} << number; }
 
 unsigned lowest(std::uint64_t bits) { return static_cast<unsigned>(std::countr_zero(bits)); }
+
+template <class Fn>
+void forEachBit(std::uint64_t bits, Fn&& fn) {
+   for (; bits != 0; bits &= bits - 1) fn(lowest(bits));
+}
 
 // In memory of an order below that of wide branches.
 constexpr unsigned mostRuns(unsigned order) { return (4U << order) - 2; }
@@ -20,6 +23,11 @@ constexpr unsigned mostNarrow = mostRuns(2);
 static_assert(mostNarrow == sizeof(trie_node::word) / sizeof(std::uint32_t));
 
 }  // namespace
+
+std::uint32_t inherited(Memory const& memory, std::uint32_t word) {
+   if (!isNode(word)) return word;
+   return isBranch(word) ? Branch(memory, word).value(Branch::whole) : memory.node(leaf_index_of(word)).word[0];
+}
 
 void inherit(Memory const& memory, std::uint32_t word, std::uint32_t value) {
    for (; leaf_kind_of(word) == LEAF_SKIP; word = memory.node(leaf_index_of(word)).word[1]) {
@@ -47,44 +55,45 @@ Branch Branch::make(Memory const& memory, Unit unit, std::uint64_t runs, std::ui
    Branch made(memory, leaf_word(LEAF_BRANCH, unit));
    made.node_->bits = runs;
    std::fill_n(made.words_, trie_count(runs), inherited);
-   made.own_->few.held[0] = bit(whole);
-   made.own_->few.held[1] = 0;
-   made.own_->few.value[0] = inherited;
+   made.own_->held[0] = bit(whole);
+   made.own_->held[1] = 0;
+   made.own_->value[0] = inherited;
    return made;
 }
 
 Branch Branch::copy(Unit unit, std::uint64_t runs) const {
    Branch made(*memory_, leaf_word(runs == allRuns ? LEAF_WIDE : LEAF_BRANCH, unit));
    if (!made.isWide()) made.node_->bits = runs;
-   auto const* from = words_ - 1;
-   auto* to = made.words_;
-   auto const here = this->runs();
-   for (auto left = runs | here; left != 0; left &= left - 1) {
-      auto const slot = lowest(left);
-      from += here >> slot & 1U;
-      if ((runs >> slot & 1U) != 0) *to++ = *from;
-   }
+   made.copyWords(*this);
    made.copyPrefixes(*this);
    return made;
 }
 
-void Branch::copyPrefixes(Branch const& from) const {
-   if (!isWide() && !from.isWide()) {
-      std::ranges::copy(from.own_->few.held, own_->few.held);
-      std::copy_n(from.own_->few.value, from.prefixes() + 1, own_->few.value);
+void Branch::copyWords(Branch const& from) const {
+   auto const here = from.runs();
+   auto const* word = from.words_ - 1;
+   auto* to = words_;
+   if (isWide()) {  // the rule where routes come at random
+      for (auto left = here; left != 0;) {
+         left &= left - 1;
+         to = std::fill_n(to, words_ + (left == 0 ? slots : lowest(left)) - to, *++word);
+      }
       return;
    }
-   if (isWide()) {
-      std::ranges::fill(own_->many, 0);
-   } else {
-      own_->few.held[0] = own_->few.held[1] = 0;
+   for (auto left = runs() | here; left != 0; left &= left - 1) {
+      auto const slot = lowest(left);
+      word += here >> slot & 1U;
+      if ((runs() >> slot & 1U) != 0) *to++ = *word;
    }
-   auto* next = own_->few.value;
-   for (auto place = whole; place < 2 * slots; ++place) {
-      if (place != whole && !from.holds(place)) continue;
-      if (!isWide()) own_->few.held[place / 64] |= bit(place % 64);
-      (isWide() ? own_->many[place] : *next++) = from.value(place);
-   }
+}
+
+void Branch::copyPrefixes(Branch const& from) const {
+   std::ranges::copy(from.own_->held, own_->held);
+   unsigned count = 0;
+   forEachBit(from.own_->held[0], [&](unsigned place) {
+      own_->value[isWide() ? place : count] = from.own_->value[from.isWide() ? place : count];
+      ++count;
+   });
 }
 
 unsigned Branch::orderOf(std::uint64_t runs) {
@@ -111,45 +120,33 @@ std::uint64_t Branch::filledUp(std::uint64_t runs, unsigned place) {
    return runs;
 }
 
-unsigned Branch::prefixes() const {
-   if (!isWide()) return trie_count(own_->few.held[0]) + trie_count(own_->few.held[1]) - 1;
-   return static_cast<unsigned>(2 * slots - 2 - std::count(own_->many + 2, std::end(own_->many), 0));
-}
-
 unsigned Branch::firstPrefix() const {
-   auto place = whole + 1;
-   while (!holds(place)) ++place;
-   return place;
+   auto const shorter = own_->held[0] & ~bit(whole);
+   return shorter != 0 ? lowest(shorter) : slots + lowest(own_->held[1]);
 }
 
 void Branch::add(unsigned place, std::uint32_t value) {
-   if (isWide()) {
-      own_->many[place] = value;
-   } else {
-      auto& few = own_->few;
-      auto const at = rank(place);
-      auto const end = prefixes() + 1;
-      std::copy_backward(few.value + at, few.value + end, few.value + end + 1);
-      few.value[at] = value;
-      few.held[place / 64] |= bit(place % 64);
+   if (place < slots) {
+      auto const at = index(place);
+      auto const end = trie_count(own_->held[0]);
+      if (!isWide()) std::copy_backward(own_->value + at, own_->value + end, own_->value + end + 1);
+      own_->value[at] = value;
    }
+   own_->held[place / slots] |= bit(place % slots);
    paint(place, place, value);
 }
 
 void Branch::change(unsigned place, std::uint32_t value) {
-   this->value(place) = value;
+   if (place < slots) own_->value[index(place)] = value;
    paint(place, place, value);
 }
 
 void Branch::remove(unsigned place) {
-   if (isWide()) {
-      own_->many[place] = 0;
-   } else {
-      auto& few = own_->few;
-      auto const at = rank(place);
-      std::copy(few.value + at + 1, few.value + prefixes() + 1, few.value + at);
-      few.held[place / 64] &= ~bit(place % 64);
+   if (place < slots && !isWide()) {
+      auto const at = index(place);
+      std::copy(own_->value + at + 1, own_->value + trie_count(own_->held[0]), own_->value + at);
    }
+   own_->held[place / slots] &= ~bit(place % slots);
    auto const now = holder(place);
    paint(place, now, value(now));
 }
@@ -165,9 +162,8 @@ std::uint64_t Branch::fewerRuns(unsigned things) const {
    auto const most = order == leastOrder ? 0 : order == wideOrder ? mostNarrow : mostRuns(order - 1);
    if (2 * things + 1 > most) return 0;  // each takes two at most
    auto runs = runsOf(whole);
-   for (auto place = whole + 1; place < 2 * slots; ++place) {
-      if (holds(place)) runs |= runsOf(place);
-   }
+   forEachBit(own_->held[0], [&](unsigned place) { runs |= runsOf(place); });
+   forEachBit(own_->held[1], [&](unsigned slot) { runs |= runsOf(slots + slot); });
    forEachRun(whole, [&](unsigned slot, std::uint32_t word) {
       if (isNode(word)) runs |= runsOf(slots + slot);
    });

@@ -23,6 +23,8 @@ inline unsigned placeOf(Bits bits, unsigned length) {
 }
 inline unsigned lengthOf(unsigned place) { return static_cast<unsigned>(std::bit_width(place)) - 1; }
 
+/// What the prefixes down to a word say: a leaf says it itself, a node inherits it.
+std::uint32_t inherited(Memory const& memory, std::uint32_t word);
 /// Tells everything below a node's word what the prefixes down to it say now.
 void inherit(Memory const& memory, std::uint32_t word, std::uint32_t value);
 /// The same for any word: a leaf is replaced.
@@ -34,7 +36,9 @@ void tell(Memory const& memory, std::uint32_t& word, std::uint32_t value);
 class Branch {
  public:
    static constexpr unsigned slots = 1U << TRIE_STRIDE;
-   static constexpr unsigned whole = 1;  // the place of what is inherited
+   static constexpr unsigned whole = 1;                         // the place of what is inherited
+   static constexpr unsigned leastOrder = 1;                    // a unit alone is a skip
+   static constexpr std::uint64_t allRuns = ~std::uint64_t{0};  // of a wide one
 
    /// Of an existing branch.
    Branch(Memory const& memory, std::uint32_t word);
@@ -62,12 +66,13 @@ class Branch {
    template <class Fn>
    void forEachRun(unsigned place, Fn&& fn) const;
 
-   bool holds(unsigned place) const {
-      return isWide() ? own_->many[place] != 0 : (own_->few.held[place / 64] >> place % 64 & 1U) != 0;
+   bool holds(unsigned place) const { return (own_->held[place / slots] >> place % slots & 1U) != 0; }
+   /// Of a prefix that is held.
+   std::uint32_t value(unsigned place) const {
+      return place < slots ? own_->value[index(place)] : velm::trie::inherited(*memory_, word(place - slots));
    }
-   std::uint32_t& value(unsigned place) const { return isWide() ? own_->many[place] : own_->few.value[rank(place)]; }
    /// How many end here.
-   unsigned prefixes() const;
+   unsigned prefixes() const { return trie_count(own_->held[0]) + trie_count(own_->held[1]) - 1; }
    /// The place of the first of them, where there is one.
    unsigned firstPrefix() const;
    /// The longest that has the slots of the place.
@@ -89,10 +94,11 @@ class Branch {
 
  private:
    bool isWide() const { return leaf_kind_of(word_) == LEAF_WIDE; }
-   unsigned rank(unsigned place) const {
-      auto const below = own_->few.held[place / 64] & ((std::uint64_t{1} << place % 64) - 1);
-      return trie_count(below) + (place < 64 ? 0 : trie_count(own_->few.held[0]));
+   // Of a place's value.
+   unsigned index(unsigned place) const {
+      return isWide() ? place : trie_count(own_->held[0] & ((std::uint64_t{1} << place) - 1));
    }
+   void copyWords(Branch const& from) const;
    void copyPrefixes(Branch const& from) const;
    // Tells a value to those of a place's slots that the holder has.
    void paint(unsigned place, unsigned holder, std::uint32_t value) const;

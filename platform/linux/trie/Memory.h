@@ -23,14 +23,11 @@ inline void publish(std::uint32_t& word, std::uint32_t value) {
 
 /// The prefixes that end in a branch, in ordinary memory beside it. A prefix has a place: 1 is the way to the branch
 /// itself, whose value is what the branch inherits, and the places of the two halves of p are 2p and 2p + 1, so that
-/// slot s is 64 + s. At most twice as many prefixes end in a branch as it has runs, so this needs twice the branch's
-/// memory.
-union Prefixes {
-   struct {
-      std::uint64_t held[2];    // a bit for each place; that of 1 is always set
-      std::uint32_t value[28];  // of those held, in the order of their places; no more memory than they need
-   } few;
-   std::uint32_t many[128];  // of a wide branch: the value of each place, 0 where there is no prefix
+/// slot s is 64 + s. What a prefix of a single slot says stands in the slot's word, or is what the node there inherits.
+/// At most twice as many prefixes end in a branch as it has runs, so twice the branch's memory is enough for this.
+struct Prefixes {
+   std::uint64_t held[2];    // a bit for each place; that of 1 is always set
+   std::uint32_t value[64];  // of the first 64 places: by place in a wide branch, else of those held, in their order
 };
 
 /// What has nodes in the memory, in parts that are packed one at a time.

@@ -101,7 +101,10 @@ std::uint32_t Trie::set(Prefix const& prefix, std::uint32_t leaf) {
    if (before == leaf) return before;
    bool done = false;
    switch (descent.end) {
-      case Descent::End::leaf: done = hang(descent, leaf); break;
+      case Descent::End::leaf:
+         done =
+            table_ && descent.depth == 0 && descent.length <= TRIE_STRIDE ? begin(descent, leaf) : hang(descent, leaf);
+         break;
       case Descent::End::skip: done = split(descent, leaf); break;
       case Descent::End::branch: done = extend(descent, leaf); break;
    }
@@ -122,16 +125,32 @@ bool Trie::hang(Descent const& descent, std::uint32_t leaf) {
    if (word == 0) return false;
    if (descent.depth == 0) {
       publish(*descent.entry, word);
-   } else if (!putInto(descent.passed[descent.depth - 1], word, draft)) {
+   } else if (!putInto(descent, word, draft)) {
       return false;
    }
    draft.keep();
    return true;
 }
 
-bool Trie::putInto(Passed const& at, std::uint32_t word, Draft& draft) {
-   Branch const branch(memory_, *at.link);
-   auto const now = parted(branch, Branch::slots + at.slot, draft);
+// Below the table most ways end in a branch soon. One that would is begun as a branch, not as a skip that the next
+// prefix replaces.
+bool Trie::begin(Descent const& descent, std::uint32_t leaf) {
+   Draft draft(memory_, Memory::Claim::promised);
+   auto const place = placeOf(descent.bits, descent.length);
+   auto const runs = Branch::filledUp(Branch::runsOf(Branch::whole) | Branch::runsOf(place), place);
+   auto const unit = draft.branch(runs);
+   if (unit == 0) return false;
+   auto branch = Branch::make(memory_, unit, runs, *descent.entry);
+   branch.add(place, leaf);
+   publish(*descent.entry, branch.word());
+   draft.keep();
+   return true;
+}
+
+bool Trie::putInto(Descent const& descent, std::uint32_t word, Draft& draft) {
+   auto const& at = descent.passed[descent.depth - 1];
+   auto const branch = last(descent);
+   auto const now = parted(branch, Branch::slots + at.slot, endsAtTop(descent), draft);
    if (!now) return false;
    publish(now->word(at.slot), word);
    replace(branch, *now, *at.link);
@@ -159,6 +178,8 @@ bool Trie::split(Descent const& descent, std::uint32_t leaf) {
    auto branch = Branch::make(memory_, unit, filled, old.otherwise);
    if (fresh.endsHere()) branch.add(fresh.place(), leaf);
    if (!restGoesOn) branch.add(rest.place(), *old.end);
+   // Asked for before the slot's word names a node that has yet to be told.
+   auto const inherited = restGoesOn ? branch.valueAt(slotOf(rest.bits)) : 0;
    auto goOn = [&](Rest const& on, std::uint32_t end) {
       auto const slot = slotOf(on.bits);
       auto const otherwise = branch.valueAt(slot);
@@ -169,10 +190,7 @@ bool Trie::split(Descent const& descent, std::uint32_t leaf) {
    auto const word = draft.way(old.bits, before, branch.word(), old.otherwise);
    if (word == 0) return false;
 
-   if (old.leadsToBranch()) {
-      auto const inherited = branch.valueAt(slotOf(rest.bits));
-      if (inherited != old.otherwise) inherit(memory_, *old.end, inherited);
-   }
+   if (old.leadsToBranch() && inherited != old.otherwise) inherit(memory_, *old.end, inherited);
    publish(*descent.entry, word);
    retire(memory_, old);
    draft.keep();
@@ -187,7 +205,7 @@ bool Trie::extend(Descent const& descent, std::uint32_t leaf) {
       return true;
    }
    Draft draft(memory_, Memory::Claim::promised);
-   auto now = parted(branch, place, draft);
+   auto now = parted(branch, place, endsAtTop(descent), draft);
    if (!now) return false;
    now->add(place, leaf);
    replace(branch, *now, *descent.passed[descent.depth - 1].link);
@@ -195,10 +213,13 @@ bool Trie::extend(Descent const& descent, std::uint32_t leaf) {
    return true;
 }
 
-std::optional<Branch> Trie::parted(Branch const& branch, unsigned place, Draft& draft) {
+// A branch right below the table, where routes lie closest, becomes wide as soon as it outgrows the least one, so that
+// the next ones cost stores and no more copies.
+std::optional<Branch> Trie::parted(Branch const& branch, unsigned place, bool isTop, Draft& draft) {
    auto const runs = branch.runs() | Branch::runsOf(place);
    if (runs == branch.runs()) return branch;
-   auto const filled = Branch::filledUp(runs, place);
+   bool const outgrown = Branch::orderOf(runs) > Branch::leastOrder;
+   auto const filled = isTop && outgrown ? Branch::allRuns : Branch::filledUp(runs, place);
    auto const unit = draft.branch(filled);
    if (unit == 0) return std::nullopt;
    return branch.copy(unit, filled);
@@ -225,7 +246,9 @@ void Trie::prefetch(std::span<Prefix const> prefixes) const {
    for (auto const& prefix : prefixes) {
       auto const word = top(prefix);
       if (leaf_kind_of(word) < LEAF_WIDE) continue;
-      __builtin_prefetch(&memory_.node(leaf_index_of(word)));
+      auto const slot = slotOf(table_ ? prefix.bits << TRIE_TABLE_BITS : prefix.bits);
+      auto const* const node = reinterpret_cast<std::uint32_t const*>(&memory_.node(leaf_index_of(word)));
+      __builtin_prefetch(leaf_kind_of(word) == LEAF_WIDE ? node + slot : node);
       if (isBranch(word)) __builtin_prefetch(&memory_.prefixes(leaf_index_of(word)));
    }
 }

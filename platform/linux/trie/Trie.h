@@ -73,16 +73,18 @@ class Trie : private Tenant {
    };
 
    void descend(Prefix const& prefix, Descent& descent) const;
+   bool endsAtTop(Descent const& descent) const { return table_ && descent.depth == 1; }
    Branch last(Descent const& descent) const { return {memory_, *descent.passed[descent.depth - 1].link}; }
    /// The leaf of the prefix that was gone down for, 0 if it is not there.
    std::uint32_t found(Descent const& descent) const;
    std::uint32_t replaceFallback(std::uint32_t leaf);
    bool hang(Descent const& descent, std::uint32_t leaf);
+   bool begin(Descent const& descent, std::uint32_t leaf);
    bool split(Descent const& descent, std::uint32_t leaf);
    bool extend(Descent const& descent, std::uint32_t leaf);
-   bool putInto(Passed const& at, std::uint32_t word, Draft& draft);
+   bool putInto(Descent const& descent, std::uint32_t word, Draft& draft);
    /// The branch if the place's slots have runs of their own, else a copy in which they do.
-   std::optional<Branch> parted(Branch const& branch, unsigned place, Draft& draft);
+   std::optional<Branch> parted(Branch const& branch, unsigned place, bool isTop, Draft& draft);
    void replace(Branch const& old, Branch const& now, std::uint32_t& link);
 
    void tidy(Descent const& descent);
