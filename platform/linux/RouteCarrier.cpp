@@ -107,11 +107,4 @@ void RouteCarrier::networksChanged() {
    }
 }
 
-void RouteCarrier::prefetch(std::span<ip_route_key_t const> keys) const {
-   std::vector<ip_prefix_t> prefixes;
-   prefixes.reserve(keys.size());
-   for (auto const& key : keys) prefixes.push_back(key.prefix());
-   routes_.prefetch(prefixes);
-}
-
 }  // namespace velm::machine

@@ -39,7 +39,7 @@ class RouteCarrier : public embedded::Carrier<ip_route_key_t, embedded::IpRoute>
 
    /// Which networks the switch is on has changed: where vias name no interface they may lead elsewhere now.
    void networksChanged();
-   void prefetch(std::span<ip_route_key_t const> keys) const;
+   void prefetch(std::span<ip_route_key_t const> keys) const { routes_.prefetch(keys); }
    std::size_t refusedRoutes() const { return refused_; }
 
  private:

@@ -109,12 +109,12 @@ std::optional<unsigned> Connected::networkOn(Port const& port, ip_addr_t const& 
 void Connected::addHost(intf_id_t intf, Port const& port, ip_addr_t const& address) {
    auto const network = networkOn(port, address);
    if (!network) return;
-   std::pair const key(port.vrf, address);
-   auto found = hosts_.find(key);
-   if (found == hosts_.end()) {
+   auto& hosts = hosts_[port.vrf];
+   auto found = hosts.find(address);
+   if (found == hosts.end()) {
       try {
          auto const exit = exits_.take({intf, address}, {}, Interest::passing);
-         found = hosts_.emplace(key, Host{intf, exit, *network}).first;
+         found = hosts.emplace(address, Host{intf, exit, *network}).first;
       } catch (error const& e) {
          return callbacks_.left(
             fmt::format("host {} is not known to the fast path: {}", address.to_string(), e.what()));
@@ -122,13 +122,11 @@ void Connected::addHost(intf_id_t intf, Port const& port, ip_addr_t const& addre
    }
    if (found->second.intf != intf) return;  // another interface says so too, and was first
    found->second.network = *network;
-   refresh(*found);
+   refresh(port.vrf, address, found->second);
 }
 
 // The kernel would send a packet for the host by the longest prefix, too.
-void Connected::refresh(Hosts::value_type& known) {
-   auto const& [vrf, address] = known.first;
-   auto& host = known.second;
+void Connected::refresh(std::string const& vrf, ip_addr_t const& address, Host& host) {
    auto& routes = vrfs_.of(vrf).routes;
    bool divided = false;
    for (auto length = host.network + 1; length < bitsOf(address.af()) && !divided; ++length) {
@@ -144,20 +142,22 @@ void Connected::refresh(Hosts::value_type& known) {
 }
 
 void Connected::routeChanged(std::string const& vrf, ip_prefix_t const& prefix) {
-   auto const isInside = [&](auto const& key) {
-      return key.first == vrf && ip_prefix_t(key.second, prefix.prefix_length()) == prefix;
-   };
-   for (auto it = hosts_.lower_bound({vrf, prefix.network()}); it != hosts_.end() && isInside(it->first); ++it) {
-      if (prefix.prefix_length() > it->second.network) refresh(*it);
+   auto const found = hosts_.find(vrf);
+   if (found == hosts_.end()) return;
+   auto& hosts = found->second;
+   auto const has = [&](ip_addr_t const& address) { return ip_prefix_t(address, prefix.prefix_length()) == prefix; };
+   for (auto it = hosts.lower_bound(prefix.network()); it != hosts.end() && has(it->first); ++it) {
+      if (prefix.prefix_length() > it->second.network) refresh(vrf, it->first, it->second);
    }
 }
 
 void Connected::dropHost(std::string const& vrf, intf_id_t intf, ip_addr_t const& address) {
-   auto const found = hosts_.find({vrf, address});
-   if (found == hosts_.end() || found->second.intf != intf) return;
+   auto& hosts = hosts_[vrf];
+   auto const found = hosts.find(address);
+   if (found == hosts.end() || found->second.intf != intf) return;
    if (found->second.entered) vrfs_.of(vrf).routes.del(hostPrefix(address), Rank::host);
    exits_.release(found->second.exit, Interest::passing);
-   hosts_.erase(found);
+   hosts.erase(found);
 }
 
 intf_id_t Connected::towards(std::string const& vrf, ip_addr_t const& address) const {

@@ -62,14 +62,14 @@ class Connected {
       unsigned network;      // the length of its prefix
       bool entered = false;  // into the routes
    };
-   using Hosts = absl::btree_map<std::pair<std::string, ip_addr_t>, Host>;
+   using Hosts = absl::btree_map<ip_addr_t, Host>;
 
    void kernelHas(std::string const& vrf, ip_addr_mask_t const& address, bool on);
    void countKernel(Place const& place, bool on);
    static std::optional<unsigned> networkOn(Port const& port, ip_addr_t const& address);
    void addHost(intf_id_t intf, Port const& port, ip_addr_t const& address);
    void dropHost(std::string const& vrf, intf_id_t intf, ip_addr_t const& address);
-   void refresh(Hosts::value_type& host);
+   void refresh(std::string const& vrf, ip_addr_t const& address, Host& host);
    bool enter(Place const& place, std::uint32_t leaf);
 
    Vrfs& vrfs_;
@@ -78,7 +78,7 @@ class Connected {
    Callbacks const callbacks_;
    absl::btree_map<intf_id_t, Port> ports_;
    absl::btree_map<Place, std::uint32_t> kernels_;  // how many interfaces say so
-   Hosts hosts_;
+   absl::btree_map<std::string, Hosts> hosts_;      // by VRF
 };
 
 }  // namespace velm::machine

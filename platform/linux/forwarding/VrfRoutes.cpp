@@ -45,11 +45,13 @@ std::uint32_t VrfRoutes::del(ip_prefix_t const& prefix, Rank rank) {
    return before;
 }
 
-void VrfRoutes::prefetch(std::span<ip_prefix_t const> prefixes) const {
+void VrfRoutes::prefetch(std::span<ip_route_key_t const> keys) const {
    constexpr std::size_t most = 16;
    absl::InlinedVector<trie::Prefix, most> keys4;
    absl::InlinedVector<trie::Prefix, most> keys6;
-   for (auto const& prefix : prefixes) (prefix.af() == af_t::ipv6 ? keys6 : keys4).push_back(trie::prefixOf(prefix));
+   for (auto const& key : keys) {
+      (key.prefix().af() == af_t::ipv6 ? keys6 : keys4).push_back(trie::prefixOf(key.prefix()));
+   }
    ipv4_.prefetch(keys4);
    ipv6_.prefetch(keys6);
 }

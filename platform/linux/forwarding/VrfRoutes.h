@@ -10,6 +10,7 @@
 #include "platform/linux/trie/Memory.h"
 #include "platform/linux/trie/Trie.h"
 #include "platform/velm/ip.h"
+#include "platform/velm/ip_route.h"
 
 namespace velm::machine {
 
@@ -40,8 +41,8 @@ class VrfRoutes {
    std::uint32_t del(ip_prefix_t const& prefix, Rank rank);
    /// What leads to exactly this prefix; 0 if nothing does.
    std::uint32_t at(ip_prefix_t const& prefix) { return trieOf(prefix).at(trie::prefixOf(prefix)); }
-   /// Asks for what the prefixes' changes will read.
-   void prefetch(std::span<ip_prefix_t const> prefixes) const;
+   /// Asks for what the routes' changes will read.
+   void prefetch(std::span<ip_route_key_t const> keys) const;
 
  private:
    struct Candidate {
