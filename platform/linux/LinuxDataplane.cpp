@@ -11,10 +11,11 @@
 #include <string>
 #include <utility>
 
-#include "platform/linux/GraceGate.h"
 #include "platform/linux/GroupCarrier.h"
 #include "platform/linux/InstanceLock.h"
 #include "platform/linux/IntfCarriers.h"
+#include "platform/linux/LabelCarriers.h"
+#include "platform/linux/LockGate.h"
 #include "platform/linux/PolicyMapCarrier.h"
 #include "platform/linux/Ports.h"
 #include "platform/linux/Refusals.h"
@@ -32,10 +33,11 @@
 
 // Who rests on whom, from what packets read up to what clients say:
 //
-//   RouteCarrier --> Leaves --> Groups --> Exits --> Hops <-- Ports <-- the kernel's notices
-//        |                        ^                   ^         |
-//        v                        |                   |         v
-//     VrfRoutes <-------------- GroupCarrier        Connected <-+
+//   RouteCarrier,  --> Leaves --> Groups --> Exits --> Hops <-- Ports <-- the kernel's notices
+//   LabelCarriers                   ^                   ^         |
+//        |                          |                   |         v
+//        v                     GroupCarrier         Connected <---+
+//   VrfRoutes, Labels <---------------------------------+
 //
 // Two roads lead in: a client's change, under the SDK lock, by a carrier; and a notice of the kernel, on the main loop,
 // by Ports. Both end in stores to shared memory before they return, and what they have to report is posted.
@@ -50,7 +52,6 @@ class LinuxDataplane final : public embedded::Dataplane {
       : outside_(surroundings),
         program_(sizesFor(capacity), std::random_device()()),
         periods_([this] { grace_.wait(); }),
-        gate_(periods_),
         memory_(program_.arrays().trie, Vrfs::tables, periods_),
         room_(memory_, periods_),
         vrfs_(memory_, program_.arrays().vrfs),
@@ -63,7 +64,11 @@ class LinuxDataplane final : public embedded::Dataplane {
         connected_(vrfs_, exits_, room_, {.networksChanged = [this] { networksChanged(); }, .left = warning()}),
         groups_(program_.arrays().groups, exits_, buckets_, periods_, view(), groupCallbacks()),
         leaves_(groups_, exits_, view()),
+        labels_(program_.arrays().labels, leaves_),
+        gate_(periods_, labels_),
         groupCarrier_(groups_, warning()),
+        labelCarrier_(labels_, leaves_, warning()),
+        vrfLabelCarrier_(labels_, vrfs_, warning()),
         policyMapCarrier_(outside_.loop, outside_.policyMaps),
         intfCarrier_([this] { return ports_.get(); }),
         ipIntfCarrier_([this] { return ports_.get(); }) {}
@@ -71,11 +76,12 @@ class LinuxDataplane final : public embedded::Dataplane {
    Carrier<std::string, nexthop_group_t>* groups() override { return &groupCarrier_; }
    Carrier<ip_route_key_t, embedded::IpRoute>* routes(std::string const& vrf) override {
       if (auto const known = routeCarriers_.find(vrf); known != routeCarriers_.end()) return known->second.get();
-      auto made = std::make_unique<RouteCarrier>(vrf, vrfs_.of(vrf).routes, connected_, leaves_, room_, warning());
+      auto made = std::make_unique<RouteCarrier>(vrfNamed(vrf), vrfs_.of(vrfNamed(vrf)).routes, connected_, leaves_,
+                                                 room_, warning());
       return routeCarriers_.emplace(vrf, std::move(made)).first->second.get();
    }
-   Carrier<embedded::MplsRowKey, embedded::MplsRoute>* mplsRoutes() override { return &noMplsRoutes_; }
-   Carrier<mpls_label_t, mpls_vrf_label_t>* vrfLabels() override { return &noVrfLabels_; }
+   Carrier<embedded::MplsRowKey, embedded::MplsRoute>* mplsRoutes() override { return &labelCarrier_; }
+   Carrier<mpls_label_t, mpls_vrf_label_t>* vrfLabels() override { return &vrfLabelCarrier_; }
    Carrier<ip_prefix_t, nexthop_group_tunnel_t>* tunnels() override { return &noTunnels_; }
    Carrier<sbfd_echo_session_key_t, embedded::SbfdSession>* sbfdSessions() override { return &noSbfd_; }
    Carrier<policy_map_key_t, embedded::PolicyMap>* policyMaps() override { return &policyMapCarrier_; }
@@ -138,7 +144,6 @@ class LinuxDataplane final : public embedded::Dataplane {
    Program program_;
    KernelGrace grace_;
    GracePeriods periods_;
-   GraceGate gate_;
    trie::Memory memory_;
    RouteRoom room_;
    Vrfs vrfs_;
@@ -149,13 +154,15 @@ class LinuxDataplane final : public embedded::Dataplane {
    Connected connected_;
    Groups groups_;
    Leaves leaves_;
+   Labels labels_;
+   LockGate gate_;
    GroupCarrier groupCarrier_;
    std::map<std::string, std::unique_ptr<RouteCarrier>, std::less<>> routeCarriers_;
+   LabelCarrier labelCarrier_;
+   VrfLabelCarrier vrfLabelCarrier_;
    PolicyMapCarrier policyMapCarrier_;
    IntfCarrier intfCarrier_;
    IpIntfCarrier ipIntfCarrier_;
-   Refusing<embedded::MplsRowKey, embedded::MplsRoute> noMplsRoutes_{"MPLS routes"};
-   Refusing<mpls_label_t, mpls_vrf_label_t> noVrfLabels_{"MPLS VRF labels"};
    Refusing<ip_prefix_t, nexthop_group_tunnel_t> noTunnels_{"nexthop group tunnels"};
    Refusing<sbfd_echo_session_key_t, embedded::SbfdSession> noSbfd_{"sBFD sessions"};
    bool starting_ = false;
@@ -222,12 +229,13 @@ void LinuxDataplane::deviceIs(intf_id_t intf, std::string const& device) {
 
 void LinuxDataplane::vrfIs(intf_id_t intf, std::string const& vrf) {
    demandNotStarted(intf);
-   settings_.vrfs[intf] = vrf;
+   settings_.vrfs[intf] = vrfNamed(vrf);
 }
 
 void LinuxDataplane::networksChanged() {
    groups_.networksChanged();
    for (auto const& [vrf, carrier] : routeCarriers_) carrier->networksChanged();
+   labelCarrier_.networksChanged();
 }
 
 void LinuxDataplane::start() {
@@ -248,13 +256,15 @@ void LinuxDataplane::stop() {
 
 std::string LinuxDataplane::describe() const {
    std::size_t refusedRoutes = 0;
-   for (auto const& [vrf, carrier] : routeCarriers_) refusedRoutes += carrier->refusedRoutes();
+   for (auto const& [vrf, carrier] : routeCarriers_) refusedRoutes += carrier->refusedRows();
    return show({.program = program_,
                 .memory = memory_,
                 .vrfs = vrfs_,
+                .labels = labels_,
                 .groups = groups_,
                 .ports = ports_.get(),
                 .refusedRoutes = refusedRoutes,
+                .refusedLabels = labelCarrier_.refusedRows() + vrfLabelCarrier_.refusedRows(),
                 .refusedGroups = groupCarrier_.refusedGroups()});
 }
 

@@ -98,6 +98,7 @@ Program::Program(Sizes const& sizes, std::uint64_t hashSeed) : loaded_(std::make
    }
    arrays_ = {.trie = loaded_->share<std::byte>(maps.tries),
               .vrfs = loaded_->share<vrf>(maps.vrfs),
+              .labels = loaded_->share<label_word>(maps.labels),
               .groups = loaded_->share<group_word>(maps.groups),
               .buckets = loaded_->share<bucket_word>(maps.buckets),
               .exits = loaded_->share<exit_row>(maps.exits),

@@ -14,6 +14,7 @@ namespace velm::machine {
 struct SharedArrays {
    std::span<std::byte> trie;
    std::span<vrf> vrfs;
+   std::span<label_word> labels;  // LABEL_COUNT
    std::span<group_word> groups;
    std::span<bucket_word> buckets;
    std::span<exit_row> exits;

@@ -6,6 +6,7 @@
 #include "platform/linux/Ports.h"
 #include "platform/linux/Program.h"
 #include "platform/linux/forwarding/Groups.h"
+#include "platform/linux/forwarding/Labels.h"
 #include "platform/linux/forwarding/Vrfs.h"
 #include "platform/linux/trie/Memory.h"
 #include "platform/switch/Json.h"
@@ -51,9 +52,11 @@ void writeTables(JsonWriter& json, Sights const& sights) {
    write(json, "route_bytes_used", fill.used);
    write(json, "route_bytes_in_grace", fill.inGrace);
    write(json, "vrfs", sights.vrfs.size());
+   write(json, "labels", sights.labels.size());
    write(json, "groups", sights.groups.size());
    write(json, "groups_max", sights.program.arrays().groups.size() - 1);
    write(json, "refused_routes", sights.refusedRoutes);
+   write(json, "refused_labels", sights.refusedLabels);
    write(json, "refused_groups", sights.refusedGroups);
    json.EndObject();
 }

@@ -10,6 +10,7 @@ class Memory;
 namespace velm::machine {
 
 class Groups;
+class Labels;
 class Ports;
 class Program;
 class Vrfs;
@@ -19,10 +20,12 @@ struct Sights {
    Program const& program;
    trie::Memory const& memory;
    Vrfs const& vrfs;
+   Labels const& labels;
    Groups const& groups;
    Ports const* ports;  // null before they are followed
    // Rows of the folder that could not be carried out.
    std::size_t refusedRoutes;
+   std::size_t refusedLabels;
    std::size_t refusedGroups;
 };
 

@@ -47,6 +47,11 @@ bool MplsRouteVias::holds(mpls_route_via_t const& via) const {
    return std::ranges::any_of(vias_, [&](Via const& stored) { return alike(stored, via); });
 }
 
+bool MplsRouteVias::anyByHopAlone() const {
+   return std::ranges::any_of(vias_,
+                              [](Via const& via) { return via.intf == intf_id_t() && via.hop.af() != af_t::none; });
+}
+
 void MplsRouteVias::mark(bool marked) {
    for (auto& via : vias_) via.marked = marked;
 }

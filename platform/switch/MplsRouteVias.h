@@ -19,6 +19,9 @@ class MplsRouteVias {
    void del(mpls_route_via_t const& via);
    bool holds(mpls_route_via_t const& via) const;
 
+   /// Whether one names a hop and no interface.
+   bool anyByHopAlone() const;
+
    void mark(bool marked);
    bool anyMarked() const;
    void dropMarked();

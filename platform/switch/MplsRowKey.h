@@ -4,6 +4,7 @@
 #include <absl/types/span.h>
 
 #include <tuple>
+#include <utility>
 #include <vector>
 
 #include "platform/switch/RadixKeys.h"
@@ -28,6 +29,10 @@ class MplsRowKey {
    unsigned char metric() const { return metric_; }
 
    bool operator==(MplsRowKey const&) const = default;
+   template <class H>
+   friend H AbslHashValue(H state, MplsRowKey const& key) {
+      return H::combine(std::move(state), key.labels_, key.metric_);
+   }
    static constexpr auto attributes() {
       return std::tuple{attribute{"labels", &MplsRowKey::labels_}, attribute{"metric", &MplsRowKey::metric_}};
    }

@@ -61,6 +61,9 @@ sdk_scoped_lock::sdk_scoped_lock() {
 }
 
 sdk_scoped_lock::~sdk_scoped_lock() {
+   if (depth == 1) {
+      if (auto* const gate = lockGate.load(std::memory_order_acquire)) gate->leave();
+   }
    if (--depth == 0) ticketLock.unlock();
 }
 

@@ -118,6 +118,7 @@ class TrafficTest(unittest.TestCase):
     def passes(self, sent, number, expected):
         """The frame that the host sends reaches the other as exactly that."""
         wanted = bytes(expected)
+        self.wires[number].drain()
         self.wires[1].send(sent)
         got = self.wires[number].receive(lambda frame: bytes(frame)[:len(wanted)] == wanted or
                                          bytes(frame)[12:14] == wanted[12:14] and len(frame) == len(wanted))
@@ -129,6 +130,7 @@ class TrafficTest(unittest.TestCase):
 
     def told(self, sent, wanted):
         """What the sender of the frame is told of it."""
+        self.wires[1].drain()
         self.wires[1].send(sent)
         got = self.wires[1].receive(wanted)
         self.assertIsNotNone(got, "no error came")

@@ -127,9 +127,10 @@ TEST_F(RealDataplaneTest, ItsPartIsNotPlayed) {
    EXPECT_EQ(simulated.vapi.run_show_cmd("show dataplane").raw_response(), R"([{"dataplane":"simulated"}])");
 }
 
-TEST(SdkLockGateTest, AThreadPassesItBeforeItTakesTheLockAndNotWhileItHasIt) {
+TEST(SdkLockGateTest, AThreadPassesItBeforeItTakesTheLockAndLeavesBeforeItGivesItBack) {
    struct Gate : sdk_lock_gate {
       void pass() noexcept override { held.push_back(sdk_scoped_lock::held()); }
+      void leave() noexcept override { held.push_back(sdk_scoped_lock::held()); }
       std::vector<bool> held;
    } gate;
    sdk_lock_gate_is(&gate);
@@ -139,7 +140,7 @@ TEST(SdkLockGateTest, AThreadPassesItBeforeItTakesTheLockAndNotWhileItHasIt) {
    }
    sdk_lock_gate_is(nullptr);
    sdk_scoped_lock const after;
-   EXPECT_THAT(gate.held, ElementsAre(false));
+   EXPECT_THAT(gate.held, ElementsAre(false, true));
 }
 
 }  // namespace

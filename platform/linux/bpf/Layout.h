@@ -3,7 +3,9 @@
  *
  *   port_of --> ports --> vrfs --> trie nodes  --> leaf --> groups --> buckets --> exits --> tx_ports
  *  (ifindex,   (VRF,     (roots)   (the tries)      word    (choice)  (by hash)   (what to  (redirect)
- *   VLAN id)    MAC...)                                                             write)
+ *   VLAN id)    MAC...)                              ^                              write)
+ *                  |                                 |
+ *                  +---> labels (by the top label) --+--> vrfs
  *
  * Every array is BPF_F_MMAPABLE and written in place, so a change is what the next packet sees. What is published, a
  * leaf, a node, a group, is one aligned store of 4 or 8 bytes with release order; what it points at is complete
@@ -16,7 +18,7 @@
 #include <linux/types.h>
 
 /* Raised with every change of this page: an agent takes over pinned maps of its own layout only. */
-#define LAYOUT_VERSION 1
+#define LAYOUT_VERSION 2
 
 /* ---- Leaves ------------------------------------------------------------------------------------------------------ */
 
@@ -77,6 +79,43 @@ struct trie_node {
 struct trie_root {
    __u32 top; /* a word as in a node */
    __u32 fallback;
+};
+
+/* ---- Labels ----------------------------------------------------------------------------------------------------- */
+
+/* What becomes of a packet by its top label, a word for each label there can be. Zero is one that is not ours. The
+ * lower half is a leaf word, or the index of a VRF. */
+typedef __u64 label_word;
+#define LABEL_COUNT (1u << 20)
+
+enum label_action {
+   LABEL_UNKNOWN = 0,
+   LABEL_KEEP = 1, /* it stays, unless the exit takes it; on by the leaf */
+   LABEL_POP = 2,  /* it is taken off; on by the leaf */
+   LABEL_VRF = 3,  /* it is the last one and is taken off; on by what the VRF says of the packet */
+};
+#define LABEL_ACTION_SHIFT 32
+/* What is uncovered keeps its TTL and EXP; without this it gets those of the label, the TTL if that is lower. */
+#define LABEL_PIPE (1ull << 40)
+/* The version of IP that is under the last label, if it may be one only; else 0. */
+#define LABEL_VERSION_SHIFT 44
+
+static inline label_word label_of(enum label_action action, __u32 what) {
+   return (__u64)action << LABEL_ACTION_SHIFT | what;
+}
+static inline enum label_action label_action_of(label_word word) {
+   return (enum label_action)(word >> LABEL_ACTION_SHIFT & 0xf);
+}
+
+/* An entry of a label stack, as a number. */
+#define STACK_LABEL_SHIFT 12
+#define STACK_EXP_SHIFT 9
+#define STACK_BOTTOM (1u << 8)
+enum reserved_label {
+   EXPLICIT_NULL_IPV4 = 0,
+   ROUTER_ALERT = 1,
+   EXPLICIT_NULL_IPV6 = 2,
+   IMPLICIT_NULL = 3, /* means no label and is on no packet */
 };
 
 /* ---- Ports: where frames come in --------------------------------------------------------------------------------- */
@@ -143,7 +182,7 @@ enum exit_kind {
    EXIT_IPV6 = 3,   /* likewise */
 };
 #define MAX_LABELS 16
-#define MAX_PUSH 120 /* an IPv6 and a GRE header with key, and sixteen labels, fit */
+#define MAX_PUSH 116 /* an IPv6 and a GRE header with key, and sixteen labels, fit */
 
 /* What is written before the packet. Never changed once a bucket or leaf names it, but for its hop's words. */
 struct exit_row {
@@ -152,6 +191,8 @@ struct exit_row {
    __u8 length; /* of push, a multiple of four */
    __u8 labels; /* how many words of it, at its end, are labels */
    __u8 ttl;    /* of the outer header; 0 takes the packet's */
+   __u8 takes;  /* of a packet that comes with a label the top one, before anything is written */
+   __u8 unused[3];
    __u8 push[MAX_PUSH];
 };
 

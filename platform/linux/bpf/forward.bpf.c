@@ -2,6 +2,7 @@
  * a frame that is forwarded is written once and leaves by a redirect. See Layout.h for what is read on the way. */
 #include "platform/linux/bpf/icmp.h"
 #include "platform/linux/bpf/ip.h"
+#include "platform/linux/bpf/mpls.h"
 #include "platform/linux/bpf/send.h"
 
 /* Finds the port and the protocol of a frame for us. */
@@ -46,6 +47,11 @@ static __always_inline int forward(struct xdp_md* ctx, struct frame* frame) {
    int verdict = arrive(ctx, frame, &protocol);
    if (verdict != GO_ON) return verdict;
    __u32 leaf = 0;
+   if (protocol == bpf_htons(ETH_P_MPLS_UC)) {
+      verdict = look_up_label(ctx, frame, &protocol, &leaf);
+      if (verdict != GO_ON) return verdict;
+   }
+   if (frame->labelled) return send(ctx, frame, leaf);
    if (protocol == bpf_htons(ETH_P_IP)) {
       verdict = look_up_ipv4(ctx, frame, &leaf);
    } else if (protocol == bpf_htons(ETH_P_IPV6)) {
@@ -61,6 +67,7 @@ SEC("xdp")
 int velm_switch(struct xdp_md* ctx) {
    struct frame frame = {};
    int const verdict = forward(ctx, &frame);
+   if (verdict == XDP_PASS && frame.came_labelled) return hand_over(ctx, &frame);
    return frame.error ? tell(ctx, &frame) : verdict;
 }
 

@@ -27,21 +27,34 @@ enum icmp_error {
 struct frame {
    __u32 port; /* on which it came */
    __u32 vrf;
-   __u32 l3;     /* offset of the IP header */
-   __u32 length; /* of the IP packet, which may be less than what is left of the frame */
+   __u32 l3;     /* offset of the IP header, or of the top label */
+   __u32 length; /* of the packet from there, which may be less than what is left of the frame */
    __u32 hash;   /* of the flow */
-   __u8 ttl;     /* as it came */
-   __u8 tos;     /* DSCP and ECN */
+   __u8 ttl;     /* as it came: of the top label, if there is one */
+   __u8 tos;     /* DSCP and ECN; of a label the EXP, where DSCP has its upper bits */
    __u8 ipv6;
    __u8 dont_fragment;
    __u8 error; /* enum icmp_error */
    __u16 mtu;  /* that it told of, if it is too big */
+   /* Of a frame that came with labels. */
+   __u8 came_labelled;
+   __u8 labelled; /* still is, at l3 */
+   __u8 pops;     /* the top label is to be taken off */
+   __u8 pipe;     /* what is uncovered keeps its TTL and EXP */
+   __u8 version;  /* of IP that may be uncovered; 0 for any */
+   __u8
+      most_ttl; /* that the IP packet may have, of a label that was taken off before the lookup; 0 if there was none */
 };
+
+#ifndef ETH_P_MPLS_UC
+#define ETH_P_MPLS_UC 0x8847
+#endif
 
 static __always_inline void* frame_begin(struct xdp_md* ctx) { return (void*)(long)ctx->data; }
 static __always_inline void* frame_end(struct xdp_md* ctx) { return (void*)(long)ctx->data_end; }
 
-/* Where the IP packet begins: after an Ethernet header and perhaps a tag. Masked, so that the verifier sees that too.
+/* Where the packet begins: after an Ethernet header, perhaps a tag, perhaps a label that is done with. Masked, so that
+ * the verifier sees that too.
  */
 static __always_inline void* l3_of(struct xdp_md* ctx, struct frame const* frame) {
    return frame_begin(ctx) + (frame->l3 & 31);
@@ -69,8 +82,9 @@ static __always_inline int drop(struct frame const* frame, enum drop_reason reas
    return XDP_DROP;
 }
 
+/* Where a labelled packet came from says nothing of where its sender is: nobody is told. */
 static __always_inline int drop_and_tell(struct frame* frame, enum drop_reason reason, enum icmp_error error) {
-   frame->error = error;
+   if (!frame->came_labelled) frame->error = error;
    return drop(frame, reason);
 }
 

@@ -16,6 +16,34 @@ static __always_inline __u32 transport_ports(__u8 protocol, void const* transpor
    return transport + 4 > end ? 0 : *(__u32 const*)transport;
 }
 
+/* A hash with what tells the packet's flow. All fragments of a packet go one way, so none tells its ports. */
+static __always_inline __u64 hash_ipv4(__u64 hash, struct iphdr const* ip, void const* end) {
+   int const fragment = !!(ip->frag_off & bpf_htons(0x3fff));
+   hash = hash_more(hash, (__u64)ip->saddr << 32 | ip->daddr);
+   return hash_more(hash, (__u64)ip->protocol << 32 | (fragment ? 0 : transport_ports(ip->protocol, ip + 1, end)));
+}
+
+static __always_inline __u64 hash_ipv6(__u64 hash, struct ipv6hdr const* ip, void const* end) {
+   __u64 const* const addresses = (__u64 const*)&ip->saddr;
+   hash = hash_more(hash, addresses[0]);
+   hash = hash_more(hash, addresses[1]);
+   hash = hash_more(hash, addresses[2]);
+   hash = hash_more(hash, addresses[3]);
+   __u64 const flow_label = bpf_ntohl(*(__be32 const*)ip) & 0xfffff;
+   return hash_more(hash, flow_label << 40 | (__u64)ip->nexthdr << 32 | transport_ports(ip->nexthdr, ip + 1, end));
+}
+
+/* Lowers a TTL that is higher, and mends the checksum that covers it. */
+static __always_inline void limit_ttl_ipv4(struct iphdr* ip, __u8 most) {
+   if (ip->ttl <= most) return;
+   __u16 const before = bpf_htons((__u16)ip->ttl << 8);
+   ip->ttl = most;
+   ip->check = ~fold((__u64)(__u16)~ip->check + (__u16)~before + bpf_htons((__u16)most << 8));
+}
+static __always_inline void limit_ttl_ipv6(struct ipv6hdr* ip, __u8 most) {
+   if (ip->hop_limit > most) ip->hop_limit = most;
+}
+
 /* What the VRF of the frame says of an address; an IPv4 one is the upper 32 bits. */
 static __always_inline int look_up(struct frame const* frame, __u64 high, __u64 low, __u32* leaf) {
    struct vrf const* const vrf = vrf_at(frame->vrf);
@@ -33,7 +61,7 @@ static __always_inline int odd_ipv4(__u32 address) {
 /* Reads the packet and says what its destination leads to. GO_ON, or how the frame's road ends here. */
 static __always_inline int look_up_ipv4(struct xdp_md* ctx, struct frame* frame, __u32* leaf) {
    void const* const end = frame_end(ctx);
-   struct iphdr const* const ip = l3_of(ctx, frame);
+   struct iphdr* const ip = l3_of(ctx, frame);
    if ((void const*)(ip + 1) > end) return drop(frame, DROP_SHORT_FRAME);
    frame->length = bpf_ntohs(ip->tot_len);
    if (ip->version != 4 || ip->ihl < 5 || frame->length < ip->ihl * 4 || (void const*)ip + frame->length > end) {
@@ -46,15 +74,11 @@ static __always_inline int look_up_ipv4(struct xdp_md* ctx, struct frame* frame,
    __u32 const destination = bpf_ntohl(ip->daddr);
    if (odd_ipv4(destination) || odd_ipv4(bpf_ntohl(ip->saddr))) return XDP_PASS;
 
+   if (frame->most_ttl) limit_ttl_ipv4(ip, frame->most_ttl);
    frame->ttl = ip->ttl;
    frame->tos = ip->tos;
    frame->dont_fragment = !!(ip->frag_off & bpf_htons(0x4000));
-   /* All fragments of a packet go one way, so none tells its ports. */
-   int const fragment = !!(ip->frag_off & bpf_htons(0x3fff));
-   __u64 hash = hash_more(hash_seed, (__u64)ip->saddr << 32 | ip->daddr);
-   hash = hash_more(hash, (__u64)ip->protocol << 32 | (fragment ? 0 : transport_ports(ip->protocol, ip + 1, end)));
-   frame->hash = hash_end(hash);
-
+   frame->hash = hash_end(hash_ipv4(hash_seed, ip, end));
    return look_up(frame, (__u64)destination << 32, 0, leaf);
 }
 
@@ -67,26 +91,19 @@ static __always_inline int odd_ipv6(struct in6_addr const* address) {
 
 static __always_inline int look_up_ipv6(struct xdp_md* ctx, struct frame* frame, __u32* leaf) {
    void const* const end = frame_end(ctx);
-   struct ipv6hdr const* const ip = l3_of(ctx, frame);
+   struct ipv6hdr* const ip = l3_of(ctx, frame);
    if ((void const*)(ip + 1) > end) return drop(frame, DROP_SHORT_FRAME);
    frame->length = sizeof *ip + bpf_ntohs(ip->payload_len);
    if (ip->version != 6 || (void const*)ip + frame->length > end) return drop(frame, DROP_BAD_HEADER);
    if (ip->nexthdr == IPPROTO_HOPOPTS) return XDP_PASS; /* options */
    if (odd_ipv6(&ip->daddr) || odd_ipv6(&ip->saddr)) return XDP_PASS;
 
+   if (frame->most_ttl) limit_ttl_ipv6(ip, frame->most_ttl);
    frame->ttl = ip->hop_limit;
-   __u32 const first = bpf_ntohl(*(__be32 const*)ip);
-   frame->tos = first >> 20;
-   __u64 const* const addresses = (__u64 const*)&ip->saddr;
-   __u64 hash = hash_more(hash_seed, addresses[0]);
-   hash = hash_more(hash, addresses[1]);
-   hash = hash_more(hash, addresses[2]);
-   hash = hash_more(hash, addresses[3]);
-   hash = hash_more(
-      hash, (__u64)(first & 0xfffff) << 40 | (__u64)ip->nexthdr << 32 | transport_ports(ip->nexthdr, ip + 1, end));
-   frame->hash = hash_end(hash);
-
-   return look_up(frame, bpf_be64_to_cpu(addresses[2]), bpf_be64_to_cpu(addresses[3]), leaf);
+   frame->tos = bpf_ntohl(*(__be32 const*)ip) >> 20;
+   frame->hash = hash_end(hash_ipv6(hash_seed, ip, end));
+   __u64 const* const destination = (__u64 const*)&ip->daddr;
+   return look_up(frame, bpf_be64_to_cpu(destination[0]), bpf_be64_to_cpu(destination[1]), leaf);
 }
 
 #endif

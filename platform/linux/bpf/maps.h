@@ -21,6 +21,14 @@ struct {
 struct {
    __uint(type, BPF_MAP_TYPE_ARRAY);
    __uint(map_flags, BPF_F_MMAPABLE);
+   __uint(max_entries, LABEL_COUNT);
+   __type(key, __u32);
+   __type(value, label_word);
+} labels SEC(".maps");
+
+struct {
+   __uint(type, BPF_MAP_TYPE_ARRAY);
+   __uint(map_flags, BPF_F_MMAPABLE);
    __uint(max_entries, 1);
    __type(key, __u32);
    __type(value, group_word);

@@ -6,11 +6,7 @@
 #include <linux/ipv6.h>
 #include <linux/udp.h>
 
-#include "platform/linux/bpf/frame.h"
-
-#ifndef ETH_P_MPLS_UC
-#define ETH_P_MPLS_UC 0x8847
-#endif
+#include "platform/linux/bpf/ip.h"
 
 /* The exit that a leaf's way leads to, or null; *reason tells why not. */
 static __always_inline struct exit_row* choose(__u32 leaf, __u32 hash, enum drop_reason* reason) {
@@ -40,6 +36,73 @@ static __always_inline void lower_ttl(void* l3, int ipv6) {
    --ip->ttl;
 }
 
+/* A label is taken off and another one uncovered. */
+static __always_inline void uncover_label(__be32* at, struct frame const* frame) {
+   __u32 entry = bpf_ntohl(*at);
+   __u8 const ttl = frame->ttl - 1;
+   if ((__u8)entry > ttl) entry = (entry & ~0xffu) | ttl;
+   entry = (entry & ~(7u << STACK_EXP_SHIFT)) | (__u32)(frame->tos >> 5) << STACK_EXP_SHIFT;
+   *at = bpf_htonl(entry);
+}
+
+/* The last label is taken off and nothing is written in its place: it goes on as IP. GO_ON, or how it ends. */
+static __always_inline int uncover_ip(struct xdp_md* ctx, struct frame* frame) {
+   void* const end = frame_end(ctx);
+   struct iphdr* const ipv4 = l3_of(ctx, frame);
+   if ((void*)(ipv4 + 1) > end) return drop(frame, DROP_SHORT_FRAME);
+   if (frame->version && ipv4->version != frame->version) return drop(frame, DROP_BAD_HEADER);
+   if (ipv4->version == 4) {
+      __u32 const length = bpf_ntohs(ipv4->tot_len);
+      if (length < sizeof *ipv4 || length > frame->length) return drop(frame, DROP_BAD_HEADER);
+      frame->length = length;
+      if (!frame->pipe) limit_ttl_ipv4(ipv4, frame->ttl - 1);
+      return GO_ON;
+   }
+   struct ipv6hdr* const ipv6 = l3_of(ctx, frame);
+   if (ipv6->version != 6) return drop(frame, DROP_BAD_HEADER);
+   if ((void*)(ipv6 + 1) > end) return drop(frame, DROP_SHORT_FRAME);
+   __u32 const length = sizeof *ipv6 + bpf_ntohs(ipv6->payload_len);
+   if (length > frame->length) return drop(frame, DROP_BAD_HEADER);
+   frame->ipv6 = 1;
+   frame->length = length;
+   if (!frame->pipe) limit_ttl_ipv6(ipv6, frame->ttl - 1);
+   return GO_ON;
+}
+
+static __always_inline int takes_label(struct frame const* frame, struct exit_row const* exit) {
+   return frame->labelled && (frame->pops || exit->takes);
+}
+
+/* Does to a labelled packet what is to be done before anything is written. GO_ON, or how its road ends. */
+static __always_inline int prepare_labelled(struct xdp_md* ctx, struct frame* frame, struct exit_row const* exit) {
+   __be32* const top = l3_of(ctx, frame);
+   void* const end = frame_end(ctx);
+   if ((void*)(top + 1) > end) return drop(frame, DROP_SHORT_FRAME);
+   __u32 const entry = bpf_ntohl(*top);
+   if (!takes_label(frame, exit)) {
+      *top = bpf_htonl(entry - 1); /* the TTL, which is not 0 */
+      return GO_ON;
+   }
+   frame->l3 += sizeof entry;
+   frame->length -= sizeof entry;
+   if (!(entry & STACK_BOTTOM)) {
+      if ((void*)(top + 2) > end) return drop(frame, DROP_SHORT_FRAME);
+      if (!exit->labels && !frame->pipe) uncover_label(top + 1, frame);
+      return GO_ON;
+   }
+   frame->labelled = 0;
+   return exit->labels ? GO_ON : uncover_ip(ctx, frame);
+}
+
+static __always_inline int prepare_ip(struct xdp_md* ctx, struct frame* frame) {
+   void* const l3 = l3_of(ctx, frame);
+   if (l3 + sizeof(struct ipv6hdr) > frame_end(ctx) && (frame->ipv6 || l3 + sizeof(struct iphdr) > frame_end(ctx))) {
+      return drop(frame, DROP_SHORT_FRAME);
+   }
+   lower_ttl(l3, frame->ipv6);
+   return GO_ON;
+}
+
 /* Writes what stands before the packet. Null if the frame is too short for it, which it is not. */
 static __always_inline void* write_push(void* at, void* end, struct exit_row const* exit, struct frame const* frame) {
    __u32 const words = exit->length / 4;
@@ -48,10 +111,11 @@ static __always_inline void* write_push(void* at, void* end, struct exit_row con
    __u32 const ttl = frame->ttl - 1;
    __u32 const exp_ttl = (frame->tos >> 5) << 9 | ttl;
    __u32 const* const push = (__u32 const*)exit->push;
+   __be32 const kept = frame->labelled ? ~bpf_htonl(STACK_BOTTOM) : ~0u; /* the bottom lies deeper */
    for (__u32 i = 0; i < MAX_PUSH / 4; ++i) {
       if (i >= words) break;
       if (at + 4 > end) return 0;
-      *(__u32*)at = i < first_label ? push[i] : push[i] | bpf_htonl(exp_ttl);
+      *(__u32*)at = i < first_label ? push[i] : (push[i] & kept) | bpf_htonl(exp_ttl);
       at += 4;
    }
    return at;
@@ -62,9 +126,14 @@ struct gre_header {
    __be16 protocol;
 };
 
+static __always_inline __be16 type_of(struct frame const* frame) {
+   return frame->labelled ? bpf_htons(ETH_P_MPLS_UC) : frame->ipv6 ? bpf_htons(ETH_P_IPV6) : bpf_htons(ETH_P_IP);
+}
+
 /* The protocol of what is within: the agent wrote that of an IPv4 packet, or of labels, which stays. */
 static __always_inline __u8 protocol_within(__u8 written, struct frame const* frame) {
-   return written == IPPROTO_IPIP && frame->ipv6 ? IPPROTO_IPV6 : written;
+   if (written != IPPROTO_IPIP) return written;
+   return frame->labelled ? IPPROTO_MPLS : frame->ipv6 ? IPPROTO_IPV6 : IPPROTO_IPIP;
 }
 
 /* Completes the header between the outer IP header and what is within: `length` is from it to the packet's end. */
@@ -73,7 +142,7 @@ static __always_inline int mend_inner(void* at, void* end, __u8 protocol, __u32 
    if (protocol == IPPROTO_GRE && !exit->labels) {
       struct gre_header* const gre = at;
       if ((void*)(gre + 1) > end) return -1;
-      gre->protocol = frame->ipv6 ? bpf_htons(ETH_P_IPV6) : bpf_htons(ETH_P_IP);
+      gre->protocol = type_of(frame);
    } else if (protocol == IPPROTO_UDP) {
       struct udphdr* const udp = at;
       if ((void*)(udp + 1) > end) return -1;
@@ -115,7 +184,7 @@ static __always_inline __be16 type_after(struct exit_row const* exit, struct fra
       case EXIT_LABELS: return bpf_htons(ETH_P_MPLS_UC);
       case EXIT_IPV4: return bpf_htons(ETH_P_IP);
       case EXIT_IPV6: return bpf_htons(ETH_P_IPV6);
-      default: return frame->ipv6 ? bpf_htons(ETH_P_IPV6) : bpf_htons(ETH_P_IP);
+      default: return type_of(frame);
    }
 }
 
@@ -156,7 +225,7 @@ static __always_inline int leave(struct xdp_md* ctx, struct frame* frame, struct
    return bpf_redirect_map(&tx_ports, hop->port, XDP_DROP);
 }
 
-/* Sends an IP packet, whose header has been checked, on the way that the leaf names. */
+/* Sends a packet, whose header or top label has been checked, on the way that the leaf names. */
 static __always_inline int send(struct xdp_md* ctx, struct frame* frame, __u32 leaf) {
    enum drop_reason reason = DROP_UNRESOLVED;
    struct exit_row const* const exit = choose(leaf, frame->hash, &reason);
@@ -164,17 +233,13 @@ static __always_inline int send(struct xdp_md* ctx, struct frame* frame, __u32 l
    struct hop const* const hop = hop_at(exit->hop);
    mac_word const to = hop ? *(volatile mac_word const*)&hop->to : 0;
    if (!to) return drop(frame, DROP_UNRESOLVED);
-   if (frame->length + exit->length > hop->mtu) {
+   if (frame->length + exit->length > hop->mtu + (takes_label(frame, exit) ? sizeof(__be32) : 0)) {
       /* No fragments are made: a sender that did not forbid them is not told, as the protocol has it. */
       frame->mtu = hop->mtu - exit->length;
       return drop_and_tell(frame, DROP_TOO_BIG, frame->ipv6 || frame->dont_fragment ? TELL_TOO_BIG : TELL_NOTHING);
    }
-   void* const l3 = l3_of(ctx, frame);
-   if (l3 + sizeof(struct ipv6hdr) > frame_end(ctx) && (frame->ipv6 || l3 + sizeof(struct iphdr) > frame_end(ctx))) {
-      return drop(frame, DROP_SHORT_FRAME);
-   }
-   lower_ttl(l3, frame->ipv6);
-   return leave(ctx, frame, exit, hop, to);
+   int const verdict = frame->labelled ? prepare_labelled(ctx, frame, exit) : prepare_ip(ctx, frame);
+   return verdict == GO_ON ? leave(ctx, frame, exit, hop, to) : verdict;
 }
 
 #endif

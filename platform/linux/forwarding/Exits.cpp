@@ -21,6 +21,7 @@ exit_row rowOf(ExitForm const& form) {
    row.labels = static_cast<std::uint8_t>(form.labels.size());
    row.length = static_cast<std::uint8_t>(form.outer.size() + form.labels.size() * sizeof(std::uint32_t));
    row.ttl = form.ttl;
+   row.takes = form.takes ? 1 : 0;
    auto* to = std::ranges::copy(form.outer, row.push).out;
    for (std::size_t i = 0; i < form.labels.size(); ++i, to += sizeof(std::uint32_t)) {
       auto const word = htonl(form.labels[i] << labelShift | (i + 1 == form.labels.size() ? bottomOfStack : 0));
@@ -32,6 +33,9 @@ exit_row rowOf(ExitForm const& form) {
 }  // namespace
 
 Exits::Id Exits::take(Hops::Key const& neighbour, ExitForm form, Interest interest) {
+   // Says that no label is wanted, and is on no packet.
+   form.labels.erase(std::ranges::remove(form.labels, std::uint32_t{IMPLICIT_NULL}).begin(), form.labels.end());
+   if (form.labels.empty() && form.kind == EXIT_LABELS) form.kind = EXIT_PLAIN;
    if (form.labels.size() > MAX_LABELS) {
       throw unsupported_error(
          fmt::format("the dataplane pushes at most {} labels, not {}", MAX_LABELS, form.labels.size()));

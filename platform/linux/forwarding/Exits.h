@@ -18,6 +18,7 @@ namespace velm::machine {
 struct ExitForm {
    Hops::Id hop = 0;
    exit_kind kind = EXIT_PLAIN;
+   bool takes = false;                            // the top label of a packet that has one, before anything is written
    std::uint8_t ttl = 0;                          // of the outer header; 0 takes the packet's
    absl::InlinedVector<std::uint32_t, 4> labels;  // outermost first
    bool carriesLabels = true;                     // labels may be added: what is outside announces them
@@ -26,7 +27,7 @@ struct ExitForm {
    bool operator==(ExitForm const&) const = default;
    template <class H>
    friend H AbslHashValue(H hash, ExitForm const& form) {
-      return H::combine(std::move(hash), form.hop, form.kind, form.ttl, form.labels, form.outer);
+      return H::combine(std::move(hash), form.hop, form.kind, form.takes, form.ttl, form.labels, form.outer);
    }
 };
 

@@ -32,6 +32,7 @@ class Reader {
       EntryForm form;
       form.form.labels = labelsOf(index, entry.mpls_action());
       form.form.carriesLabels = carriesLabels();
+      form.form.takes = takesLabel(entry.mpls_action().action_type());
       if (!entry.child_nexthop_group().empty()) {
          if (tunnels()) refuse<unsupported_error>(index, "a tunnel leads into no other group");
          form.child = entry.child_nexthop_group();
@@ -68,6 +69,11 @@ class Reader {
       }
       if (!labels.empty() && !carriesLabels()) refuse<configuration_error>(index, "its tunnel carries no labels");
       return labels;
+   }
+
+   // An IP packet has none to take: for it a swap is a push.
+   static bool takesLabel(mpls_action_t action) {
+      return action == mpls_action_t::swap || action == mpls_action_t::pop;
    }
 
    ip_addr_t sourceFor(unsigned short index, af_t af) const {

@@ -24,12 +24,13 @@ class Leaves {
    /// may change with the networks that the switch is on where a via names no interface. Throws unsupported_error, with
    /// the route's prefix, for what is not carried out, velm::error if there is no room.
    std::uint32_t takeVias(std::string const& vrf, std::span<ip_route_via_t const> vias);
+   /// The same of ways that have been made. Those of no interface are sought in the VRF.
+   std::uint32_t takeWays(std::string const& vrf, std::vector<Way> ways);
    /// After the last word with it has been replaced.
    void release(std::uint32_t leaf);
 
  private:
-   Exits::Id takeExit(ip_route_via_t const& via, intf_id_t intf);
-   std::vector<Member> takeMembers(std::string const& vrf, std::span<ip_route_via_t const> vias);
+   std::vector<Member> takeMembers(std::string const& vrf, std::vector<Way> ways);
 
    Groups& groups_;
    Exits& exits_;

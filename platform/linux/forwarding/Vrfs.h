@@ -12,6 +12,9 @@
 
 namespace velm::machine {
 
+/// What the dataplane calls a VRF: the default one has the empty name, which where a name is demanded is "default".
+inline std::string vrfNamed(std::string const& name) { return name == "default" ? std::string() : name; }
+
 /// The VRFs of shared memory by their names, of which the empty one is the default's. One that was named stays, with
 /// its index. The SDK lock guards it.
 class Vrfs {
