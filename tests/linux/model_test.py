@@ -1,5 +1,7 @@
 """Random tables beside a model of them, and packets that no change may touch."""
+import contextlib
 import ipaddress
+import os
 import random
 import threading
 import time
@@ -7,6 +9,8 @@ import time
 from traffic import TrafficTest, main, probe, setUpModule  # pylint: disable=unused-import
 
 SECONDS = 12  # of random changes
+# That are replaced at once; fewer where sanitizers slow all down.
+ROUTE_COUNT = int(os.environ.get("ROUTE_COUNT", "1000000"))
 ROUTES = "IpRouteMgrService.bulk_ip_route_"
 GROUPS = "NexthopGroupMgrService.bulk_nexthop_group_"
 
@@ -136,22 +140,51 @@ class ModelTest(TrafficTest):
             {"via": {"route_key": key(prefix), "nexthop_group": group}} for prefix in prefixes])
         own = [f"{ipaddress.ip_address(far)}/32"]
         set_all(own, "a")
-        sent, stop = [], threading.Event()
-        ethernet = self.ethernet() + b"\x08\x00"
-
-        def send():
-            while not stop.wait(0.0002):
-                self.wires[1].send(ethernet + probe("198.51.100.7", len(sent)))
-                sent.append(True)
-
-        sender = threading.Thread(target=send)
-        sender.start()
-        try:
+        with self.no_probe_lost(lambda number: "198.51.100.7"):
             for group in ("b", "a", "b"):
                 self.lab.call(ROUTES + "set", requests=[{"ip_route": {"key": key(prefix)}} for prefix in near])
                 set_all([*near, *own, *near[:500], *own], group)
                 set_all(own, "a" if group == "b" else "b")
                 self.lab.call(ROUTES + "del", requests=[{"key": key(prefix)} for prefix in near])
+
+    def test_no_packet_is_lost_while_all_routes_are_replaced(self):
+        """By a resync, in which half of them are new and half are gone."""
+        groups = ["nhg a 10.0.2.2@Ethernet2", "nhg b 10.0.2.2@Ethernet2,push=77"]
+        self.lab.velmctl("nhg", "add", *groups[0].split()[1:])
+        self.lab.until_active("a")
+        first = int(ipaddress.ip_address("32.0.0.0"))
+        network = lambda index: str(ipaddress.ip_address(first + index * 256))
+        staying = range(0, ROUTE_COUNT, 2)
+
+        def load(name, parity, group):
+            path = f"{self.lab.folder}/{name}"
+            with open(path, "w", encoding="ascii") as file:
+                file.write("\n".join(groups) + "\n")
+                file.writelines(f"{network(index)}/24 {group}\n" for index in staying)
+                file.writelines(f"{network(ROUTE_COUNT + index + parity)}/24 {group}\n" for index in staying)
+            self.lab.velmctl("load", "--resync", path)
+
+        load("first", 0, "a")
+        with self.no_probe_lost(lambda number: network(staying[number * 7919 % len(staying)])[:-1] + "7"):
+            load("second", 1, "b")
+        self.lab.velmctl("resync", "start")
+        self.lab.velmctl("resync", "end")
+
+    @contextlib.contextmanager
+    def no_probe_lost(self, destination):
+        """Meanwhile probes are sent; each comes to host 2, before the change or after it."""
+        sent, stop = [], threading.Event()
+        ethernet = self.ethernet() + b"\x08\x00"
+
+        def send():
+            while not stop.wait(0.0002):
+                self.wires[1].send(ethernet + probe(destination(len(sent)), len(sent)))
+                sent.append(True)
+
+        sender = threading.Thread(target=send)
+        sender.start()
+        try:
+            yield
         finally:
             stop.set()
             sender.join()
