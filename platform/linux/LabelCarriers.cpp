@@ -44,8 +44,8 @@ label_word uncoveringOf(MplsRowKey const& key, Vias vias) {
    return version | (first.ttl_mode() == mpls_ttl_mode_t::pipe ? LABEL_PIPE : 0);
 }
 
-Way wayOf(mpls_route_via_t const& via) {
-   Way way;
+EntryForm wayOf(mpls_route_via_t const& via) {
+   EntryForm way;
    way.neighbour = {via.intf(), via.hop()};
    auto const action = via.label_action();
    way.form.takes = action == mpls_action_t::swap || action == mpls_action_t::pop;
@@ -73,13 +73,13 @@ std::uint64_t LabelCarrier::take(MplsRowKey const& key, MplsRoute const& row) {
       auto const kind = action == mpls_action_t::pop ? LABEL_POP : LABEL_KEEP;
       return label_of(kind, leaves_.takeGroup(first.nexthop_group())) | uncovering;
    }
-   std::vector<Way> ways;
+   std::vector<Leaves::Way> ways;
    for (auto const& via : vias) {
       if (!via.nexthop_group().empty()) refuse(key, "a nexthop group leaves no other via");
       if (via.hop().af() == af_t::none) refuse(key, "a via names no hop");
-      ways.push_back(wayOf(via));
+      ways.push_back({wayOf(via), {}});
    }
-   auto const leaf = leaves_.takeWays({}, std::move(ways));
+   auto const leaf = leaves_.takeWays(leaves_.find({}, std::move(ways)).entries);
    return leaf == 0 ? 0 : label_of(LABEL_KEEP, leaf) | uncovering;
 }
 
@@ -95,7 +95,14 @@ void LabelCarrier::become(MplsRowKey const& key, std::uint64_t word) noexcept {
 
 void LabelCarrier::drop(MplsRowKey const& key) { become(key, label_of(LABEL_KEEP, leaf_word(LEAF_DROP, 0))); }
 
-bool LabelCarrier::isAdrift(MplsRowKey const& /*key*/, MplsRoute const& row) const { return row.vias.anyByHopAlone(); }
+std::vector<ip_addr_t> LabelCarrier::hopsOf(MplsRowKey const& key, MplsRoute const& row) const {
+   std::vector<ip_addr_t> hops;
+   if (!row.vias.anyByHopAlone()) return hops;
+   for (auto const& via : row.vias.list(key.key())) {
+      if (via.intf() == intf_id_t() && via.hop().af() != af_t::none) hops.push_back(via.hop());
+   }
+   return hops;
+}
 
 std::uint64_t VrfLabelCarrier::take(mpls_label_t const& /*label*/, mpls_vrf_label_t const& row) {
    return label_of(LABEL_VRF, vrfs_.of(vrfNamed(row.vrf_name())).index);

@@ -23,6 +23,7 @@
 #include "platform/linux/RouteCarrier.h"
 #include "platform/linux/Show.h"
 #include "platform/linux/Sizes.h"
+#include "platform/linux/TunnelCarrier.h"
 #include "platform/linux/forwarding/RouteRoom.h"
 #include "platform/linux/grace/GracePeriods.h"
 #include "platform/linux/grace/KernelGrace.h"
@@ -38,6 +39,9 @@
 //        |                          |                   |         v
 //        v                     GroupCarrier         Connected <---+
 //   VrfRoutes, Labels <---------------------------------+
+//
+// Leaves finds where hops that name no interface lead: Tunnels, Connected, VrfRoutes again. What was found so is
+// noted in Resting, and looked for anew when one of these changes.
 //
 // Two roads lead in: a client's change, under the SDK lock, by a carrier; and a notice of the kernel, on the main loop,
 // by Ports. Both end in stores to shared memory before they return, and what they have to report is posted.
@@ -63,12 +67,14 @@ class LinuxDataplane final : public embedded::Dataplane {
         buckets_(program_.arrays().buckets, periods_),
         connected_(vrfs_, exits_, room_, {.networksChanged = [this] { networksChanged(); }, .left = warning()}),
         groups_(program_.arrays().groups, exits_, buckets_, periods_, view(), groupCallbacks()),
-        leaves_(groups_, exits_, view()),
+        leaves_(groups_, exits_, tunnels_, vrfs_, view()),
         labels_(program_.arrays().labels, leaves_),
-        gate_(periods_, labels_),
+        rests_([this](auto const& vrf, auto const& prefix) { renew(vrf, prefix); }),
+        gate_(periods_, labels_, rests_),
         groupCarrier_(groups_, warning()),
-        labelCarrier_(labels_, leaves_, warning()),
-        vrfLabelCarrier_(labels_, vrfs_, warning()),
+        labelCarrier_(labels_, leaves_, rests_, warning()),
+        vrfLabelCarrier_(labels_, vrfs_, rests_, warning()),
+        tunnelCarrier_(tunnels_, rests_),
         policyMapCarrier_(outside_.loop, outside_.policyMaps),
         intfCarrier_([this] { return ports_.get(); }),
         ipIntfCarrier_([this] { return ports_.get(); }) {}
@@ -77,12 +83,12 @@ class LinuxDataplane final : public embedded::Dataplane {
    Carrier<ip_route_key_t, embedded::IpRoute>* routes(std::string const& vrf) override {
       if (auto const known = routeCarriers_.find(vrf); known != routeCarriers_.end()) return known->second.get();
       auto made = std::make_unique<RouteCarrier>(vrfNamed(vrf), vrfs_.of(vrfNamed(vrf)).routes, connected_, leaves_,
-                                                 room_, warning());
+                                                 room_, rests_, warning());
       return routeCarriers_.emplace(vrf, std::move(made)).first->second.get();
    }
    Carrier<embedded::MplsRowKey, embedded::MplsRoute>* mplsRoutes() override { return &labelCarrier_; }
    Carrier<mpls_label_t, mpls_vrf_label_t>* vrfLabels() override { return &vrfLabelCarrier_; }
-   Carrier<ip_prefix_t, nexthop_group_tunnel_t>* tunnels() override { return &noTunnels_; }
+   Carrier<ip_prefix_t, nexthop_group_tunnel_t>* tunnels() override { return &tunnelCarrier_; }
    Carrier<sbfd_echo_session_key_t, embedded::SbfdSession>* sbfdSessions() override { return &noSbfd_; }
    Carrier<policy_map_key_t, embedded::PolicyMap>* policyMaps() override { return &policyMapCarrier_; }
    Carrier<intf_id_t, embedded::Intf>* intfs() override { return &intfCarrier_; }
@@ -119,6 +125,7 @@ class LinuxDataplane final : public embedded::Dataplane {
    netlink::Link const* linkOf(intf_id_t intf) const { return ports_ == nullptr ? nullptr : ports_->link(intf); }
    void demandNotStarted(intf_id_t intf) const;
    void networksChanged();
+   void renew(std::string const& vrf, ip_prefix_t const& changed);
    void follow();
    void warn(std::string const& what, std::source_location where = std::source_location::current()) const {
       Pesko::fmtrace(*tracer_, 0, where.file_name(), where.function_name(), where.line(), "LinuxDataplane", "{}", what);
@@ -153,17 +160,19 @@ class LinuxDataplane final : public embedded::Dataplane {
    BucketPool buckets_;
    Connected connected_;
    Groups groups_;
+   Tunnels tunnels_;
    Leaves leaves_;
    Labels labels_;
+   Resting rests_;
    LockGate gate_;
    GroupCarrier groupCarrier_;
    std::map<std::string, std::unique_ptr<RouteCarrier>, std::less<>> routeCarriers_;
    LabelCarrier labelCarrier_;
    VrfLabelCarrier vrfLabelCarrier_;
+   TunnelCarrier tunnelCarrier_;
    PolicyMapCarrier policyMapCarrier_;
    IntfCarrier intfCarrier_;
    IpIntfCarrier ipIntfCarrier_;
-   Refusing<ip_prefix_t, nexthop_group_tunnel_t> noTunnels_{"nexthop group tunnels"};
    Refusing<sbfd_echo_session_key_t, embedded::SbfdSession> noSbfd_{"sBFD sessions"};
    bool starting_ = false;
    std::unique_ptr<Ports> ports_;  // from start() to stop()
@@ -234,8 +243,15 @@ void LinuxDataplane::vrfIs(intf_id_t intf, std::string const& vrf) {
 
 void LinuxDataplane::networksChanged() {
    groups_.networksChanged();
-   for (auto const& [vrf, carrier] : routeCarriers_) carrier->networksChanged();
-   labelCarrier_.networksChanged();
+   for (auto const& [vrf, carrier] : routeCarriers_) carrier->renewAll();
+   labelCarrier_.renewAll();
+}
+
+void LinuxDataplane::renew(std::string const& vrf, ip_prefix_t const& changed) {
+   for (auto const& [name, carrier] : routeCarriers_) {
+      if (vrfNamed(name) == vrf) carrier->renew(changed);
+   }
+   if (vrf.empty()) labelCarrier_.renew(changed);
 }
 
 void LinuxDataplane::start() {

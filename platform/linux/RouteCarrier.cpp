@@ -1,7 +1,5 @@
 #include "platform/linux/RouteCarrier.h"
 
-#include <algorithm>
-
 // A word is a leaf, and with it goes the promise of one change of the lookup. What a prefix led to before is released
 // after the store that replaced it: whoever read it before that may still follow it, and the tables after it keep what
 // was released for a grace period.
@@ -15,7 +13,17 @@ std::uint32_t RouteCarrier::takeLeaf(ip_route_key_t const& key, IpRoute const& r
    auto const vias = row.vias.list(key);
    if (vias.empty()) return 0;
    auto const& first = vias.front();
-   return first.nexthop_group().empty() ? leaves_.takeVias(vrf_, vias) : leaves_.takeGroup(first.nexthop_group());
+   if (!first.nexthop_group().empty()) return leaves_.takeGroup(first.nexthop_group());
+   auto found = leaves_.find({vrf(), key.prefix()}, Leaves::waysOf(vias));
+   levelIs(key.prefix(), found.level);
+   return leaves_.takeWays(std::move(found.entries));
+}
+
+// A row that is judged and then refused may leave its level behind, which is right again with the next change.
+void RouteCarrier::levelIs(ip_prefix_t const& prefix, unsigned level) {
+   if (routes_.level(prefix) == level) return;
+   routes_.levelIs(prefix, level);
+   rests_.changed(vrf(), prefix);
 }
 
 std::uint64_t RouteCarrier::take(ip_route_key_t const& key, IpRoute const& row) {
@@ -46,15 +54,19 @@ void RouteCarrier::leafIs(ip_route_key_t const& key, std::uint32_t leaf) {
    auto const rank = rankOf(key.preference());
    auto const before = leaf == 0 ? routes_.del(key.prefix(), rank) : routes_.set(key.prefix(), rank, leaf);
    leaves_.release(before);
-   if ((before == 0) != (leaf == 0)) connected_.routeChanged(vrf_, key.prefix());
+   if (before == leaf) return;
+   rests_.changed(vrf(), key.prefix());
+   if (before == 0 || leaf == 0) connected_.routeChanged(vrf(), key.prefix());
 }
 
 // A row may come with vias that lead nowhere yet: those of a folder come before the networks are known.
-bool RouteCarrier::isAdrift(ip_route_key_t const& key, IpRoute const& row) const {
-   if (row.vias.group() != nullptr) return false;
-   return std::ranges::any_of(row.vias.list(key), [](ip_route_via_t const& via) {
-      return via.intf() == intf_id_t() && via.hop().af() != af_t::none;
-   });
+std::vector<ip_addr_t> RouteCarrier::hopsOf(ip_route_key_t const& key, IpRoute const& row) const {
+   std::vector<ip_addr_t> hops;
+   if (row.vias.group() != nullptr) return hops;
+   for (auto const& via : row.vias.list(key)) {
+      if (via.intf() == intf_id_t() && via.hop().af() != af_t::none) hops.push_back(via.hop());
+   }
+   return hops;
 }
 
 }  // namespace velm::machine

@@ -4,6 +4,7 @@
 #include <span>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "platform/linux/WordCarrier.h"
 #include "platform/linux/forwarding/Connected.h"
@@ -18,13 +19,14 @@ namespace velm::machine {
 /// shorter prefix says holds.
 class RouteCarrier final : public WordCarrier<ip_route_key_t, embedded::IpRoute> {
  public:
-   RouteCarrier(std::string vrf, VrfRoutes& routes, Connected& connected, Leaves& leaves, RouteRoom& room, Warn warn)
-      : WordCarrier(std::move(warn)),
-        vrf_(std::move(vrf)),
+   RouteCarrier(std::string vrf, VrfRoutes& routes, Connected& connected, Leaves& leaves, RouteRoom& room,
+                Resting& rests, Warn warn)
+      : WordCarrier(std::move(vrf), rests, std::move(warn)),
         routes_(routes),
         connected_(connected),
         leaves_(leaves),
-        room_(room) {}
+        room_(room),
+        rests_(rests) {}
 
    void prefetch(std::span<ip_route_key_t const> keys) const { routes_.prefetch(keys); }
 
@@ -33,17 +35,18 @@ class RouteCarrier final : public WordCarrier<ip_route_key_t, embedded::IpRoute>
    void giveUp(std::uint64_t leaf) noexcept override;
    void become(ip_route_key_t const& key, std::uint64_t leaf) noexcept override;
    void drop(ip_route_key_t const& key) override;
-   bool isAdrift(ip_route_key_t const& key, embedded::IpRoute const& row) const override;
+   std::vector<ip_addr_t> hopsOf(ip_route_key_t const& key, embedded::IpRoute const& row) const override;
    std::string nameOf(ip_route_key_t const& key) const override { return "route " + key.prefix().to_string(); }
 
    std::uint32_t takeLeaf(ip_route_key_t const& key, embedded::IpRoute const& row);
    void leafIs(ip_route_key_t const& key, std::uint32_t leaf);
+   void levelIs(ip_prefix_t const& prefix, unsigned level);
 
-   std::string const vrf_;
    VrfRoutes& routes_;
    Connected& connected_;
    Leaves& leaves_;
    RouteRoom& room_;
+   Resting& rests_;
 };
 
 }  // namespace velm::machine

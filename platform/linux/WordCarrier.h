@@ -1,15 +1,20 @@
 #pragma once
 
+#include <absl/container/btree_map.h>
 #include <absl/container/flat_hash_map.h>
+#include <absl/container/flat_hash_set.h>
 #include <fmt/format.h>
 
 #include <cstdint>
 #include <functional>
 #include <string>
 #include <utility>
+#include <vector>
 
+#include "platform/linux/forwarding/Resting.h"
 #include "platform/switch/Carrier.h"
 #include "platform/velm/errors.h"
+#include "platform/velm/ip.h"
 
 namespace velm::machine {
 
@@ -28,7 +33,7 @@ class WordCarrier : public embedded::Carrier<Key, Row>, embedded::Room::Keeper {
    void carryOut(Key const& key, Row const* now, embedded::Room room) noexcept override {
       if (now != nullptr && !room) room = roomAfterPurge(key, *now);
       if (auto const word = room.use(); word != noChange) become(key, word);
-      noteAdrift(key, now);
+      noteHops(key, now);
    }
    /// Packets for it are dropped.
    void refused(Key const& key, Row const& /*row*/, std::string const& why) override {
@@ -38,19 +43,28 @@ class WordCarrier : public embedded::Carrier<Key, Row>, embedded::Room::Keeper {
    }
    std::size_t refusedRows() const { return refused_; }
 
-   /// Which networks the switch is on has changed: where vias name no interface they may lead elsewhere now.
-   void networksChanged() {
-      for (auto const& [key, row] : adrift_) {
-         try {
-            become(key, take(key, row));
-         } catch (error const& e) {
-            warn_(fmt::format("{} stays as it was: {}", nameOf(key), e.what()));
-         }
+   /// What leads to addresses of the prefix has changed: rows with such a hop may lead elsewhere now.
+   void renew(ip_prefix_t const& changed) {
+      std::vector<Key> keys;
+      for (auto it = byHop_.lower_bound(changed.network()); it != byHop_.end(); ++it) {
+         if (ip_prefix_t(it->first, changed.prefix_length()) != changed) break;
+         keys.insert(keys.end(), it->second.begin(), it->second.end());
       }
+      for (auto const& key : keys) renewRow(key);
+   }
+   /// All of them may.
+   void renewAll() {
+      std::vector<Key> keys;
+      for (auto const& [key, row] : resting_) keys.push_back(key);
+      for (auto const& key : keys) renewRow(key);
    }
 
  protected:
-   explicit WordCarrier(Warn warn) : warn_(std::move(warn)) {}
+   /// Hops of its rows are sought in the VRF.
+   WordCarrier(std::string vrf, Resting& rests, Warn warn)
+      : vrf_(std::move(vrf)), rests_(rests), warn_(std::move(warn)) {}
+
+   std::string const& vrf() const { return vrf_; }
 
    /// What the row leads to; 0 if that is nothing now. Throws unsupported_error, or velm::error if there is no room.
    virtual std::uint64_t take(Key const& key, Row const& row) = 0;
@@ -60,8 +74,8 @@ class WordCarrier : public embedded::Carrier<Key, Row>, embedded::Room::Keeper {
    virtual void become(Key const& key, std::uint64_t word) noexcept = 0;
    /// The same of a word that drops, where there is room for it.
    virtual void drop(Key const& key) = 0;
-   /// Whether the row has ways that name no interface.
-   virtual bool isAdrift(Key const& key, Row const& row) const = 0;
+   /// The hops of ways that name no interface. Empty for nearly all, and then to be cheap.
+   virtual std::vector<ip_addr_t> hopsOf(Key const& key, Row const& row) const = 0;
    virtual std::string nameOf(Key const& key) const = 0;
 
  private:
@@ -81,13 +95,40 @@ class WordCarrier : public embedded::Carrier<Key, Row>, embedded::Room::Keeper {
          return {};
       }
    }
-   void noteAdrift(Key const& key, Row const* now) {
-      if (!adrift_.empty()) adrift_.erase(key);
-      if (now != nullptr && isAdrift(key, *now)) adrift_.emplace(key, *now);
+   void noteHops(Key const& key, Row const* now) {
+      if (!resting_.empty()) forgetHops(key);
+      if (now == nullptr) return;
+      auto const hops = hopsOf(key, *now);
+      if (hops.empty()) return;
+      resting_.emplace(key, *now);
+      for (auto const& hop : hops) {
+         if (byHop_[hop].insert(key).second) rests_.hopCame(vrf_, hop);
+      }
+   }
+   void forgetHops(Key const& key) {
+      auto const found = resting_.find(key);
+      if (found == resting_.end()) return;
+      for (auto const& hop : hopsOf(key, found->second)) {
+         auto const rows = byHop_.find(hop);
+         if (rows == byHop_.end() || rows->second.erase(key) == 0) continue;
+         rests_.hopWent(vrf_, hop);
+         if (rows->second.empty()) byHop_.erase(rows);
+      }
+      resting_.erase(found);
+   }
+   void renewRow(Key const& key) {
+      try {
+         become(key, take(key, resting_.at(key)));
+      } catch (error const& e) {
+         warn_(fmt::format("{} stays as it was: {}", nameOf(key), e.what()));
+      }
    }
 
+   std::string const vrf_;
+   Resting& rests_;
    Warn const warn_;
-   absl::flat_hash_map<Key, Row> adrift_;
+   absl::flat_hash_map<Key, Row> resting_;                       // rows with hops that name no interface
+   absl::btree_map<ip_addr_t, absl::flat_hash_set<Key>> byHop_;  // of these
    std::size_t refused_ = 0;
 };
 

@@ -51,6 +51,8 @@ class Exits {
    /// After the last word that names it has been replaced; with the interest with which it was taken.
    void release(Id id, Interest interest = Interest::kept);
 
+   ExitForm const& form(Id id) const { return *users_[id].form; }
+   Hops::Key const& neighbour(Id id) const { return hops_.key(hop(id)); }
    Hops::Id hop(Id id) const { return shared_[id].hop; }
    bool usable(Id id) const { return hops_.usable(hop(id)); }
 

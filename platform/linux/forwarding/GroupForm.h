@@ -1,8 +1,10 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/forwarding/Exits.h"
@@ -15,7 +17,14 @@ namespace velm::machine {
 struct EntryForm {
    std::string child;  // empty for a way out
    Hops::Key neighbour;
-   ExitForm form;  // form.hop says nothing; of an entry with a child only its labels count
+   ExitForm form;            // form.hop says nothing; of an entry with a child only its labels and what it takes count
+   std::uint32_t share = 1;  // of the group's traffic, beside those of other entries
+
+   bool operator==(EntryForm const&) const = default;
+   template <class H>
+   friend H AbslHashValue(H hash, EntryForm const& entry) {
+      return H::combine(std::move(hash), entry.child, entry.neighbour, entry.form, entry.share);
+   }
 };
 
 /// What of the machine the reading of a group asks for.

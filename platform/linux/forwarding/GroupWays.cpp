@@ -22,8 +22,10 @@ class Finder {
    // Depth first; the path has the names on the way, so that a way that comes back to one of them is seen.
    void add(std::vector<EntryForm> const& entries, std::uint64_t weight) {
       if (entries.empty()) return count();
-      auto const each = std::max<std::uint64_t>(1, weight / entries.size());
+      std::uint64_t shares = 0;
+      for (auto const& entry : entries) shares += entry.share;
       for (auto const& entry : entries) {
+         auto const each = std::max<std::uint64_t>(1, weight * entry.share / shares);
          if (entry.child.empty()) {
             count();
             ways_.push_back({entry.neighbour, entry.form, static_cast<std::uint32_t>(each)});

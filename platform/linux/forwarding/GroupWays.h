@@ -24,8 +24,8 @@ constexpr std::size_t deepestGroup = 16;  // groups one behind the other
 /// The entries of the group of that name; null if there is none.
 using EntriesOfGroup = std::function<std::vector<EntryForm> const*(std::string const&)>;
 
-/// All ways out of the group of that name and these entries. Each entry has the same share, and an entry that leads
-/// through another group divides its own among that one's entries. Throws configuration_error for a group that leads
+/// All ways out of the group of that name and these entries. An entry that leads through another group divides its
+/// share among that one's entries. Throws configuration_error for a group that leads
 /// through itself and for labels within a tunnel that carries none, unsupported_error for too many ways.
 std::vector<Way> waysOf(std::string const& name, std::vector<EntryForm> const& entries,
                         EntriesOfGroup const& entriesOfGroup);

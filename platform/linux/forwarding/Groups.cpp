@@ -8,17 +8,6 @@
 #include "platform/velm/errors.h"
 
 namespace velm::machine {
-namespace {
-
-std::vector<std::pair<Exits::Id, std::uint32_t>> keyOf(std::span<Member const> members) {
-   std::vector<std::pair<Exits::Id, std::uint32_t>> key;
-   for (auto const& member : members) key.emplace_back(member.exit, member.weight);
-   std::ranges::sort(key);
-   return key;
-}
-
-}  // namespace
-
 /// Buckets by group, the one that is set first, and each parent after its children.
 class Groups::Draft {
  public:
@@ -71,15 +60,16 @@ Groups::Id Groups::take(std::string const& name) {
    return id;
 }
 
-Groups::Id Groups::takeWays(std::vector<Member> members) {
-   auto key = keyOf(members);
-   auto buckets = std::make_unique<GroupBuckets>(std::move(members), nullptr, exits_, pool_);
-   if (auto const found = byMembers_.find(key); found != byMembers_.end()) {
+Groups::Id Groups::takeWays(std::vector<EntryForm> entries) {
+   if (auto const found = byEntries_.find(entries); found != byEntries_.end()) {
       retain(found->second);
       return found->second;
    }
+   auto buckets = std::make_unique<GroupBuckets>(membersOf({}, entries, Draft()), nullptr, exits_, pool_);
    auto const id = make({});
-   byMembers_.emplace(std::move(key), id);
+   childrenAre(id, entries);
+   groups_[id]->entries = entries;
+   byEntries_.emplace(std::move(entries), id);
    bucketsAre(id, std::move(buckets));
    return id;
 }
@@ -88,7 +78,8 @@ void Groups::release(Id id) {
    auto& group = *groups_[id];
    if (--group.users > 0) return;
    if (group.name.empty()) {
-      byMembers_.erase(keyOf(group.buckets->members()));
+      byEntries_.erase(group.entries);
+      childrenAre(id, {});
       bucketsAre(id, nullptr);
    } else {
       byName_.erase(group.name);

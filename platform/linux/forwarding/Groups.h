@@ -44,9 +44,11 @@ class Groups {
 
    /// The index of a name, with a user more. Throws velm::error if the table is full.
    Id take(std::string const& name);
-   /// The index of a group without a name that has these members, whose exits it takes over. Throws like take(); then
-   /// they are released.
-   Id takeWays(std::vector<Member> members);
+   /// The index of a group without a name that has these entries. Throws like take(), and as prepare() does.
+   Id takeWays(std::vector<EntryForm> entries);
+   /// Of an index that is used: empty for a group without a name.
+   std::string const& name(Id id) const { return groups_[id]->name; }
+   std::vector<EntryForm> const& entries(Id id) const { return groups_[id]->entries; }
    void retain(Id id) { ++groups_[id]->users; }
    /// After the last word that names it has been replaced.
    void release(Id id);
@@ -78,8 +80,6 @@ class Groups {
       unsigned short version = 0;
       bool active = false;
    };
-   using Members = std::vector<std::pair<Exits::Id, std::uint32_t>>;
-
    Id make(std::string name);
    Group const* find(std::string const& name) const;
    std::vector<Member> membersOf(std::string const& name, std::vector<EntryForm> const& entries, Draft const& draft);
@@ -99,7 +99,7 @@ class Groups {
    Ids ids_;
    std::vector<std::unique_ptr<Group>> groups_;  // by id
    absl::flat_hash_map<std::string, Id> byName_;
-   absl::btree_map<Members, Id> byMembers_;                         // those without a name
+   absl::flat_hash_map<std::vector<EntryForm>, Id> byEntries_;      // those without a name
    absl::flat_hash_map<Hops::Id, absl::btree_set<Id>> byHop_;       // that have a member by it
    absl::flat_hash_map<std::string, absl::btree_set<Id>> byChild_;  // that lead through it
 };

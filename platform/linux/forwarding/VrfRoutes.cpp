@@ -45,6 +45,16 @@ std::uint32_t VrfRoutes::del(ip_prefix_t const& prefix, Rank rank) {
    return before;
 }
 
+std::optional<std::pair<ip_prefix_t, std::uint32_t>> VrfRoutes::covering(ip_addr_t const& address,
+                                                                         ip_prefix_t const& but) {
+   for (auto length = static_cast<int>(address_size(address.af()) * 8); length >= 0; --length) {
+      ip_prefix_t const prefix(address, static_cast<unsigned char>(length));
+      if (prefix == but) continue;
+      if (auto const leaf = at(prefix); leaf != 0) return std::pair(prefix, leaf);
+   }
+   return std::nullopt;
+}
+
 void VrfRoutes::prefetch(std::span<ip_route_key_t const> keys) const {
    constexpr std::size_t most = 16;
    absl::InlinedVector<trie::Prefix, most> keys4;

@@ -4,7 +4,9 @@
 #include <absl/container/inlined_vector.h>
 
 #include <cstdint>
+#include <optional>
 #include <span>
+#include <utility>
 
 #include "platform/linux/bpf/Layout.h"
 #include "platform/linux/trie/Memory.h"
@@ -41,6 +43,19 @@ class VrfRoutes {
    std::uint32_t del(ip_prefix_t const& prefix, Rank rank);
    /// What leads to exactly this prefix; 0 if nothing does.
    std::uint32_t at(ip_prefix_t const& prefix) { return trieOf(prefix).at(trie::prefixOf(prefix)); }
+   /// The longest prefix that has the address, but not that one, and what leads to it.
+   std::optional<std::pair<ip_prefix_t, std::uint32_t>> covering(ip_addr_t const& address, ip_prefix_t const& but);
+   /// How deep the route of a prefix rests on others; 0 for one that rests on none.
+   unsigned level(ip_prefix_t const& prefix) const {
+      auto const found = levels_.find(prefix);
+      return found == levels_.end() ? 0 : found->second;
+   }
+   void levelIs(ip_prefix_t const& prefix, unsigned level) {
+      if (level > 0)
+         levels_.insert_or_assign(prefix, level);
+      else if (!levels_.empty())
+         levels_.erase(prefix);
+   }
    /// Asks for what the routes' changes will read.
    void prefetch(std::span<ip_route_key_t const> keys) const;
 
@@ -59,6 +74,7 @@ class VrfRoutes {
    trie::Trie ipv4_;
    trie::Trie ipv6_;
    absl::btree_map<ip_prefix_t, Candidates> others_;  // prefixes with anything but a usual one
+   absl::btree_map<ip_prefix_t, unsigned> levels_;    // of those that are not 0
 };
 
 }  // namespace velm::machine
