@@ -63,10 +63,12 @@ class LinuxDataplane final : public embedded::Dataplane {
                                   .wanted = [this](auto const& neighbour) { return hops_.wanted(neighbour); },
                                   .warn = warning()}),
         hops_(program_.arrays().hops, periods_, hopCallbacks()),
-        exits_(program_.arrays().exits, hops_, periods_),
+        counters_(program_.arrays().entryTraffic, Program::cpus(),
+                  static_cast<std::uint32_t>(program_.arrays().exits.size()), periods_),
+        exits_(program_.arrays().exits, hops_, counters_, periods_),
         buckets_(program_.arrays().buckets, periods_),
         connected_(vrfs_, exits_, room_, {.networksChanged = [this] { networksChanged(); }, .left = warning()}),
-        groups_(program_.arrays().groups, exits_, buckets_, periods_, view(), groupCallbacks()),
+        groups_(program_.arrays().groups, exits_, counters_, buckets_, periods_, view(), groupCallbacks()),
         leaves_(groups_, exits_, tunnels_, vrfs_, view()),
         labels_(program_.arrays().labels, leaves_),
         rests_([this](auto const& vrf, auto const& prefix) { renew(vrf, prefix); }),
@@ -100,6 +102,10 @@ class LinuxDataplane final : public embedded::Dataplane {
    std::optional<embedded::IntfTraffic> traffic(intf_id_t intf) override {
       auto const* const link = linkOf(intf);
       return link == nullptr ? std::nullopt : std::optional(trafficOf(*ports_, *link));
+   }
+   std::optional<nexthop_group_entry_counter_t> counter(std::string const& group, unsigned short entry) override {
+      auto const counted = groups_.counted(group, entry);
+      return nexthop_group_entry_counter_t(counted.packets, counted.octets);
    }
    std::string kernelName(intf_id_t intf) const override {
       auto const* const link = linkOf(intf);
@@ -156,6 +162,7 @@ class LinuxDataplane final : public embedded::Dataplane {
    Vrfs vrfs_;
    Resolver resolver_;
    Hops hops_;
+   Counters counters_;
    Exits exits_;
    BucketPool buckets_;
    Connected connected_;

@@ -82,7 +82,9 @@ Program::Program(Sizes const& sizes, std::uint64_t hashSeed) : loaded_(std::make
    if (!skeleton) throw error(fmt::format("the dataplane's program cannot be read: {}", std::strerror(errno)));
    skeleton->rodata->hash_seed = hashSeed;
    auto& maps = skeleton->maps;
-   auto const cpus = static_cast<std::uint32_t>(libbpf_num_possible_cpus());
+   auto const cpus = static_cast<std::uint32_t>(Program::cpus());
+   auto const counters = sizes.exits + OWN_COUNTERS;
+   skeleton->rodata->entry_counters = counters;
    bpf_map__set_value_size(maps.tries, static_cast<std::uint32_t>(sizes.trieBytes));
    skeleton->rodata->trie_units = static_cast<std::uint32_t>(sizes.trieBytes / TRIE_UNIT);
    bpf_map__set_max_entries(maps.groups, sizes.groups);
@@ -91,6 +93,7 @@ Program::Program(Sizes const& sizes, std::uint64_t hashSeed) : loaded_(std::make
    bpf_map__set_max_entries(maps.hops, sizes.hops);
    bpf_map__set_max_entries(maps.drops, cpus * MAX_DROP_REASONS);
    bpf_map__set_max_entries(maps.port_traffic, cpus * MAX_PORTS);
+   bpf_map__set_max_entries(maps.entry_traffic, cpus * counters);
    // A kernel that cannot know whether its machine reads words at any place would refuse headers behind a VLAN tag.
    bpf_program__set_flags(skeleton->progs.velm_switch, BPF_F_ANY_ALIGNMENT);
    if (int const failure = forward__load(skeleton.get()); failure != 0) {
@@ -105,10 +108,13 @@ Program::Program(Sizes const& sizes, std::uint64_t hashSeed) : loaded_(std::make
               .hops = loaded_->share<hop>(maps.hops),
               .ports = loaded_->share<port>(maps.ports),
               .drops = loaded_->share<std::uint64_t>(maps.drops),
-              .portTraffic = loaded_->share<port_traffic>(maps.port_traffic)};
+              .portTraffic = loaded_->share<port_traffic>(maps.port_traffic),
+              .entryTraffic = loaded_->share<traffic>(maps.entry_traffic)};
 }
 
 Program::~Program() = default;
+
+std::size_t Program::cpus() { return static_cast<std::size_t>(libbpf_num_possible_cpus()); }
 
 int Program::fd() const { return bpf_program__fd(loaded_->skeleton->progs.velm_switch); }
 

@@ -22,6 +22,7 @@ struct SharedArrays {
    std::span<port> ports;
    std::span<std::uint64_t> drops;       // MAX_DROP_REASONS for each possible CPU
    std::span<port_traffic> portTraffic;  // MAX_PORTS for each possible CPU
+   std::span<traffic> entryTraffic;      // for each possible CPU one for each exit, then OWN_COUNTERS
 };
 
 /// The XDP program, loaded into the kernel, and the memory that it shares. The SDK lock guards it.
@@ -34,6 +35,7 @@ class Program {
    Program& operator=(Program const&) = delete;
 
    SharedArrays const& arrays() const { return arrays_; }
+   static std::size_t cpus();
    int fd() const;
 
    /// Frames of the device, with that VLAN tag or none for 0, belong to the port of that index from now on.

@@ -7,7 +7,7 @@ from collections import Counter
 from scapy.all import ARP, IP, Ether
 
 from support.agent import DEADLINE, eventually
-from traffic import FAR4, FAR6, TrafficTest, main, setUpModule  # pylint: disable=unused-import
+from traffic import FAR4, FAR6, TrafficTest, main, probe, setUpModule  # pylint: disable=unused-import
 
 
 class GroupTest(TrafficTest):
@@ -99,6 +99,35 @@ class GroupTest(TrafficTest):
                 self.assertIn(why, self.lab.refused(method, nexthop_group=form))
                 self.assertEqual(set(self.flows(10).values()), {(2, (42,))})
                 self.assertTrue(self.lab.active("a"))
+
+    def test_entries_count_what_goes_through_them(self):
+        counted = lambda group, entry: self.lab.call("NexthopGroupMgrService.counter", name=group, entry=entry).get(
+            "counter", {})
+        own = {"counters_unshared": True}
+        forms = {"shared": self.form("shared", self.entry(2), self.entry(3)),
+                 "alike": self.form("alike", self.entry(2), self.entry(3)),
+                 "own": {**self.form("own", self.entry(2), self.entry(3)), **own}}
+        for form in forms.values():
+            self.lab.call("NexthopGroupMgrService.nexthop_group_set", nexthop_group=form)
+        self.lab.until_active(*forms)
+        before = {(name, entry): int(counted(name, entry).get("packets", 0)) for name in forms for entry in (0, 1)}
+        size = len(probe("198.51.100.7", 0))
+        for group, same in (("own", ()), ("shared", ("alike",))):
+            self.route("198.51.100.0/24", group)
+            came = list(self.flows(200).values())
+            for entry, number in enumerate((2, 3)):
+                count = came.count((number, ()))
+                self.assertGreater(count, 50)
+                for name in (group, *same):
+                    now = counted(name, entry)
+                    self.assertEqual(int(now["packets"]) - before[name, entry], count)
+                    if name == "own":
+                        self.assertEqual(int(now["bytes"]), count * size)
+        # An entry that stays goes on counting, one that comes begins at zero.
+        self.lab.call("NexthopGroupMgrService.nexthop_group_set", nexthop_group={
+            **self.form("own", self.entry(2), self.entry(3), self.entry(2, 70)), **own})
+        self.assertGreater(int(counted("own", 0)["packets"]), 50)
+        self.assertEqual(int(counted("own", 2).get("packets", 0)), 0)
 
     def test_a_group_may_have_65536_entries(self):
         self.group_of("crowd", *[self.entry(2 + index % 2, 16 + index // 16) for index in range(65536)])

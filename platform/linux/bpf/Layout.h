@@ -220,6 +220,9 @@ struct traffic {
    __u64 octets;
 };
 
+/* Of the entries of groups: as many for exits as there are exits, then those of groups that have their own. */
+#define OWN_COUNTERS (1u << 14)
+
 /* Since when errors were sent, as a time that moves on by a step for each. */
 struct error_allowance {
    __u64 clock; /* ns */

@@ -97,6 +97,16 @@ struct {
    __type(value, struct port_traffic);
 } port_traffic SEC(".maps");
 
+/* Slices as well, each of that many. */
+struct {
+   __uint(type, BPF_MAP_TYPE_ARRAY);
+   __uint(map_flags, BPF_F_MMAPABLE);
+   __uint(max_entries, 1);
+   __type(key, __u32);
+   __type(value, struct traffic);
+} entry_traffic SEC(".maps");
+const volatile __u32 entry_counters = 0;
+
 /* Of a CPU, so that nobody else writes it meanwhile. */
 struct {
    __uint(type, BPF_MAP_TYPE_PERCPU_ARRAY);

@@ -9,7 +9,7 @@
 #include "platform/linux/bpf/ip.h"
 
 /* The exit that a leaf's way leads to, or null; *reason tells why not. */
-static __always_inline struct exit_row* choose(__u32 leaf, __u32 hash, enum drop_reason* reason) {
+static __always_inline struct exit_row* choose(__u32 leaf, struct frame* frame, enum drop_reason* reason) {
    __u32 index = leaf_index_of(leaf);
    if (leaf_kind_of(leaf) == LEAF_EXIT) return exit_at(index);
    group_word* const word = bpf_map_lookup_elem(&groups, &index);
@@ -18,9 +18,12 @@ static __always_inline struct exit_row* choose(__u32 leaf, __u32 hash, enum drop
       *reason = group & GROUP_EXISTS ? DROP_INACTIVE_GROUP : DROP_NO_GROUP;
       return 0;
    }
-   __u32 place = group_first(group) + (hash & (group_size(group) - 1));
+   __u32 place = group_first(group) + (frame->hash & (group_size(group) - 1));
    bucket_word* const bucket = bpf_map_lookup_elem(&buckets, &place);
-   return bucket ? exit_at(bucket_exit(*(bucket_word volatile*)bucket)) : 0;
+   if (!bucket) return 0;
+   bucket_word const chosen = *(bucket_word volatile*)bucket;
+   frame->counter = bucket_counter(chosen);
+   return exit_at(bucket_exit(chosen));
 }
 
 /* Lowers what the packet may still travel, and mends the checksum that covers it. The header is within the frame. */
@@ -203,6 +206,11 @@ static __always_inline void write_ethernet(void* at, struct hop const* hop, mac_
    tag->protocol = type;
 }
 
+static __always_inline void count(struct traffic* traffic, __u32 octets) {
+   ++traffic->packets;
+   traffic->octets += octets;
+}
+
 static __always_inline int leave(struct xdp_md* ctx, struct frame* frame, struct exit_row const* exit,
                                  struct hop const* hop, mac_word to) {
    __u32 const ethernet = sizeof(struct ethhdr) + (hop->vlan ? sizeof(struct vlan_tag) : 0);
@@ -218,17 +226,17 @@ static __always_inline int leave(struct xdp_md* ctx, struct frame* frame, struct
    if (exit->kind == EXIT_IPV4 && mend_outer_ipv4(l3, end, length, exit, frame)) return drop(frame, DROP_SHORT_FRAME);
    if (exit->kind == EXIT_IPV6 && mend_outer_ipv6(l3, end, length, exit, frame)) return drop(frame, DROP_SHORT_FRAME);
    struct port_traffic* const traffic = traffic_of(frame->port);
-   if (traffic) {
-      ++traffic->forwarded.packets;
-      traffic->forwarded.octets += length;
-   }
+   if (traffic) count(&traffic->forwarded, length);
+   __u32 const counter = bpf_get_smp_processor_id() * entry_counters + frame->counter;
+   struct traffic* const entry = frame->counter ? bpf_map_lookup_elem(&entry_traffic, &counter) : 0;
+   if (entry) count(entry, length);
    return bpf_redirect_map(&tx_ports, hop->port, XDP_DROP);
 }
 
 /* Sends a packet, whose header or top label has been checked, on the way that the leaf names. */
 static __always_inline int send(struct xdp_md* ctx, struct frame* frame, __u32 leaf) {
    enum drop_reason reason = DROP_UNRESOLVED;
-   struct exit_row const* const exit = choose(leaf, frame->hash, &reason);
+   struct exit_row const* const exit = choose(leaf, frame, &reason);
    if (!exit) return drop(frame, reason);
    struct hop const* const hop = hop_at(exit->hop);
    mac_word const to = hop ? *(volatile mac_word const*)&hop->to : 0;

@@ -62,6 +62,7 @@ Exits::Id Exits::taken(ExitForm form) {
    if (users_.size() <= *id) users_.resize(*id + 1);
    users_[*id] = {1, &kept};
    shared_[*id] = rowOf(kept);
+   counters_.reset(*id);
    return *id;
 }
 

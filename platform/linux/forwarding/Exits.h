@@ -9,6 +9,7 @@
 #include <vector>
 
 #include "platform/linux/bpf/Layout.h"
+#include "platform/linux/forwarding/Counters.h"
 #include "platform/linux/forwarding/Hops.h"
 #include "platform/linux/forwarding/Ids.h"
 
@@ -40,8 +41,8 @@ class Exits {
  public:
    using Id = std::uint32_t;
 
-   Exits(std::span<exit_row> shared, Hops& hops, GracePeriods& periods)
-      : shared_(shared), ids_(static_cast<std::uint32_t>(shared.size()), periods), hops_(hops) {}
+   Exits(std::span<exit_row> shared, Hops& hops, Counters const& counters, GracePeriods& periods)
+      : shared_(shared), ids_(static_cast<std::uint32_t>(shared.size()), periods), hops_(hops), counters_(counters) {}
    Exits(Exits const&) = delete;
    Exits& operator=(Exits const&) = delete;
 
@@ -67,6 +68,7 @@ class Exits {
    std::span<exit_row> const shared_;
    Ids ids_;
    Hops& hops_;
+   Counters const& counters_;
    absl::node_hash_map<ExitForm, Id> byForm_;
    std::vector<Users> users_;  // by id
 };

@@ -88,7 +88,7 @@ bool GroupBuckets::refresh() {
    for (std::uint32_t i = 0; i < owners_.size(); ++i) {
       auto const server =
          usable[owners_[i]] ? owners_[i] : standIn(i, static_cast<std::uint32_t>(members_.size()), isUsable);
-      auto const word = bucket_of(members_[server].exit, 0);
+      auto const word = bucket_of(members_[server].exit, members_[server].counter);
       if (buckets[i] != word) std::atomic_ref(buckets[i]).store(word, std::memory_order_release);
    }
    return true;

@@ -13,6 +13,8 @@ namespace velm::machine {
 struct Member {
    Exits::Id exit = 0;
    std::uint32_t weight = 1;
+   std::uint32_t counter = 0;  // that its packets raise; 0 for none
+   unsigned short entry = 0;   // of the group
 };
 
 /// The members of a group and their buckets in shared memory, which no packet sees before word() is published. Holds

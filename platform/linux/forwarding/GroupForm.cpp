@@ -30,6 +30,7 @@ class Reader {
 
    EntryForm read(unsigned short index, nexthop_group_entry_t const& entry) const {
       EntryForm form;
+      form.index = index;
       form.form.labels = labelsOf(index, entry.mpls_action());
       form.form.carriesLabels = carriesLabels();
       form.form.takes = takesLabel(entry.mpls_action().action_type());

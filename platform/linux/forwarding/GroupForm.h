@@ -17,13 +17,14 @@ namespace velm::machine {
 struct EntryForm {
    std::string child;  // empty for a way out
    Hops::Key neighbour;
-   ExitForm form;            // form.hop says nothing; of an entry with a child only its labels and what it takes count
-   std::uint32_t share = 1;  // of the group's traffic, beside those of other entries
+   ExitForm form;             // form.hop says nothing; of an entry with a child only its labels and what it takes count
+   unsigned short index = 0;  // in the group, for its counter
+   std::uint32_t share = 1;   // of the group's traffic, beside those of other entries
 
    bool operator==(EntryForm const&) const = default;
    template <class H>
    friend H AbslHashValue(H hash, EntryForm const& entry) {
-      return H::combine(std::move(hash), entry.child, entry.neighbour, entry.form, entry.share);
+      return H::combine(std::move(hash), entry.child, entry.neighbour, entry.form, entry.index, entry.share);
    }
 };
 

@@ -25,10 +25,11 @@ class Finder {
       std::uint64_t shares = 0;
       for (auto const& entry : entries) shares += entry.share;
       for (auto const& entry : entries) {
+         if (path_.size() == 1) entry_ = entry.index;
          auto const each = std::max<std::uint64_t>(1, weight * entry.share / shares);
          if (entry.child.empty()) {
             count();
-            ways_.push_back({entry.neighbour, entry.form, static_cast<std::uint32_t>(each)});
+            ways_.push_back({entry.neighbour, entry.form, static_cast<std::uint32_t>(each), entry_});
          } else {
             addThrough(entry, each);
          }
@@ -79,6 +80,7 @@ class Finder {
    std::vector<std::string_view> path_;
    std::vector<Way> ways_;
    std::size_t found_ = 0;
+   unsigned short entry_ = 0;  // of the first group on the path
 };
 
 }  // namespace

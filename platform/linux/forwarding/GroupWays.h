@@ -15,6 +15,7 @@ struct Way {
    Hops::Key neighbour;
    ExitForm form;
    std::uint32_t weight = 0;
+   unsigned short entry = 0;  // of the group, through which it leads
 };
 
 /// More than this is refused, so that no few groups that lead through each other take all memory and time.

@@ -5,33 +5,15 @@
 #include <algorithm>
 #include <atomic>
 
+#include "platform/linux/forwarding/GroupsDraft.h"
 #include "platform/velm/errors.h"
 
 namespace velm::machine {
-/// Buckets by group, the one that is set first, and each parent after its children.
-class Groups::Draft {
- public:
-   nexthop_group_t form;
-   std::vector<EntryForm> entries;
-   std::vector<std::pair<Id, std::unique_ptr<GroupBuckets>>> buckets;
-   Id id = 0;
-   Groups* owner = nullptr;
-
-   Draft() = default;
-   Draft(Draft const&) = delete;
-   Draft& operator=(Draft const&) = delete;
-   ~Draft() {
-      if (owner != nullptr) owner->release(id);
-   }
-   bool has(Id group) const {
-      return std::ranges::any_of(buckets, [&](auto const& drafted) { return drafted.first == group; });
-   }
-};
-
-Groups::Groups(std::span<group_word> shared, Exits& exits, BucketPool& buckets, GracePeriods& periods,
-               Surroundings surroundings, Callbacks callbacks)
+Groups::Groups(std::span<group_word> shared, Exits& exits, Counters& counters, BucketPool& buckets,
+               GracePeriods& periods, Surroundings surroundings, Callbacks callbacks)
    : shared_(shared),
      exits_(exits),
+     counters_(counters),
      pool_(buckets),
      surroundings_(std::move(surroundings)),
      callbacks_(std::move(callbacks)),
@@ -65,7 +47,7 @@ Groups::Id Groups::takeWays(std::vector<EntryForm> entries) {
       retain(found->second);
       return found->second;
    }
-   auto buckets = std::make_unique<GroupBuckets>(membersOf({}, entries, Draft()), nullptr, exits_, pool_);
+   auto buckets = std::make_unique<GroupBuckets>(membersOf({}, entries, {}, Draft()), nullptr, exits_, pool_);
    auto const id = make({});
    childrenAre(id, entries);
    groups_[id]->entries = entries;
@@ -93,7 +75,7 @@ Groups::Group const* Groups::find(std::string const& name) const {
    return found == byName_.end() ? nullptr : groups_[found->second].get();
 }
 
-std::vector<Member> Groups::membersOf(std::string const& name, std::vector<EntryForm> const& entries,
+std::vector<Member> Groups::membersOf(std::string const& name, std::vector<EntryForm> const& entries, Own const& own,
                                       Draft const& draft) {
    auto ways = waysOf(name, entries, [&](std::string const& child) -> std::vector<EntryForm> const* {
       if (child == draft.form.name()) return &draft.entries;
@@ -102,7 +84,12 @@ std::vector<Member> Groups::membersOf(std::string const& name, std::vector<Entry
    });
    std::vector<Member> members;
    try {
-      for (auto& way : ways) members.push_back({exits_.take(way.neighbour, std::move(way.form)), way.weight});
+      for (auto& way : ways) {
+         auto const exit = exits_.take(way.neighbour, std::move(way.form));
+         // Nobody asks for what went through a group without a name.
+         auto const counter = name.empty() ? 0 : own.empty() ? exit : own.at(way.entry);
+         members.push_back({exit, way.weight, counter, way.entry});
+      }
    } catch (error const&) {
       for (auto const& member : members) exits_.release(member.exit);
       throw;
@@ -118,7 +105,8 @@ std::unique_ptr<Groups::Draft> Groups::drafted(nexthop_group_t const& group) {
    auto draft = std::make_unique<Draft>();
    draft->form = group;
    draft->entries = entriesOf(group, surroundings_);
-   auto members = membersOf(group.name(), draft->entries, *draft);
+   takeCounters(group, *draft);
+   auto members = membersOf(group.name(), draft->entries, draft->own, *draft);
    auto const* const before = find(group.name());
    auto buckets = std::make_unique<GroupBuckets>(std::move(members),
                                                  before == nullptr ? nullptr : before->buckets.get(), exits_, pool_);
@@ -135,8 +123,9 @@ void Groups::prepareParents(std::string const& child, Draft& draft) {
    for (auto const id : found->second) {
       if (draft.has(id)) continue;
       auto const& parent = *groups_[id];
-      draft.buckets.emplace_back(id, std::make_unique<GroupBuckets>(membersOf(parent.name, parent.entries, draft),
-                                                                    parent.buckets.get(), exits_, pool_));
+      draft.buckets.emplace_back(
+         id, std::make_unique<GroupBuckets>(membersOf(parent.name, parent.entries, parent.own, draft),
+                                            parent.buckets.get(), exits_, pool_));
       prepareParents(parent.name, draft);
    }
 }
@@ -155,6 +144,8 @@ void Groups::install(Draft& draft) {
    childrenAre(draft.id, draft.entries);
    groups_[draft.id]->entries = std::move(draft.entries);
    for (auto& [id, buckets] : draft.buckets) bucketsAre(id, std::move(buckets));
+   draft.fresh.clear();
+   ownAre(draft.id, std::move(draft.own));
 }
 
 void Groups::del(std::string const& name) {
@@ -167,6 +158,7 @@ void Groups::del(std::string const& name) {
    group.entries.clear();
    group.version = 0;
    bucketsAre(id, nullptr);
+   ownAre(id, {});
    callbacks_.gone(name);
    thinParents(name);
    release(id);
@@ -178,7 +170,7 @@ void Groups::thinParents(std::string const& child) {
    if (found == byChild_.end()) return;
    for (auto const id : found->second) {
       auto const& parent = *groups_[id];
-      auto const staying = membersOf(parent.name, parent.entries, Draft());
+      auto const staying = membersOf(parent.name, parent.entries, parent.own, Draft());
       parent.buckets->keepOnly(staying);
       for (auto const& member : staying) exits_.release(member.exit);
       publish(id);

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "platform/linux/bpf/Layout.h"
+#include "platform/linux/forwarding/Counters.h"
 #include "platform/linux/forwarding/GroupBuckets.h"
 #include "platform/linux/forwarding/GroupWays.h"
 #include "platform/linux/forwarding/Ids.h"
@@ -36,7 +37,7 @@ class Groups {
       std::function<void(std::string const& name, std::string const& why)> stuck;
    };
 
-   Groups(std::span<group_word> shared, Exits& exits, BucketPool& buckets, GracePeriods& periods,
+   Groups(std::span<group_word> shared, Exits& exits, Counters& counters, BucketPool& buckets, GracePeriods& periods,
           Surroundings surroundings, Callbacks callbacks);
    ~Groups();
    Groups(Groups const&) = delete;
@@ -63,6 +64,9 @@ class Groups {
    void abandon(Draft* draft);
    void del(std::string const& name);
 
+   /// What went through the entry of a group that there is: of its own, or of all that leave as it does.
+   traffic counted(std::string const& name, unsigned short entry) const;
+
    /// A hop has become usable or unusable.
    void hopChanged(Hops::Id hop);
    /// Which networks the switch is on has changed: where entries name no interface they may lead elsewhere now.
@@ -71,18 +75,23 @@ class Groups {
    std::size_t size() const { return byName_.size(); }
 
  private:
+   using Own = absl::btree_map<unsigned short, Counters::Id>;
    struct Group {
       std::string name;  // empty for one without
       std::uint32_t users = 0;
       std::optional<nexthop_group_t> form;  // nothing: there is no group of the name
       std::vector<EntryForm> entries;
       std::unique_ptr<GroupBuckets> buckets;
+      Own own;  // counters, by entry, of a group that does not share them
       unsigned short version = 0;
       bool active = false;
    };
    Id make(std::string name);
    Group const* find(std::string const& name) const;
-   std::vector<Member> membersOf(std::string const& name, std::vector<EntryForm> const& entries, Draft const& draft);
+   std::vector<Member> membersOf(std::string const& name, std::vector<EntryForm> const& entries, Own const& own,
+                                 Draft const& draft);
+   void takeCounters(nexthop_group_t const& group, Draft& draft);
+   void ownAre(Id id, Own own);
    void prepareParents(std::string const& child, Draft& draft);
    std::unique_ptr<Draft> drafted(nexthop_group_t const& group);
    void install(Draft& draft);
@@ -93,6 +102,7 @@ class Groups {
 
    std::span<group_word> const shared_;
    Exits& exits_;
+   Counters& counters_;
    BucketPool& pool_;
    Surroundings const surroundings_;
    Callbacks const callbacks_;
