@@ -152,6 +152,7 @@ void Ports::refreshMembersOf(int master) {
 // Frames find the row by its index, which they learn after this.
 void Ports::share(intf_id_t intf, Port const& port, netlink::Link const& link) {
    auto& row = program_.arrays().ports[port.index];
+   row.ifindex = static_cast<std::uint32_t>(link.ifindex);
    std::memcpy(&row.ipv4, connected_.addressOf(intf, af_t::ipv4).addr(), sizeof row.ipv4);
    std::memcpy(row.ipv6, connected_.addressOf(intf, af_t::ipv6).addr(), sizeof row.ipv6);
    try {

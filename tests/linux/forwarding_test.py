@@ -1,4 +1,6 @@
 """Packets through a switch that is programmed by a client, judged by Scapy and by the kernels of the hosts."""
+import json
+
 from scapy.all import GRE, ICMP, IP, Ether, ICMPv6DestUnreach, ICMPv6PacketTooBig, ICMPv6TimeExceeded, IPv6
 from scapy.contrib.mpls import MPLS
 
@@ -45,6 +47,16 @@ class ForwardingTest(TrafficTest):
             self.route("198.51.100.0/24", kind)
             outer = IP(src="10.0.2.1", dst="192.0.2.9", ttl=33, id=0, flags="DF")
             self.passes(self.frame4() / self.payload(), 2, self.out(2) / outer / within)
+        # With a key, which tells where the packet came in; before labels, too.
+        key = json.loads(self.lab.switch.run("ip", "-j", "link", "show", "Ethernet1"))[0]["ifindex"]
+        label = MPLS(label=77, s=1, ttl=63)
+        for kind, labels, header in (("GRE", (), GRE(key_present=1, key=key, proto=0x0800)),
+                                     ("MPLS_OVER_GRE", (77,), GRE(key_present=1, key=key, proto=0x8847) / label)):
+            self.lab.tunnel_group(kind, kind, "10.0.2.2", "Ethernet2", "10.0.2.1", "192.0.2.9", labels, ttl=33,
+                                  gre_key_type="NEXTHOP_GROUP_GRE_KEY_TYPES_INGRESS_INTF")
+            self.lab.until_active(kind)
+            self.route("198.51.100.0/24", kind)
+            self.passes(self.frame4() / self.payload(), 2, self.out(2) / outer / header / inner)
 
     def test_a_replaced_group_holds_for_the_next_packet(self):
         self.group("moving", "10.0.2.2@Ethernet2")

@@ -172,7 +172,7 @@ class Lab:
     def dropped(self, reason):
         return self.show()["drops"][reason]
 
-    def tunnel_group(self, name, kind, neighbour, intf, source, destination, labels=(), ttl=0):
+    def tunnel_group(self, name, kind, neighbour, intf, source, destination, labels=(), ttl=0, **more):
         """A group of one member, which puts something around the packet."""
         entry = {"nexthop": neighbour, "intf": intf}
         if labels:
@@ -180,7 +180,7 @@ class Lab:
         self.call("NexthopGroupMgrService.nexthop_group_set",
                   nexthop_group={"name": name, "type": f"NEXTHOP_GROUP_ENCAP_TYPES_{kind}", "ttl": ttl,
                                  "source_ip": source, "nexthops": {"1": entry},
-                                 "destination_ips": {"1": destination}})
+                                 "destination_ips": {"1": destination}, **more})
 
     def active(self, group):
         return self.call("NexthopGroupMgrService.active", name=group).get("active", False)

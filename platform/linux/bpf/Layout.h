@@ -138,6 +138,8 @@ struct port {
    __u32 vrf;    /* index of vrfs */
    __u32 ipv4;   /* what ICMP errors are sent from, as on the wire; 0 sends none */
    __u8 ipv6[16];
+   __u32 ifindex; /* of the interface in the kernel, which a tunnel may tell of */
+   __u32 unused;
 };
 
 struct vrf {

@@ -128,6 +128,7 @@ struct gre_header {
    __be16 flags;
    __be16 protocol;
 };
+#define GRE_KEY 0x2000 /* a key follows, which says by which interface the packet came */
 
 static __always_inline __be16 type_of(struct frame const* frame) {
    return frame->labelled ? bpf_htons(ETH_P_MPLS_UC) : frame->ipv6 ? bpf_htons(ETH_P_IPV6) : bpf_htons(ETH_P_IP);
@@ -142,10 +143,15 @@ static __always_inline __u8 protocol_within(__u8 written, struct frame const* fr
 /* Completes the header between the outer IP header and what is within: `length` is from it to the packet's end. */
 static __always_inline int mend_inner(void* at, void* end, __u8 protocol, __u32 length, struct exit_row const* exit,
                                       struct frame const* frame) {
-   if (protocol == IPPROTO_GRE && !exit->labels) {
+   if (protocol == IPPROTO_GRE) {
       struct gre_header* const gre = at;
       if ((void*)(gre + 1) > end) return -1;
-      gre->protocol = type_of(frame);
+      if (!exit->labels) gre->protocol = type_of(frame);
+      __be32* const key = (void*)(gre + 1);
+      if (!(gre->flags & bpf_htons(GRE_KEY))) return 0;
+      struct port const* const port = port_at(frame->port);
+      if ((void*)(key + 1) > end || !port) return -1;
+      *key = bpf_htonl(port->ifindex);
    } else if (protocol == IPPROTO_UDP) {
       struct udphdr* const udp = at;
       if ((void*)(udp + 1) > end) return -1;

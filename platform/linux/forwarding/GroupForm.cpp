@@ -22,6 +22,7 @@ constexpr std::uint16_t mplsOverUdpPort = 6635;
 constexpr std::uint16_t mplsEthertype = 0x8847;
 constexpr std::uint16_t ipv4Ethertype = 0x0800;
 constexpr std::uint16_t dontFragment = 0x4000;
+constexpr std::uint16_t greKeyPresent = 0x2000;
 
 class Reader {
  public:
@@ -89,9 +90,6 @@ class Reader {
    void addOuter(unsigned short index, ExitForm& form) const {
       auto const found = group_.destination_ips().find(index);
       if (found == group_.destination_ips().end()) refuse<configuration_error>(index, "its tunnel has no destination");
-      if (group_.gre_key_type() != nexthop_group_gre_key_t::none) {
-         refuse<unsupported_error>(index, "keys of GRE tunnels are not written");
-      }
       auto const& destination = found->second;
       form.ttl = static_cast<std::uint8_t>(std::min<unsigned>(group_.ttl(), 255));
       auto const source = sourceFor(index, destination.af());
@@ -138,14 +136,17 @@ class Reader {
       std::memcpy(&header.ip6_dst, destination.addr(), sizeof header.ip6_dst);
       append(form, header);
    }
+   // The key, if there is one, is each packet's.
+   void addGre(std::uint16_t protocol, ExitForm& form) const {
+      bool const hasKey = group_.gre_key_type() != nexthop_group_gre_key_t::none;
+      append(form, htons(hasKey ? greKeyPresent : 0));
+      append(form, htons(protocol));
+      if (hasKey) append(form, std::uint32_t{0});
+   }
    void addInner(ExitForm& form) const {
-      struct Gre {
-         std::uint16_t flags;
-         std::uint16_t protocol;
-      };
       switch (group_.type()) {
-         case Encap::gre: return append(form, Gre{0, htons(ipv4Ethertype)});
-         case Encap::mpls_over_gre: return append(form, Gre{0, htons(mplsEthertype)});
+         case Encap::gre: return addGre(ipv4Ethertype, form);
+         case Encap::mpls_over_gre: return addGre(mplsEthertype, form);
          case Encap::mpls_over_udp: {
             udphdr header{};
             header.dest = htons(mplsOverUdpPort);
