@@ -16,7 +16,7 @@
 #include "platform/linux/IntfCarriers.h"
 #include "platform/linux/LabelCarriers.h"
 #include "platform/linux/LockGate.h"
-#include "platform/linux/PolicyMapCarrier.h"
+#include "platform/linux/PolicyCarriers.h"
 #include "platform/linux/Ports.h"
 #include "platform/linux/Refusals.h"
 #include "platform/linux/Resolver.h"
@@ -72,12 +72,17 @@ class LinuxDataplane final : public embedded::Dataplane {
         leaves_(groups_, exits_, tunnels_, vrfs_, view()),
         labels_(program_.arrays().labels, leaves_),
         rests_([this](auto const& vrf, auto const& prefix) { renew(vrf, prefix); }),
-        gate_(periods_, labels_, rests_),
         groupCarrier_(groups_, warning()),
         labelCarrier_(labels_, leaves_, rests_, warning()),
         vrfLabelCarrier_(labels_, vrfs_, rests_, warning()),
         tunnelCarrier_(tunnels_, rests_),
-        policyMapCarrier_(outside_.loop, outside_.policyMaps),
+        redirectRows_{program_.arrays().redirects,
+                      {MAX_REDIRECT_ROWS, periods_},
+                      {.is = [this](auto const& key, auto row) { program_.redirectIs(key, row); },
+                       .del = [this](auto const& key) { program_.redirectDel(key); }}},
+        policyMapCarrier_(outside_.loop, outside_.policyMaps, redirectRows_, groups_,
+                          [this](intf_id_t intf, auto policy) { policyIs(intf, policy); }),
+        gate_(periods_, policyMapCarrier_, rests_, labels_),
         intfCarrier_([this] { return ports_.get(); }),
         ipIntfCarrier_([this] { return ports_.get(); }) {}
 
@@ -93,6 +98,8 @@ class LinuxDataplane final : public embedded::Dataplane {
    Carrier<ip_prefix_t, nexthop_group_tunnel_t>* tunnels() override { return &tunnelCarrier_; }
    Carrier<sbfd_echo_session_key_t, embedded::SbfdSession>* sbfdSessions() override { return &noSbfd_; }
    Carrier<policy_map_key_t, embedded::PolicyMap>* policyMaps() override { return &policyMapCarrier_; }
+   Carrier<policy_map_key_t, class_map_t>* classMaps() override { return &policyMapCarrier_.classMaps(); }
+   Carrier<acl_key_t, embedded::Acl>* acls() override { return &policyMapCarrier_.acls(); }
    Carrier<intf_id_t, embedded::Intf>* intfs() override { return &intfCarrier_; }
    Carrier<intf_id_t, embedded::IpIntf>* ipIntfs() override { return &ipIntfCarrier_; }
 
@@ -130,6 +137,7 @@ class LinuxDataplane final : public embedded::Dataplane {
    /// Null where there is none now.
    netlink::Link const* linkOf(intf_id_t intf) const { return ports_ == nullptr ? nullptr : ports_->link(intf); }
    void demandNotStarted(intf_id_t intf) const;
+   void policyIs(intf_id_t intf, Redirects::Id policy);
    void networksChanged();
    void renew(std::string const& vrf, ip_prefix_t const& changed);
    void follow();
@@ -153,6 +161,7 @@ class LinuxDataplane final : public embedded::Dataplane {
    embedded::DataplaneSurroundings const outside_;
    std::map<intf_id_t, std::string> devices_;  // given to interfaces whose device has another name
    PortSettings settings_;
+   std::map<intf_id_t, Redirects::Id> policies_;  // whose redirects hold there
    InstanceLock instance_;
    Program program_;
    KernelGrace grace_;
@@ -171,13 +180,14 @@ class LinuxDataplane final : public embedded::Dataplane {
    Leaves leaves_;
    Labels labels_;
    Resting rests_;
-   LockGate gate_;
    GroupCarrier groupCarrier_;
    std::map<std::string, std::unique_ptr<RouteCarrier>, std::less<>> routeCarriers_;
    LabelCarrier labelCarrier_;
    VrfLabelCarrier vrfLabelCarrier_;
    TunnelCarrier tunnelCarrier_;
+   Redirects::Rows redirectRows_;
    PolicyMapCarrier policyMapCarrier_;
+   LockGate gate_;
    IntfCarrier intfCarrier_;
    IpIntfCarrier ipIntfCarrier_;
    Refusing<sbfd_echo_session_key_t, embedded::SbfdSession> noSbfd_{"sBFD sessions"};
@@ -248,6 +258,11 @@ void LinuxDataplane::vrfIs(intf_id_t intf, std::string const& vrf) {
    settings_.vrfs[intf] = vrfNamed(vrf);
 }
 
+void LinuxDataplane::policyIs(intf_id_t intf, Redirects::Id policy) {
+   policies_[intf] = policy;
+   if (ports_ != nullptr) ports_->policyIs(intf, policy);
+}
+
 void LinuxDataplane::networksChanged() {
    groups_.networksChanged();
    for (auto const& [vrf, carrier] : routeCarriers_) carrier->renewAll();
@@ -264,6 +279,7 @@ void LinuxDataplane::renew(std::string const& vrf, ip_prefix_t const& changed) {
 void LinuxDataplane::start() {
    starting_ = true;
    ports_ = std::make_unique<Ports>(program_, hops_, connected_, vrfs_, settings_, portCallbacks());
+   for (auto const& [intf, policy] : policies_) ports_->policyIs(intf, policy);
    ports_->follow();
    for (auto const& intf : intfCarrier_.restored()) {
       if (ports_->link(intf) == nullptr) outside_.ports.portGone(intf);

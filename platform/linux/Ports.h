@@ -63,6 +63,8 @@ class Ports : netlink::Observer<netlink::Link>,
    void follow() { machine_.readable(); }
    netlink::Machine& machine() { return machine_; }
 
+   /// What comes in by the interface is redirected by that policy from now on, or for 0 by none; also once it is there.
+   void policyIs(intf_id_t intf, std::uint32_t policy);
    /// The interface's link; null if there is none on the machine.
    netlink::Link const* link(intf_id_t intf) const;
    eth_addr_t macOf(Hops::Key const& neighbour) const;
@@ -111,6 +113,7 @@ class Ports : netlink::Observer<netlink::Link>,
    Connected& connected_;
    Vrfs& vrfs_;
    PortSettings const settings_;
+   absl::btree_map<intf_id_t, std::uint32_t> policies_;  // whose redirects hold there
    Callbacks const callbacks_;
    absl::btree_map<intf_id_t, Port> ports_;
    absl::flat_hash_map<int, intf_id_t> byIfindex_;

@@ -105,6 +105,7 @@ Program::Program(Sizes const& sizes, std::uint64_t hashSeed) : loaded_(std::make
               .groups = loaded_->share<group_word>(maps.groups),
               .buckets = loaded_->share<bucket_word>(maps.buckets),
               .exits = loaded_->share<exit_row>(maps.exits),
+              .redirects = loaded_->share<redirect_row>(maps.redirects),
               .hops = loaded_->share<hop>(maps.hops),
               .ports = loaded_->share<port>(maps.ports),
               .drops = loaded_->share<std::uint64_t>(maps.drops),
@@ -123,6 +124,12 @@ void Program::portIs(port_key const& key, std::uint32_t index) {
 }
 void Program::portDel(port_key const& key) {
    bpf_map__delete_elem(loaded_->skeleton->maps.port_of, &key, sizeof key, 0);
+}
+void Program::redirectIs(redirect_key const& key, std::uint32_t row) {
+   bpf_map__update_elem(loaded_->skeleton->maps.redirect_of, &key, sizeof key, &row, sizeof row, BPF_ANY);
+}
+void Program::redirectDel(redirect_key const& key) {
+   bpf_map__delete_elem(loaded_->skeleton->maps.redirect_of, &key, sizeof key, 0);
 }
 void Program::deviceIs(std::uint32_t port, int ifindex) {
    bpf_map__update_elem(loaded_->skeleton->maps.tx_ports, &port, sizeof port, &ifindex, sizeof ifindex, BPF_ANY);

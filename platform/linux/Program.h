@@ -18,6 +18,7 @@ struct SharedArrays {
    std::span<group_word> groups;
    std::span<bucket_word> buckets;
    std::span<exit_row> exits;
+   std::span<redirect_row> redirects;
    std::span<hop> hops;
    std::span<port> ports;
    std::span<std::uint64_t> drops;       // MAX_DROP_REASONS for each possible CPU
@@ -41,6 +42,9 @@ class Program {
    /// Frames of the device, with that VLAN tag or none for 0, belong to the port of that index from now on.
    void portIs(port_key const& key, std::uint32_t index);
    void portDel(port_key const& key);
+   /// The row of a policy's redirects for a group.
+   void redirectIs(redirect_key const& key, std::uint32_t row);
+   void redirectDel(redirect_key const& key);
    /// What is sent by the port leaves through the device.
    void deviceIs(std::uint32_t port, int ifindex);
    void deviceDel(std::uint32_t port);

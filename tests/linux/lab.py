@@ -105,7 +105,8 @@ class Lab:
     """A switch with hosts h1, h2, ... at its interfaces Ethernet1, Ethernet2, ...; host i has 10.0.i.2/24 and
     2001:db8:i::2/64, the switch the .1 and the ::1 there, which the host's default routes lead to."""
 
-    def __init__(self, agent, velmctl, hosts=2, options=(), state=True):
+    def __init__(self, agent, velmctl, hosts=2, options=(), state=True, init=()):
+        self.init = init
         self.stack = contextlib.ExitStack()
         self.folder = self.stack.enter_context(tempfile.TemporaryDirectory())
         self.programs = agent, velmctl
@@ -146,7 +147,7 @@ class Lab:
         """The agent, in the switch's namespace, run by that command; it serves when this returns."""
         self.agent = Agent(self.programs[0], self.folder, "--switch-dataplane", "linux", *self.options,
                            through=self.switch.command(*through))
-        self.velmctl("init")
+        self.velmctl("init", *self.init)
 
     def velmctl(self, *words, check=True, text=None):
         """What it answers; unless it must succeed, what it says instead. `text` is its standard input."""

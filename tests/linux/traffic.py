@@ -63,10 +63,11 @@ class TrafficTest(unittest.TestCase):
     """One lab for all tests of a class; each programs what it needs under names of its own."""
     hosts = 3
     options = ()
+    init = ()  # of the session with the agent
 
     @classmethod
     def setUpClass(cls):
-        cls.lab = labs.Lab(*sys.argv[1:3], hosts=cls.hosts, options=cls.options)
+        cls.lab = labs.Lab(*sys.argv[1:3], hosts=cls.hosts, options=cls.options, init=cls.init)
         cls.addClassCleanup(cls.lab.close)
         cls.prepare()
         cls.lab.start()

@@ -139,7 +139,7 @@ struct port {
    __u32 ipv4;   /* what ICMP errors are sent from, as on the wire; 0 sends none */
    __u8 ipv6[16];
    __u32 ifindex; /* of the interface in the kernel, which a tunnel may tell of */
-   __u32 unused;
+   __u32 policy;  /* whose redirects hold for what comes in here; 0 for none */
 };
 
 struct vrf {
@@ -197,6 +197,20 @@ struct exit_row {
    __u8 unused[3];
    __u8 push[MAX_PUSH];
 };
+
+/* ---- Redirects ----------------------------------------------------------------------------------------------------
+ */
+
+/* What would leave through a group leaves, by its DSCP, through another: a leaf word, or 0 where it leaves as it would.
+ * IPv4 first. Which row is that of a policy and a group a hash says. */
+struct redirect_row {
+   __u32 leaf[2][64];
+};
+struct redirect_key {
+   __u32 policy;
+   __u32 group;
+};
+#define MAX_REDIRECT_ROWS (1u << 14)
 
 /* ---- Counters: a slice for each possible CPU, so that counting is a plain add ------------------------------------ */
 

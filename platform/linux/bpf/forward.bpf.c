@@ -28,6 +28,7 @@ static __always_inline int arrive(struct xdp_md* ctx, struct frame* frame, __be1
    if (to != port->mac) return XDP_PASS;
    frame->port = *index;
    frame->vrf = port->vrf;
+   frame->policy = port->policy;
    return GO_ON;
 }
 

@@ -30,6 +30,7 @@ struct frame {
    __u32 l3;      /* offset of the IP header, or of the top label */
    __u32 length;  /* of the packet from there, which may be less than what is left of the frame */
    __u32 hash;    /* of the flow */
+   __u32 policy;  /* of the port on which it came */
    __u32 counter; /* of the entry of a group that it leaves by; 0 for none */
    __u8 ttl;      /* as it came: of the top label, if there is one */
    __u8 tos;      /* DSCP and ECN; of a label the EXP, where DSCP has its upper bits */

@@ -80,6 +80,22 @@ struct {
    __type(value, __u32);
 } tx_ports SEC(".maps");
 
+struct {
+   __uint(type, BPF_MAP_TYPE_HASH);
+   __uint(map_flags, BPF_F_NO_PREALLOC);
+   __uint(max_entries, MAX_REDIRECT_ROWS);
+   __type(key, struct redirect_key);
+   __type(value, __u32);
+} redirect_of SEC(".maps");
+
+struct {
+   __uint(type, BPF_MAP_TYPE_ARRAY);
+   __uint(map_flags, BPF_F_MMAPABLE);
+   __uint(max_entries, MAX_REDIRECT_ROWS);
+   __type(key, __u32);
+   __type(value, struct redirect_row);
+} redirects SEC(".maps");
+
 /* Slices for each possible CPU, one after the other. */
 struct {
    __uint(type, BPF_MAP_TYPE_ARRAY);

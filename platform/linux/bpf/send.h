@@ -8,6 +8,16 @@
 
 #include "platform/linux/bpf/ip.h"
 
+/* The leaf for a packet that would leave through a group, by its DSCP. What is redirected is not redirected again. */
+static __always_inline __u32 redirected(__u32 leaf, struct frame const* frame) {
+   if (!frame->policy || frame->labelled || leaf_kind_of(leaf) != LEAF_GROUP) return leaf;
+   struct redirect_key const key = {.policy = frame->policy, .group = leaf_index_of(leaf)};
+   __u32 const* const index = bpf_map_lookup_elem(&redirect_of, &key);
+   struct redirect_row const* const row = index ? bpf_map_lookup_elem(&redirects, index) : 0;
+   __u32 const other = row ? *(__u32 const volatile*)&row->leaf[frame->ipv6 & 1][frame->tos >> 2 & 63] : 0;
+   return other ? other : leaf;
+}
+
 /* The exit that a leaf's way leads to, or null; *reason tells why not. */
 static __always_inline struct exit_row* choose(__u32 leaf, struct frame* frame, enum drop_reason* reason) {
    __u32 index = leaf_index_of(leaf);
@@ -242,7 +252,7 @@ static __always_inline int leave(struct xdp_md* ctx, struct frame* frame, struct
 /* Sends a packet, whose header or top label has been checked, on the way that the leaf names. */
 static __always_inline int send(struct xdp_md* ctx, struct frame* frame, __u32 leaf) {
    enum drop_reason reason = DROP_UNRESOLVED;
-   struct exit_row const* const exit = choose(leaf, frame, &reason);
+   struct exit_row const* const exit = choose(redirected(leaf, frame), frame, &reason);
    if (!exit) return drop(frame, reason);
    struct hop const* const hop = hop_at(exit->hop);
    mac_word const to = hop ? *(volatile mac_word const*)&hop->to : 0;
