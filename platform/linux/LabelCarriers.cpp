@@ -96,12 +96,8 @@ void LabelCarrier::become(MplsRowKey const& key, std::uint64_t word) noexcept {
 void LabelCarrier::drop(MplsRowKey const& key) { become(key, label_of(LABEL_KEEP, leaf_word(LEAF_DROP, 0))); }
 
 std::vector<ip_addr_t> LabelCarrier::hopsOf(MplsRowKey const& key, MplsRoute const& row) const {
-   std::vector<ip_addr_t> hops;
-   if (!row.vias.anyByHopAlone()) return hops;
-   for (auto const& via : row.vias.list(key.key())) {
-      if (via.intf() == intf_id_t() && via.hop().af() != af_t::none) hops.push_back(via.hop());
-   }
-   return hops;
+   if (!row.vias.anyByHopAlone()) return {};
+   return hopsAloneOf(row.vias.list(key.key()));
 }
 
 std::uint64_t VrfLabelCarrier::take(mpls_label_t const& /*label*/, mpls_vrf_label_t const& row) {

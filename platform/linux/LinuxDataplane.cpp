@@ -81,7 +81,9 @@ class LinuxDataplane final : public embedded::Dataplane {
                       {.is = [this](auto const& key, auto row) { program_.redirectIs(key, row); },
                        .del = [this](auto const& key) { program_.redirectDel(key); }}},
         policyMapCarrier_(outside_.loop, outside_.policyMaps, redirectRows_, groups_,
-                          [this](intf_id_t intf, auto policy) { policyIs(intf, policy); }),
+                          [this](intf_id_t intf) {
+                             if (ports_ != nullptr) ports_->policyChanged(intf);
+                          }),
         gate_(periods_, policyMapCarrier_, rests_, labels_),
         intfCarrier_([this] { return ports_.get(); }),
         ipIntfCarrier_([this] { return ports_.get(); }) {}
@@ -137,7 +139,6 @@ class LinuxDataplane final : public embedded::Dataplane {
    /// Null where there is none now.
    netlink::Link const* linkOf(intf_id_t intf) const { return ports_ == nullptr ? nullptr : ports_->link(intf); }
    void demandNotStarted(intf_id_t intf) const;
-   void policyIs(intf_id_t intf, Redirects::Id policy);
    void networksChanged();
    void renew(std::string const& vrf, ip_prefix_t const& changed);
    void follow();
@@ -161,7 +162,6 @@ class LinuxDataplane final : public embedded::Dataplane {
    embedded::DataplaneSurroundings const outside_;
    std::map<intf_id_t, std::string> devices_;  // given to interfaces whose device has another name
    PortSettings settings_;
-   std::map<intf_id_t, Redirects::Id> policies_;  // whose redirects hold there
    InstanceLock instance_;
    Program program_;
    KernelGrace grace_;
@@ -221,7 +221,8 @@ Groups::Callbacks LinuxDataplane::groupCallbacks() {
 Ports::Callbacks LinuxDataplane::portCallbacks() {
    auto& ports = outside_.ports;
    auto& addresses = outside_.addresses;
-   return {.is =
+   return {.policyOn = [this](intf_id_t intf) { return policyMapCarrier_.policyOn(intf); },
+           .is =
               [this, &ports](intf_id_t intf, netlink::Link const& link) {
                  embedded::Intf now{.adminEnabled = link.adminUp,
                                     .link = link.operational ? oper_status_t::up : oper_status_t::down,
@@ -258,11 +259,6 @@ void LinuxDataplane::vrfIs(intf_id_t intf, std::string const& vrf) {
    settings_.vrfs[intf] = vrfNamed(vrf);
 }
 
-void LinuxDataplane::policyIs(intf_id_t intf, Redirects::Id policy) {
-   policies_[intf] = policy;
-   if (ports_ != nullptr) ports_->policyIs(intf, policy);
-}
-
 void LinuxDataplane::networksChanged() {
    groups_.networksChanged();
    for (auto const& [vrf, carrier] : routeCarriers_) carrier->renewAll();
@@ -279,7 +275,6 @@ void LinuxDataplane::renew(std::string const& vrf, ip_prefix_t const& changed) {
 void LinuxDataplane::start() {
    starting_ = true;
    ports_ = std::make_unique<Ports>(program_, hops_, connected_, vrfs_, settings_, portCallbacks());
-   for (auto const& [intf, policy] : policies_) ports_->policyIs(intf, policy);
    ports_->follow();
    for (auto const& intf : intfCarrier_.restored()) {
       if (ports_->link(intf) == nullptr) outside_.ports.portGone(intf);

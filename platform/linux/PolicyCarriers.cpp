@@ -21,6 +21,11 @@ void PolicyMapCarrier::carryOut(policy_map_key_t const& key, embedded::PolicyMap
    changed_ = true;
 }
 
+Redirects::Id PolicyMapCarrier::policyOn(intf_id_t intf) const {
+   auto const held = byIntf_.find(intf);
+   return held == byIntf_.end() ? 0 : policies_.at(held->second).redirects->policy();
+}
+
 void PolicyMapCarrier::settle() noexcept {
    if (!std::exchange(changed_, false)) return;
    for (auto& [key, policy] : policies_) {
@@ -68,10 +73,10 @@ void PolicyMapCarrier::tell(policy_map_key_t const& key, Policy& policy, policy_
    auto const held = byIntf_.find(where.intf_id());
    if (status == policy_map_status_t::programmed) {
       byIntf_.insert_or_assign(where.intf_id(), key);
-      apply_(where.intf_id(), policy.redirects->policy());
+      changedOn_(where.intf_id());
    } else if (held != byIntf_.end() && held->second == key && where.direction() == acl_direction_t::in) {
       byIntf_.erase(held);
-      apply_(where.intf_id(), 0);
+      changedOn_(where.intf_id());
    }
    if (status) {
       policy.told[where] = *status;

@@ -38,17 +38,19 @@ class PartCarrier : public embedded::Boundless<Key, Row> {
 /// once, at its end: a client writes thousands of ACLs in one.
 class PolicyMapCarrier : public embedded::Boundless<policy_map_key_t, embedded::PolicyMap> {
  public:
-   /// What comes in by the interface is redirected by that policy; 0 for none.
-   using Apply = std::function<void(intf_id_t, Redirects::Id)>;
+   /// The redirects that hold on the interface are others now.
+   using Changed = std::function<void(intf_id_t)>;
 
    PolicyMapCarrier(embedded::MainLoop& loop, embedded::PolicyMapReports& reports, Redirects::Rows& rows,
-                    Groups& groups, Apply apply)
-      : loop_(loop), reports_(reports), rows_(rows), groups_(groups), apply_(std::move(apply)) {}
+                    Groups& groups, Changed changedOn)
+      : loop_(loop), reports_(reports), rows_(rows), groups_(groups), changedOn_(std::move(changedOn)) {}
 
    embedded::Carrier<policy_map_key_t, class_map_t>& classMaps() { return classMaps_; }
    embedded::Carrier<acl_key_t, embedded::Acl>& acls() { return acls_; }
 
    void carryOut(policy_map_key_t const& key, embedded::PolicyMap const* now, embedded::Room) noexcept override;
+   /// Whose redirects hold for what comes in by the interface; 0 for nobody's.
+   Redirects::Id policyOn(intf_id_t intf) const;
    /// Before the lock is given back.
    void settle() noexcept;
 
@@ -70,7 +72,7 @@ class PolicyMapCarrier : public embedded::Boundless<policy_map_key_t, embedded::
    embedded::PolicyMapReports& reports_;
    Redirects::Rows& rows_;
    Groups& groups_;
-   Apply const apply_;
+   Changed const changedOn_;
    PolicyParts parts_;
    bool changed_ = false;
    PartCarrier<policy_map_key_t, class_map_t> classMaps_{parts_.classMaps, changed_};

@@ -150,17 +150,15 @@ void Ports::refreshMembersOf(int master) {
 }
 
 // Frames find the row by its index, which they learn after this.
-void Ports::policyIs(intf_id_t intf, std::uint32_t policy) {
-   policies_[intf] = policy;
+void Ports::policyChanged(intf_id_t intf) {
    auto const found = ports_.find(intf);
-   if (found != ports_.end()) program_.arrays().ports[found->second.index].policy = policy;
+   if (found != ports_.end()) program_.arrays().ports[found->second.index].policy = callbacks_.policyOn(intf);
 }
 
 void Ports::share(intf_id_t intf, Port const& port, netlink::Link const& link) {
    auto& row = program_.arrays().ports[port.index];
    row.ifindex = static_cast<std::uint32_t>(link.ifindex);
-   auto const policy = policies_.find(intf);
-   row.policy = policy == policies_.end() ? 0 : policy->second;
+   row.policy = callbacks_.policyOn(intf);
    std::memcpy(&row.ipv4, connected_.addressOf(intf, af_t::ipv4).addr(), sizeof row.ipv4);
    std::memcpy(row.ipv6, connected_.addressOf(intf, af_t::ipv6).addr(), sizeof row.ipv6);
    try {

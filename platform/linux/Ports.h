@@ -38,6 +38,8 @@ class Ports : netlink::Observer<netlink::Link>,
               netlink::Observer<netlink::Neighbour> {
  public:
    struct Callbacks {
+      /// Whose redirects hold for what comes in by the interface; 0 for nobody's.
+      std::function<std::uint32_t(intf_id_t)> policyOn;
       /// The interface appeared or is so now.
       std::function<void(intf_id_t, netlink::Link const&)> is;
       std::function<void(intf_id_t)> gone;
@@ -63,8 +65,8 @@ class Ports : netlink::Observer<netlink::Link>,
    void follow() { machine_.readable(); }
    netlink::Machine& machine() { return machine_; }
 
-   /// What comes in by the interface is redirected by that policy from now on, or for 0 by none; also once it is there.
-   void policyIs(intf_id_t intf, std::uint32_t policy);
+   /// Another policy holds on the interface, as policyOn says.
+   void policyChanged(intf_id_t intf);
    /// The interface's link; null if there is none on the machine.
    netlink::Link const* link(intf_id_t intf) const;
    eth_addr_t macOf(Hops::Key const& neighbour) const;
@@ -113,7 +115,6 @@ class Ports : netlink::Observer<netlink::Link>,
    Connected& connected_;
    Vrfs& vrfs_;
    PortSettings const settings_;
-   absl::btree_map<intf_id_t, std::uint32_t> policies_;  // whose redirects hold there
    Callbacks const callbacks_;
    absl::btree_map<intf_id_t, Port> ports_;
    absl::flat_hash_map<int, intf_id_t> byIfindex_;

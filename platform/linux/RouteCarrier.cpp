@@ -7,7 +7,7 @@ namespace velm::machine {
 
 using embedded::IpRoute;
 
-std::uint32_t RouteCarrier::takeLeaf(ip_route_key_t const& key, IpRoute const& row) {
+std::uint32_t RouteCarrier::takeLeaf(ip_route_key_t const& key, IpRoute const& row, unsigned& level) {
    if (row.action == ip_route_action_t::drop) return leaf_word(LEAF_DROP, 0);
    if (auto const* const group = row.vias.group()) return leaves_.takeGroup(*group);
    auto const vias = row.vias.list(key);
@@ -15,7 +15,7 @@ std::uint32_t RouteCarrier::takeLeaf(ip_route_key_t const& key, IpRoute const& r
    auto const& first = vias.front();
    if (!first.nexthop_group().empty()) return leaves_.takeGroup(first.nexthop_group());
    auto found = leaves_.find({vrf(), key.prefix()}, Leaves::waysOf(vias));
-   levelIs(key.prefix(), found.level);
+   level = found.level;
    return leaves_.takeWays(std::move(found.entries));
 }
 
@@ -27,7 +27,9 @@ void RouteCarrier::levelIs(ip_prefix_t const& prefix, unsigned level) {
 }
 
 std::uint64_t RouteCarrier::take(ip_route_key_t const& key, IpRoute const& row) {
-   auto const leaf = takeLeaf(key, row);
+   unsigned level = 0;
+   auto const leaf = takeLeaf(key, row, level);
+   levelIs(key.prefix(), level);
    if (leaf != 0 && !room_.take()) {
       leaves_.release(leaf);
       throw error("the dataplane has no room for " + nameOf(key));
@@ -54,6 +56,7 @@ void RouteCarrier::leafIs(ip_route_key_t const& key, std::uint32_t leaf) {
    auto const rank = rankOf(key.preference());
    auto const before = leaf == 0 ? routes_.del(key.prefix(), rank) : routes_.set(key.prefix(), rank, leaf);
    leaves_.release(before);
+   if (leaf == 0) routes_.levelIs(key.prefix(), 0);
    if (before == leaf) return;
    rests_.changed(vrf(), key.prefix());
    if (before == 0 || leaf == 0) connected_.routeChanged(vrf(), key.prefix());
@@ -61,12 +64,8 @@ void RouteCarrier::leafIs(ip_route_key_t const& key, std::uint32_t leaf) {
 
 // A row may come with vias that lead nowhere yet: those of a folder come before the networks are known.
 std::vector<ip_addr_t> RouteCarrier::hopsOf(ip_route_key_t const& key, IpRoute const& row) const {
-   std::vector<ip_addr_t> hops;
-   if (row.vias.group() != nullptr) return hops;
-   for (auto const& via : row.vias.list(key)) {
-      if (via.intf() == intf_id_t() && via.hop().af() != af_t::none) hops.push_back(via.hop());
-   }
-   return hops;
+   if (row.vias.group() != nullptr) return {};
+   return hopsAloneOf(row.vias.list(key));
 }
 
 }  // namespace velm::machine

@@ -38,7 +38,7 @@ class RouteCarrier final : public WordCarrier<ip_route_key_t, embedded::IpRoute>
    std::vector<ip_addr_t> hopsOf(ip_route_key_t const& key, embedded::IpRoute const& row) const override;
    std::string nameOf(ip_route_key_t const& key) const override { return "route " + key.prefix().to_string(); }
 
-   std::uint32_t takeLeaf(ip_route_key_t const& key, embedded::IpRoute const& row);
+   std::uint32_t takeLeaf(ip_route_key_t const& key, embedded::IpRoute const& row, unsigned& level);
    void leafIs(ip_route_key_t const& key, std::uint32_t leaf);
    void levelIs(ip_prefix_t const& prefix, unsigned level);
 

@@ -14,9 +14,20 @@
 #include "platform/linux/forwarding/Resting.h"
 #include "platform/switch/Carrier.h"
 #include "platform/velm/errors.h"
+#include "platform/velm/intf_id.h"
 #include "platform/velm/ip.h"
 
 namespace velm::machine {
+
+/// The hops of vias that name no interface.
+template <class Vias>
+std::vector<ip_addr_t> hopsAloneOf(Vias const& vias) {
+   std::vector<ip_addr_t> hops;
+   for (auto const& via : vias) {
+      if (via.intf() == intf_id_t() && via.hop().af() != af_t::none) hops.push_back(via.hop());
+   }
+   return hops;
+}
 
 /// Carries out rows that each lead packets somewhere. What a row leads to is a word, which packets find in shared
 /// memory. A room is such a word, taken with all that it needs; it is used by the change, or given back.

@@ -74,6 +74,9 @@ class RestingTest(TrafficTest):
         self.route("192.0.1.0/24", "two")
         self.via("192.0.2.0/24", "192.0.1.1")
         self.leads_to(None)
+        # A route that rests on nothing any more is not deep.
+        self.route("192.0.5.0/24", "three")
+        self.leads_to(3)
 
     def test_routes_that_rest_on_each_other_lead_nowhere(self):
         self.via("198.51.100.0/24", "192.0.2.1")

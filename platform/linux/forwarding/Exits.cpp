@@ -32,6 +32,15 @@ exit_row rowOf(ExitForm const& form) {
 
 }  // namespace
 
+bool pushWithin(ExitForm& exit, ExitForm const& way) {
+   bool const writes = !way.labels.empty();
+   if (writes && !exit.carriesLabels) return false;
+   exit.takes = way.takes || (exit.takes && !writes);
+   exit.labels.insert(exit.labels.end(), way.labels.begin(), way.labels.end());
+   if (writes && exit.kind == EXIT_PLAIN) exit.kind = EXIT_LABELS;
+   return true;
+}
+
 Exits::Id Exits::take(Hops::Key const& neighbour, ExitForm form, Interest interest) {
    // Says that no label is wanted, and is on no packet.
    form.labels.erase(std::ranges::remove(form.labels, std::uint32_t{IMPLICIT_NULL}).begin(), form.labels.end());

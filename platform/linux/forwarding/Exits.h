@@ -32,6 +32,10 @@ struct ExitForm {
    }
 };
 
+/// Puts the labels of a way within those of the exit that it leads through, which takes a label of the packet only
+/// where the way writes none. False, with nothing changed, if the exit's tunnel carries no labels.
+bool pushWithin(ExitForm& exit, ExitForm const& way);
+
 /// Whether a user of an exit wants its neighbour kept resolved, or takes it as the kernel happens to know it.
 enum class Interest { kept, passing };
 

@@ -51,21 +51,9 @@ class Finder {
       path_.push_back(entry.child);
       if (auto const* const entries = entriesOfGroup_(entry.child); entries != nullptr) add(*entries, weight);
       path_.pop_back();
-      pushWithin(std::span(ways_).subspan(first), entry);
-   }
-
-   // The child's labels are the outer ones; what it takes is a label of the packet, unless this entry writes one.
-   static void pushWithin(std::span<Way> ways, EntryForm const& entry) {
-      bool const writes = !entry.form.labels.empty();
-      for (auto& way : ways) {
-         auto& form = way.form;
-         form.takes = entry.form.takes || (form.takes && !writes);
-         if (!writes) continue;
-         if (!form.carriesLabels) {
-            throw configuration_error(fmt::format("the tunnel of nexthop group {} carries no labels", entry.child));
-         }
-         if (form.kind == EXIT_PLAIN) form.kind = EXIT_LABELS;
-         form.labels.insert(form.labels.end(), entry.form.labels.begin(), entry.form.labels.end());
+      for (auto& way : std::span(ways_).subspan(first)) {
+         if (pushWithin(way.form, entry.form)) continue;
+         throw configuration_error(fmt::format("the tunnel of nexthop group {} carries no labels", entry.child));
       }
    }
 

@@ -23,16 +23,6 @@ void demandPlain(ip_route_via_t const& via) {
    if (via.hop().af() == af_t::none) refuse("the missing hop");
 }
 
-// The labels of a way are within those of what it leads through.
-void pushWithin(EntryForm& entry, EntryForm const& way) {
-   auto& form = entry.form;
-   bool const writes = !way.form.labels.empty();
-   form.takes = way.form.takes || (form.takes && !writes);
-   form.labels.insert(form.labels.end(), way.form.labels.begin(), way.form.labels.end());
-   if (writes && entry.child.empty() && !form.carriesLabels) throw configuration_error("its tunnel carries no labels");
-   if (writes && form.kind == EXIT_PLAIN) form.kind = EXIT_LABELS;
-}
-
 }  // namespace
 
 std::vector<Leaves::Way> Leaves::waysOf(std::span<ip_route_via_t const> vias) {
@@ -61,7 +51,9 @@ Leaves::Found Leaves::find(Place const& place, std::vector<Way> ways) const {
       auto led = behind(vrf.empty() ? place : Place{vrfNamed(vrf), {}}, hop);
       found.level = std::max(found.level, led.level);
       for (auto& entry : led.entries) {
-         pushWithin(entry, way);
+         if (!pushWithin(entry.form, way.form)) {
+            throw configuration_error(fmt::format("the tunnel to {} carries no labels", hop.to_string()));
+         }
          entry.share = std::max(1U, wholeShare / static_cast<std::uint32_t>(led.entries.size()));
          found.entries.push_back(std::move(entry));
       }
@@ -82,8 +74,8 @@ Leaves::Found Leaves::behind(Place const& place, ip_addr_t const& hop) const {
    auto& routes = vrfs_.of(place.vrf).routes;
    auto const covering = routes.covering(hop, place.prefix);
    if (!covering) return found;
-   found.level = routes.level(covering->first) + 1;
-   if (found.level <= Resting::deepest) found.entries = entriesOf(covering->second);
+   auto const level = routes.level(covering->first) + 1;
+   if (level <= Resting::deepest) found = {entriesOf(covering->second), level};
    return found;
 }
 

@@ -1,5 +1,7 @@
 #include "platform/linux/forwarding/Redirects.h"
 
+#include <fmt/format.h>
+
 #include <atomic>
 
 #include "platform/velm/errors.h"
@@ -20,10 +22,14 @@ void Redirects::set(PolicyRedirects const& redirects) {
 
 Redirects::Row& Redirects::rowOf(std::string const& group) {
    if (auto const found = byGroup_.find(group); found != byGroup_.end()) return found->second;
+   auto const id = groups_.take(group);
    auto const index = rows_.ids.take();
-   if (!index) throw error("the dataplane has no room for more redirects");
+   if (!index) {
+      groups_.release(id);
+      throw error(fmt::format("the dataplane has no room for redirects of more than {} groups", rows_.ids.size()));
+   }
    rows_.shared[*index] = {};
-   Row const row{groups_.take(group), *index};
+   Row const row{id, *index};
    rows_.finding.is({policy_, row.group}, *index);
    return byGroup_.emplace(group, row).first->second;
 }
